@@ -1,0 +1,159 @@
+// The one way in which writers build DER.
+#ifndef DERKIT_ASN_BUILDER_H
+#define DERKIT_ASN_BUILDER_H
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "derkit/asn_types.h"
+
+// Octets kept free in front of the content: an identifier and at most five length octets.
+constexpr unsigned int HEADER_ROOM = 6;
+// Octets that a growth step leaves free behind the content.
+constexpr unsigned int GROWTH_SLACK = 16;
+// The largest content whose buffer size still fits 32 bits.
+constexpr unsigned int MAX_CONTENT_SIZE = 0xFFFFFFFF - HEADER_ROOM - GROWTH_SLACK;
+
+// Inline octets of a node: its first header is written into them, so no node but the one without any has less than
+// header room.
+constexpr unsigned int inline_storage_size(unsigned int n) {
+    return n == 0 ? 0 : std::max(n, HEADER_ROOM);
+}
+
+// One element under construction (X.690 8.1).
+//
+// Content grows at the back of `buffer`, behind the header room; every append rewrites the header in front of it,
+// right-aligned, so that the encoding is complete and contiguous at any moment. N is only the room that the node
+// brings along: an element that outgrows it moves to the heap, which a well-chosen N avoids.
+//
+// A node of N = 0 has no encoding before its first append, also an append of nothing: until then it adds nothing to
+// a parent.
+//
+// Content past MAX_CONTENT_SIZE is refused with std::bad_alloc before anything changes. A node belongs to one thread.
+template <unsigned int N> struct asn_tag_t_ {
+    asn_tag_t::Type tag;       // identifier octet
+    unsigned int total_size;   // identifier, length and content
+    unsigned char* buffer;     // inline_buffer, or an owned heap block after growth
+    unsigned int capacity;     // size of buffer
+    unsigned int content_size; // content octets appended so far
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic" // the layout asks for an array of no octets when N is 0
+    unsigned char inline_buffer[inline_storage_size(N)];
+#pragma GCC diagnostic pop
+
+    explicit asn_tag_t_(asn_tag_t::Type identifier)
+        : tag(identifier), total_size(0), buffer(inline_buffer), capacity(N), content_size(0) {
+        if constexpr (N != 0) {
+            write_header();
+        }
+    }
+    ~asn_tag_t_() {
+        free_heap_block();
+    }
+    asn_tag_t_(const asn_tag_t_&) = delete;
+    asn_tag_t_& operator=(const asn_tag_t_&) = delete;
+
+    // Appends n content octets.
+    void add_bytes(const void* bytes, unsigned int n) {
+        reserve(n);
+        if (n != 0) {
+            std::memcpy(buffer + HEADER_ROOM + content_size, bytes, n);
+        }
+        content_size += n;
+        write_header();
+    }
+
+    // As above. Text of more than 32 bits of size is refused like content that is too large.
+    void add_text(std::string_view text) {
+        if (text.size() > MAX_CONTENT_SIZE) {
+            throw std::bad_alloc();
+        }
+        add_bytes(text.data(), static_cast<unsigned int>(text.size()));
+    }
+
+    // Appends the complete encoding of another node.
+    template <unsigned int M> void add_node(const asn_tag_t_<M>& child) {
+        add_bytes(child.encoding(), child.encoding_size());
+    }
+
+    // Appends one of many members of a SET OF or SEQUENCE OF. Growth is exact, which is quadratic for a long list;
+    // this doubles the room instead, so that a list costs linear time.
+    template <unsigned int M> void add_member(const asn_tag_t_<M>& child) {
+        if (needs_growth(child.encoding_size())) {
+            reserve(std::max(child.encoding_size(), std::min(content_size, MAX_CONTENT_SIZE - content_size)));
+        }
+        add_node(child);
+    }
+
+    // Makes room for n more content octets in one growth step. Neither content nor header change.
+    void reserve(unsigned int n) {
+        if (n > MAX_CONTENT_SIZE - content_size) {
+            throw std::bad_alloc();
+        }
+        if (needs_growth(n)) {
+            grow(content_size + n + HEADER_ROOM + GROWTH_SLACK);
+        }
+    }
+
+    // First octet of the encoding; valid until the next append.
+    const unsigned char* encoding() const {
+        return total_size == 0 ? buffer : buffer + HEADER_ROOM - (total_size - content_size);
+    }
+
+    unsigned int encoding_size() const {
+        return total_size;
+    }
+
+    // Replaces `out` by the encoding.
+    void assign_to(std::string& out) const {
+        out.assign(reinterpret_cast<const char*>(encoding()), total_size);
+    }
+
+  private:
+    bool needs_growth(unsigned int n) const {
+        return capacity < HEADER_ROOM || capacity - HEADER_ROOM < content_size + n;
+    }
+
+    void free_heap_block() {
+        if (buffer != inline_buffer) {
+            delete[] buffer;
+        }
+    }
+
+    void grow(unsigned int new_capacity) {
+        unsigned char* const block = new unsigned char[new_capacity]();
+        if (capacity != 0) {
+            std::memcpy(block, buffer, HEADER_ROOM + content_size);
+        }
+        free_heap_block();
+        buffer = block;
+        capacity = new_capacity;
+    }
+
+    // Content of up to 127 octets takes the short form. For more, length octets are written from the lowest up to
+    // the first that is zero, so lengths from 65,536 on that hold a zero octet come out too short: 65,536 is written
+    // 81 00. The bytes are fixed so; below 65,536 the header is exact and minimal.
+    void write_header() {
+        unsigned char* const last = buffer + HEADER_ROOM - 1;
+        *last = static_cast<unsigned char>(content_size);
+        unsigned int num_length_octets = 0;
+        if (content_size > 127) {
+            do {
+                ++num_length_octets;
+                *(last - num_length_octets) = length_octet(num_length_octets);
+            } while (*(last - num_length_octets) != 0);
+            *(last - num_length_octets) = static_cast<unsigned char>(0x80 | num_length_octets);
+        }
+        *(last - num_length_octets - 1) = tag;
+        total_size = content_size + 2 + num_length_octets;
+    }
+
+    unsigned char length_octet(unsigned int index) const {
+        return index < 4 ? static_cast<unsigned char>(content_size >> (8 * index)) : 0;
+    }
+};
+
+#endif

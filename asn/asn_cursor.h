@@ -1,0 +1,77 @@
+// The one way in which readers walk DER.
+#ifndef DERKIT_ASN_CURSOR_H
+#define DERKIT_ASN_CURSOR_H
+
+#include "derkit/asn_reader.h"
+#include "derkit/asn_types.h"
+
+// A view of the octets that are left to read: `size` of them from `p` on.
+//
+// Every step reads one element at `p`. On success the cursor moves past the element, and what the step hands out
+// is a view into the input, valid as long as that. On failure the cursor becomes empty and stays failed, whatever
+// is asked of it later, and the step hands out an empty view; so a reader may take its steps in a straight line
+// and ask `ok()` where it matters.
+//
+// An element fails when asn1_read_tag() refuses it and also when its content does not lie inside what is left:
+// the 32-bit sum of asn1_read_tag() wraps for lengths near 2^32, and nothing may follow such a length.
+struct asn_cursor_t {
+    const unsigned char* p;
+    unsigned int size;
+
+    asn_cursor_t(const void* data, unsigned int data_size)
+        : p(static_cast<const unsigned char*>(data)), size(data_size) {}
+    explicit asn_cursor_t(const blob_t& bytes) : p(bytes.data), size(bytes.size) {}
+
+    bool ok() const { return ok_; }
+    bool empty() const { return size == 0; }
+
+    // Tells whether something is left and starts with this identifier octet: how optional fields are found.
+    bool next_is(asn_tag_t::Type tag) const { return size != 0 && *p == tag; }
+
+    // What is left, not looked at.
+    blob_t rest() const { return make_view(p, size); }
+
+    // Reads an element and gives its content.
+    blob_t read(asn_tag_t::Type tag) {
+        unsigned int content_size = 0;
+        const unsigned char* const content = asn1_read_tag(tag, p, size, &content_size);
+        if (content == nullptr) {
+            return fail();
+        }
+        const unsigned int available = size - static_cast<unsigned int>(content - p);
+        if (content_size > available) {
+            return fail();
+        }
+        p = content + content_size;
+        size = available - content_size;
+        return make_view(content, content_size);
+    }
+
+    // Reads an element and gives a cursor over its content; a failed one when there is no such element.
+    asn_cursor_t enter(asn_tag_t::Type tag) {
+        asn_cursor_t inside(read(tag));
+        inside.ok_ = ok_;
+        return inside;
+    }
+
+    // Reads an element whose content does not matter.
+    void skip(asn_tag_t::Type tag) { read(tag); }
+
+  private:
+    bool ok_ = true;
+
+    static blob_t make_view(const unsigned char* data, unsigned int data_size) {
+        blob_t view;
+        view.size = data_size;
+        view.data = data;
+        return view;
+    }
+
+    blob_t fail() {
+        size = 0;
+        ok_ = false;
+        return blob_t();
+    }
+};
+
+#endif

@@ -1,0 +1,226 @@
+// DER names to text.
+#include <algorithm>
+#include <string_view>
+
+#include "asn/asn_cursor.h"
+#include "asn/asn_printable_syntax.h"
+#include "derkit/asn_helper.h"
+#include "derkit/asn_printable.h"
+#include "derkit/int2str.h"
+#include "derkit/t61.h"
+#include "platform/convi.h"
+
+namespace {
+
+std::string_view as_text(const blob_t& bytes) {
+    return std::string_view(reinterpret_cast<const char*>(bytes.data), bytes.size);
+}
+
+// Appends text with a backslash before every special character. Blanks, controls and bytes above
+// 0x7F are written as they are.
+void append_escaped(std::string_view text, std::string& out) {
+    while (!text.empty()) {
+        const auto special = std::find_if(text.begin() + 1, text.end(), is_special);
+        if (is_special(text.front())) {
+            out.push_back('\\');
+        }
+        out.append(text.begin(), special);
+        text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
+    }
+}
+
+// Appends dotted text. False for malformed content.
+bool append_dotted(const blob_t& oid, std::string& out) {
+    return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;
+}
+
+const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
+    return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);
+}
+
+class name_printer_t {
+  public:
+    name_printer_t(std::string& out, oid_map_handle_t map) : out_(out), map_(map) {}
+
+    // Name ::= SEQUENCE OF RelativeDistinguishedName                                 RFC 5280 4.1.2.4
+    // A comma stands behind every RDN, the last one too. What was written before a failure stays.
+    bool print_as_encoded(asn_cursor_t name) {
+        while (!name.empty()) {
+            if (!print_rdn(name.enter(asn_tag_t::SET))) {
+                return false;
+            }
+            out_.push_back(',');
+        }
+        return true;
+    }
+
+    // As above, last RDN first. Every RDN is reversed in place when it is finished and all of them together at the
+    // end, which brings each into its place in linear time. Of an RDN that fails nothing stays.
+    bool print_reversed(asn_cursor_t name) {
+        const std::size_t name_begin = out_.size();
+        bool done = true;
+        while (done && !name.empty()) {
+            const std::size_t rdn_begin = out_.size();
+            done = print_rdn(name.enter(asn_tag_t::SET));
+            if (done) {
+                out_.push_back(',');
+                reverse_from(rdn_begin);
+            } else {
+                out_.resize(rdn_begin);
+            }
+        }
+        reverse_from(name_begin);
+        return done;
+    }
+
+  private:
+    std::string& out_;
+    const oid_map_handle_t map_;
+    std::string utf8_; // a converted value, before its characters are escaped
+
+    void reverse_from(std::size_t begin) {
+        std::reverse(out_.begin() + static_cast<std::ptrdiff_t>(begin), out_.end());
+    }
+
+    // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+    bool print_rdn(asn_cursor_t rdn) {
+        for (;;) {
+            const asn_cursor_t attribute = rdn.enter(asn_tag_t::SEQUENCE);
+            if (!attribute.ok() || !print_attribute(attribute)) {
+                return false;
+            }
+            if (rdn.empty()) {
+                return true;
+            }
+            out_.push_back('+');
+        }
+    }
+
+    // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY DEFINED BY type }
+    bool print_attribute(asn_cursor_t attribute) {
+        const blob_t type = attribute.read(asn_tag_t::OBJECT_IDENTIFIER);
+        return attribute.ok() && print_type(type) && print_value(attribute.rest());
+    }
+
+    bool print_type(const blob_t& type) {
+        const OIDdescr_t* const entry = find_entry(type, map_);
+        if (entry != nullptr) {
+            out_.append(entry->oid_sn, entry->oid_sn_size);
+        } else if (!append_dotted(type, out_)) {
+            return false;
+        }
+        out_.push_back('=');
+        return true;
+    }
+
+    // `value` is all that stands behind the type. Bytes behind a string are not looked at.
+    bool print_value(const blob_t& value) {
+        const asn_tag_t::Type tag = value.size == 0 ? asn_tag_t::ANY : static_cast<asn_tag_t::Type>(value.data[0]);
+        switch (tag) {
+        case asn_tag_t::UTF8_STRING:
+        case asn_tag_t::NUMERIC_STRING:
+        case asn_tag_t::PRINTABLE_STRING:
+        case asn_tag_t::T61_STRING:
+        case asn_tag_t::IA5_STRING:
+        case asn_tag_t::UNIVERSAL_STRING:
+        case asn_tag_t::BMP_STRING: {
+            asn_cursor_t string(value);
+            const blob_t content = string.read(tag);
+            return string.ok() && print_string(tag, content);
+        }
+        default:
+            // Not a string, or nothing at all.
+            out_.push_back('#');
+            TO_HEX_STD_STRING(value.data, value.size, out_, '\0');
+            return true;
+        }
+    }
+
+    bool print_string(asn_tag_t::Type tag, const blob_t& content) {
+        const std::string_view text = as_text(content);
+        switch (tag) {
+        case asn_tag_t::NUMERIC_STRING:
+            return print_numeric(text);
+        case asn_tag_t::T61_STRING:
+            utf8_.clear();
+            return ldap_t61s_to_utf8s(text.data(), content.size, utf8_) && print_escaped(utf8_);
+        case asn_tag_t::UNIVERSAL_STRING:
+            return convert(convi(CONVI_UCS4_BE, CONVI_UTF8), content) && print_escaped(utf8_);
+        case asn_tag_t::BMP_STRING:
+            return convert(convi(CONVI_UCS2_BE, CONVI_UTF8), content) && print_escaped(utf8_);
+        default:
+            return print_escaped(text);
+        }
+    }
+
+    // Digits and spaces need no escapes.
+    bool print_numeric(std::string_view text) {
+        if (text.find_first_not_of("0123456789 ") != std::string_view::npos) {
+            return false;
+        }
+        out_.append(text);
+        return true;
+    }
+
+    bool print_escaped(std::string_view text) {
+        append_escaped(text, out_);
+        return true;
+    }
+
+    // An output size of 0 is a failure, so an empty string fails too.
+    bool convert(const convi& converter, const blob_t& content) {
+        const unsigned int size = converter.get_outsize(content.data, content.size);
+        if (size == 0) {
+            return false;
+        }
+        utf8_.resize(size);
+        return converter.convert_safe(content.data, content.size, utf8_.data(), size) != 0;
+    }
+};
+
+} // namespace
+
+bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string& out, PrintableDnOrder order,
+                         oid_map_handle_t map) {
+    asn_cursor_t in(der, len);
+    const asn_cursor_t name = in.enter(asn_tag_t::SEQUENCE);
+    if (!name.ok()) {
+        return false;
+    }
+    if (name.empty()) {
+        return true;
+    }
+    out.reserve(out.size() + name.size);
+    name_printer_t printer(out, map);
+    const bool done = order == PDN_ORDER_REVERSED ? printer.print_reversed(name) : printer.print_as_encoded(name);
+    if (done) {
+        out.pop_back(); // the comma behind the last RDN
+    }
+    return done;
+}
+
+bool asn_oid_to_printable(const unsigned char* der, unsigned int len, std::string& out, bool with_oid,
+                          oid_map_handle_t map) {
+    asn_cursor_t in(der, len);
+    const blob_t oid = in.read(asn_tag_t::OBJECT_IDENTIFIER);
+    if (!in.ok()) {
+        return false;
+    }
+    const OIDdescr_t* const entry = find_entry(oid, map);
+    if (entry != nullptr) {
+        out.assign(entry->oid_sn, entry->oid_sn_size);
+        return true;
+    }
+    const pki_alg_t alg = PKI_OID_TO_ALG(oid.data, oid.size);
+    if (alg == PKI_ALG_UNKNOWN) {
+        // Appended, unlike the names.
+        return append_dotted(oid, out);
+    }
+    out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
+    if (with_oid) {
+        out.push_back('(');
+        append_dotted(oid, out);
+        out.push_back(')');
+    }
+    return true;
+}

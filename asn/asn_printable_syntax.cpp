@@ -1,0 +1,181 @@
+#include "asn/asn_printable_syntax.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "derkit/asn_printable.h"
+
+namespace {
+
+bool is_blank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+bool is_separator(char c) {
+    return c == ',' || c == '+';
+}
+
+const char* skip_blanks(const char* p) {
+    while (is_blank(*p)) {
+        ++p;
+    }
+    return p;
+}
+
+// A type of separators alone is an empty type: "=x" and ",=x" do not parse, ",O=x" does.
+bool is_empty_type(const char* begin, const char* end) {
+    return std::all_of(begin, end, is_separator);
+}
+
+// Gives the '=' behind the type at `p`, or null.
+const char* parse_type(const char* p, RDNdescr_t& out) {
+    out.type_begin = p;
+    while (*p != '\0' && *p != '=' && !is_blank(*p)) {
+        ++p;
+    }
+    out.type_end = p;
+    p = skip_blanks(p);
+    return *p == '=' && !is_empty_type(out.type_begin, out.type_end) ? p : nullptr;
+}
+
+// Gives the separator or the zero that ends the value at `p`, or null when the text ends inside double quotes.
+const char* parse_value(const char* p, RDNdescr_t& out) {
+    out.value_begin = p;
+    bool quoted = false;
+    for (; *p != '\0' && (quoted || !is_separator(*p)); ++p) {
+        if (*p == '"') {
+            quoted = !quoted;
+        } else if (*p == '\\' && p[1] != '\0') {
+            ++p;
+        }
+    }
+    out.value_end = p;
+    return quoted ? nullptr : p;
+}
+
+std::string_view type_of(const RDNdescr_t& attribute) {
+    return std::string_view(attribute.type_begin, static_cast<std::size_t>(attribute.type_end - attribute.type_begin));
+}
+
+bool parse(const char* dn, std::vector<RDNdescr_t>& out) {
+    out.reserve(USUAL_NUM_ATTRIBUTES);
+    return printable_dn_parse(dn, out) != 0;
+}
+
+} // namespace
+
+int printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
+    const char* p = skip_blanks(dn);
+    if (*p == '\0') {
+        return 1;
+    }
+    RDNdescr_t attribute;
+    for (;;) {
+        const char* const equals_sign = parse_type(p, attribute);
+        if (equals_sign == nullptr) {
+            return 0;
+        }
+        const char* const end = parse_value(equals_sign + 1, attribute);
+        if (end == nullptr) {
+            return 0;
+        }
+        out.push_back(attribute);
+        if (*end == '\0') {
+            return 1;
+        }
+        attribute.plus_joined = *end == '+';
+        p = skip_blanks(end + 1); // nothing behind a separator is an empty type: an error
+    }
+}
+
+char* printable_dn_reverse(char* dn) {
+    std::vector<RDNdescr_t> attributes;
+    if (!parse(dn, attributes)) {
+        return nullptr;
+    }
+    if (attributes.size() < 2) {
+        return dn;
+    }
+    // Every RDN is reversed in place, then all of them together: each comes out as it was, in another place.
+    const auto in_text = [dn](const char* p) { return dn + (p - dn); };
+    for (auto first = attributes.cbegin(); first != attributes.cend();) {
+        const auto next =
+            std::find_if(first + 1, attributes.cend(), [](const RDNdescr_t& a) { return !a.plus_joined; });
+        char* begin = in_text(first->type_begin);
+        while (begin != dn && is_blank(begin[-1])) {
+            --begin;
+        }
+        std::reverse(begin, in_text((next - 1)->value_end));
+        first = next;
+    }
+    std::reverse(dn, in_text(attributes.back().value_end));
+    return dn;
+}
+
+bool printable_dn_get_attr(const char* dn, const char* type, std::string& out, PrintableDnGetAttr what) {
+    std::vector<RDNdescr_t> attributes;
+    if (!parse(dn, attributes)) {
+        return false;
+    }
+    const auto found = std::find_if(attributes.cbegin(), attributes.cend(),
+                                    [type](const RDNdescr_t& attribute) { return type_of(attribute) == type; });
+    if (found == attributes.cend()) {
+        return false;
+    }
+    const char* const begin = what == PDN_GET_ATTR_VALUE ? found->value_begin : found->type_begin;
+    out.append(begin, found->value_end);
+    return true;
+}
+
+bool printable_dn_contain_attrs(const char* dn, const char* rdns) {
+    const char* component = rdns; // where the pattern goes on after a mismatch
+    const char* pattern = rdns;
+    bool quoted = false;
+    bool matching = true;
+    char previous = '\0';
+    for (; *dn != '\0'; previous = *dn++) {
+        const char c = *dn;
+        if (previous != '\\') {
+            if (c == '"') {
+                quoted = !quoted;
+            }
+            if (c == ',' && !quoted && !matching) {
+                matching = true;
+                continue;
+            }
+        }
+        if (!matching) {
+            continue;
+        }
+        if (*pattern == '\0') {
+            return c == ',' && !quoted;
+        }
+        if (c == *pattern) {
+            ++pattern;
+            if (c == ',' && !quoted) {
+                component = pattern;
+            }
+        } else {
+            // A mismatch on a comma consumes it, so the RDN behind it is not tried.
+            pattern = component;
+            matching = false;
+        }
+    }
+    return *pattern == '\0';
+}
+
+bool printable_dn_C_before_CN(const char* dn) {
+    std::vector<RDNdescr_t> attributes;
+    if (!parse(dn, attributes)) {
+        return false;
+    }
+    bool seen_CN = false;
+    for (const RDNdescr_t& attribute : attributes) {
+        if (type_of(attribute) == "C") {
+            return !seen_CN;
+        }
+        seen_CN = seen_CN || type_of(attribute) == "CN";
+    }
+    return true;
+}

@@ -1,0 +1,70 @@
+#include "derkit/asn_reader.h"
+
+const unsigned char* asn1_read_tag(asn_tag_t::Type tag, const unsigned char* p, unsigned int size, unsigned int* len) {
+    if (size < 2) {
+        return nullptr;
+    }
+    if (tag != asn_tag_t::ANY && p[0] != tag) {
+        return nullptr;
+    }
+    const unsigned int first_length_octet = p[1];
+    if (first_length_octet < 0x80) {
+        *len = first_length_octet;
+        return size < first_length_octet + 2 ? nullptr : p + 2;
+    }
+    const unsigned int num_length_octets = first_length_octet & 0x7F;
+    const bool indefinite = num_length_octets == 0;
+    if (indefinite || num_length_octets > 4 || size < num_length_octets + 2) {
+        return nullptr;
+    }
+    // Padding zeros are accepted, and so is a long form where the short one would do (X.690 10.1 forbids both).
+    unsigned int length = 0;
+    for (unsigned int i = 0; i < num_length_octets; ++i) {
+        length = length << 8 | p[2 + i];
+    }
+    *len = length;
+    // The sum wraps for lengths near 2^32; asn_cursor_t refuses what then comes out.
+    return size < length + num_length_octets + 2 ? nullptr : p + 2 + num_length_octets;
+}
+
+bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, unsigned int max) {
+    // An empty content counts as success and says nothing about the value.
+    if (size == 0) {
+        return true;
+    }
+    const unsigned char* const content = static_cast<const unsigned char*>(p);
+    const bool negative = (content[0] & 0x80) != 0;
+    if (negative) {
+        return false;
+    }
+    // The bounds hold for every prefix but not for the complete value, so a fifth octet drops out at the top.
+    unsigned long long prefix = 0;
+    for (unsigned int i = 0; i + 1 < size; ++i) {
+        prefix = prefix << 8 | content[i];
+        if (prefix > 0xFFFFFFFF || prefix > max) {
+            return false;
+        }
+    }
+    value = static_cast<unsigned int>(prefix << 8 | content[size - 1]);
+    return true;
+}
+
+void asn_write_INTEGER(unsigned int value, std::string& out) {
+    if (value == 0) {
+        out.push_back('\0');
+        return;
+    }
+    // Zero octets are left out wherever they stand: 0x10080 is written 01 80.
+    bool first = true;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const unsigned int octet = value >> shift & 0xFF;
+        if (octet == 0) {
+            continue;
+        }
+        if (first && (octet & 0x80) != 0) {
+            out.push_back('\0');
+        }
+        out.push_back(static_cast<char>(octet));
+        first = false;
+    }
+}

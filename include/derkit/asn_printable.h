@@ -1,0 +1,108 @@
+/// @file
+/// Distinguished names: DER to one-line text and back, and operations on the text.
+///
+/// A printable DN is a line such as `CN=user1,OU=Sales+L=Town,O=Example,C=RU`: attributes `type=value`, joined
+/// by `+` within one RDN, RDNs joined by `,`. A value is plain, with backslash escapes (`\,` or two hexadecimal
+/// digits as in `\2C`), or stands in double quotes, or is `#` and the hexadecimal DER of a whole element.
+/// Types are short names of an OID map or dotted OIDs. Comparisons of types and texts are exact to the byte.
+///
+/// All functions are safe from any thread on distinct arguments; maps may be shared.
+/// The only exception that leaves them is std::bad_alloc.
+#ifndef DERKIT_ASN_PRINTABLE_H
+#define DERKIT_ASN_PRINTABLE_H
+
+#include <string>
+
+#include "derkit/asn_oidmap.h"
+#include "derkit/asn_types.h"
+
+/// What printable_dn_get_attr() hands back. Values other than PDN_GET_ATTR_VALUE count as PDN_GET_ATTR_PAIR.
+enum PrintableDnGetAttr : int {
+    PDN_GET_ATTR_PAIR = 0, ///< type, `=` and value exactly as written
+    PDN_GET_ATTR_VALUE = 1 ///< the value exactly as written: quotes and backslashes stay
+};
+
+/// Order of the RDNs in a text. Values other than PDN_ORDER_REVERSED count as PDN_ORDER_AS_ENCODED.
+enum PrintableDnOrder : int {
+    PDN_ORDER_AS_ENCODED = 0, ///< as in the DER
+    PDN_ORDER_REVERSED = 1    ///< last RDN of the DER first, as RFC 4514 writes names
+};
+
+/// Reverses the order of the RDNs of a zero-terminated DN in place.
+///
+/// Every RDN keeps its text and its own inner order. Blanks in front of an RDN travel with it:
+/// `CN=a, O=b` becomes ` O=b,CN=a`.
+///
+/// @return `dn`, or a null pointer when the text does not parse; the text is untouched then.
+DERKIT_API char* printable_dn_reverse(char* dn);
+
+/// Appends the first attribute whose type equals `type` to `out`.
+///
+/// @param dn    zero-terminated DN
+/// @param type  zero-terminated type; "cn" does not match "CN"
+/// @param out   receives the text behind what it holds; untouched when the result is false
+/// @param what  the whole pair or the value alone
+/// @return whether there is such an attribute; false also when `dn` does not parse.
+DERKIT_API bool printable_dn_get_attr(const char* dn, const char* type, std::string& out, PrintableDnGetAttr what);
+
+/// Tells whether the RDN texts of `rdns` stand in `dn` in the same order, others between them allowed.
+///
+/// A scan of the text alone: nothing is parsed and no blank is skipped, so `CN=a, O=b` does not contain `O=b`.
+/// A mismatch that is found on a comma of `dn` passes over the RDN behind it: `CN=a,CN=ab` does not contain
+/// `CN=ab`. An empty `rdns` is contained in an empty `dn` and in one that starts with a comma.
+DERKIT_API bool printable_dn_contain_attrs(const char* dn, const char* rdns);
+
+/// Tells whether no attribute `CN` stands before the first attribute `C`; true also without any `C`.
+/// False when `dn` does not parse.
+DERKIT_API bool printable_dn_C_before_CN(const char* dn);
+
+/// Appends the text of a DER Name (X.501 9.2) to `out`.
+///
+/// UTF8String, NumericString, PrintableString, T61String, IA5String, UniversalString and BMPString values
+/// become UTF-8 with `"`, `#`, `+`, `,`, `;`, `<`, `=`, `>` and `\` escaped by a backslash; values of other
+/// types become `#` and upper-case hexadecimal DER. Other bytes, controls too, are written as they are.
+///
+/// @param der    the Name, a SEQUENCE; bytes behind it are ignored
+/// @param len    bytes available from `der` on
+/// @param out    receives the text behind what it holds. After a failure in encoded order it keeps all that was
+///               written, in reversed order the finished RDNs, reversed, each with its comma.
+/// @param order  order of the RDNs
+/// @param map    names the attribute types; may be empty: types are dotted OIDs then
+/// @return false for malformed DER, for text that its string type does not allow and for an empty BMPString or
+///         UniversalString.
+DERKIT_API bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string& out,
+                                    PrintableDnOrder order, oid_map_handle_t map);
+
+/// Gives the display name of one DER OBJECT IDENTIFIER element.
+///
+/// The short name of `map`, else the algorithm's name, is assigned to `out`; the dotted text of an OID that
+/// has neither is appended to it.
+///
+/// @param der       the element: tag, length and content
+/// @param len       bytes available from `der` on
+/// @param with_oid  put the dotted text in parentheses behind an algorithm's name
+/// @param map       may be empty
+DERKIT_API bool asn_oid_to_printable(const unsigned char* der, unsigned int len, std::string& out, bool with_oid,
+                                     oid_map_handle_t map);
+
+/// Encodes a zero-terminated DN as a DER Name.
+///
+/// The string type follows the characters alone: PrintableString, else IA5String, else (a byte above 0x7F)
+/// UTF8String; a `#` value brings its own. The members of a multi-valued RDN are written in text order, not
+/// sorted as X.690 11.6 asks.
+///
+/// @param der  receives the whole element in place of what it held; untouched on failure
+/// @param map  short names of types; may be empty: only dotted OIDs are accepted then
+/// @return false when the text does not parse, a type is unknown or a value is malformed.
+DERKIT_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map);
+
+/// Brings a DN to its canonical text by encoding and printing it (PDN_ORDER_AS_ENCODED).
+///
+/// @param in   the DN, up to its first zero byte
+/// @param out  receives the text in place of what it held; untouched when `in` does not encode
+/// @param der  when not null, receives the DER Name; untouched when `in` does not encode
+/// @param map  serves both directions; may be empty
+/// @return false when `in` does not encode, or the DER does not print (a `#` value can bring such DER).
+DERKIT_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der, oid_map_handle_t map);
+
+#endif

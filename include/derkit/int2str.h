@@ -1,0 +1,80 @@
+/// @file
+/// Times, hexadecimal text and value-name tables.
+///
+/// All functions are safe from any thread on distinct arguments, TimeToString(long) excepted. The only exception
+/// that leaves them is std::bad_alloc.
+#ifndef DERKIT_INT2STR_H
+#define DERKIT_INT2STR_H
+
+#include <string>
+
+#include "derkit/asn_types.h"
+
+/// UTC calendar time in bit fields: year (63-40), month from 0 (39-32), day (31-24), hour (23-16), minute (15-8),
+/// second (7-0). A year below 1900 is invalid.
+typedef unsigned long long cert_time64_t;
+
+enum : cert_time64_t {
+    CERT_TIME64_INVALID = ~0ULL ///< the invalid time: what a failed parse gives
+};
+
+namespace i2s {
+/// Writes seconds since the epoch as local time "%Y.%m.%d %H:%M:%S".
+/// @return `buf`, or the constant text "0000.00.00 00:00:00" when the time cannot be broken down
+DERKIT_API const char* LogTimeToString(long t, char (&buf)[32]);
+} // namespace i2s
+
+/// Appends seconds since the epoch in the layout of ctime(), without its newline, or "Bad time". @return `out`
+DERKIT_API std::string& TimeToString(long t, std::string& out);
+
+/// As above, in the system library's static buffer, which the next call overwrites: not reentrant.
+DERKIT_API const char* TimeToString(long t);
+
+/// Appends "%d.%m.%Y %H:%M:%S GMT", or "Error time" for an invalid time. @return `out`
+DERKIT_API std::string& CertTimeToStringGMT(cert_time64_t t, std::string& out);
+
+/// Assigns "%Y.%m.%d %H:%M:%S GMT", or "0000.00.00 00:00:00" for an invalid time. @return `out`
+DERKIT_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& out);
+
+/// Appends the time as local time "%d.%m.%Y %H:%M:%S", or "Error time" for an invalid time. @return `out`
+DERKIT_API std::string& CertTimeToString(cert_time64_t t, std::string& out);
+
+/// Parses "year.month.day hour:minute:second"; fields need no leading zeros. The upper ends of month, day, hour,
+/// minute and second are not checked.
+/// @return the time, or CERT_TIME64_INVALID
+DERKIT_API cert_time64_t CertTimeFromLogStringGMT(const std::string& s);
+
+/// Seconds since the epoch, or -1 for an invalid time or a failed conversion. The offset from UTC is taken at the
+/// present moment, not at `t`.
+DERKIT_API long CertTimeTo_time_t(cert_time64_t t);
+
+/// One row of a value-name table. A table is an array of rows that a row with a null name ends; the members are
+/// called on its first row.
+struct IntToString {
+    unsigned int value = 0;
+    const char* name = nullptr;
+
+    /// Name of the first row with `value`, or `dflt` as it was passed in.
+    DERKIT_API const char* getString(unsigned int value, const char* dflt) const;
+
+    /// Value of the first row with `name`, without regard to ASCII case, or `dflt`.
+    DERKIT_API unsigned int getInt(const char* name, unsigned int dflt) const;
+};
+
+/// Names of the log levels.
+extern DERKIT_API const IntToString I2S_LOG_LEVEL[];
+
+/// Display names of the algorithm codes (pki_alg_t).
+extern DERKIT_API const IntToString I2S_PKI_ALG_T[];
+
+/// Writes bytes as upper-case hexadecimal digits.
+/// @param data  bytes
+/// @param len   their number; at least one byte is always converted, so never pass 0
+/// @param out   receives 2 * len characters, and len - 1 more when `sep` is set; no terminating zero
+/// @param sep   character between two bytes; NUL for none
+DERKIT_API void TO_HEX_STRING(const unsigned char* data, unsigned int len, char* out, char sep);
+
+/// Appends bytes as upper-case hexadecimal digits; no bytes append nothing. @return `out`
+DERKIT_API std::string& TO_HEX_STD_STRING(const unsigned char* data, unsigned int len, std::string& out, char sep);
+
+#endif

@@ -1,0 +1,100 @@
+/// @file
+/// PKCS#12 containers (RFC 7292) with cryptography supplied by the caller.
+///
+/// The only exception that the library itself throws is std::bad_alloc. Calls on distinct containers may run in
+/// parallel.
+#ifndef DERKIT_PKCS12_HELPER_H
+#define DERKIT_PKCS12_HELPER_H
+
+#include <list>
+#include <string>
+
+#include "derkit/asn_types.h"
+#include "derkit/pkcs8_helper.h"
+
+/// A view of BMPString content: UTF-16, big-endian.
+struct bmp_string_t {
+    unsigned int size = 0;               ///< number of bytes
+    const unsigned char* data = nullptr; ///< first byte
+};
+
+/// One key or certificate of a container.
+struct pkcs12_bag_t {
+    unsigned int type = 0;      ///< 0: private key, 1: certificate; writers take every value but 1 as a key
+    blob_t value;               ///< a complete PrivateKeyInfo element, or a DER certificate
+    bmp_string_t friendly_name; ///< content of friendlyName; size 0: absent
+    blob_t local_key_id;        ///< content of localKeyId; size 0: absent
+};
+
+/// The integrity block of a container.
+struct pkcs12_mac_t {
+    blob_t digest_alg;           ///< content of the digest's AlgorithmIdentifier; filled on reading, ignored on writing
+    blob_t digest;               ///< the MAC
+    blob_t salt;                 ///< macSalt
+    unsigned int iterations = 0; ///< iteration count; 1 when the file has none
+};
+
+/// A container: bags kept in the clear, bags kept encrypted, the MAC, and the plaintexts that bags point into.
+///
+/// It moves but does not copy: the bags of a copy would point into the source's plaintexts.
+struct pkcs12_easy_t {
+    std::list<pkcs12_bag_t> plain_bags;
+    std::list<pkcs12_bag_t> encrypted_bags;   ///< decrypted shrouded keys too
+    pkcs12_mac_t mac;                         ///< as read; written when make_mac declines
+    std::list<std::string> decrypted_buffers; ///< own every decrypted plaintext; do not change them
+
+    pkcs12_easy_t() = default;
+    pkcs12_easy_t(pkcs12_easy_t&&) = default;
+    pkcs12_easy_t& operator=(pkcs12_easy_t&&) = default;
+    pkcs12_easy_t(const pkcs12_easy_t&) = delete;
+    pkcs12_easy_t& operator=(const pkcs12_easy_t&) = delete;
+    ~pkcs12_easy_t() = default;
+};
+
+/// The cryptography of a container, implemented by the caller.
+///
+/// The library calls the four operations in the thread that called it; it never creates, copies or destroys the
+/// object. Their order is part of the binary interface.
+class pbe_crypto_t {
+  public:
+    /// Tells whether `mac` matches `data`, the complete OCTET STRING element (04, length, content) inside authSafe.
+    virtual bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) = 0;
+
+    /// Fills `digest`, `salt` and `iterations` of `mac` for the same kind of data. What the views point to must
+    /// stay valid until the writer returns. False: no MAC was made, the container's own is written.
+    virtual bool make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac) = 0;
+
+    /// Decrypts `data` under `params` into `out`, which arrives empty. False: cannot be decrypted.
+    virtual bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) = 0;
+
+    /// Chooses `params` and puts the ciphertext of `data` into `out`. The result is not looked at.
+    virtual bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) = 0;
+
+  protected:
+    // Not virtual: a virtual destructor would take slots of the vtable.
+    ~pbe_crypto_t() = default;
+};
+
+/// Reads the content of a MacData SEQUENCE.
+/// @param data  the content, without the SEQUENCE's own header
+/// @param mac   views into `data`; may be partly filled after a failure
+DERKIT_API bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& mac);
+
+/// Reads a PFX.
+///
+/// The MAC is verified before anything inside is parsed. Entries that are of another kind, or that cannot be
+/// decrypted, are skipped.
+///
+/// @param data    the file's bytes; they must outlive the container, whose bags point into them
+/// @param crypto  never null
+/// @param easy    receives bags behind what it holds; after a failure it keeps those read so far, and all its
+///                views stay valid
+DERKIT_API bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* crypto, pkcs12_easy_t& easy);
+
+/// Writes a PFX and assigns it to `out`: the plain bags in one id-data entry, the encrypted bags in one
+/// id-encryptedData entry. Departs from RFC 7292 in two places: the MAC covers the whole OCTET STRING element, and
+/// the encrypted plaintext is an OCTET STRING around the SafeContents.
+/// @param crypto  never null
+DERKIT_API void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out);
+
+#endif

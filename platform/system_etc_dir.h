@@ -1,0 +1,10 @@
+// Where the system keeps its configuration. A stand-in that an integrator replaces by linking another one.
+#ifndef DERKIT_SYSTEM_ETC_DIR_H
+#define DERKIT_SYSTEM_ETC_DIR_H
+
+#include <string>
+
+// The system configuration directory, with its final slash.
+std::string systemEtcDir();
+
+#endif
