@@ -11,11 +11,11 @@
 #include "derkit/asn_types.h"
 
 // Octets kept free in front of the content: an identifier and at most five length octets.
-constexpr unsigned int HEADER_ROOM = 6;
+inline constexpr unsigned int HEADER_ROOM = 6;
 // Octets that a growth step leaves free behind the content.
-constexpr unsigned int GROWTH_SLACK = 16;
+inline constexpr unsigned int GROWTH_SLACK = 16;
 // The largest content whose buffer size still fits 32 bits.
-constexpr unsigned int MAX_CONTENT_SIZE = 0xFFFFFFFF - HEADER_ROOM - GROWTH_SLACK;
+inline constexpr unsigned int MAX_CONTENT_SIZE = 0xFFFFFFFF - HEADER_ROOM - GROWTH_SLACK;
 
 // Inline octets of a node: its first header is written into them, so no node but the one without any has less than
 // header room.
@@ -152,7 +152,7 @@ template <unsigned int N> struct asn_tag_t_ {
     }
 
     unsigned char length_octet(unsigned int index) const {
-        return index < 4 ? static_cast<unsigned char>(content_size >> (8 * index)) : 0;
+        return static_cast<unsigned char>(index < 4 ? content_size >> (8 * index) : 0);
     }
 };
 

@@ -30,7 +30,7 @@ struct RDNdescr_t {
 };
 
 // Attributes that callers of printable_dn_parse() make room for beforehand.
-constexpr unsigned int USUAL_NUM_ATTRIBUTES = 10;
+inline constexpr unsigned int USUAL_NUM_ATTRIBUTES = 10;
 
 // Splits a zero-terminated DN into its attributes, in text order.
 //
