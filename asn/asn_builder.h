@@ -66,7 +66,12 @@ template <unsigned int N> struct asn_tag_t_ {
         write_header();
     }
 
-    // As above. Text of more than 32 bits of size is refused like content that is too large.
+    // Appends a constant.
+    template <unsigned int M> void add_array(const unsigned char (&bytes)[M]) {
+        add_bytes(bytes, M);
+    }
+
+    // Appends text, or bytes that a string holds. Text of more than 32 bits of size is refused like content that is too large.
     void add_text(std::string_view text) {
         if (text.size() > MAX_CONTENT_SIZE) {
             throw std::bad_alloc();

@@ -2,6 +2,9 @@
 #ifndef DERKIT_ASN_CURSOR_H
 #define DERKIT_ASN_CURSOR_H
 
+#include <algorithm>
+#include <string>
+
 #include "derkit/asn_reader.h"
 #include "derkit/asn_types.h"
 
@@ -21,6 +24,11 @@ struct asn_cursor_t {
     asn_cursor_t(const void* data, unsigned int data_size)
         : p(static_cast<const unsigned char*>(data)), size(data_size) {}
     explicit asn_cursor_t(const blob_t& bytes) : p(bytes.data), size(bytes.size) {}
+    // Sizes are of 32 bits: a longer string is read up to there.
+    explicit asn_cursor_t(const std::string& bytes)
+        : asn_cursor_t(bytes.data(), static_cast<unsigned int>(std::min<std::size_t>(bytes.size(), 0xFFFFFFFF))) {}
+
+    explicit asn_cursor_t(std::string&&) = delete; // would view what is gone at once
 
     bool ok() const { return ok_; }
     bool empty() const { return size == 0; }
@@ -45,6 +53,13 @@ struct asn_cursor_t {
         p = content + content_size;
         size = available - content_size;
         return make_view(content, content_size);
+    }
+
+    // Reads an element and gives all of it, header included.
+    blob_t read_element(asn_tag_t::Type tag) {
+        const unsigned char* const begin = p;
+        read(tag);
+        return ok_ ? make_view(begin, static_cast<unsigned int>(p - begin)) : blob_t();
     }
 
     // Reads an element and gives a cursor over its content; a failed one when there is no such element.

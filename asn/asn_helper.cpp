@@ -1,6 +1,5 @@
 #include "derkit/asn_helper.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "asn/asn_alg_tables.h"
@@ -128,8 +127,7 @@ void asn_add_alg_to_digest(std::string& digest, pki_alg_t hash) {
 // The parameters must be there, whatever they are, and so must the digest; bytes behind it are ignored.
 bool asn_read_alg_from_digest(asn_algorid_t* out, const std::string& digest_info) {
     *out = asn_algorid_t();
-    const std::size_t size = std::min<std::size_t>(digest_info.size(), 0xFFFFFFFF);
-    asn_cursor_t in(digest_info.data(), static_cast<unsigned int>(size));
+    asn_cursor_t in(digest_info);
     asn_cursor_t info = in.enter(asn_tag_t::SEQUENCE);
     asn_cursor_t algorithm = info.enter(asn_tag_t::SEQUENCE);
     out->oid = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);

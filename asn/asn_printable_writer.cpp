@@ -123,7 +123,7 @@ bool decode_hex(std::string_view digits, std::string& buffer, value_t& out) {
         buffer.push_back(byte);
     }
     out.tag = static_cast<asn_tag_t::Type>(buffer[0]);
-    asn_cursor_t der(buffer.data(), static_cast<unsigned int>(buffer.size()));
+    asn_cursor_t der(buffer);
     const blob_t content = der.read(out.tag);
     out.content = std::string_view(reinterpret_cast<const char*>(content.data), content.size);
     return der.ok();

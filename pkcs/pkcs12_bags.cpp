@@ -1,0 +1,183 @@
+#include "pkcs/pkcs12_bags.h"
+
+#include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
+
+namespace {
+
+// 1.2.840.113549.1.12.10.1.1
+constexpr unsigned char g_oid_pkcs12_id_keyBag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x01};
+// 1.2.840.113549.1.12.10.1.2
+constexpr unsigned char g_oid_pkcs12_id_shroudedKeyBag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                                            0x01, 0x0C, 0x0A, 0x01, 0x02};
+// 1.2.840.113549.1.12.10.1.3
+constexpr unsigned char g_oid_pkcs12_id_certBag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x03};
+// 1.2.840.113549.1.9.22.1
+constexpr unsigned char g_oid_pkcs9_ct_x509Certificate[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x16, 0x01};
+// 1.2.840.113549.1.9.20
+constexpr unsigned char g_oid_pkcs9_at_friendlyName[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x14};
+// 1.2.840.113549.1.9.21
+constexpr unsigned char g_oid_pkcs9_at_localKeyId[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x15};
+
+// PKCS12Attribute ::= SEQUENCE { attrId OBJECT IDENTIFIER, attrValues SET OF ANY }                  RFC 7292 4.2
+// The first value counts, further ones are ignored. Other attributes are ignored too; a repeated one overwrites.
+bool read_attribute(asn_cursor_t attribute, pkcs12_bag_t& bag) {
+    const blob_t id = attribute.read(asn_tag_t::OBJECT_IDENTIFIER);
+    asn_cursor_t values = attribute.enter(asn_tag_t::SET);
+    if (!values.ok()) {
+        return false;
+    }
+    if (asn_oid_equal_(id, g_oid_pkcs9_at_friendlyName)) {
+        const blob_t name = values.read(asn_tag_t::BMP_STRING);
+        bag.friendly_name.size = name.size;
+        bag.friendly_name.data = name.data;
+    } else if (asn_oid_equal_(id, g_oid_pkcs9_at_localKeyId)) {
+        bag.local_key_id = values.read(asn_tag_t::OCTET_STRING);
+    }
+    return values.ok();
+}
+
+bool read_attributes(asn_cursor_t attributes, pkcs12_bag_t& bag) {
+    while (!attributes.empty()) {
+        if (!read_attribute(attributes.enter(asn_tag_t::SEQUENCE), bag)) {
+            return false;
+        }
+    }
+    return attributes.ok();
+}
+
+// CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }            RFC 7292 4.2.3
+// Any certId is accepted.
+bool read_certificate(const blob_t& bag_value, blob_t& certificate) {
+    asn_cursor_t in(bag_value);
+    asn_cursor_t cert_bag = in.enter(asn_tag_t::SEQUENCE);
+    cert_bag.skip(asn_tag_t::OBJECT_IDENTIFIER);
+    asn_cursor_t cert_value = cert_bag.enter(asn_tag_t::CONTEXT_0);
+    certificate = cert_value.read(asn_tag_t::OCTET_STRING);
+    return cert_value.ok();
+}
+
+// A key that is encrypted in another way, or that cannot be decrypted, is no error: its bag is left out.
+void read_shrouded_key(const blob_t& bag_value, pkcs12_bag_t& bag, const pkcs12_easy_wrap_t& wrap) {
+    pkcs8_encrypted_pki_gost_t key;
+    if (!asn_read_pkcs8_encrypted_pki_gost(bag_value.data, bag_value.size, key)) {
+        return;
+    }
+    std::string plaintext;
+    if (!wrap.crypto->decrypt(key.pbe, key.encrypted_data.data, key.encrypted_data.size, plaintext)) {
+        return;
+    }
+    // The bag views the bytes where they stay.
+    wrap.easy->decrypted_buffers.emplace_back();
+    wrap.easy->decrypted_buffers.back().swap(plaintext);
+    bag.type = PKCS12_BAG_KEY;
+    bag.value = asn_cursor_t(wrap.easy->decrypted_buffers.back()).rest();
+    wrap.easy->encrypted_bags.push_back(bag);
+}
+
+// SafeBag ::= SEQUENCE { bagId OBJECT IDENTIFIER, bagValue [0] EXPLICIT ANY,                        RFC 7292 4.2
+//   bagAttributes SET OF PKCS12Attribute OPTIONAL }
+// Bags of other kinds are left out, but their attributes must be well-formed too.
+bool read_bag(asn_cursor_t safe_bag, std::list<pkcs12_bag_t>& bags, const pkcs12_easy_wrap_t& wrap) {
+    pkcs12_bag_t bag;
+    const blob_t id = safe_bag.read(asn_tag_t::OBJECT_IDENTIFIER);
+    const blob_t value = safe_bag.read(asn_tag_t::CONTEXT_0);
+    if (!safe_bag.ok()) {
+        return false;
+    }
+    if (safe_bag.next_is(asn_tag_t::SET) && !read_attributes(safe_bag.enter(asn_tag_t::SET), bag)) {
+        return false;
+    }
+    if (asn_oid_equal_(id, g_oid_pkcs12_id_keyBag)) {
+        bag.type = PKCS12_BAG_KEY;
+        bag.value = value;
+        bags.push_back(bag);
+    } else if (asn_oid_equal_(id, g_oid_pkcs12_id_shroudedKeyBag)) {
+        read_shrouded_key(value, bag, wrap);
+    } else if (asn_oid_equal_(id, g_oid_pkcs12_id_certBag)) {
+        bag.type = PKCS12_BAG_CERTIFICATE;
+        if (!read_certificate(value, bag.value)) {
+            return false;
+        }
+        bags.push_back(bag);
+    }
+    return true;
+}
+
+// An empty value writes nothing.
+template <unsigned int N, typename T>
+void asn_write_pkcs12_attr(const unsigned char (&oid)[N], asn_tag_t::Type value_tag, const T& value,
+                           asn_tag_t_<0>& out) {
+    if (value.size == 0) {
+        return;
+    }
+    asn_tag_t_<16> id(asn_tag_t::OBJECT_IDENTIFIER);
+    id.add_array(oid);
+    asn_tag_t_<128> attribute_value(value_tag);
+    attribute_value.add_bytes(value.data, value.size);
+    asn_tag_t_<128> values(asn_tag_t::SET);
+    values.add_node(attribute_value);
+    asn_tag_t_<256> attribute(asn_tag_t::SEQUENCE);
+    attribute.add_node(id);
+    attribute.add_node(values);
+    out.add_node(attribute);
+}
+
+// What [0] of a certBag holds.
+void write_certificate(const blob_t& certificate, asn_tag_t_<0>& out) {
+    asn_tag_t_<16> id(asn_tag_t::OBJECT_IDENTIFIER);
+    id.add_array(g_oid_pkcs9_ct_x509Certificate);
+    asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
+    octets.add_bytes(certificate.data, certificate.size);
+    asn_tag_t_<0> value(asn_tag_t::CONTEXT_0);
+    value.add_node(octets);
+    asn_tag_t_<0> cert_bag(asn_tag_t::SEQUENCE);
+    cert_bag.add_node(id);
+    cert_bag.add_node(value);
+    out.add_node(cert_bag);
+}
+
+} // namespace
+
+// SafeContents ::= SEQUENCE OF SafeBag                                                              RFC 7292 4.2
+bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypted, pkcs12_easy_wrap_t& wrap) {
+    asn_cursor_t in(data, size);
+    asn_cursor_t safe_contents = in.enter(asn_tag_t::SEQUENCE);
+    std::list<pkcs12_bag_t>& bags = from_encrypted ? wrap.easy->encrypted_bags : wrap.easy->plain_bags;
+    while (!safe_contents.empty()) {
+        if (!read_bag(safe_contents.enter(asn_tag_t::SEQUENCE), bags, wrap)) {
+            return false;
+        }
+    }
+    return safe_contents.ok();
+}
+
+void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
+    asn_tag_t_<0> safe_contents(asn_tag_t::SEQUENCE);
+    safe_contents.add_bytes(nullptr, 0); // a list without bags is an element too
+    for (const pkcs12_bag_t& bag : bags) {
+        asn_write_pkcs12_bag(bag, safe_contents);
+    }
+    out.add_node(safe_contents);
+}
+
+void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
+    asn_tag_t_<32> id(asn_tag_t::OBJECT_IDENTIFIER);
+    asn_tag_t_<0> value(asn_tag_t::CONTEXT_0);
+    if (bag.type == PKCS12_BAG_CERTIFICATE) {
+        id.add_array(g_oid_pkcs12_id_certBag);
+        write_certificate(bag.value, value);
+    } else {
+        id.add_array(g_oid_pkcs12_id_keyBag);
+        value.add_bytes(bag.value.data, bag.value.size);
+    }
+    asn_tag_t_<0> attributes(asn_tag_t::SET);
+    asn_write_pkcs12_attr(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, bag.friendly_name, attributes);
+    asn_write_pkcs12_attr(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, bag.local_key_id, attributes);
+
+    asn_tag_t_<0> safe_bag(asn_tag_t::SEQUENCE);
+    safe_bag.add_node(id);
+    safe_bag.add_node(value);
+    safe_bag.add_node(attributes); // adds nothing when no attribute was written
+    out.add_member(safe_bag);
+}

@@ -1,0 +1,193 @@
+#include "derkit/pkcs12_helper.h"
+
+#include "asn/asn_builder.h"
+#include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
+#include "pkcs/pkcs12_bags.h"
+#include "pkcs/pkcs12_mac.h"
+#include "pkcs/pkcs7.h"
+
+namespace {
+
+constexpr unsigned char PFX_VERSION = 3;
+constexpr unsigned char ENCRYPTED_DATA_VERSION = 0;
+
+// A version of one octet may have any value; of a longer one only the first octet counts.
+bool is_accepted_version(const blob_t& version, unsigned char expected) {
+    return version.size == 1 || (version.size != 0 && version.data[0] == expected);
+}
+
+// A plaintext that bags are about to view. It sits in its list node from the start, so that its bytes stay where they
+// are, and goes to the back of the container's buffers, behind those of its own bags, however reading ends.
+class kept_plaintext_t {
+  public:
+    kept_plaintext_t(std::list<std::string>& buffers, std::string& plaintext) : buffers_(buffers), own_(1) {
+        own_.front().swap(plaintext);
+    }
+    ~kept_plaintext_t() { buffers_.splice(buffers_.end(), own_); }
+    kept_plaintext_t(const kept_plaintext_t&) = delete;
+    kept_plaintext_t& operator=(const kept_plaintext_t&) = delete;
+
+    const std::string& bytes() const { return own_.front(); }
+
+  private:
+    std::list<std::string>& buffers_;
+    std::list<std::string> own_;
+};
+
+bool read_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
+    blob_t safe_contents;
+    return asn_read_pkcs7_data(content.data, content.size, safe_contents) &&
+           asn_read_pkcs12_bags(safe_contents.data, safe_contents.size, false, wrap);
+}
+
+// EncryptedData ::= SEQUENCE { version Version, encryptedContentInfo EncryptedContentInfo, ... }    RFC 2315 13
+// EncryptedContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER,                                RFC 2315 10.1
+//   contentEncryptionAlgorithm AlgorithmIdentifier, encryptedContent [0] IMPLICIT OCTET STRING OPTIONAL }
+// All of it is read, one element at its end included, before anything is judged. The encrypted content must be there.
+// The entry is left out when it holds something else than id-data, when it is encrypted in another way and when it
+// cannot be decrypted. The plaintext is an OCTET STRING around the SafeContents.
+bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
+    asn_cursor_t in(content);
+    asn_cursor_t encrypted_data = in.enter(asn_tag_t::SEQUENCE);
+    const blob_t version = encrypted_data.read(asn_tag_t::INTEGER);
+    asn_cursor_t info = encrypted_data.enter(asn_tag_t::SEQUENCE);
+    const blob_t content_type = info.read(asn_tag_t::OBJECT_IDENTIFIER);
+    const blob_t algorithm = info.read(asn_tag_t::SEQUENCE);
+    const blob_t ciphertext = info.read(asn_tag_t::CONTEXT_0_PRIMITIVE);
+    if (!encrypted_data.empty()) {
+        encrypted_data.skip(asn_tag_t::ANY);
+    }
+    if (!info.ok() || !encrypted_data.ok() || !is_accepted_version(version, ENCRYPTED_DATA_VERSION)) {
+        return false;
+    }
+    pkcs5_pbe_gost_t pbe;
+    if (!asn_oid_equal_(content_type, g_oid_pkcs7_id_data) ||
+        !asn_read_pkcs5_pbe_gost(algorithm.data, algorithm.size, pbe)) {
+        return true;
+    }
+    std::string decrypted;
+    if (!wrap.crypto->decrypt(pbe, ciphertext.data, ciphertext.size, decrypted)) {
+        return true;
+    }
+    kept_plaintext_t plaintext(wrap.easy->decrypted_buffers, decrypted);
+    asn_cursor_t octets(plaintext.bytes());
+    const blob_t safe_contents = octets.read(asn_tag_t::OCTET_STRING);
+    return octets.ok() && asn_read_pkcs12_bags(safe_contents.data, safe_contents.size, true, wrap);
+}
+
+// One entry of the AuthenticatedSafe; entries of other content types are left out.
+bool read_entry(asn_cursor_t entry, pkcs12_easy_wrap_t& wrap) {
+    pkcs7_content_info_t info;
+    const blob_t bytes = entry.rest();
+    if (!asn_read_pkcs7_ContentInfo(bytes.data, bytes.size, info)) {
+        return false;
+    }
+    if (asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data)) {
+        return read_data(info.content, wrap);
+    }
+    if (asn_oid_equal_(info.content_type, g_oid_pkcs7_id_encrypted_data)) {
+        return read_encrypted_data(info.content, wrap);
+    }
+    return true;
+}
+
+// AuthenticatedSafe ::= SEQUENCE OF ContentInfo                                                     RFC 7292 4.1
+bool read_authenticated_safe(const blob_t& octets, pkcs12_easy_wrap_t& wrap) {
+    asn_cursor_t in(octets);
+    asn_cursor_t entries = in.enter(asn_tag_t::SEQUENCE);
+    while (!entries.empty()) {
+        if (!read_entry(entries.enter(asn_tag_t::SEQUENCE), wrap)) {
+            return false;
+        }
+    }
+    return entries.ok();
+}
+
+void write_plain_entry(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& authenticated_safe) {
+    asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
+    asn_write_pkcs12_bags(bags, octets);
+    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, authenticated_safe);
+}
+
+void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto,
+                           asn_tag_t_<0>& authenticated_safe) {
+    asn_tag_t_<0> plaintext(asn_tag_t::OCTET_STRING);
+    asn_write_pkcs12_bags(bags, plaintext);
+    pkcs5_pbe_gost_t pbe;
+    std::string ciphertext;
+    crypto->encrypt(plaintext.encoding(), plaintext.encoding_size(), pbe, ciphertext);
+    std::string algorithm;
+    asn_write_pkcs5_pbe_gost(pbe, algorithm);
+
+    asn_tag_t_<16> content_type(asn_tag_t::OBJECT_IDENTIFIER);
+    content_type.add_array(g_oid_pkcs7_id_data);
+    asn_tag_t_<0> encrypted_content(asn_tag_t::CONTEXT_0_PRIMITIVE);
+    encrypted_content.add_text(ciphertext);
+    asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
+    info.add_node(content_type);
+    info.add_text(algorithm);
+    info.add_node(encrypted_content);
+
+    asn_tag_t_<8> version(asn_tag_t::INTEGER);
+    version.add_bytes(&ENCRYPTED_DATA_VERSION, 1);
+    asn_tag_t_<0> encrypted_data(asn_tag_t::SEQUENCE);
+    encrypted_data.add_node(version);
+    encrypted_data.add_node(info);
+    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, sizeof g_oid_pkcs7_id_encrypted_data, encrypted_data,
+                                authenticated_safe);
+}
+
+} // namespace
+
+// PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData OPTIONAL }              RFC 7292 4
+// The MacData must be there, and the content must be id-data. The MAC is over all that [0] holds, and nothing in
+// there is parsed before it is verified. Bytes behind any element are ignored.
+bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* crypto, pkcs12_easy_t& easy) {
+    asn_cursor_t in(data, size);
+    asn_cursor_t pfx = in.enter(asn_tag_t::SEQUENCE);
+    const blob_t version = pfx.read(asn_tag_t::INTEGER);
+    const blob_t auth_safe = pfx.read(asn_tag_t::SEQUENCE);
+    blob_t mac_data;
+    if (pfx.next_is(asn_tag_t::SEQUENCE)) {
+        mac_data = pfx.read(asn_tag_t::SEQUENCE);
+    }
+    pkcs7_content_info_t info;
+    if (!pfx.ok() || !is_accepted_version(version, PFX_VERSION) ||
+        !asn_read_pkcs7_ContentInfo(auth_safe.data, auth_safe.size, info) ||
+        !asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data)) {
+        return false;
+    }
+    if (!asn_read_pkcs12_MacData(mac_data.data, mac_data.size, easy.mac) ||
+        !crypto->verify_mac(easy.mac, info.content.data, info.content.size)) {
+        return false;
+    }
+    blob_t authenticated_safe;
+    pkcs12_easy_wrap_t wrap = {&easy, crypto};
+    return asn_read_pkcs7_data(info.content.data, info.content.size, authenticated_safe) &&
+           read_authenticated_safe(authenticated_safe, wrap);
+}
+
+void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out) {
+    asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
+    authenticated_safe.add_bytes(nullptr, 0); // a container without bags has an empty one
+    if (!easy.plain_bags.empty()) {
+        write_plain_entry(easy.plain_bags, authenticated_safe);
+    }
+    if (!easy.encrypted_bags.empty()) {
+        write_encrypted_entry(easy.encrypted_bags, crypto, authenticated_safe);
+    }
+    asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
+    octets.add_node(authenticated_safe);
+
+    pkcs12_mac_t fresh_mac;
+    const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
+
+    asn_tag_t_<8> version(asn_tag_t::INTEGER);
+    version.add_bytes(&PFX_VERSION, 1);
+    asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
+    pfx.add_node(version);
+    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, pfx);
+    asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);
+    pfx.assign_to(out);
+}

@@ -1,0 +1,67 @@
+#include "pkcs/pkcs12_mac.h"
+
+#include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
+
+namespace {
+
+// 1.2.643.2.2.9
+constexpr unsigned char g_oid_GOSTR3411[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x09};
+
+constexpr unsigned int DEFAULT_ITERATIONS = 1;
+
+} // namespace
+
+// MacData ::= SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER DEFAULT 1 }       RFC 7292 4
+// DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
+// The algorithm is not judged, bytes at the end are ignored, and an empty INTEGER stands for the default.
+bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& mac) {
+    asn_cursor_t in(data, size);
+    asn_cursor_t digest_info = in.enter(asn_tag_t::SEQUENCE);
+    mac.digest_alg = digest_info.read(asn_tag_t::SEQUENCE);
+    mac.digest = digest_info.read(asn_tag_t::OCTET_STRING);
+    if (!digest_info.ok()) {
+        return false;
+    }
+    mac.salt = in.read(asn_tag_t::OCTET_STRING);
+    blob_t iterations;
+    if (in.next_is(asn_tag_t::INTEGER)) {
+        iterations = in.read(asn_tag_t::INTEGER);
+    }
+    if (!in.ok()) {
+        return false;
+    }
+    if (iterations.size == 0) {
+        mac.iterations = DEFAULT_ITERATIONS;
+        return true;
+    }
+    return asn_read_INTEGER(iterations.data, iterations.size, mac.iterations, 0xFFFFFFFF);
+}
+
+void asn_write_pkcs12_MacData(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
+    asn_tag_t_<16> algorithm_oid(asn_tag_t::OBJECT_IDENTIFIER);
+    algorithm_oid.add_array(g_oid_GOSTR3411);
+    const asn_tag_t_<8> null(asn_tag_t::NULL_VALUE);
+    asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
+    algorithm.add_node(algorithm_oid);
+    algorithm.add_node(null);
+
+    asn_tag_t_<64> digest(asn_tag_t::OCTET_STRING);
+    digest.add_bytes(mac.digest.data, mac.digest.size);
+    asn_tag_t_<96> digest_info(asn_tag_t::SEQUENCE);
+    digest_info.add_node(algorithm);
+    digest_info.add_node(digest);
+
+    asn_tag_t_<40> salt(asn_tag_t::OCTET_STRING);
+    salt.add_bytes(mac.salt.data, mac.salt.size);
+    std::string count;
+    asn_write_INTEGER(mac.iterations, count);
+    asn_tag_t_<16> iterations(asn_tag_t::INTEGER);
+    iterations.add_text(count);
+
+    asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
+    mac_data.add_node(digest_info);
+    mac_data.add_node(salt);
+    mac_data.add_node(iterations);
+    out.add_node(mac_data);
+}

@@ -1,0 +1,115 @@
+#include "pkcs/pkcs5_pbes2.h"
+
+#include "asn/asn_builder.h"
+#include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
+
+namespace {
+
+// 1.2.840.113549.1.5.13
+constexpr unsigned char g_oid_PBES2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x0D};
+// 1.2.840.113549.1.5.12
+constexpr unsigned char g_oid_PBKDF2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x0C};
+// 1.2.643.2.2.10
+constexpr unsigned char g_oid_HMAC_GOSTR3411[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x0A};
+// 1.2.643.2.2.21
+constexpr unsigned char g_oid_gost28147_89[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x15};
+// 1.2.643.2.2.31.1
+constexpr unsigned char g_oid_encryptionParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x1F, 0x01};
+
+// The content of keyDerivationFunc.
+//
+// PBKDF2-params ::= SEQUENCE {                                                                      RFC 8018 A.2
+//   salt CHOICE { specified OCTET STRING, ... }, iterationCount INTEGER,
+//   keyLength INTEGER OPTIONAL, prf AlgorithmIdentifier DEFAULT hmacWithSHA1 }
+// The key length is ignored. The prf must be HMAC GOST R 34.11-94 with some parameters; there is no default.
+bool read_pbkdf2(asn_cursor_t derivation, pkcs5_pbe_gost_t& out) {
+    const blob_t function = derivation.read(asn_tag_t::OBJECT_IDENTIFIER);
+    asn_cursor_t params = derivation.enter(asn_tag_t::SEQUENCE);
+    out.salt = params.read(asn_tag_t::OCTET_STRING);
+    const blob_t iterations = params.read(asn_tag_t::INTEGER);
+    if (params.next_is(asn_tag_t::INTEGER)) {
+        params.skip(asn_tag_t::INTEGER);
+    }
+    asn_cursor_t prf = params.enter(asn_tag_t::SEQUENCE);
+    const blob_t prf_oid = prf.read(asn_tag_t::OBJECT_IDENTIFIER);
+    prf.skip(asn_tag_t::ANY);
+    return prf.ok() && asn_oid_equal_(function, g_oid_PBKDF2) && asn_oid_equal_(prf_oid, g_oid_HMAC_GOSTR3411) &&
+           asn_read_INTEGER(iterations.data, iterations.size, out.iterations, 0xFFFFFFFF);
+}
+
+} // namespace
+
+// PBES2-params ::= SEQUENCE {                                                                       RFC 8018 A.4
+//   keyDerivationFunc AlgorithmIdentifier, encryptionScheme AlgorithmIdentifier }
+// Gost28147-89-Parameters ::= SEQUENCE {                                                            RFC 4490 5.1.1
+//   iv OCTET STRING, encryptionParamSet OBJECT IDENTIFIER }
+// The encryption parameter set must be there and is not compared. Everything is read before the first two OIDs are
+// judged; only then the key derivation is taken apart. Elements behind those listed are ignored.
+bool asn_read_pkcs5_PBES2(const void* data, unsigned int size, pkcs5_pbe_gost_t& out) {
+    asn_cursor_t in(data, size);
+    const blob_t algorithm = in.read(asn_tag_t::OBJECT_IDENTIFIER);
+    asn_cursor_t params = in.enter(asn_tag_t::SEQUENCE);
+    const asn_cursor_t derivation = params.enter(asn_tag_t::SEQUENCE);
+    asn_cursor_t encryption = params.enter(asn_tag_t::SEQUENCE);
+    const blob_t cipher = encryption.read(asn_tag_t::OBJECT_IDENTIFIER);
+    asn_cursor_t cipher_params = encryption.enter(asn_tag_t::SEQUENCE);
+    out.iv = cipher_params.read(asn_tag_t::OCTET_STRING);
+    cipher_params.skip(asn_tag_t::OBJECT_IDENTIFIER);
+    return cipher_params.ok() && asn_oid_equal_(algorithm, g_oid_PBES2) && asn_oid_equal_(cipher, g_oid_gost28147_89) &&
+           read_pbkdf2(derivation, out);
+}
+
+bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost_t& out) {
+    return asn_read_pkcs5_PBES2(data, size, out);
+}
+
+void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
+    asn_tag_t_<16> prf_oid(asn_tag_t::OBJECT_IDENTIFIER);
+    prf_oid.add_array(g_oid_HMAC_GOSTR3411);
+    const asn_tag_t_<8> null(asn_tag_t::NULL_VALUE);
+    asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
+    prf.add_node(prf_oid);
+    prf.add_node(null);
+
+    asn_tag_t_<40> salt(asn_tag_t::OCTET_STRING);
+    salt.add_bytes(in.salt.data, in.salt.size);
+    std::string count;
+    asn_write_INTEGER(in.iterations, count);
+    asn_tag_t_<8> iteration_count(asn_tag_t::INTEGER);
+    iteration_count.add_text(count);
+    asn_tag_t_<80> pbkdf2_params(asn_tag_t::SEQUENCE);
+    pbkdf2_params.add_node(salt);
+    pbkdf2_params.add_node(iteration_count);
+    pbkdf2_params.add_node(prf);
+
+    asn_tag_t_<16> pbkdf2_oid(asn_tag_t::OBJECT_IDENTIFIER);
+    pbkdf2_oid.add_array(g_oid_PBKDF2);
+    asn_tag_t_<128> derivation(asn_tag_t::SEQUENCE);
+    derivation.add_node(pbkdf2_oid);
+    derivation.add_node(pbkdf2_params);
+
+    asn_tag_t_<16> iv(asn_tag_t::OCTET_STRING);
+    iv.add_bytes(in.iv.data, in.iv.size);
+    asn_tag_t_<16> param_set(asn_tag_t::OBJECT_IDENTIFIER);
+    param_set.add_array(g_oid_encryptionParamSet);
+    asn_tag_t_<40> cipher_params(asn_tag_t::SEQUENCE);
+    cipher_params.add_node(iv);
+    cipher_params.add_node(param_set);
+
+    asn_tag_t_<16> cipher_oid(asn_tag_t::OBJECT_IDENTIFIER);
+    cipher_oid.add_array(g_oid_gost28147_89);
+    asn_tag_t_<64> encryption(asn_tag_t::SEQUENCE);
+    encryption.add_node(cipher_oid);
+    encryption.add_node(cipher_params);
+
+    asn_tag_t_<256> params(asn_tag_t::SEQUENCE);
+    params.add_node(derivation);
+    params.add_node(encryption);
+    asn_tag_t_<16> pbes2_oid(asn_tag_t::OBJECT_IDENTIFIER);
+    pbes2_oid.add_array(g_oid_PBES2);
+    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
+    algorithm.add_node(pbes2_oid);
+    algorithm.add_node(params);
+    algorithm.assign_to(out);
+}

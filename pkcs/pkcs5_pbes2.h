@@ -1,0 +1,10 @@
+// Reading of PBES2 parameters, for keys and containers alike.
+#ifndef DERKIT_PKCS5_PBES2_H
+#define DERKIT_PKCS5_PBES2_H
+
+#include "derkit/pkcs8_helper.h"
+
+// What asn_read_pkcs5_pbe_gost() does.
+bool asn_read_pkcs5_PBES2(const void* data, unsigned int size, pkcs5_pbe_gost_t& out);
+
+#endif

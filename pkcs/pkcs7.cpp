@@ -1,0 +1,30 @@
+#include "pkcs/pkcs7.h"
+
+#include "asn/asn_cursor.h"
+
+// ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY OPTIONAL }     RFC 2315 7
+// The content must be there.
+bool asn_read_pkcs7_ContentInfo(const void* data, unsigned int size, pkcs7_content_info_t& info) {
+    asn_cursor_t in(data, size);
+    info.content_type = in.read(asn_tag_t::OBJECT_IDENTIFIER);
+    info.content = in.read(asn_tag_t::CONTEXT_0);
+    return in.ok();
+}
+
+bool asn_read_pkcs7_data(const void* data, unsigned int size, blob_t& out) {
+    asn_cursor_t in(data, size);
+    out = in.read(asn_tag_t::OCTET_STRING);
+    return in.ok();
+}
+
+void asn_write_pkcs7_ContentInfo(const unsigned char* oid, unsigned int oid_size, const asn_tag_t_<0>& content,
+                                 asn_tag_t_<0>& out) {
+    asn_tag_t_<16> content_type(asn_tag_t::OBJECT_IDENTIFIER);
+    content_type.add_bytes(oid, oid_size);
+    asn_tag_t_<0> wrapper(asn_tag_t::CONTEXT_0);
+    wrapper.add_node(content);
+    asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
+    info.add_node(content_type);
+    info.add_node(wrapper);
+    out.add_node(info);
+}

@@ -1,0 +1,150 @@
+#include "derkit/pkcs8_helper.h"
+
+#include "asn/asn_builder.h"
+#include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
+#include "pkcs/pkcs5_pbes2.h"
+
+namespace {
+
+// 1.2.643.2.2.19
+constexpr unsigned char g_oid_ALG_GOST_341001[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x13};
+// 1.2.643.7.1.1.1.1
+constexpr unsigned char g_oid_ALG_GOST_341012_256[] = {0x2A, 0x85, 0x03, 0x07, 0x01, 0x01, 0x01, 0x01};
+// 1.2.643.7.1.1.1.2
+constexpr unsigned char g_oid_ALG_GOST_341012_512[] = {0x2A, 0x85, 0x03, 0x07, 0x01, 0x01, 0x01, 0x02};
+// 1.2.643.2.2.35.1
+constexpr unsigned char g_id_GostR3410_2001_CryptoPro_A_ParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x01};
+// 1.2.643.7.1.2.1.1.1
+constexpr unsigned char g_oid_tc26_gost_3410_12_256_paramSetA[] = {0x2A, 0x85, 0x03, 0x07, 0x01,
+                                                                   0x02, 0x01, 0x01, 0x01};
+// 1.2.643.7.1.2.1.2.1
+constexpr unsigned char g_oid_tc26_gost_3410_12_512_paramSetA[] = {0x2A, 0x85, 0x03, 0x07, 0x01,
+                                                                   0x02, 0x01, 0x02, 0x01};
+// 1.2.643.2.2.30.1
+constexpr unsigned char g_id_GostR3411_94_CryptoProParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x1E, 0x01};
+
+enum key_type_t : unsigned int { KEY_2001 = 0, KEY_2012_256 = 1, KEY_2012_512 = 2 };
+
+bool find_key_type(const blob_t& algorithm, unsigned int& key_type) {
+    if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341001)) {
+        key_type = KEY_2001;
+    } else if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_256)) {
+        key_type = KEY_2012_256;
+    } else if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_512)) {
+        key_type = KEY_2012_512;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// An unknown key type leaves the OID empty, written 06 00.
+void add_algorithm(unsigned int key_type, asn_tag_t_<16>& oid) {
+    switch (key_type) {
+    case KEY_2001:
+        return oid.add_array(g_oid_ALG_GOST_341001);
+    case KEY_2012_256:
+        return oid.add_array(g_oid_ALG_GOST_341012_256);
+    case KEY_2012_512:
+        return oid.add_array(g_oid_ALG_GOST_341012_512);
+    }
+}
+
+void add_public_key_param_set(unsigned int key_type, asn_tag_t_<16>& oid) {
+    switch (key_type) {
+    case KEY_2001:
+        return oid.add_array(g_id_GostR3410_2001_CryptoPro_A_ParamSet);
+    case KEY_2012_256:
+        return oid.add_array(g_oid_tc26_gost_3410_12_256_paramSetA);
+    case KEY_2012_512:
+        return oid.add_array(g_oid_tc26_gost_3410_12_512_paramSetA);
+    }
+}
+
+} // namespace
+
+// PrivateKeyInfo ::= SEQUENCE {                                                                     RFC 5208 5
+//   version Version, privateKeyAlgorithm AlgorithmIdentifier,
+//   privateKey OCTET STRING, attributes [0] IMPLICIT Attributes OPTIONAL }
+// Any version is accepted. The algorithm's parameters must be there and are not looked at. Attributes and whatever
+// follows are ignored.
+bool asn_read_pkcs8_priv_key_info(const unsigned char* data, unsigned int size, asn_pkcs8_priv_key_info_t& out) {
+    asn_cursor_t in(data, size);
+    asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
+    key_info.skip(asn_tag_t::INTEGER);
+    asn_cursor_t algorithm = key_info.enter(asn_tag_t::SEQUENCE);
+    out.algorithm = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);
+    algorithm.skip(asn_tag_t::ANY);
+    if (!algorithm.ok()) {
+        return false;
+    }
+    out.private_key = key_info.read(asn_tag_t::OCTET_STRING);
+    return key_info.ok();
+}
+
+// The privateKey holds the key as an OCTET STRING; other forms are refused. Parameter sets are not compared.
+bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkcs8_pki_gost_t& out) {
+    asn_pkcs8_priv_key_info_t key_info;
+    if (!asn_read_pkcs8_priv_key_info(static_cast<const unsigned char*>(data), size, key_info) ||
+        !find_key_type(key_info.algorithm, out.key_type)) {
+        return false;
+    }
+    asn_cursor_t key(key_info.private_key);
+    out.private_key = key.read(asn_tag_t::OCTET_STRING);
+    return key.ok();
+}
+
+// GostR3410-PublicKeyParameters ::= SEQUENCE {                                                      RFC 4491 2.3.2
+//   publicKeyParamSet OBJECT IDENTIFIER, digestParamSet OBJECT IDENTIFIER }
+// The digest parameters are those of GOST R 34.11-94 for the keys of 2012 too.
+void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
+    asn_tag_t_<16> public_key_param_set(asn_tag_t::OBJECT_IDENTIFIER);
+    add_public_key_param_set(in.key_type, public_key_param_set);
+    asn_tag_t_<16> digest_param_set(asn_tag_t::OBJECT_IDENTIFIER);
+    digest_param_set.add_array(g_id_GostR3411_94_CryptoProParamSet);
+    asn_tag_t_<32> parameters(asn_tag_t::SEQUENCE);
+    parameters.add_node(public_key_param_set);
+    parameters.add_node(digest_param_set);
+
+    asn_tag_t_<16> algorithm_oid(asn_tag_t::OBJECT_IDENTIFIER);
+    add_algorithm(in.key_type, algorithm_oid);
+    asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
+    algorithm.add_node(algorithm_oid);
+    algorithm.add_node(parameters);
+
+    asn_tag_t_<64> key(asn_tag_t::OCTET_STRING);
+    key.add_bytes(in.private_key.data, in.private_key.size);
+    asn_tag_t_<70> private_key(asn_tag_t::OCTET_STRING);
+    private_key.add_node(key);
+
+    asn_tag_t_<8> version(asn_tag_t::INTEGER);
+    version.add_bytes("\x00", 1);
+    asn_tag_t_<512> key_info(asn_tag_t::SEQUENCE);
+    key_info.add_node(version);
+    key_info.add_node(algorithm);
+    key_info.add_node(private_key);
+    key_info.assign_to(out);
+}
+
+// EncryptedPrivateKeyInfo ::= SEQUENCE {                                                            RFC 5208 6
+//   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
+// The encrypted data is taken before the algorithm is judged; whatever follows is ignored.
+bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int size, pkcs8_encrypted_pki_gost_t& out) {
+    asn_cursor_t in(data, size);
+    asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
+    const blob_t algorithm = key_info.read(asn_tag_t::SEQUENCE);
+    out.encrypted_data = key_info.read(asn_tag_t::OCTET_STRING);
+    return key_info.ok() && asn_read_pkcs5_PBES2(algorithm.data, algorithm.size, out.pbe);
+}
+
+void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, std::string& out) {
+    std::string algorithm;
+    asn_write_pkcs5_pbe_gost(in.pbe, algorithm);
+    asn_tag_t_<128> encrypted_data(asn_tag_t::OCTET_STRING);
+    encrypted_data.add_bytes(in.encrypted_data.data, in.encrypted_data.size);
+    asn_tag_t_<512> key_info(asn_tag_t::SEQUENCE);
+    key_info.add_text(algorithm);
+    key_info.add_node(encrypted_data);
+    key_info.assign_to(out);
+}
