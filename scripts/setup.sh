@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the packages of scripts/packages.txt that are missing. Silent when nothing is;
+# only installing needs root.
+set -euo pipefail
+cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")"
+
+if ! command -v apt-get >/dev/null; then
+  echo "setup: this is not a Debian system; what is needed, by Debian's names: scripts/packages.txt" >&2
+  exit 1
+fi
+
+wanted=$(sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' packages.txt | LC_ALL=C sort -u)
+installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | LC_ALL=C sort -u)
+mapfile -t missing < <(LC_ALL=C comm -23 <(echo "$wanted") <(echo "$installed"))
+
+if ((${#missing[@]} == 0)); then
+  exit 0
+fi
+if ((EUID != 0)); then
+  echo "setup: missing packages: ${missing[*]}" >&2
+  echo "setup: installing them needs root; run scripts/setup.sh as root once" >&2
+  exit 1
+fi
+
+echo "== setup: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+# On a machine that has just been started, the daily update may still hold the lock.
+options=(-qq -o DPkg::Lock::Timeout=120 -o Dpkg::Use-Pty=0)
+apt-get "${options[@]}" update
+apt-get "${options[@]}" install --yes --no-install-recommends "${missing[@]}"

@@ -1,0 +1,99 @@
+#!/usr/bin/env python3
+"""Checks the built shared library from outside.
+
+    check_exports.py symbols LIBRARY LIST   it exports the symbols of LIST, all of version DERKIT_1.0, and no others
+    check_exports.py soname LIBRARY         programs will ask for it as libderkit.so.1
+    check_exports.py dependencies LIBRARY   it needs the C++ standard library and libc, nothing else
+    check_exports.py hardening LIBRARY      relocations are done and made read-only when it is loaded
+"""
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+VERSION = "DERKIT_1.0"
+SONAME = "libderkit.so.1"
+DEPENDENCIES = {"libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6", "ld-linux.so.2", "ld-linux-x86-64.so.2"}
+
+
+def output_of(*command):
+    environment = dict(os.environ, LC_ALL="C")
+    return subprocess.run(command, check=True, capture_output=True, text=True, env=environment).stdout
+
+
+def check_symbols(library, listed_in):
+    lines = pathlib.Path(listed_in).read_text(encoding="ascii").splitlines()
+    if lines != sorted(set(lines)):
+        yield f"{listed_in} is not sorted by bytes, or names a symbol twice"
+    exported = {}
+    for line in output_of("nm", "--dynamic", "--defined-only", "--format=posix", library).splitlines():
+        name, _, version = line.split()[0].partition("@@")
+        exported[name] = version
+    if VERSION not in exported:
+        yield f"the library does not define the version {VERSION}"
+    exported.pop(VERSION, None)  # the version itself stands among the symbols
+    for name in sorted(set(lines) - set(exported)):
+        yield f"listed, but not exported: {name}"
+    for name in sorted(set(exported) - set(lines)):
+        yield f"exported, but not listed: {name}"
+    for name, version in sorted(exported.items()):
+        if version != VERSION:
+            yield f"not of version {VERSION}: {name} ({version or 'no version'})"
+
+
+def dynamic_entries(library, kind):
+    """Values of the entries of one kind, such as [libc.so.6], without their brackets."""
+    table = output_of("readelf", "--dynamic", "--wide", library)
+    found = re.findall(rf"^ 0x\w+ +\({kind}\) +(.*)$", table, re.MULTILINE)
+    return [re.sub(r"^.*\[(.*)\]$", r"\1", value) for value in found]
+
+
+def check_soname(library):
+    soname = dynamic_entries(library, "SONAME")
+    if soname != [SONAME]:
+        yield f"SONAME is {soname}, not {SONAME}"
+
+
+def check_dependencies(library):
+    needed = dynamic_entries(library, "NEEDED")
+    if "libc.so.6" not in needed:
+        yield f"not even libc.so.6 is needed, but {needed}"
+    for name in needed:
+        if name not in DEPENDENCIES:
+            yield f"needs {name}"
+
+
+def check_hardening(library):
+    flags = " ".join(dynamic_entries(library, "FLAGS") + dynamic_entries(library, "FLAGS_1"))
+    if not re.search(r"\b(BIND_)?NOW\b", flags):
+        yield f"symbols are bound lazily (flags: {flags})"
+    if "GNU_RELRO" not in output_of("readelf", "--program-headers", "--wide", library):
+        yield "no GNU_RELRO segment"
+    if dynamic_entries(library, "TEXTREL"):
+        yield "relocations in the code"
+    if dynamic_entries(library, "RPATH") or dynamic_entries(library, "RUNPATH"):
+        yield "a search path of its own"
+
+
+CHECKS = {  # name -> the check and the number of its arguments
+    "symbols": (check_symbols, 2),
+    "soname": (check_soname, 1),
+    "dependencies": (check_dependencies, 1),
+    "hardening": (check_hardening, 1),
+}
+
+
+def main(arguments):
+    check, num_arguments = CHECKS.get(arguments[0] if arguments else "", (None, 0))
+    if check is None or len(arguments) != num_arguments + 1:
+        print(__doc__, file=sys.stderr)
+        return 2
+    problems = list(check(*arguments[1:]))
+    for problem in problems:
+        print(problem)
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
