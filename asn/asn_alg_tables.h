@@ -3,6 +3,8 @@
 #ifndef DERKIT_ASN_ALG_TABLES_H
 #define DERKIT_ASN_ALG_TABLES_H
 
+#include <array>
+
 #include "derkit/asn_helper.h"
 
 struct alg_row_t {
@@ -14,9 +16,14 @@ template <unsigned int N> constexpr oid_ref_t whole(const unsigned char (&der)[N
     return {der, N};
 }
 
-// The OID content inside an AlgorithmIdentifier below: both headers are of two octets.
-template <unsigned int N> constexpr oid_ref_t oid_in(const unsigned char (&algorithm_identifier)[N]) {
-    return {algorithm_identifier + 4, algorithm_identifier[3]};
+// The same rows with the OID content inside each AlgorithmIdentifier, whose two headers are of two octets each.
+template <unsigned int N> constexpr std::array<alg_row_t, N> with_oids(const alg_row_t (&algorithm_identifiers)[N]) {
+    std::array<alg_row_t, N> rows = {};
+    for (unsigned int i = 0; i < N; ++i) {
+        const unsigned char* const der = algorithm_identifiers[i].der.data;
+        rows[i] = {algorithm_identifiers[i].alg, {der + 4, der[3]}};
+    }
+    return rows;
 }
 
 // OID content octets of hash algorithms.
@@ -175,34 +182,7 @@ inline constexpr alg_row_t g_key_alg_to_oid_map[] = {
     {PKI_ALG_GOST_R_3410_2012_512, whole(asn_oid_ALG_GOST_R_3410_2012_512)},
 };
 
-inline constexpr alg_row_t g_signhash_alg_to_oid_map[] = {
-    {PKI_ALG_SHA1_RSA, oid_in(asn_algid_SHA1_RSA)},
-    {PKI_ALG_SHA1_RSA, oid_in(asn_algid_SHA1_RSA_OIW)},
-    {PKI_ALG_SHA224_RSA, oid_in(asn_algid_SHA224_RSA)},
-    {PKI_ALG_SHA256_RSA, oid_in(asn_algid_SHA256_RSA)},
-    {PKI_ALG_SHA384_RSA, oid_in(asn_algid_SHA384_RSA)},
-    {PKI_ALG_SHA512_RSA, oid_in(asn_algid_SHA512_RSA)},
-    {PKI_ALG_MD2_RSA, oid_in(asn_algid_MD2_RSA)},
-    {PKI_ALG_MD5_RSA, oid_in(asn_algid_MD5_RSA)},
-    {PKI_ALG_SHA1_DSA, oid_in(asn_algid_SHA1_DSA)},
-    {PKI_ALG_RSASSA_PSS, oid_in(asn_algid_RSASSA_PSS)},
-    {PKI_ALG_SHA1_RSASSA_PSS, oid_in(asn_algid_SHA1_RSASSA_PSS)},
-    {PKI_ALG_SHA224_RSASSA_PSS, oid_in(asn_algid_SHA224_RSASSA_PSS)},
-    {PKI_ALG_SHA256_RSASSA_PSS, oid_in(asn_algid_SHA256_RSASSA_PSS)},
-    {PKI_ALG_SHA384_RSASSA_PSS, oid_in(asn_algid_SHA384_RSASSA_PSS)},
-    {PKI_ALG_SHA512_RSASSA_PSS, oid_in(asn_algid_SHA512_RSASSA_PSS)},
-    {PKI_ALG_GOST_R_3411_3410_94, oid_in(asn_algid_GOST_R_3411_3410_94)},
-    {PKI_ALG_GOST_R_3411_3410_94_CRYPTOPRO, oid_in(asn_algid_GOST_R_3411_3410_94)},
-    {PKI_ALG_GOST_R_3411_3410_94_QEV, oid_in(asn_algid_GOST_R_3411_3410_94_QEV)},
-    {PKI_ALG_GOST_R_3411_3410_94_SIGNALCOM, oid_in(asn_algid_GOST_R_3411_3410_94_SIGNALCOM)},
-    {PKI_ALG_GOST_R_3411_3410_2001, oid_in(asn_algid_GOST_R_3411_3410_2001)},
-    {PKI_ALG_GOST_R_3411_3410_2001_CRYPTOPRO, oid_in(asn_algid_GOST_R_3411_3410_2001)},
-    {PKI_ALG_GOST_R_3411_3410_2001_SIGNALCOM, oid_in(asn_algid_GOST_R_3411_3410_2001_SIGNALCOM)},
-    {PKI_ALG_GOST_R_3411_3410_2012_256, oid_in(asn_algid_GOST_R_3411_3410_2012_256)},
-    {PKI_ALG_GOST_R_3411_3410_2012_512, oid_in(asn_algid_GOST_R_3411_3410_2012_512)},
-};
-
-// The same rows, each with its complete AlgorithmIdentifier.
+// Signature algorithms, each with its complete AlgorithmIdentifier.
 inline constexpr alg_row_t g_ikesign_alg_to_asn_map[] = {
     {PKI_ALG_SHA1_RSA, whole(asn_algid_SHA1_RSA)},
     {PKI_ALG_SHA1_RSA, whole(asn_algid_SHA1_RSA_OIW)},
@@ -229,5 +209,7 @@ inline constexpr alg_row_t g_ikesign_alg_to_asn_map[] = {
     {PKI_ALG_GOST_R_3411_3410_2012_256, whole(asn_algid_GOST_R_3411_3410_2012_256)},
     {PKI_ALG_GOST_R_3411_3410_2012_512, whole(asn_algid_GOST_R_3411_3410_2012_512)},
 };
+
+inline constexpr auto g_signhash_alg_to_oid_map = with_oids(g_ikesign_alg_to_asn_map);
 
 #endif

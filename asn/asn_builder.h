@@ -71,7 +71,7 @@ template <unsigned int N> struct asn_tag_t_ {
         add_bytes(bytes, M);
     }
 
-    // Appends text, or bytes that a string holds. Text of more than 32 bits of size is refused like content that is too large.
+    // Appends text, or bytes that a string holds. A size of more than 32 bits is refused like too large a content.
     void add_text(std::string_view text) {
         if (text.size() > MAX_CONTENT_SIZE) {
             throw std::bad_alloc();

@@ -55,11 +55,21 @@ struct asn_cursor_t {
         return make_view(content, content_size);
     }
 
-    // Reads an element and gives all of it, header included.
-    blob_t read_element(asn_tag_t::Type tag) {
+    // As above, into a field of a record. The field keeps its value on failure.
+    void read(asn_tag_t::Type tag, blob_t& field) {
+        const blob_t content = read(tag);
+        if (ok_) {
+            field = content;
+        }
+    }
+
+    // As above, with all of the element, header included.
+    void read_element(asn_tag_t::Type tag, blob_t& field) {
         const unsigned char* const begin = p;
         read(tag);
-        return ok_ ? make_view(begin, static_cast<unsigned int>(p - begin)) : blob_t();
+        if (ok_) {
+            field = make_view(begin, static_cast<unsigned int>(p - begin));
+        }
     }
 
     // Reads an element and gives a cursor over its content; a failed one when there is no such element.

@@ -10,7 +10,7 @@ const oid_ref_t g_null_oid;
 
 namespace {
 
-template <unsigned int N> oid_ref_t find_der(const alg_row_t (&table)[N], pki_alg_t alg) {
+template <typename TABLE> oid_ref_t find_der(const TABLE& table, pki_alg_t alg) {
     for (const alg_row_t& row : table) {
         if (row.alg == alg) {
             return row.der;
@@ -19,7 +19,7 @@ template <unsigned int N> oid_ref_t find_der(const alg_row_t (&table)[N], pki_al
     return g_null_oid;
 }
 
-template <unsigned int N> pki_alg_t find_alg(const alg_row_t (&table)[N], const void* oid, unsigned int size) {
+template <typename TABLE> pki_alg_t find_alg(const TABLE& table, const void* oid, unsigned int size) {
     for (const alg_row_t& row : table) {
         if (row.der.size == size && std::memcmp(row.der.data, oid, size) == 0) {
             return row.alg;
@@ -130,7 +130,7 @@ bool asn_read_alg_from_digest(asn_algorid_t* out, const std::string& digest_info
     asn_cursor_t in(digest_info);
     asn_cursor_t info = in.enter(asn_tag_t::SEQUENCE);
     asn_cursor_t algorithm = info.enter(asn_tag_t::SEQUENCE);
-    out->oid = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);
+    algorithm.read(asn_tag_t::OBJECT_IDENTIFIER, out->oid);
     algorithm.skip(asn_tag_t::ANY);
     info.skip(asn_tag_t::OCTET_STRING);
     return algorithm.ok() && info.ok();
@@ -140,12 +140,11 @@ bool asn_read_alg_from_digest(asn_algorid_t* out, const std::string& digest_info
 int asn_read_ike_signalg(const unsigned char* data, unsigned int size, asn_ike_signalg_t& out) {
     asn_cursor_t in(data, size);
     asn_cursor_t algorithm = in.enter(asn_tag_t::SEQUENCE);
-    const blob_t oid = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);
+    algorithm.read(asn_tag_t::OBJECT_IDENTIFIER, out.oid);
     if (!algorithm.ok()) {
         return 0;
     }
-    out.oid = oid;
-    out.parameters.data = oid.data + oid.size;
+    out.parameters.data = out.oid.data + out.oid.size;
     out.parameters.size = size - static_cast<unsigned int>(out.parameters.data - data);
     return 1;
 }

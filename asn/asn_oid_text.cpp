@@ -1,8 +1,10 @@
 // Dotted text of OBJECT IDENTIFIERs to DER content octets and back (X.690 8.19).
 #include <charconv>
+#include <string_view>
 
 #include "asn/asn_builder.h"
 #include "derkit/asn_oidmap.h"
+#include "util/string_room.h"
 
 namespace {
 
@@ -68,24 +70,25 @@ void append_arc(unsigned int arc, bool last, std::string& out) {
     if (!last) {
         *end++ = '.';
     }
-    out.append(text, end);
+    append_text(out, std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
 } // namespace
 
 unsigned int oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out)[512]) {
+    const char* p = begin;
     unsigned int first_arc = 0;
-    if (!read_arc(begin, end, first_arc) || first_arc > 2) {
+    if (!read_arc(p, end, first_arc) || first_arc > 2) {
         return 0;
     }
     unsigned int size = 0;
     // The first two arcs share a subidentifier. The second one may be 40 or more behind 0 and 1 too, and the sum
     // wraps at 32 bits.
     unsigned int shared = 40 * first_arc;
-    while (begin != end) {
-        ++begin; // the dot
+    while (p != end) {
+        ++p; // the dot
         unsigned int arc = 0;
-        if (!read_arc(begin, end, arc)) {
+        if (!read_arc(p, end, arc)) {
             return 0;
         }
         const unsigned int subidentifier = shared + arc;
@@ -101,18 +104,19 @@ unsigned int oid_str_to_asn_(const char* begin, const char* end, unsigned char (
 }
 
 int oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& out) {
+    const unsigned char* p = begin;
     unsigned int subidentifier = 0;
-    if (!read_subidentifier(begin, end, subidentifier)) {
+    if (!read_subidentifier(p, end, subidentifier)) {
         return 0;
     }
     // A plain division: the first arc can come out as 3 and more.
     append_arc(subidentifier / 40, false, out);
-    append_arc(subidentifier % 40, begin == end, out);
-    while (begin != end) {
-        if (!read_subidentifier(begin, end, subidentifier)) {
+    append_arc(subidentifier % 40, p == end, out);
+    while (p != end) {
+        if (!read_subidentifier(p, end, subidentifier)) {
             return 0;
         }
-        append_arc(subidentifier, begin == end, out);
+        append_arc(subidentifier, p == end, out);
     }
     return 1;
 }

@@ -9,6 +9,7 @@
 #include "derkit/int2str.h"
 #include "derkit/t61.h"
 #include "platform/convi.h"
+#include "util/string_room.h"
 
 namespace {
 
@@ -22,10 +23,11 @@ void append_escaped(std::string_view text, std::string& out) {
     while (!text.empty()) {
         const auto special = std::find_if(text.begin() + 1, text.end(), is_special);
         if (is_special(text.front())) {
-            out.push_back('\\');
+            append_char(out, '\\');
         }
-        out.append(text.begin(), special);
-        text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
+        const std::size_t size = static_cast<std::size_t>(special - text.begin());
+        append_text(out, text.substr(0, size));
+        text.remove_prefix(size);
     }
 }
 
@@ -49,7 +51,7 @@ class name_printer_t {
             if (!print_rdn(name.enter(asn_tag_t::SET))) {
                 return false;
             }
-            out_.push_back(',');
+            append_char(out_, ',');
         }
         return true;
     }
@@ -63,7 +65,7 @@ class name_printer_t {
             const std::size_t rdn_begin = out_.size();
             done = print_rdn(name.enter(asn_tag_t::SET));
             if (done) {
-                out_.push_back(',');
+                append_char(out_, ',');
                 reverse_from(rdn_begin);
             } else {
                 out_.resize(rdn_begin);
@@ -92,7 +94,7 @@ class name_printer_t {
             if (rdn.empty()) {
                 return true;
             }
-            out_.push_back('+');
+            append_char(out_, '+');
         }
     }
 
@@ -105,11 +107,11 @@ class name_printer_t {
     bool print_type(const blob_t& type) {
         const OIDdescr_t* const entry = find_entry(type, map_);
         if (entry != nullptr) {
-            out_.append(entry->oid_sn, entry->oid_sn_size);
+            append_text(out_, std::string_view(entry->oid_sn, entry->oid_sn_size));
         } else if (!append_dotted(type, out_)) {
             return false;
         }
-        out_.push_back('=');
+        append_char(out_, '=');
         return true;
     }
 
@@ -130,7 +132,7 @@ class name_printer_t {
         }
         default:
             // Not a string, or nothing at all.
-            out_.push_back('#');
+            append_char(out_, '#');
             TO_HEX_STD_STRING(value.data, value.size, out_, '\0');
             return true;
         }
@@ -143,13 +145,14 @@ class name_printer_t {
             return print_numeric(text);
         case asn_tag_t::T61_STRING:
             utf8_.clear();
-            return ldap_t61s_to_utf8s(text.data(), content.size, utf8_) && print_escaped(utf8_);
+            return ldap_t61s_to_utf8s(text.data(), content.size, utf8_) && print_converted();
         case asn_tag_t::UNIVERSAL_STRING:
-            return convert(convi(CONVI_UCS4_BE, CONVI_UTF8), content) && print_escaped(utf8_);
+            return convert(convi(CONVI_UCS4_BE, CONVI_UTF8), content) && print_converted();
         case asn_tag_t::BMP_STRING:
-            return convert(convi(CONVI_UCS2_BE, CONVI_UTF8), content) && print_escaped(utf8_);
+            return convert(convi(CONVI_UCS2_BE, CONVI_UTF8), content) && print_converted();
         default:
-            return print_escaped(text);
+            append_escaped(text, out_);
+            return true;
         }
     }
 
@@ -158,12 +161,12 @@ class name_printer_t {
         if (text.find_first_not_of("0123456789 ") != std::string_view::npos) {
             return false;
         }
-        out_.append(text);
+        append_text(out_, text);
         return true;
     }
 
-    bool print_escaped(std::string_view text) {
-        append_escaped(text, out_);
+    bool print_converted() {
+        append_escaped(utf8_, out_);
         return true;
     }
 
@@ -173,8 +176,8 @@ class name_printer_t {
         if (size == 0) {
             return false;
         }
-        utf8_.resize(size);
-        return converter.convert_safe(content.data, content.size, utf8_.data(), size) != 0;
+        utf8_.clear();
+        return converter.convert_safe(content.data, content.size, append_room(utf8_, size), size) != 0;
     }
 };
 
@@ -190,6 +193,7 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string
     if (name.empty()) {
         return true;
     }
+    require_room(out, name.size);
     out.reserve(out.size() + name.size);
     name_printer_t printer(out, map);
     const bool done = order == PDN_ORDER_REVERSED ? printer.print_reversed(name) : printer.print_as_encoded(name);
@@ -218,9 +222,9 @@ bool asn_oid_to_printable(const unsigned char* der, unsigned int len, std::strin
     }
     out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
     if (with_oid) {
-        out.push_back('(');
+        append_char(out, '(');
         append_dotted(oid, out);
-        out.push_back(')');
+        append_char(out, ')');
     }
     return true;
 }

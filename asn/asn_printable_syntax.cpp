@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "derkit/asn_printable.h"
+#include "util/string_room.h"
 
 namespace {
 
@@ -98,6 +99,7 @@ char* printable_dn_reverse(char* dn) {
         return dn;
     }
     // Every RDN is reversed in place, then all of them together: each comes out as it was, in another place.
+    // The views are const, the text is the caller's to change.
     const auto in_text = [dn](const char* p) { return dn + (p - dn); };
     for (auto first = attributes.cbegin(); first != attributes.cend();) {
         const auto next =
@@ -118,13 +120,14 @@ bool printable_dn_get_attr(const char* dn, const char* type, std::string& out, P
     if (!parse(dn, attributes)) {
         return false;
     }
+    const std::string_view wanted(type);
     const auto found = std::find_if(attributes.cbegin(), attributes.cend(),
-                                    [type](const RDNdescr_t& attribute) { return type_of(attribute) == type; });
+                                    [wanted](const RDNdescr_t& attribute) { return type_of(attribute) == wanted; });
     if (found == attributes.cend()) {
         return false;
     }
     const char* const begin = what == PDN_GET_ATTR_VALUE ? found->value_begin : found->type_begin;
-    out.append(begin, found->value_end);
+    append_text(out, std::string_view(begin, static_cast<std::size_t>(found->value_end - begin)));
     return true;
 }
 

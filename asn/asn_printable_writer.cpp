@@ -8,6 +8,7 @@
 #include "asn/asn_cursor.h"
 #include "asn/asn_printable_syntax.h"
 #include "derkit/asn_printable.h"
+#include "util/string_room.h"
 
 namespace {
 
@@ -50,7 +51,7 @@ class string_builder_t {
     }
 
     // The character has no say in the string type.
-    void add_unseen(char c) { buffer_.push_back(c); }
+    void add_unseen(char c) { append_char(buffer_, c); }
 
     value_t finish() const {
         static constexpr asn_tag_t::Type TAGS[] = {asn_tag_t::PRINTABLE_STRING, asn_tag_t::IA5_STRING,
@@ -120,7 +121,7 @@ bool decode_hex(std::string_view digits, std::string& buffer, value_t& out) {
         if (!read_hex_pair(digits, byte)) {
             return false;
         }
-        buffer.push_back(byte);
+        append_char(buffer, byte);
     }
     out.tag = static_cast<asn_tag_t::Type>(buffer[0]);
     asn_cursor_t der(buffer);
@@ -166,9 +167,10 @@ bool decode_value(std::string_view text, std::string& buffer, value_t& out) {
 
 // A short name of the map, else a dotted OID.
 template <unsigned int N> bool add_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<N>& oid) {
-    if (map.map != nullptr) {
-        const unsigned int size = static_cast<unsigned int>(attribute.type_end - attribute.type_begin);
-        const OIDdescr_t* const entry = oid_map_find_sn(map, attribute.type_begin, size);
+    const std::size_t size = static_cast<std::size_t>(attribute.type_end - attribute.type_begin);
+    const bool can_be_short_name = size <= 0xFFFFFFFF;
+    if (map.map != nullptr && can_be_short_name) {
+        const OIDdescr_t* const entry = oid_map_find_sn(map, attribute.type_begin, static_cast<unsigned int>(size));
         if (entry != nullptr) {
             oid.add_bytes(entry->oid_asn, entry->oid_asn_size);
             return true;

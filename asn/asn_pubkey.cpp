@@ -46,11 +46,10 @@ int asn_read_pubkey(const unsigned char* data, long size, asn_pubkey_t& out) {
     asn_cursor_t in(data, available);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
     asn_cursor_t algorithm = key_info.enter(asn_tag_t::SEQUENCE);
-    const blob_t oid = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);
+    algorithm.read(asn_tag_t::OBJECT_IDENTIFIER, out.algorithm);
     if (!algorithm.ok()) {
         return 0;
     }
-    out.algorithm = oid;
     out.parameters = algorithm.rest();
     asn_cursor_t behind = up_to(data + available, key_info);
     const blob_t bits = behind.read(asn_tag_t::BIT_STRING);
@@ -75,12 +74,8 @@ int asn_read_rsa_pubkey(const asn_pubkey_t& key, asn_rsa_pubkey_t& out) {
     }
     out.modulus = without_leading_zeros(modulus);
     asn_cursor_t behind = up_to(key.key.data + key.key.size, numbers);
-    const blob_t exponent = behind.read(asn_tag_t::INTEGER);
-    if (!behind.ok()) {
-        return 0;
-    }
-    out.exponent = exponent;
-    return 1;
+    behind.read(asn_tag_t::INTEGER, out.exponent);
+    return behind.ok() ? 1 : 0;
 }
 
 // GostR3410-PublicKeyParameters ::= SEQUENCE {                                                      RFC 4491 2.3.2
@@ -91,17 +86,18 @@ int asn_read_rsa_pubkey(const asn_pubkey_t& key, asn_rsa_pubkey_t& out) {
 int asn_read_gost_pubkey(const asn_pubkey_t& key, asn_gost_pubkey_t& out) {
     asn_cursor_t in(key.parameters);
     asn_cursor_t params = in.enter(asn_tag_t::SEQUENCE);
-    out.public_key_param_set = params.read_element(asn_tag_t::OBJECT_IDENTIFIER);
-    out.digest_param_set = params.read_element(asn_tag_t::OBJECT_IDENTIFIER);
+    params.read_element(asn_tag_t::OBJECT_IDENTIFIER, out.public_key_param_set);
+    params.read_element(asn_tag_t::OBJECT_IDENTIFIER, out.digest_param_set);
     if (!params.ok()) {
         return 0;
     }
-    out.encryption_param_set = params.read_element(asn_tag_t::OBJECT_IDENTIFIER);
+    out.encryption_param_set = blob_t();
+    params.read_element(asn_tag_t::OBJECT_IDENTIFIER, out.encryption_param_set);
     if (key.key.size == WRAPPED_KEY_SIZE) {
         return 0;
     }
     asn_cursor_t bits(key.key);
-    out.key = bits.read(asn_tag_t::OCTET_STRING);
+    bits.read(asn_tag_t::OCTET_STRING, out.key);
     return bits.ok() ? 1 : 0;
 }
 
@@ -110,16 +106,11 @@ int asn_read_gost_pubkey(const asn_pubkey_t& key, asn_gost_pubkey_t& out) {
 int asn_read_dsa_certsign(const unsigned char* data, unsigned int size, asn_dsa_certsign_t& out) {
     asn_cursor_t in(data, size);
     asn_cursor_t numbers = in.enter(asn_tag_t::SEQUENCE);
-    const blob_t r = numbers.read(asn_tag_t::INTEGER);
+    numbers.read(asn_tag_t::INTEGER, out.r);
     if (!numbers.ok()) {
         return 0;
     }
-    out.r = r;
     asn_cursor_t behind = up_to(data + size, numbers);
-    const blob_t s = behind.read(asn_tag_t::INTEGER);
-    if (!behind.ok()) {
-        return 0;
-    }
-    out.s = s;
-    return 1;
+    behind.read(asn_tag_t::INTEGER, out.s);
+    return behind.ok() ? 1 : 0;
 }

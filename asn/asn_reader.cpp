@@ -1,5 +1,7 @@
 #include "derkit/asn_reader.h"
 
+#include "util/string_room.h"
+
 const unsigned char* asn1_read_tag(asn_tag_t::Type tag, const unsigned char* p, unsigned int size, unsigned int* len) {
     if (size < 2) {
         return nullptr;
@@ -51,7 +53,7 @@ bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, uns
 
 void asn_write_INTEGER(unsigned int value, std::string& out) {
     if (value == 0) {
-        out.push_back('\0');
+        append_char(out, '\0');
         return;
     }
     // Zero octets are left out wherever they stand: 0x10080 is written 01 80.
@@ -62,9 +64,9 @@ void asn_write_INTEGER(unsigned int value, std::string& out) {
             continue;
         }
         if (first && (octet & 0x80) != 0) {
-            out.push_back('\0');
+            append_char(out, '\0');
         }
-        out.push_back(static_cast<char>(octet));
+        append_char(out, static_cast<char>(octet));
         first = false;
     }
 }

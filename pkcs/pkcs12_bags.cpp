@@ -32,7 +32,7 @@ bool read_attribute(asn_cursor_t attribute, pkcs12_bag_t& bag) {
         bag.friendly_name.size = name.size;
         bag.friendly_name.data = name.data;
     } else if (asn_oid_equal_(id, g_oid_pkcs9_at_localKeyId)) {
-        bag.local_key_id = values.read(asn_tag_t::OCTET_STRING);
+        values.read(asn_tag_t::OCTET_STRING, bag.local_key_id);
     }
     return values.ok();
 }
@@ -53,7 +53,7 @@ bool read_certificate(const blob_t& bag_value, blob_t& certificate) {
     asn_cursor_t cert_bag = in.enter(asn_tag_t::SEQUENCE);
     cert_bag.skip(asn_tag_t::OBJECT_IDENTIFIER);
     asn_cursor_t cert_value = cert_bag.enter(asn_tag_t::CONTEXT_0);
-    certificate = cert_value.read(asn_tag_t::OCTET_STRING);
+    cert_value.read(asn_tag_t::OCTET_STRING, certificate);
     return cert_value.ok();
 }
 

@@ -16,8 +16,8 @@ struct pkcs12_easy_wrap_t {
 };
 
 // Reads a SafeContents element and appends its bags to the container, in file order: to `encrypted_bags` when it came
-// out of an EncryptedData, else to `plain_bags`. Decrypted shrouded keys always go to `encrypted_bags`, their plaintexts
-// to `decrypted_buffers`. Bags read before a failure stay.
+// out of an EncryptedData, else to `plain_bags`. Decrypted shrouded keys always go to `encrypted_bags`, their
+// plaintexts to `decrypted_buffers`. Bags read before a failure stay.
 bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypted, pkcs12_easy_wrap_t& wrap);
 
 // Appends a SafeContents with one SafeBag for each bag to `out`.

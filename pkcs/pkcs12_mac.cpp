@@ -18,12 +18,12 @@ constexpr unsigned int DEFAULT_ITERATIONS = 1;
 bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& mac) {
     asn_cursor_t in(data, size);
     asn_cursor_t digest_info = in.enter(asn_tag_t::SEQUENCE);
-    mac.digest_alg = digest_info.read(asn_tag_t::SEQUENCE);
-    mac.digest = digest_info.read(asn_tag_t::OCTET_STRING);
+    digest_info.read(asn_tag_t::SEQUENCE, mac.digest_alg);
+    digest_info.read(asn_tag_t::OCTET_STRING, mac.digest);
     if (!digest_info.ok()) {
         return false;
     }
-    mac.salt = in.read(asn_tag_t::OCTET_STRING);
+    in.read(asn_tag_t::OCTET_STRING, mac.salt);
     blob_t iterations;
     if (in.next_is(asn_tag_t::INTEGER)) {
         iterations = in.read(asn_tag_t::INTEGER);

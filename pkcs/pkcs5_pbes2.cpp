@@ -26,7 +26,7 @@ constexpr unsigned char g_oid_encryptionParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x
 bool read_pbkdf2(asn_cursor_t derivation, pkcs5_pbe_gost_t& out) {
     const blob_t function = derivation.read(asn_tag_t::OBJECT_IDENTIFIER);
     asn_cursor_t params = derivation.enter(asn_tag_t::SEQUENCE);
-    out.salt = params.read(asn_tag_t::OCTET_STRING);
+    params.read(asn_tag_t::OCTET_STRING, out.salt);
     const blob_t iterations = params.read(asn_tag_t::INTEGER);
     if (params.next_is(asn_tag_t::INTEGER)) {
         params.skip(asn_tag_t::INTEGER);
@@ -54,7 +54,7 @@ bool asn_read_pkcs5_PBES2(const void* data, unsigned int size, pkcs5_pbe_gost_t&
     asn_cursor_t encryption = params.enter(asn_tag_t::SEQUENCE);
     const blob_t cipher = encryption.read(asn_tag_t::OBJECT_IDENTIFIER);
     asn_cursor_t cipher_params = encryption.enter(asn_tag_t::SEQUENCE);
-    out.iv = cipher_params.read(asn_tag_t::OCTET_STRING);
+    cipher_params.read(asn_tag_t::OCTET_STRING, out.iv);
     cipher_params.skip(asn_tag_t::OBJECT_IDENTIFIER);
     return cipher_params.ok() && asn_oid_equal_(algorithm, g_oid_PBES2) && asn_oid_equal_(cipher, g_oid_gost28147_89) &&
            read_pbkdf2(derivation, out);

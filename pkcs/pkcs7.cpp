@@ -6,14 +6,14 @@
 // The content must be there.
 bool asn_read_pkcs7_ContentInfo(const void* data, unsigned int size, pkcs7_content_info_t& info) {
     asn_cursor_t in(data, size);
-    info.content_type = in.read(asn_tag_t::OBJECT_IDENTIFIER);
-    info.content = in.read(asn_tag_t::CONTEXT_0);
+    in.read(asn_tag_t::OBJECT_IDENTIFIER, info.content_type);
+    in.read(asn_tag_t::CONTEXT_0, info.content);
     return in.ok();
 }
 
 bool asn_read_pkcs7_data(const void* data, unsigned int size, blob_t& out) {
     asn_cursor_t in(data, size);
-    out = in.read(asn_tag_t::OCTET_STRING);
+    in.read(asn_tag_t::OCTET_STRING, out);
     return in.ok();
 }
 

@@ -74,12 +74,12 @@ bool asn_read_pkcs8_priv_key_info(const unsigned char* data, unsigned int size, 
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
     key_info.skip(asn_tag_t::INTEGER);
     asn_cursor_t algorithm = key_info.enter(asn_tag_t::SEQUENCE);
-    out.algorithm = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);
+    algorithm.read(asn_tag_t::OBJECT_IDENTIFIER, out.algorithm);
     algorithm.skip(asn_tag_t::ANY);
     if (!algorithm.ok()) {
         return false;
     }
-    out.private_key = key_info.read(asn_tag_t::OCTET_STRING);
+    key_info.read(asn_tag_t::OCTET_STRING, out.private_key);
     return key_info.ok();
 }
 
@@ -91,7 +91,7 @@ bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkcs8_pki_gost
         return false;
     }
     asn_cursor_t key(key_info.private_key);
-    out.private_key = key.read(asn_tag_t::OCTET_STRING);
+    key.read(asn_tag_t::OCTET_STRING, out.private_key);
     return key.ok();
 }
 
@@ -134,7 +134,7 @@ bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int size, pkcs
     asn_cursor_t in(data, size);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
     const blob_t algorithm = key_info.read(asn_tag_t::SEQUENCE);
-    out.encrypted_data = key_info.read(asn_tag_t::OCTET_STRING);
+    key_info.read(asn_tag_t::OCTET_STRING, out.encrypted_data);
     return key_info.ok() && asn_read_pkcs5_PBES2(algorithm.data, algorithm.size, out.pbe);
 }
 

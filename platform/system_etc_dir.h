@@ -4,7 +4,8 @@
 
 #include <string>
 
-// The system configuration directory, with its final slash.
+// The system configuration directory, with its final slash. Called once, while the library is loaded and before static
+// objects of ordinary priority exist: an implementation must not use any.
 std::string systemEtcDir();
 
 #endif

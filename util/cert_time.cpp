@@ -1,8 +1,12 @@
 // Certificate times and system times as text.
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "derkit/int2str.h"
+#include "util/string_room.h"
 
 namespace {
 
@@ -19,7 +23,11 @@ constexpr const char* LOG_FAILURE = "0000.00.00 00:00:00";
 constexpr const char* DISPLAY_FAILURE = "Error time";
 constexpr const char* SYSTEM_FAILURE = "Bad time";
 
-constexpr std::size_t CTIME_SIZE = 24; // without newline
+// The part of a text of ctime() in front of its newline. Years of other than four digits make it shorter or longer.
+std::size_t ctime_size(const char* text) {
+    constexpr std::size_t MAX_SIZE = 24;
+    return std::min(MAX_SIZE, std::strcspn(text, "\n"));
+}
 
 // The fields as they are; those that a certificate time does not have are 0.
 bool unpack(cert_time64_t t, std::tm& out) {
@@ -40,7 +48,7 @@ bool unpack(cert_time64_t t, std::tm& out) {
 
 void append_formatted(const char* format, const std::tm& broken_down, std::string& out) {
     char text[255];
-    out.append(text, std::strftime(text, sizeof text, format, &broken_down));
+    append_text(out, std::string_view(text, std::strftime(text, sizeof text, format, &broken_down)));
 }
 
 // Seconds since the epoch of a UTC time, without touching the process's time zone. The offset of local time is that of
@@ -60,7 +68,7 @@ std::time_t mktime_utc_(std::tm utc) {
     if (utc_as_local == NO_TIME) {
         return NO_TIME;
     }
-    // In 64 bits, for the ends of a 32-bit time_t.
+    // In 64 bits so that the sum is defined; a 32-bit time_t wraps.
     return static_cast<std::time_t>(0LL + utc_as_local + now - now_as_local);
 }
 
@@ -79,9 +87,11 @@ std::string& TimeToString(long t, std::string& out) {
     const std::time_t seconds = t;
     char text[32];
     if (ctime_r(&seconds, text) == nullptr) {
-        return out.append(SYSTEM_FAILURE);
+        append_text(out, SYSTEM_FAILURE);
+        return out;
     }
-    return out.append(text, CTIME_SIZE);
+    append_text(out, std::string_view(text, ctime_size(text)));
+    return out;
 }
 
 const char* TimeToString(long t) {
@@ -90,14 +100,15 @@ const char* TimeToString(long t) {
     if (text == nullptr) {
         return SYSTEM_FAILURE;
     }
-    text[CTIME_SIZE] = '\0';
+    text[ctime_size(text)] = '\0';
     return text;
 }
 
 std::string& CertTimeToStringGMT(cert_time64_t t, std::string& out) {
     std::tm utc;
     if (!unpack(t, utc)) {
-        return out.append(DISPLAY_FAILURE);
+        append_text(out, DISPLAY_FAILURE);
+        return out;
     }
     append_formatted(DISPLAY_FORMAT_GMT, utc, out);
     return out;
@@ -117,7 +128,8 @@ std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& out) {
 std::string& CertTimeToString(cert_time64_t t, std::string& out) {
     std::tm utc;
     if (!unpack(t, utc)) {
-        return out.append(DISPLAY_FAILURE);
+        append_text(out, DISPLAY_FAILURE);
+        return out;
     }
     const std::time_t seconds = mktime_utc_(utc);
     std::tm local;

@@ -1,16 +1,33 @@
-// Growing a caller's string to be filled in place.
+// Growing a caller's string.
+//
+// A size that no string can have counts as memory that cannot be had: the one exception that leaves the library is
+// std::bad_alloc, and std::string would throw std::length_error.
 #ifndef DERKIT_STRING_ROOM_H
 #define DERKIT_STRING_ROOM_H
 
 #include <new>
 #include <string>
+#include <string_view>
 
-// Grows `out` by `size` characters and gives the first of them. A size that no string can have counts as memory that
-// cannot be had, as std::bad_alloc.
-inline char* append_room(std::string& out, unsigned long long size) {
+inline void require_room(const std::string& out, unsigned long long size) {
     if (size > out.max_size() - out.size()) {
         throw std::bad_alloc();
     }
+}
+
+inline void append_text(std::string& out, std::string_view text) {
+    require_room(out, text.size());
+    out.append(text);
+}
+
+inline void append_char(std::string& out, char c) {
+    require_room(out, 1);
+    out.push_back(c);
+}
+
+// Grows `out` by `size` zero characters, to be filled in place, and gives the first of them.
+inline char* append_room(std::string& out, unsigned long long size) {
+    require_room(out, size);
     const std::size_t old_size = out.size();
     out.resize(old_size + static_cast<std::size_t>(size));
     return &out[old_size];

@@ -128,7 +128,7 @@ struct asn_ike_signalg_t {
 
 /// Replaces a raw digest by its DigestInfo (RFC 8017 9.2), with NULL parameters for every hash.
 /// @param digest  raw digest on entry, DER on return
-/// @param hash    a bare hash; any other value is written with an empty OID
+/// @param hash    a hash that PKI_HASH_ALG_TO_OID() knows; any other value is written with an empty OID
 /// @throws std::bad_alloc; `digest` is unchanged then
 DERKIT_API void asn_add_alg_to_digest(std::string& digest, pki_alg_t hash);
 

@@ -60,7 +60,9 @@ struct oid_map_handle_t {
 ///
 /// One entry a line: `OID = SHORT, long name`, with blanks (spaces, tabs) between the parts as you like.
 /// Lines end with CR or LF. Lines that do not start with a dotted OID followed by `=` are comments; lines
-/// with an invalid OID are dropped. The long name may be missing. Short names are kept in upper case.
+/// with an invalid OID are dropped. Short names are kept in upper case. The long name may be missing; it runs to
+/// the end of its line, blanks there included. Anything but a comma behind the short name makes the rest of the
+/// line a comment.
 /// On duplicates the first line wins, separately by DER, by dotted text and by short name.
 ///
 /// @param text  the map's text; needs no terminating zero and is not kept
@@ -73,7 +75,8 @@ DERKIT_API oid_map_handle_t oid_map_parse(const char* text, unsigned int size);
 
 /// Adds the lines of `text` to `map`; see oid_map_parse() for the format. What the map held wins on duplicates.
 ///
-/// @throws std::bad_alloc; the lines before the one that failed stay in the map
+/// @throws std::bad_alloc; the lines before the one that failed stay in the map, and that one may be found by some
+///         of its keys
 ///
 /// No other thread may use the map meanwhile.
 DERKIT_API void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned int size);

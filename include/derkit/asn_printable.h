@@ -4,7 +4,8 @@
 /// A printable DN is a line such as `CN=user1,OU=Sales+L=Town,O=Example,C=RU`: attributes `type=value`, joined
 /// by `+` within one RDN, RDNs joined by `,`. A value is plain, with backslash escapes (`\,` or two hexadecimal
 /// digits as in `\2C`), or stands in double quotes, or is `#` and the hexadecimal DER of a whole element.
-/// Types are short names of an OID map or dotted OIDs. Comparisons of types and texts are exact to the byte.
+/// Types are short names of an OID map, in either case, or dotted OIDs. The operations that work on the text alone
+/// compare types and texts to the byte.
 ///
 /// All functions are safe from any thread on distinct arguments; maps may be shared.
 /// The only exception that leaves them is std::bad_alloc.
@@ -82,6 +83,9 @@ DERKIT_API bool asn_dn_to_printable(const unsigned char* der, unsigned int len, 
 /// @param len       bytes available from `der` on
 /// @param with_oid  put the dotted text in parentheses behind an algorithm's name
 /// @param map       may be empty
+/// @return false when there is no such element, or its content is malformed and has no name: what was appended of the
+///         dotted text stays in `out` then. An algorithm's name is a success whatever becomes of the dotted text
+///         behind it.
 DERKIT_API bool asn_oid_to_printable(const unsigned char* der, unsigned int len, std::string& out, bool with_oid,
                                      oid_map_handle_t map);
 

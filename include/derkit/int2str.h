@@ -36,16 +36,19 @@ DERKIT_API std::string& CertTimeToStringGMT(cert_time64_t t, std::string& out);
 /// Assigns "%Y.%m.%d %H:%M:%S GMT", or "0000.00.00 00:00:00" for an invalid time. @return `out`
 DERKIT_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& out);
 
-/// Appends the time as local time "%d.%m.%Y %H:%M:%S", or "Error time" for an invalid time. @return `out`
+/// Appends the time as local time "%d.%m.%Y %H:%M:%S", or "Error time" for an invalid time. A time that cannot be
+/// converted is appended as it is, with " GMT" behind it, or " UTC" when only the last step to local time fails.
+/// @return `out`
 DERKIT_API std::string& CertTimeToString(cert_time64_t t, std::string& out);
 
 /// Parses "year.month.day hour:minute:second"; fields need no leading zeros. The upper ends of month, day, hour,
-/// minute and second are not checked.
+/// minute and second are not checked: month and day are cut to eight bits, a larger hour, minute or second spills into
+/// the field in front of it.
 /// @return the time, or CERT_TIME64_INVALID
 DERKIT_API cert_time64_t CertTimeFromLogStringGMT(const std::string& s);
 
 /// Seconds since the epoch, or -1 for an invalid time or a failed conversion. The offset from UTC is taken at the
-/// present moment, not at `t`.
+/// present moment, not at `t`; where `long` has 32 bits the sum wraps.
 DERKIT_API long CertTimeTo_time_t(cert_time64_t t);
 
 /// One row of a value-name table. A table is an array of rows that a row with a null name ends; the members are
