@@ -417,6 +417,13 @@ TEST(builder_delivery, text_is_appended_like_bytes_zero_bytes_included) {
     EXPECT_EQ(node.capacity, 2u + 2 + 22);
 }
 
+TEST(builder_delivery, array_is_appended_whole) {
+    const unsigned char oid[] = {0x55, 0x04, 0x00, 0x03};
+    asn_tag_t_<16> node(asn_tag_t::OBJECT_IDENTIFIER);
+    node.add_array(oid);
+    EXPECT_TRUE(same_bytes(from_hex("06 04 55 04 00 03"), encoding_of(node)));
+}
+
 // ---- length octets ----
 
 struct length_case_t {

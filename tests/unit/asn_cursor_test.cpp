@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "support/bytes.h"
@@ -26,7 +27,21 @@ void expect_no_view(const blob_t& view) {
     EXPECT_EQ(view.data, nullptr);
 }
 
-// Each step takes the element; what it hands out must be empty when the cursor has failed.
+// A field of a record that already holds something.
+const unsigned char USED[] = {0xDE, 0xAD};
+
+blob_t used_field() {
+    blob_t field;
+    field.data = USED;
+    field.size = sizeof USED;
+    return field;
+}
+
+bool is_untouched(const blob_t& field) {
+    return field.data == USED && field.size == sizeof USED;
+}
+
+// Each step takes the element; what it hands out must be empty when the cursor has failed, and a field keep its value.
 struct step_case_t {
     const char* name;
     step_t take;
@@ -49,6 +64,18 @@ const step_case_t STEPS[] = {
          }
      }},
     {"skip", [](asn_cursor_t& cursor, asn_tag_t::Type tag) { cursor.skip(tag); }},
+    {"read_into_a_field",
+     [](asn_cursor_t& cursor, asn_tag_t::Type tag) {
+         blob_t field = used_field();
+         cursor.read(tag, field);
+         EXPECT_EQ(!cursor.ok(), is_untouched(field));
+     }},
+    {"read_element",
+     [](asn_cursor_t& cursor, asn_tag_t::Type tag) {
+         blob_t field = used_field();
+         cursor.read_element(tag, field);
+         EXPECT_EQ(!cursor.ok(), is_untouched(field));
+     }},
 };
 
 class cursor_step : public testing::TestWithParam<step_case_t> {};
@@ -146,6 +173,30 @@ TEST(cursor, read_gives_a_view_of_the_content) {
     EXPECT_EQ(nothing.size, 0u);
 }
 
+TEST(cursor, read_fills_a_field_with_the_content) {
+    const exact_bytes_t input(from_hex("04 82 00 03 AA BB CC 05 00"));
+    asn_cursor_t cursor(input.data(), input.size());
+    blob_t field = used_field();
+    cursor.read(asn_tag_t::OCTET_STRING, field);
+    EXPECT_EQ(field.data, input.data() + 4);
+    EXPECT_EQ(field.size, 3u);
+    cursor.read(asn_tag_t::NULL_VALUE, field);
+    EXPECT_EQ(field.data, input.data() + 9);
+    EXPECT_EQ(field.size, 0u);
+}
+
+TEST(cursor, read_element_fills_a_field_with_header_and_content) {
+    const exact_bytes_t input(from_hex("04 82 00 03 AA BB CC 05 00"));
+    asn_cursor_t cursor(input.data(), input.size());
+    blob_t field = used_field();
+    cursor.read_element(asn_tag_t::ANY, field);
+    EXPECT_EQ(field.data, input.data());
+    EXPECT_EQ(field.size, 7u);
+    cursor.read_element(asn_tag_t::NULL_VALUE, field);
+    EXPECT_EQ(field.data, input.data() + 7);
+    EXPECT_EQ(field.size, 2u);
+}
+
 TEST(cursor, enter_gives_a_cursor_over_the_content_alone) {
     const exact_bytes_t input(from_hex("30 06 02 01 05 02 01 06 04 00"));
     asn_cursor_t outer(input.data(), input.size());
@@ -219,6 +270,16 @@ TEST(cursor, over_a_blob_starts_at_its_first_octet) {
     const asn_cursor_t cursor(blob);
     EXPECT_EQ(cursor.p, input.data());
     EXPECT_EQ(cursor.size, 3u);
+}
+
+TEST(cursor, over_a_string_views_it_and_never_a_temporary_one) {
+    const std::string bytes = from_hex("04 01 00 00");
+    asn_cursor_t cursor(bytes);
+    EXPECT_EQ(static_cast<const void*>(cursor.p), bytes.data());
+    EXPECT_EQ(cursor.size, 4u);
+    cursor.skip(asn_tag_t::OCTET_STRING);
+    EXPECT_EQ(cursor.size, 1u) << "zero octets do not end it";
+    static_assert(!std::is_constructible_v<asn_cursor_t, std::string>);
 }
 
 TEST(cursor, steps_in_a_straight_line_end_in_one_verdict) {

@@ -1,0 +1,182 @@
+// DER for tests, written as plainly as possible and with nothing from the library: whole encodings to read or to
+// expect, and encodings with one element spoiled while everything around it stays right.
+#ifndef DERKIT_TESTS_DER_H
+#define DERKIT_TESTS_DER_H
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/bytes.h"
+
+// An element whose content is `octets` and then `members`.
+struct der_t {
+    int tag; // identifier octet; below 0: no header at all, just the content
+    std::string octets;
+    std::vector<der_t> members;
+    std::string length; // length octets to write in place of the right ones
+};
+
+inline std::string der_length(std::size_t length) {
+    if (length < 0x80) {
+        return std::string(1, static_cast<char>(length));
+    }
+    std::string octets;
+    for (; length != 0; length >>= 8) {
+        octets.insert(octets.begin(), static_cast<char>(length & 0xFF));
+    }
+    return static_cast<char>(0x80 | octets.size()) + octets;
+}
+
+// A length in four octets, more than it needs: fine in BER.
+inline std::string long_length(std::size_t length) {
+    std::string octets = from_hex("84");
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        octets.push_back(static_cast<char>(length >> shift & 0xFF));
+    }
+    return octets;
+}
+
+inline std::string encode(const der_t& element);
+
+inline std::string encode_content(const der_t& element) {
+    std::string content = element.octets;
+    for (const der_t& member : element.members) {
+        content += encode(member);
+    }
+    return content;
+}
+
+inline std::string encode(const der_t& element) {
+    const std::string content = encode_content(element);
+    if (element.tag < 0) {
+        return content;
+    }
+    const std::string length = element.length.empty() ? der_length(content.size()) : element.length;
+    return static_cast<char>(element.tag) + length + content;
+}
+
+// Elements
+
+using der_members_t = std::vector<der_t>;
+
+inline der_t der_element(int tag, std::string_view content) {
+    return {tag, std::string(content), {}, ""};
+}
+inline der_t der_element(int tag, der_members_t members) {
+    return {tag, "", std::move(members), ""};
+}
+inline der_t der_raw(std::string_view hex) {
+    return der_element(-1, from_hex(hex));
+}
+inline der_t der_integer(std::string_view hex) {
+    return der_element(0x02, from_hex(hex));
+}
+inline der_t der_octet_string(std::string_view content) {
+    return der_element(0x04, content);
+}
+inline der_t der_octet_string(const der_t& member) {
+    return der_element(0x04, der_members_t{member});
+}
+inline der_t der_null() {
+    return der_element(0x05, "");
+}
+inline der_t der_sequence(der_members_t members) {
+    return der_element(0x30, std::move(members));
+}
+inline der_t der_set(der_members_t members) {
+    return der_element(0x31, std::move(members));
+}
+inline der_t der_context_0(der_members_t members) {
+    return der_element(0xA0, std::move(members));
+}
+
+// X.690 8.19, from dotted text.
+inline der_t der_oid(const std::string& text) {
+    std::vector<unsigned long> arcs;
+    std::istringstream in(text);
+    for (std::string arc; std::getline(in, arc, '.');) {
+        arcs.push_back(std::stoul(arc));
+    }
+    std::string content(1, static_cast<char>(arcs.at(0) * 40 + arcs.at(1)));
+    for (std::size_t i = 2; i < arcs.size(); ++i) {
+        std::string base_128(1, static_cast<char>(arcs[i] & 0x7F));
+        for (unsigned long rest = arcs[i] >> 7; rest != 0; rest >>= 7) {
+            base_128.insert(base_128.begin(), static_cast<char>(0x80 | (rest & 0x7F)));
+        }
+        content += base_128;
+    }
+    return der_element(0x06, content);
+}
+
+// Spoiling
+
+// All elements, in the order in which they are written; what has no header is none.
+inline void list_elements(der_t& element, std::vector<der_t*>& list) {
+    if (element.tag >= 0) {
+        list.push_back(&element);
+    }
+    for (der_t& member : element.members) {
+        list_elements(member, list);
+    }
+}
+
+// Runs check(whole, element) for every element of a fresh copy of `whole`, the outermost first; `element` lies in that
+// copy and may be changed.
+template <typename CHECK> void for_each_element(const der_t& whole, CHECK check) {
+    std::size_t num_elements = 1;
+    for (std::size_t index = 0; index < num_elements; ++index) {
+        der_t copy = whole;
+        std::vector<der_t*> elements;
+        list_elements(copy, elements);
+        num_elements = elements.size();
+        SCOPED_TRACE("element " + std::to_string(index) + ": " + to_hex(encode(*elements.at(index))));
+        check(copy, *elements[index]);
+    }
+}
+
+// Runs check(whole without it, the element) for every element but the outermost.
+template <typename CHECK> void for_each_element_left_out(const der_t& whole, CHECK check) {
+    for_each_element(whole, [&](der_t& copy, der_t& element) {
+        if (&element == &copy) {
+            return;
+        }
+        const der_t left_out = element;
+        element = der_raw("");
+        check(copy, left_out);
+    });
+}
+
+// Runs check(whole, element) for every element with every length that no reader may follow: the indefinite form, more
+// than four octets, a length past what encloses the element, and lengths near 2^32. `whole` is to be read with
+// ROOM_BEHIND, so that the length past what encloses the element stays inside the input (and is fine for the outermost
+// element, which is left alone).
+inline const std::string ROOM_BEHIND(0x2000, '\0');
+
+template <typename CHECK> void for_each_bad_length(const der_t& whole, CHECK check) {
+    for (const char* const length : {"80", "85 00 00 00 00 01", "82 10 00", "84 FF FF FF F9", "84 FF FF FF FA",
+                                     "84 FF FF FF FB", "84 FF FF FF FE", "84 FF FF FF FF"}) {
+        SCOPED_TRACE("length " + std::string(length));
+        for_each_element(whole, [&](der_t& copy, der_t& element) {
+            if (&element == &copy && length == std::string("82 10 00")) {
+                return;
+            }
+            element.length = from_hex(length);
+            check(copy, element);
+        });
+    }
+}
+
+// Runs check(whole) for every element with a length of more octets than it needs.
+template <typename CHECK> void for_each_long_length(const der_t& whole, CHECK check) {
+    for_each_element(whole, [&](der_t& copy, der_t& element) {
+        element.length = long_length(encode_content(element).size());
+        check(copy);
+    });
+}
+
+#endif

@@ -1,0 +1,202 @@
+// derkit cert: subject and issuer of certificates.
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/bytes.h"
+#include "tools/certificate.h"
+#include "tools/commands.h"
+#include "tools/console.h"
+#include "tools/input_file.h"
+#include "tools/oid_map_option.h"
+#include "tools/pem.h"
+#include "tools/printable_name.h"
+
+namespace {
+
+struct cert_options_t {
+    std::vector<std::string> files;
+    std::string order = "as-encoded";
+    oid_map_option_t oid_map;
+    bool json = false;
+    bool round_trip = false;
+};
+
+// RFC 7468 5.1 and the form that has trust settings behind the certificate.
+constexpr const char* TRUSTED_LABEL = "TRUSTED CERTIFICATE";
+
+bool is_certificate_label(const std::string& label) {
+    return label == "CERTIFICATE" || label == "X509 CERTIFICATE" || label == TRUSTED_LABEL;
+}
+
+class cert_command_t {
+  public:
+    cert_command_t(const cert_options_t& options, console_t& console)
+        : options_(options), console_(console), map_(options.oid_map.load()),
+          order_(options.order == "reversed" ? PDN_ORDER_REVERSED : PDN_ORDER_AS_ENCODED) {}
+
+    void run();
+
+  private:
+    // Where a certificate stands: a file and, when it has several, which one.
+    struct place_t {
+        std::string file;
+        unsigned int index = 1;
+        std::string subject; // of messages
+    };
+
+    const cert_options_t& options_;
+    console_t& console_;
+    oid_map_handle_t map_;
+    PrintableDnOrder order_;
+    unsigned int num_names_ = 0;
+    unsigned int num_failures_ = 0;
+
+    void run_file(const std::string& file);
+    bool run_pem(const std::string& text, const std::string& file);
+    void run_pem_block(const pem_block_t& block, const place_t& place);
+    void warn_of_trailing(const certificate_t& certificate, const place_t& place);
+    void show(const certificate_t& certificate, const place_t& place);
+    void show_field(const char* field, const blob_t& name, const place_t& place, record_t& record);
+    void show_counts();
+};
+
+void cert_command_t::run() {
+    for (const std::string& file : options_.files) {
+        try {
+            run_file(file);
+        } catch (const failure_t& failure) {
+            console_.fail(failure);
+        }
+    }
+    if (options_.round_trip) {
+        show_counts();
+    }
+}
+
+// A file is DER when a certificate can be read from it. Anything else is searched for PEM: text around it may start
+// with any character, with the one that has the code of a SEQUENCE too.
+void cert_command_t::run_file(const std::string& file) {
+    const std::string bytes = read_input(file);
+    const std::string name = input_name(file);
+    if (bytes.empty()) {
+        throw failure_t(name, "is empty");
+    }
+    const place_t place{name, 1, name};
+    certificate_t certificate;
+    std::string problem;
+    if (read_certificate(bytes, certificate, problem)) {
+        warn_of_trailing(certificate, place);
+        show(certificate, place);
+    } else if (!run_pem(bytes, name)) {
+        const bool starts_like_der = bytes[0] == static_cast<char>(asn_tag_t::SEQUENCE);
+        throw failure_t(name, starts_like_der ? problem : "neither PEM nor DER");
+    }
+}
+
+// Gives false when the text has no PEM block at all.
+bool cert_command_t::run_pem(const std::string& text, const std::string& file) {
+    pem_reader_t reader(text);
+    unsigned int num_certificates = 0;
+    std::optional<std::string> other_label;
+    while (const std::optional<pem_block_t> block = reader.next()) {
+        if (!is_certificate_label(block->label)) {
+            other_label = block->label;
+            continue;
+        }
+        ++num_certificates;
+        const std::string which = "certificate " + std::to_string(num_certificates);
+        const std::string where = "line " + std::to_string(block->line);
+        run_pem_block(*block, {file, num_certificates, file + ": " + which + " (" + where + ")"});
+    }
+    if (num_certificates == 0 && other_label.has_value()) {
+        throw failure_t(file, "holds no certificate, but " + *other_label);
+    }
+    return num_certificates != 0;
+}
+
+void cert_command_t::run_pem_block(const pem_block_t& block, const place_t& place) {
+    certificate_t certificate;
+    std::string problem = block.problem;
+    if (!problem.empty() || !read_certificate(block.der, certificate, problem)) {
+        console_.fail(place.subject, problem);
+        return;
+    }
+    if (block.label != TRUSTED_LABEL) {
+        warn_of_trailing(certificate, place);
+    }
+    show(certificate, place);
+}
+
+void cert_command_t::warn_of_trailing(const certificate_t& certificate, const place_t& place) {
+    if (certificate.trailing.size != 0) {
+        console_.warn(place.subject,
+                      std::to_string(certificate.trailing.size) + " bytes behind the certificate are not looked at");
+    }
+}
+
+void cert_command_t::show(const certificate_t& certificate, const place_t& place) {
+    record_t record;
+    if (options_.json) {
+        record.add("file", shown_text_t(place.file));
+        record.add("index", place.index);
+    }
+    show_field("subject", certificate.subject, place, record);
+    show_field("issuer", certificate.issuer, place, record);
+    const bool several_files = options_.files.size() > 1;
+    console_.put(record, options_.json, several_files ? shown_text_t(place.file + ": ") : shown_text_t());
+}
+
+void cert_command_t::show_field(const char* field, const blob_t& name, const place_t& place, record_t& record) {
+    ++num_names_;
+    const std::optional<shown_text_t> text = show_name(name, order_, map_);
+    const char* problem = nullptr;
+    if (!text.has_value()) {
+        problem = " is malformed or has text that its string type does not allow";
+    } else {
+        record.add(field, *text);
+        if (options_.round_trip && !comes_back_from_text(name, map_)) {
+            problem = " does not come back from its text";
+        }
+    }
+    if (problem != nullptr) {
+        ++num_failures_;
+        console_.fail(place.subject, std::string(field) + problem);
+    }
+}
+
+void cert_command_t::show_counts() {
+    const unsigned int num_held = num_names_ - num_failures_;
+    if (options_.json) {
+        record_t record;
+        record.add("names", num_names_);
+        record.add("round_trips", num_held);
+        record.add("failures", num_failures_);
+        console_.put(record, true);
+        return;
+    }
+    console_.put(shown_text_t(std::to_string(num_names_) + " names, " + std::to_string(num_held) +
+                              " round trips hold, " + std::to_string(num_failures_) + " failures"));
+}
+
+} // namespace
+
+void add_cert_command(CLI::App& app, console_t& console) {
+    CLI::App& command = *app.add_subcommand("cert", "Show subject and issuer of certificates");
+    const auto options = std::make_shared<cert_options_t>();
+    command.add_option("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input")
+        ->type_name("")
+        ->required();
+    command.add_option("--order", options->order, "Order of the RDNs")
+        ->check(CLI::IsMember({"as-encoded", "reversed"}))
+        ->type_name("ORDER")
+        ->capture_default_str();
+    options->oid_map.add_to(command);
+    command.add_flag("--json", options->json, "One JSON object a line");
+    command.add_flag("--round-trip", options->round_trip,
+                     "Take every name, in both orders, back to DER and print it again; count what holds");
+    command.callback([options, &console] { cert_command_t(*options, console).run(); });
+}

@@ -1,0 +1,79 @@
+// derkit: the library from the command line.
+//
+// Exit status: 0 when all went well, 1 when an input could not be used or the output not be written, 2 for a command
+// line that makes no sense.
+#include <cerrno>
+#include <csignal>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/commands.h"
+#include "tools/console.h"
+
+namespace {
+
+constexpr int EXIT_OK = 0;
+constexpr int EXIT_FAILED = 1;
+constexpr int EXIT_USAGE = 2;
+
+// --help and --version end the parsing like errors do, with a code of their own.
+int end_of_parsing(const CLI::App& app, const CLI::ParseError& end, console_t& console) {
+    if (end.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+        console.fail("usage", end.what() + std::string(" (see --help)"));
+        return EXIT_USAGE;
+    }
+    std::ostringstream text;
+    app.exit(end, text);
+    console.put_bytes(text.str());
+    return EXIT_OK;
+}
+
+int run(int argc, char** argv, console_t& console) {
+    CLI::App app("ASN.1 and public-key-infrastructure routines: names, object identifiers, algorithms", "derkit");
+    app.set_version_flag("--version", "derkit " DERKIT_VERSION);
+    app.require_subcommand(0, 1); // none is told apart from an unknown one below
+    add_cert_command(app, console);
+    add_dn_command(app, console);
+    add_oid_command(app, console);
+    add_alg_command(app, console);
+#ifdef DERKIT_WITH_GCRYPT
+    add_key_command(app, console);
+    add_p12_command(app, console);
+#endif
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& end) {
+        return end_of_parsing(app, end, console);
+    }
+    if (app.get_subcommands().empty()) {
+        console.fail("usage", "a subcommand is required (see --help)");
+        return EXIT_USAGE;
+    }
+    return console.failed() ? EXIT_FAILED : EXIT_OK;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A closed pipe is to be an error of writing like any other.
+    std::signal(SIGPIPE, SIG_IGN);
+    console_t console;
+    try {
+        return run(argc, argv, console);
+    } catch (const failure_t& failure) {
+        console.fail(failure);
+    } catch (const output_error_t& error) {
+        // Whoever closed the pipe wants no more, which is nothing to complain about.
+        if (error.code().value() != EPIPE) {
+            console.fail("standard output", error.code().message());
+        }
+    } catch (const std::bad_alloc&) {
+        console.fail("memory", "not enough of it");
+    } catch (const std::runtime_error& error) {
+        console.fail("system", error.what());
+    }
+    return EXIT_FAILED;
+}
