@@ -1,6 +1,6 @@
-// Prints what the readers of public keys, signature values and signature algorithms make of a DER file, for scripts that
-// compare it with what other tools print. Every reader is tried: a line "READER 1" or "READER 0", and for a success
-// "READER.FIELD HEX" for each of its fields.
+// Prints what the readers of public keys, signature values and signature algorithms make of a DER file, for scripts
+// that compare it with what other tools print. Every reader is tried: a line "READER 1" or "READER 0", and for a
+// success "READER.FIELD HEX" for each of its fields.
 #include <cstdio>
 #include <fstream>
 #include <iostream>

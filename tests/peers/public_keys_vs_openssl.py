@@ -94,7 +94,7 @@ class Workshop:
         env = dict(os.environ, OPENSSL_CONF=str(self.folder / ("gost.cnf" if gost else "plain.cnf")))
         run = subprocess.run(["openssl", *map(str, args)], input=input, env=env, capture_output=True)
         if run.returncode != 0:
-            raise RuntimeError(f"openssl {' '.join(map(str, args))}: {run.stderr.decode(errors='replace')}")
+            raise RuntimeError(f"openssl {' '.join(map(str, args))}: {run.stderr.decode(errors='replace').strip()}")
         return run.stdout
 
     def make_key(self, *args, gost=False):
@@ -122,7 +122,7 @@ class Workshop:
 
     def names(self, der):
         """openssl's names of OIDs, in order."""
-        return [element.value for element in self.elements(der) if element.tag == "OBJECT"]
+        return der and [element.value for element in self.elements(der) if element.tag == "OBJECT"]
 
     def probe(self, der):
         """Lines of the probe: a reader's result, or the bytes or the code of one of its fields."""

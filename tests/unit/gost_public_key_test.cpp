@@ -61,7 +61,7 @@ TEST_P(gost_public_key, is_read_into_views_with_parameter_sets_as_whole_elements
     EXPECT_TRUE(holds("DE F0 12 34", out.key));
     EXPECT_EQ(parts.bits.data() + 2, out.key.data);
     for (const blob_t& view : {out.public_key_param_set, out.digest_param_set}) {
-        EXPECT_EQ(0x06, view.data[0]);
+        EXPECT_EQ("\x06", chars_of(view).substr(0, 1));
         EXPECT_TRUE(lies_in(view, parts.parameters));
     }
 }
