@@ -63,15 +63,15 @@ void read_shrouded_key(const blob_t& bag_value, pkcs12_bag_t& bag, const pkcs12_
     if (!asn_read_pkcs8_encrypted_pki_gost(bag_value.data, bag_value.size, key)) {
         return;
     }
-    std::string plaintext;
-    if (!wrap.crypto->decrypt(key.pbe, key.encrypted_data.data, key.encrypted_data.size, plaintext)) {
+    // In a list node from the start, so that the bytes that the bag views stay where they are.
+    std::list<std::string> plaintext(1);
+    if (!wrap.crypto->decrypt(key.pbe, key.encrypted_data.data, key.encrypted_data.size, plaintext.front())) {
         return;
     }
-    // The bag views the bytes where they stay.
-    wrap.easy->decrypted_buffers.emplace_back();
-    wrap.easy->decrypted_buffers.back().swap(plaintext);
+    std::list<std::string>& buffers = wrap.easy->decrypted_buffers;
+    buffers.splice(buffers.end(), plaintext);
     bag.type = PKCS12_BAG_KEY;
-    bag.value = asn_cursor_t(wrap.easy->decrypted_buffers.back()).rest();
+    bag.value = asn_cursor_t(buffers.back()).rest();
     wrap.easy->encrypted_bags.push_back(bag);
 }
 

@@ -17,22 +17,18 @@ bool is_accepted_version(const blob_t& version, unsigned char expected) {
     return version.size == 1 || (version.size != 0 && version.data[0] == expected);
 }
 
-// A plaintext that bags are about to view. It sits in its list node from the start, so that its bytes stay where they
-// are, and goes to the back of the container's buffers, behind those of its own bags, however reading ends.
-class kept_plaintext_t {
+// Moves a plaintext to the back of the container's buffers, behind those of its own bags, however reading them ends.
+class keep_on_exit_t {
   public:
-    kept_plaintext_t(std::list<std::string>& buffers, std::string& plaintext) : buffers_(buffers), own_(1) {
-        own_.front().swap(plaintext);
-    }
-    ~kept_plaintext_t() { buffers_.splice(buffers_.end(), own_); }
-    kept_plaintext_t(const kept_plaintext_t&) = delete;
-    kept_plaintext_t& operator=(const kept_plaintext_t&) = delete;
-
-    const std::string& bytes() const { return own_.front(); }
+    keep_on_exit_t(std::list<std::string>& buffers, std::list<std::string>& plaintext)
+        : buffers_(buffers), plaintext_(plaintext) {}
+    ~keep_on_exit_t() { buffers_.splice(buffers_.end(), plaintext_); }
+    keep_on_exit_t(const keep_on_exit_t&) = delete;
+    keep_on_exit_t& operator=(const keep_on_exit_t&) = delete;
 
   private:
     std::list<std::string>& buffers_;
-    std::list<std::string> own_;
+    std::list<std::string>& plaintext_;
 };
 
 bool read_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
@@ -66,12 +62,13 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
         !asn_read_pkcs5_pbe_gost(algorithm.data, algorithm.size, pbe)) {
         return true;
     }
-    std::string decrypted;
-    if (!wrap.crypto->decrypt(pbe, ciphertext.data, ciphertext.size, decrypted)) {
+    // In a list node from the start, so that the bytes that bags view stay where they are.
+    std::list<std::string> plaintext(1);
+    if (!wrap.crypto->decrypt(pbe, ciphertext.data, ciphertext.size, plaintext.front())) {
         return true;
     }
-    kept_plaintext_t plaintext(wrap.easy->decrypted_buffers, decrypted);
-    asn_cursor_t octets(plaintext.bytes());
+    const keep_on_exit_t keep(wrap.easy->decrypted_buffers, plaintext);
+    asn_cursor_t octets(plaintext.front());
     const blob_t safe_contents = octets.read(asn_tag_t::OCTET_STRING);
     return octets.ok() && asn_read_pkcs12_bags(safe_contents.data, safe_contents.size, true, wrap);
 }

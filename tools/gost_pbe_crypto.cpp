@@ -1,8 +1,9 @@
 #include "tools/gost_pbe_crypto.h"
 
+#include <algorithm>
+#include <cstring>
 #include <stdexcept>
 #include <string_view>
-#include <vector>
 
 #include <gcrypt.h>
 
@@ -47,7 +48,12 @@ class digest_t {
     digest_t& operator=(const digest_t&) = delete;
 
     void add(const void* bytes, std::size_t size) { gcry_md_write(handle_, bytes, size); }
-    const unsigned char* finish() { return gcry_md_read(handle_, GCRY_MD_GOSTR3411_CP); }
+
+    // Stores the digest and starts anew.
+    void finish(secret_t& out) {
+        std::memcpy(out.data(), gcry_md_read(handle_, GCRY_MD_GOSTR3411_CP), out.size());
+        gcry_md_reset(handle_);
+    }
 
   private:
     gcry_md_hd_t handle_ = nullptr;
@@ -104,50 +110,51 @@ bool equal(const unsigned char* a, const unsigned char* b, std::size_t size) {
     return difference == 0;
 }
 
-// Fills whole blocks by repeating bytes (RFC 7292 B.2 2 and 3); no bytes give no block.
-void append_repeated(const unsigned char* bytes, std::size_t size, std::vector<unsigned char>& out) {
-    const std::size_t total = (size + DIGEST_BLOCK_SIZE - 1) / DIGEST_BLOCK_SIZE * DIGEST_BLOCK_SIZE;
-    for (std::size_t i = 0; i < total; ++i) {
-        out.push_back(bytes[i % size]);
+// Adds whole blocks of repeated bytes (RFC 7292 B.2 2 and 3); no bytes give no block.
+void add_repeated(digest_t& digest, const unsigned char* bytes, std::size_t size) {
+    std::size_t left = (size + DIGEST_BLOCK_SIZE - 1) / DIGEST_BLOCK_SIZE * DIGEST_BLOCK_SIZE;
+    while (left != 0) {
+        const std::size_t added = std::min(left, size);
+        digest.add(bytes, added);
+        left -= added;
     }
 }
 
-// The last of these a container can ask for without keeping the machine busy for minutes.
+// A container names these itself: without a limit it could keep the machine busy for hours.
 bool is_usable(const blob_t& salt, unsigned int iterations) {
     return salt.size != 0 && iterations != 0 && iterations <= gost_pbe_crypto_t::MAX_ITERATIONS;
 }
 
 // Key derivation of RFC 7292 B.2 for a MAC key, which takes one round: the key is as long as the digest.
-secret_t pkcs12_mac_key(const std::vector<unsigned char>& password, const blob_t& salt, unsigned int iterations) {
-    const std::vector<unsigned char> diversifier(DIGEST_BLOCK_SIZE, PKCS12_KDF_MAC_ID);
-    std::vector<unsigned char> input;
-    append_repeated(salt.data, salt.size, input);
-    append_repeated(password.data(), password.size(), input);
+secret_t pkcs12_mac_key(const secret_t& password, const blob_t& salt, unsigned int iterations) {
     secret_t key(KEY_SIZE);
-    for (unsigned int i = 0; i < iterations; ++i) {
-        digest_t digest;
-        if (i == 0) {
-            digest.add(diversifier.data(), diversifier.size());
-            digest.add(input.data(), input.size());
-        } else {
-            digest.add(key.data(), key.size());
-        }
-        std::memcpy(key.data(), digest.finish(), KEY_SIZE);
+    digest_t digest;
+    add_repeated(digest, &PKCS12_KDF_MAC_ID, sizeof PKCS12_KDF_MAC_ID);
+    add_repeated(digest, salt.data, salt.size);
+    add_repeated(digest, password.data(), password.size());
+    digest.finish(key);
+    for (unsigned int i = 1; i < iterations; ++i) {
+        digest.add(key.data(), key.size());
+        digest.finish(key);
     }
-    wipe(input.data(), input.size());
     return key;
 }
 
-// A PrivateKeyInfo starts with its version, a SafeContents holds bags or nothing.
+// A PrivateKeyInfo starts with its version, a SafeContents holds bags or nothing. Either fills the plaintext: there is
+// no padding in CFB mode.
 enum class plaintext_t { PRIVATE_KEY, SAFE_CONTENTS, WRAPPED_SAFE_CONTENTS, GARBAGE };
 
 plaintext_t recognise(const std::string& plaintext) {
     asn_cursor_t in(plaintext);
     if (in.next_is(asn_tag_t::OCTET_STRING)) {
-        in.skip(asn_tag_t::OCTET_STRING);
-        return in.ok() ? plaintext_t::WRAPPED_SAFE_CONTENTS : plaintext_t::GARBAGE;
+        const asn_cursor_t wrapped = in.enter(asn_tag_t::OCTET_STRING);
+        const bool wraps_bags = in.ok() && in.empty() && wrapped.next_is(asn_tag_t::SEQUENCE);
+        return wraps_bags ? plaintext_t::WRAPPED_SAFE_CONTENTS : plaintext_t::GARBAGE;
     }
     const asn_cursor_t content = in.enter(asn_tag_t::SEQUENCE);
+    if (!in.empty()) {
+        return plaintext_t::GARBAGE;
+    }
     if (content.next_is(asn_tag_t::INTEGER)) {
         return plaintext_t::PRIVATE_KEY;
     }
@@ -174,30 +181,42 @@ blob_t make_blob(const void* data, unsigned int size) {
     return blob;
 }
 
-// The content of the OCTET STRING element that the library hands over.
+// The content of the OCTET STRING element that the library hands over to be written. Lengths of 65,536 octets or more
+// can come out too short; a content cut by that must not pass for the whole.
 blob_t content_of(const blob_t& octet_string) {
     asn_cursor_t in(octet_string);
-    return in.read(asn_tag_t::OCTET_STRING);
+    const blob_t content = in.read(asn_tag_t::OCTET_STRING);
+    if (!in.ok() || !in.empty()) {
+        throw std::runtime_error("the container has a size that its header cannot say");
+    }
+    return content;
 }
 
-blob_t covered_by_mac(const blob_t& octet_string, container_profile_t profile) {
+blob_t covered_by_new_mac(const blob_t& octet_string, container_profile_t profile) {
     return profile == container_profile_t::NATIVE ? octet_string : content_of(octet_string);
+}
+
+// What the MAC of a file covers: nothing when the file holds no OCTET STRING there.
+blob_t covered_by_mac(const blob_t& octet_string, container_profile_t profile) {
+    asn_cursor_t in(octet_string);
+    return profile == container_profile_t::NATIVE ? octet_string : in.read(asn_tag_t::OCTET_STRING);
 }
 
 // UTF-8 to big-endian UTF-16 with its terminator (RFC 7292 B.1). What is not UTF-8 has no such form; its bytes are
 // widened one by one, as OpenSSL does.
-void append_bmp_password(std::string_view utf8, std::vector<unsigned char>& out) {
-    out.reserve(2 * utf8.size() + 2); // so that no copy is left behind by growth
+secret_t bmp_password(std::string_view utf8) {
+    constexpr std::size_t TERMINATOR_SIZE = 2;
     std::optional<std::string> wide = utf16_from_utf8(utf8);
-    if (wide.has_value()) {
-        out.insert(out.end(), wide->begin(), wide->end());
-        wipe(wide->data(), wide->size());
-    } else {
-        for (const char byte : utf8) {
-            out.insert(out.end(), {0, static_cast<unsigned char>(byte)});
+    if (!wide.has_value()) {
+        wide.emplace(2 * utf8.size(), '\0');
+        for (std::size_t i = 0; i < utf8.size(); ++i) {
+            (*wide)[2 * i + 1] = utf8[i];
         }
     }
-    out.insert(out.end(), {0, 0});
+    secret_t password(wide->size() + TERMINATOR_SIZE);
+    std::copy(wide->begin(), wide->end(), password.data());
+    wipe(wide->data(), wide->size());
+    return password;
 }
 
 } // namespace
@@ -235,7 +254,7 @@ bool gost_pbe_crypto_t::make_mac(const void* data, unsigned int size, pkcs12_mac
     mac.salt = make_blob(mac_salt_.data(), SALT_SIZE);
     mac.iterations = ITERATIONS;
     const secret_t key = derive_mac_key(mac.salt, mac.iterations, mac_key_t::PBKDF2);
-    compute_mac(key, covered_by_mac(make_blob(data, size), profile_), mac_.data(), mac_.size());
+    compute_mac(key, covered_by_new_mac(make_blob(data, size), profile_), mac_.data(), mac_.size());
     mac.digest = make_blob(mac_.data(), MAC_SIZE);
     return true;
 }
@@ -283,13 +302,7 @@ bool gost_pbe_crypto_t::encrypt(const void* data, unsigned int size, pkcs5_pbe_g
 
 secret_t gost_pbe_crypto_t::derive_mac_key(const blob_t& salt, unsigned int iterations, mac_key_t source) const {
     if (source == mac_key_t::PKCS12_KDF) {
-        std::vector<unsigned char> password;
-        if (password_.has_value()) {
-            append_bmp_password(password_->text(), password);
-        }
-        secret_t key = pkcs12_mac_key(password, salt, iterations);
-        wipe(password.data(), password.size());
-        return key;
+        return pkcs12_mac_key(password_.has_value() ? bmp_password(password_->text()) : secret_t(0), salt, iterations);
     }
     const secret_t octets = derive_key(salt, iterations, PBKDF2_MAC_SIZE);
     return secret_t(octets.text().substr(PBKDF2_MAC_SIZE - KEY_SIZE));

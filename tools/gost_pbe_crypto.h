@@ -30,10 +30,12 @@ enum class mac_key_t {
 class gost_pbe_crypto_t final : public pbe_crypto_t {
   public:
     // More iterations are refused: a file could ask for hours of work.
-    static constexpr unsigned int MAX_ITERATIONS = 10'000'000;
+    static constexpr unsigned int MAX_ITERATIONS = 1'000'000;
 
-    // `password` must outlive the object. Without one the MAC key of PKCS12_KDF comes from no octets at all; with an empty one from its terminator.
+    // `password` must outlive the object. Without one the MAC key of PKCS12_KDF comes from no octets at all; with an
+    // empty one from its terminator.
     gost_pbe_crypto_t(const std::optional<secret_t>& password, container_profile_t profile);
+    gost_pbe_crypto_t(std::optional<secret_t>&&, container_profile_t) = delete; // would refer to what is gone at once
     ~gost_pbe_crypto_t();
     gost_pbe_crypto_t(const gost_pbe_crypto_t&) = delete;
     gost_pbe_crypto_t& operator=(const gost_pbe_crypto_t&) = delete;

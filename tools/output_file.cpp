@@ -44,7 +44,7 @@ std::string temporary_name(const std::string& path, unsigned int number) {
     return directory + ".derkit-" + std::to_string(getpid()) + "-" + std::to_string(number);
 }
 
-// rename() that leaves a file alone that has the name. Not all file systems can do that, but those have links.
+// rename() that leaves a file alone that has the name. Not all file systems can do that; a link does it on most others.
 int rename_if_free(const char* from, const char* to) {
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) {
         return 0;

@@ -5,6 +5,8 @@
 
 #include <iconv.h>
 
+#include "tools/secret.h"
+
 namespace {
 
 struct close_t {
@@ -24,6 +26,7 @@ std::optional<std::string> convert(const char* to, const char* from, std::string
     char* output = out.data();
     std::size_t output_left = out.size();
     if (iconv(converter.get(), &input, &input_left, &output, &output_left) != 0) {
+        wipe(out.data(), out.size()); // it may be half a password
         return std::nullopt;
     }
     out.resize(out.size() - output_left);

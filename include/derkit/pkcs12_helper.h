@@ -21,7 +21,7 @@ struct bmp_string_t {
 /// One key or certificate of a container.
 struct pkcs12_bag_t {
     unsigned int type = 0;      ///< 0: private key, 1: certificate; writers take every value but 1 as a key
-    blob_t value;               ///< a complete PrivateKeyInfo element, or a DER certificate
+    blob_t value;               ///< a complete PrivateKeyInfo element, or a DER certificate; not parsed
     bmp_string_t friendly_name; ///< content of friendlyName; size 0: absent
     blob_t local_key_id;        ///< content of localKeyId; size 0: absent
 };
@@ -57,17 +57,21 @@ struct pkcs12_easy_t {
 /// object. Their order is part of the binary interface.
 class pbe_crypto_t {
   public:
-    /// Tells whether `mac` matches `data`, the complete OCTET STRING element (04, length, content) inside authSafe.
+    /// Tells whether `mac` matches `data`: all that authSafe's [0] holds, which should be one complete OCTET STRING
+    /// element (04, length, content). Nothing of it has been parsed yet.
     virtual bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) = 0;
 
     /// Fills `digest`, `salt` and `iterations` of `mac` for the same kind of data. What the views point to must
-    /// stay valid until the writer returns. False: no MAC was made, the container's own is written.
+    /// stay valid until the writer returns. False: no MAC was made, the container's own is written. Choose an iteration
+    /// count without a zero octet, such as 2000: see asn_write_INTEGER().
     virtual bool make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac) = 0;
 
-    /// Decrypts `data` under `params` into `out`, which arrives empty. False: cannot be decrypted.
+    /// Decrypts `data` under `params` into `out`, which arrives empty. The plaintext of an entry is an OCTET STRING
+    /// around a SafeContents; that of a shrouded key becomes its bag's value as it is. False: cannot be decrypted.
     virtual bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) = 0;
 
-    /// Chooses `params` and puts the ciphertext of `data` into `out`. The result is not looked at.
+    /// Chooses `params` and puts the ciphertext of `data` into `out`. What the views of `params` point to must stay
+    /// valid until the writer returns; for the iteration count see make_mac. The result is not looked at.
     virtual bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) = 0;
 
   protected:
@@ -82,18 +86,21 @@ DERKIT_API bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkc
 
 /// Reads a PFX.
 ///
-/// The MAC is verified before anything inside is parsed. Entries that are of another kind, or that cannot be
-/// decrypted, are skipped.
+/// The MAC is verified before anything inside is parsed. A file without a MAC is refused, and so is one whose authSafe
+/// is not id-data. Entries that are of another kind, or that cannot be decrypted, are skipped.
 ///
-/// @param data    the file's bytes; they must outlive the container, whose bags point into them
+/// @param data    the file's bytes; they must outlive the container, whose bags and MAC point into them
 /// @param crypto  never null
 /// @param easy    receives bags behind what it holds; after a failure it keeps those read so far, and all its
 ///                views stay valid
 DERKIT_API bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* crypto, pkcs12_easy_t& easy);
 
 /// Writes a PFX and assigns it to `out`: the plain bags in one id-data entry, the encrypted bags in one
-/// id-encryptedData entry. Departs from RFC 7292 in two places: the MAC covers the whole OCTET STRING element, and
-/// the encrypted plaintext is an OCTET STRING around the SafeContents.
+/// id-encryptedData entry.
+///
+/// Departs from RFC 7292: the MAC covers the whole OCTET STRING element, the encrypted plaintext is an OCTET STRING
+/// around the SafeContents, iteration counts lose their zero octets, and the length of an element of 65,536 octets or
+/// more comes out too short when one of its octets is zero.
 /// @param crypto  never null
 DERKIT_API void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out);
 

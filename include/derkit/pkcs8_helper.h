@@ -5,6 +5,9 @@
 /// A record may be partly filled after a failure. Writers assign the finished element to `out`; the only
 /// exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on distinct
 /// arguments.
+///
+/// Lengths of 65,536 octets or more that hold a zero octet are written too short; keys and their parameters stay far
+/// below that.
 #ifndef DERKIT_PKCS8_HELPER_H
 #define DERKIT_PKCS8_HELPER_H
 
@@ -56,6 +59,7 @@ DERKIT_API void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string
 /// @param data  content of the AlgorithmIdentifier, from the PBES2 OBJECT IDENTIFIER on (what
 ///              asn_write_pkcs5_pbe_gost() writes has the SEQUENCE around it)
 /// @param size  bytes of that content
+/// @param out   an iteration count of no octets at all leaves `iterations` as it was
 DERKIT_API bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost_t& out);
 
 /// Writes the PBES2 AlgorithmIdentifier, SEQUENCE included. The iteration count is written by

@@ -63,6 +63,9 @@ for key in 2001 2012-256 2012-512; do
   encrypt_key "$key" "$key.encrypted.pem" "секрет-$key"
   export_container "$key" "$key.p12" "секрет-$key" md_gost94 gost89 -iter 2000
 done
+# Longer than the 1,024 octets behind which the cipher changes its key.
+cat 2012-256.cert.pem 2012-512.cert.pem >"$work/chain.pem"
+export_container 2001 chain.p12 секрет md_gost94 gost89 -certfile "$work/chain.pem"
 LEGACY_GOST_PKCS12=1 export_container 2001 mac-by-pkcs12-kdf.p12 секрет md_gost94 gost89
 export_container 2001 empty-password.p12 "" md_gost94 gost89
 

@@ -23,6 +23,7 @@ READ = {
                  "key 1: family: GOST R 34.10-2001", "certificate 1: subject: C=RU,O=Пример,CN=Ключ 2001"],
     "2012-256.p12": ["key 1: friendly_name: Ключ 2012-256", "key 1: family: GOST R 34.10-2012 256"],
     "2012-512.p12": ["key 1: friendly_name: Ключ 2012-512", "key 1: family: GOST R 34.10-2012 512"],
+    "chain.p12": ["certificate 3: subject: C=RU,O=Пример,CN=Ключ 2012-512"],
     "mac-by-pkcs12-kdf.p12": ["mac: verdict: good", "mac: key: PKCS#12 KDF", "key 1: family: GOST R 34.10-2001"],
     "empty-password.p12": ["mac: verdict: good", "key 1: family: GOST R 34.10-2001"],
 }

@@ -587,7 +587,7 @@ TEST(container, keeps_its_views_when_it_moves) {
     EXPECT_TRUE(all_kept(input, last));
 }
 
-// All elements that are walked. The parameters of MAC and encryption are opaque here: the entry is skipped for them, and
+// All elements that are walked. The parameters of MAC and encryption are opaque here: the entry is skipped for them and
 // would fail for everything else.
 
 pfx_t walked_pfx() {
