@@ -567,6 +567,16 @@ class KeysByOpenssl(EncryptedKeyTest):
             for start in range(0, len(octets) - 8, 2):
                 self.assertNotIn(octets[start : start + 8], everything)
 
+    def test_a_decrypted_key_that_is_none_fails_like_a_plain_one(self):
+        key = bytearray(der_of(self.encrypt(self.make_key())))
+        # In CFB mode a changed bit changes the same bit of the plaintext, and the next block as a whole. Here that is
+        # the length of privateKey, which stands behind 36 octets and in front of the key itself: 32 becomes 31.
+        key[-69 + 36] ^= 32 ^ 31
+        path = self.file("key.der", bytes(key))
+        shown, error = self.shows_and_fails(path, *self.password_file("secret"))
+        self.assert_fields(shown, family="GOST R 34.10-2001", shape="unknown", size="31", readable="no")
+        self.assertIn("the 31 bytes of the key, shape unknown, are no key of GOST R 34.10-2001", error)
+
     def test_passwords_of_any_characters(self):
         key = self.make_key()
         for password in "пароль", "a b\t'\"", "x" * 200:
