@@ -1,4 +1,4 @@
-// derkit cert: subject and issuer of certificates.
+// derkit cert: certificates at a glance.
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +8,7 @@
 
 #include "tools/bytes.h"
 #include "tools/certificate.h"
+#include "tools/certificate_facts.h"
 #include "tools/commands.h"
 #include "tools/console.h"
 #include "tools/input_file.h"
@@ -22,15 +23,9 @@ struct cert_options_t {
     std::string order = "as-encoded";
     oid_map_option_t oid_map;
     bool json = false;
+    bool local = false;
     bool round_trip = false;
 };
-
-// RFC 7468 5.1 and the form that has trust settings behind the certificate.
-constexpr const char* TRUSTED_LABEL = "TRUSTED CERTIFICATE";
-
-bool is_certificate_label(const std::string& label) {
-    return label == "CERTIFICATE" || label == "X509 CERTIFICATE" || label == TRUSTED_LABEL;
-}
 
 class cert_command_t {
   public:
@@ -146,6 +141,9 @@ void cert_command_t::show(const certificate_t& certificate, const place_t& place
     }
     show_field("subject", certificate.subject, place, record);
     show_field("issuer", certificate.issuer, place, record);
+    for (const std::string& problem : add_certificate_facts(certificate, map_, options_.local, record)) {
+        console_.fail(place.subject, problem);
+    }
     const bool several_files = options_.files.size() > 1;
     console_.put(record, options_.json, several_files ? shown_text_t(place.file + ": ") : shown_text_t());
 }
@@ -185,7 +183,7 @@ void cert_command_t::show_counts() {
 } // namespace
 
 void add_cert_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("cert", "Show subject and issuer of certificates");
+    CLI::App& command = *app.add_subcommand("cert", "Show certificates: names, validity, algorithms, keys");
     const auto options = std::make_shared<cert_options_t>();
     command.add_option("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input")
         ->type_name("")
@@ -196,6 +194,7 @@ void add_cert_command(CLI::App& app, console_t& console) {
         ->capture_default_str();
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
+    command.add_flag("--local", options->local, "Show the validity in local time too");
     command.add_flag("--round-trip", options->round_trip,
                      "Take every name, in both orders, back to DER and print it again; count what holds");
     command.callback([options, &console] { cert_command_t(*options, console).run(); });

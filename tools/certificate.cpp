@@ -41,9 +41,9 @@ void read_tbs_certificate(asn_cursor_t tbs, certificate_t& out, missing_field_t&
         tbs.skip(asn_tag_t::CONTEXT_0);
     }
     missing.check(tbs, "version");
-    tbs.skip(asn_tag_t::INTEGER);
+    out.serial_number = tbs.read(asn_tag_t::INTEGER);
     missing.check(tbs, "serialNumber");
-    tbs.skip(asn_tag_t::SEQUENCE);
+    out.inner_signature = read_element(tbs, asn_tag_t::SEQUENCE);
     missing.check(tbs, "signature");
     out.issuer = read_element(tbs, asn_tag_t::SEQUENCE);
     missing.check(tbs, "issuer");
@@ -51,7 +51,7 @@ void read_tbs_certificate(asn_cursor_t tbs, certificate_t& out, missing_field_t&
     missing.check(tbs, "validity");
     out.subject = read_element(tbs, asn_tag_t::SEQUENCE);
     missing.check(tbs, "subject");
-    tbs.skip(asn_tag_t::SEQUENCE);
+    out.public_key = read_element(tbs, asn_tag_t::SEQUENCE);
     missing.check(tbs, "subjectPublicKeyInfo");
 }
 
@@ -63,7 +63,7 @@ void read_fields(asn_cursor_t in, certificate_t& out, missing_field_t& missing) 
     const asn_cursor_t tbs = certificate.enter(asn_tag_t::SEQUENCE);
     missing.check(certificate, "tbsCertificate");
     read_tbs_certificate(tbs, out, missing);
-    certificate.skip(asn_tag_t::SEQUENCE);
+    out.signature_algorithm = read_element(certificate, asn_tag_t::SEQUENCE);
     missing.check(certificate, "signatureAlgorithm");
     certificate.skip(asn_tag_t::BIT_STRING);
     missing.check(certificate, "signatureValue");
@@ -71,6 +71,10 @@ void read_fields(asn_cursor_t in, certificate_t& out, missing_field_t& missing) 
 }
 
 } // namespace
+
+bool is_certificate_label(std::string_view label) {
+    return label == "CERTIFICATE" || label == "X509 CERTIFICATE" || label == TRUSTED_LABEL;
+}
 
 bool read_certificate(std::string_view der, certificate_t& out, std::string& problem) {
     missing_field_t missing;

@@ -14,5 +14,7 @@ void add_dn_command(CLI::App& app, console_t& console);
 void add_key_command(CLI::App& app, console_t& console); // with libgcrypt only
 void add_oid_command(CLI::App& app, console_t& console);
 void add_p12_command(CLI::App& app, console_t& console); // with libgcrypt only
+void add_spki_command(CLI::App& app, console_t& console);
+void add_time_command(CLI::App& app, console_t& console);
 
 #endif

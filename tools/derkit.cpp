@@ -36,9 +36,11 @@ int run(int argc, char** argv, console_t& console) {
     app.set_version_flag("--version", "derkit " DERKIT_VERSION);
     app.require_subcommand(0, 1); // none is told apart from an unknown one below
     add_cert_command(app, console);
+    add_spki_command(app, console);
     add_dn_command(app, console);
     add_oid_command(app, console);
     add_alg_command(app, console);
+    add_time_command(app, console);
 #ifdef DERKIT_WITH_GCRYPT
     add_key_command(app, console);
     add_p12_command(app, console);

@@ -151,12 +151,12 @@ template <typename CHECK> void for_each_element_left_out(const der_t& whole, CHE
     });
 }
 
+inline const std::string ROOM_BEHIND(0x2000, '\0');
+
 // Runs check(whole, element) for every element with every length that no reader may follow: the indefinite form, more
 // than four octets, a length past what encloses the element, and lengths near 2^32. `whole` is to be read with
 // ROOM_BEHIND, so that the length past what encloses the element stays inside the input (and is fine for the outermost
 // element, which is left alone).
-inline const std::string ROOM_BEHIND(0x2000, '\0');
-
 template <typename CHECK> void for_each_bad_length(const der_t& whole, CHECK check) {
     for (const char* const length : {"80", "85 00 00 00 00 01", "82 10 00", "84 FF FF FF F9", "84 FF FF FF FA",
                                      "84 FF FF FF FB", "84 FF FF FF FE", "84 FF FF FF FF"}) {

@@ -867,13 +867,12 @@ class PassedOver(P12Test):
             with self.subTest(problem):
                 # what would decrypt well if the parameters were taken for those that are read
                 certificates = GOST.encrypt("x", pfx.sequence(pfx.cert_bag(certificate())))
-                key = GOST.encrypt("x", private_key())
-                shrouded = pfx.shrouded_bag(algorithm, key)
+                key, other_key = (GOST.encrypt("x", private_key(octet * 32)) for octet in (b"a", b"b"))
                 self.tells(
                     [
                         pfx.encrypted_entry(algorithm, certificates),
-                        pfx.data_entry(shrouded),
-                        GOST.encrypted_entry("x", shrouded),
+                        pfx.data_entry(pfx.shrouded_bag(algorithm, key)),
+                        GOST.encrypted_entry("x", pfx.shrouded_bag(algorithm, other_key)),
                     ],
                     f"entry 2 (encryptedData) {problem}",
                     f"entry 3, bag 1 (pkcs8ShroudedKeyBag) {problem}",

@@ -1,6 +1,7 @@
 // Memory of keys and containers: what readers allocate, and what writers and readers leave behind when there is none.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <list>
 #include <new>
