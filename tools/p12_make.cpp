@@ -4,6 +4,7 @@
 #include <list>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -85,7 +86,7 @@ bool is_same(const opened_bag_t& opened, std::string_view value) {
     return chars(opened.bag->value) == value;
 }
 
-// Lengths from 65,536 on that hold a zero octet cannot be written.
+// A length of 65,536 or more can come out too short.
 bool comes_back(const p12_parts_t& parts, const std::string& bytes, const std::optional<secret_t>& password) {
     try {
         const p12_container_t container("", bytes, password);
@@ -110,6 +111,7 @@ class p12_make_t {
     void require_free_inputs() const;
     secret_t read_password() const;
     std::string encoded_name() const;
+    std::string encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto) const;
     void write(const std::string& bytes) const;
 };
 
@@ -118,7 +120,7 @@ void p12_make_t::run() const {
     const std::optional<secret_t> password = read_password();
     const container_profile_t profile =
         options_.profile == "native" ? container_profile_t::NATIVE : container_profile_t::STANDARD;
-    gost_pbe_crypto_t crypto(password, profile);
+    gost_pbe_crypto_t crypto(password, profile); // starts libgcrypt, also for the digest below
     p12_parts_t parts;
     const wipe_at_end_t wiped(parts.key);
     parts.friendly_name = encoded_name();
@@ -130,13 +132,9 @@ void p12_make_t::run() const {
     const std::string& first = parts.certificates.front();
     gcry_md_hash_buffer(GCRY_MD_SHA1, parts.local_key_id.data(), first.data(), first.size());
 
-    pkcs12_easy_t easy;
-    easy.encrypted_bags = make_bags(parts);
-    std::string bytes;
-    asn_write_pkcs12_easy(easy, &crypto, bytes);
+    const std::string bytes = encode(parts, crypto);
     if (!comes_back(parts, bytes, password)) {
-        throw failure_t(options_.out, "a container of " + std::to_string(bytes.size()) +
-                                          " bytes cannot be written without loss; another name or certificate helps");
+        throw failure_t(options_.out, "the container has a size that its header cannot say");
     }
     write(bytes);
 }
@@ -164,6 +162,18 @@ std::string p12_make_t::encoded_name() const {
         throw failure_t("--name", "is not UTF-8");
     }
     return std::move(*name);
+}
+
+std::string p12_make_t::encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto) const {
+    pkcs12_easy_t easy;
+    easy.encrypted_bags = make_bags(parts);
+    std::string bytes;
+    try {
+        asn_write_pkcs12_easy(easy, &crypto, bytes);
+    } catch (const std::runtime_error& error) {
+        throw failure_t(options_.out, error.what());
+    }
+    return bytes;
 }
 
 void p12_make_t::write(const std::string& bytes) const {
