@@ -822,10 +822,17 @@ class Terminal(EncryptedKeyTest):
         self.tool = subprocess.Popen(
             [TOOL, "key", *map(str, arguments)],
             **{"stdin": inside, "stdout": inside, "stderr": inside, "start_new_session": True},
-            preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0),
+            preexec_fn=self.become_foreground,
         )
         self.addCleanup(self.tool.wait)
         self.addCleanup(self.tool.kill)
+
+    @staticmethod
+    def become_foreground():
+        """As a shell starts a command: whoever runs the tests in the background may have some signals ignored."""
+        fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+        for number in signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM, signal.SIGTSTP:
+            signal.signal(number, signal.SIG_DFL)
 
     def mode(self):
         return termios.tcgetattr(self.terminal)[3]

@@ -57,7 +57,8 @@ class Pair:
     def export(self, *options, password=PASSWORD, name=NAME, encryption="gost89", mac="md_gost94", **how):
         """The container that openssl makes of the two."""
         variables = {"P12_PASSWORD": password, **how.pop("variables", {})}
-        made = ["pkcs12", "-export", "-inkey", self.key_file, "-in", self.certificate_file, "-passout", "env:P12_PASSWORD"]
+        made = ["pkcs12", "-export", "-inkey", self.key_file, "-in", self.certificate_file]
+        made += ["-passout", "env:P12_PASSWORD"]
         kind = ["-keypbe", encryption, "-certpbe", encryption, "-macalg", mac, "-name", name]
         return GOST.openssl(*made, *kind, *options, variables=variables, **how)
 
@@ -235,7 +236,8 @@ class ContainersOfOpenssl(P12Test):
 
     def test_a_key_in_the_clear_is_told(self):
         container = PAIR.export("-keypbe", "NONE", "-nocerts")
-        self.assertEqual([(found["object"], found.get("encrypted")) for found in self.show(container)[1:]], [("key", "no")])
+        shown = [(found["object"], found.get("encrypted")) for found in self.show(container)[1:]]
+        self.assertEqual(shown, [("key", "no")])
         self.extracts(container, [PAIR.key], [])
 
     def test_without_a_password_the_outside_is_listed(self):
@@ -533,7 +535,8 @@ class MadeContainers(P12Test):
             for profile in "standard", "native":
                 options = ["--key", key, "--cert", path, "--profile", profile, "--out", self.folder / "made.p12"]
                 if size == 0x10000:
-                    self.assertIn("/made.p12: the container has a size that its header cannot say", self.fails("make", *options))
+                    problem = "/made.p12: the container has a size that its header cannot say"
+                    self.assertIn(problem, self.fails("make", *options))
                     self.assertFalse((self.folder / "made.p12").exists())
                 else:
                     self.succeeds("make", *options, "--force")
@@ -963,7 +966,8 @@ class Bags(P12Test):
         )
         shown = self.show(container, password="x")[1:]
         self.assertEqual([found["encrypted"] for found in shown], ["no", "yes", "yes", "yes"])
-        self.assertEqual({(found["family"], found["shape"]) for found in shown}, {("GOST R 34.10-2001", "OCTET STRING")})
+        kinds = {(found["family"], found["shape"]) for found in shown}
+        self.assertEqual(kinds, {("GOST R 34.10-2001", "OCTET STRING")})
         self.extracts(container, keys, [], password="x")
 
     def test_no_key_is_ever_shown(self):
@@ -1058,7 +1062,7 @@ class Extraction(P12Test):
             "a.p12",
             GOST.container(
                 "x",
-                pfx.data_entry(pfx.key_bag(private_key()), pfx.cert_bag(certificate("a")), pfx.cert_bag(certificate("b"))),
+                pfx.data_entry(pfx.key_bag(private_key()), *(pfx.cert_bag(certificate(name)) for name in "ab")),
             ),
         )
 
@@ -1069,7 +1073,8 @@ class Extraction(P12Test):
         printed = self.succeeds("extract", self.container, "--out", self.out, password="x", preexec=lambda: os.umask(0))
         names = ["key-1.pem", "certificate-1.pem", "certificate-2.pem"]
         self.assertEqual(printed, "".join(f"{self.out}/{name}\n" for name in names))
-        self.assertEqual({path.name: mode(path) for path in self.out.iterdir()}, dict(zip(names, [0o600, 0o666, 0o666])))
+        modes = {path.name: mode(path) for path in self.out.iterdir()}
+        self.assertEqual(modes, dict(zip(names, [0o600, 0o666, 0o666])))
         self.assertEqual(mode(self.out), 0o700)
 
     def test_openssl_reads_what_is_extracted(self):
@@ -1123,7 +1128,8 @@ class Extraction(P12Test):
         self.assertFalse(self.out.exists())
         self.out.mkdir()
         (self.out / "key-1.pem").write_bytes(b"old")
-        self.assertEqual(self.fails("extract", path, "--out", self.out, "--force", password="x", preexec=limit), problem)
+        told = self.fails("extract", path, "--out", self.out, "--force", password="x", preexec=limit)
+        self.assertEqual(told, problem)
         self.assertEqual(self.files(), {"key-1.pem": b"old"})
 
     def test_a_directory_in_the_place_of_a_file(self):
