@@ -1,0 +1,56 @@
+# What `cmake --install` lays where, in the components runtime, development and tools.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# Lays everything in three components, whose documentation goes to directories of their own. What comes behind `tools`
+# goes to every rule.
+function(derkit_install libdir runtime runtime_doc development development_doc tools)
+  set(generated ${PROJECT_BINARY_DIR}/install/${development})
+
+  # derkit.pc finds the other directories from where it lies, so that the tree can be moved.
+  set(pkgconfig_dir ${libdir}/pkgconfig)
+  cmake_path(ABSOLUTE_PATH pkgconfig_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE from)
+  file(RELATIVE_PATH to_prefix ${from} ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" to_prefix ${to_prefix})
+  file(RELATIVE_PATH to_includedir ${from} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/derkit.pc.in ${generated}/derkit.pc @ONLY)
+  write_basic_package_version_file(${generated}/derkitConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+
+  set(options COMPONENT ${runtime} ${ARGN})
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/qaroids.cfg DESTINATION ${runtime_doc}/examples ${options})
+
+  set(options COMPONENT ${development} ${ARGN})
+  install(TARGETS ${libraries} EXPORT ${development}_targets
+    LIBRARY DESTINATION ${libdir} COMPONENT ${runtime} NAMELINK_COMPONENT ${development} ${ARGN}
+    ARCHIVE DESTINATION ${libdir} ${options})
+  # The library needs no other package, so the list of its targets is all that its own has to say.
+  install(EXPORT ${development}_targets FILE derkitConfig.cmake NAMESPACE derkit::
+    DESTINATION ${libdir}/cmake/derkit ${options})
+  install(FILES ${generated}/derkitConfigVersion.cmake DESTINATION ${libdir}/cmake/derkit ${options})
+  install(FILES ${generated}/derkit.pc DESTINATION ${pkgconfig_dir} ${options})
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${options})
+  install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${development_doc} ${options})
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${development_doc} ${options}
+    FILES_MATCHING PATTERN *.md PATTERN *.cpp PATTERN man EXCLUDE)
+  derkit_install_man_pages(3 ${options})
+  derkit_install_man_pages(5 ${options})
+
+  if(TARGET derkit_tool)
+    set(options COMPONENT ${tools} ${ARGN})
+    install(TARGETS derkit_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${options})
+    derkit_install_man_pages(1 ${options})
+  endif()
+endfunction()
+
+function(derkit_install_man_pages number)
+  file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.${number})
+  install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${number} ${ARGN})
+endfunction()
+
+# Outside the system's directories too, the tool finds its library.
+if(TARGET derkit_tool)
+  file(RELATIVE_PATH to_libdir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(derkit_tool PROPERTIES INSTALL_RPATH $ORIGIN/${to_libdir})
+endif()
+
+derkit_install(${CMAKE_INSTALL_LIBDIR} runtime ${CMAKE_INSTALL_DOCDIR} development ${CMAKE_INSTALL_DOCDIR} tools)
