@@ -40,6 +40,35 @@ const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
     return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);
 }
 
+// The RDNs at the end of a text that is printed last RDN first. Every RDN is reversed in place when it is finished and
+// all of them together at the end, which brings each into its place in linear time. However printing ends, of an RDN
+// that is not finished nothing stays.
+class finished_rdns_t {
+  public:
+    explicit finished_rdns_t(std::string& out) : out_(out), begin_(out.size()), end_(out.size()) {}
+    ~finished_rdns_t() {
+        out_.resize(end_);
+        reverse_from(begin_);
+    }
+    finished_rdns_t(const finished_rdns_t&) = delete;
+    finished_rdns_t& operator=(const finished_rdns_t&) = delete;
+
+    // What was printed since is an RDN.
+    void add_last() {
+        reverse_from(end_);
+        end_ = out_.size();
+    }
+
+  private:
+    std::string& out_;
+    const std::size_t begin_;
+    std::size_t end_;
+
+    void reverse_from(std::size_t begin) {
+        std::reverse(out_.begin() + static_cast<std::ptrdiff_t>(begin), out_.end());
+    }
+};
+
 class name_printer_t {
   public:
     name_printer_t(std::string& out, oid_map_handle_t map) : out_(out), map_(map) {}
@@ -56,33 +85,23 @@ class name_printer_t {
         return true;
     }
 
-    // As above, last RDN first. Every RDN is reversed in place when it is finished and all of them together at the
-    // end, which brings each into its place in linear time. Of an RDN that fails nothing stays.
+    // As above, last RDN first.
     bool print_reversed(asn_cursor_t name) {
-        const std::size_t name_begin = out_.size();
-        bool done = true;
-        while (done && !name.empty()) {
-            const std::size_t rdn_begin = out_.size();
-            done = print_rdn(name.enter(asn_tag_t::SET));
-            if (done) {
-                append_char(out_, ',');
-                reverse_from(rdn_begin);
-            } else {
-                out_.resize(rdn_begin);
+        finished_rdns_t finished(out_);
+        while (!name.empty()) {
+            if (!print_rdn(name.enter(asn_tag_t::SET))) {
+                return false;
             }
+            append_char(out_, ',');
+            finished.add_last();
         }
-        reverse_from(name_begin);
-        return done;
+        return true;
     }
 
   private:
     std::string& out_;
     const oid_map_handle_t map_;
     std::string utf8_; // a converted value, before its characters are escaped
-
-    void reverse_from(std::size_t begin) {
-        std::reverse(out_.begin() + static_cast<std::ptrdiff_t>(begin), out_.end());
-    }
 
     // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
     bool print_rdn(asn_cursor_t rdn) {
