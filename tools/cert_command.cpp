@@ -12,6 +12,7 @@
 #include "tools/commands.h"
 #include "tools/console.h"
 #include "tools/input_file.h"
+#include "tools/input_stream.h"
 #include "tools/oid_map_option.h"
 #include "tools/pem.h"
 #include "tools/printable_name.h"
@@ -51,9 +52,10 @@ class cert_command_t {
     unsigned int num_failures_ = 0;
 
     void run_file(const std::string& file);
-    bool run_pem(const std::string& text, const std::string& file);
+    bool run_der(input_stream_t& input, const std::string& file, std::string& problem);
+    bool run_pem(input_stream_t& input, const std::string& file);
     void run_pem_block(const pem_block_t& block, const place_t& place);
-    void warn_of_trailing(const certificate_t& certificate, const place_t& place);
+    void warn_of_trailing(unsigned long long size, const place_t& place);
     void show(const certificate_t& certificate, const place_t& place);
     void show_field(const char* field, const blob_t& name, const place_t& place, record_t& record);
     void show_counts();
@@ -70,31 +72,43 @@ void cert_command_t::run() {
     if (options_.round_trip) {
         show_counts();
     }
+    console_.progress().hide();
 }
 
 // A file is DER when a certificate can be read from it. Anything else is searched for PEM: text around it may start
 // with any character, with the one that has the code of a SEQUENCE too.
 void cert_command_t::run_file(const std::string& file) {
-    const std::string bytes = read_input(file);
+    input_stream_t input(file);
     const std::string name = input_name(file);
-    if (bytes.empty()) {
+    const std::string_view start = input.look(1);
+    if (start.empty()) {
         throw failure_t(name, "is empty");
     }
-    const place_t place{name, 1, name};
-    certificate_t certificate;
-    std::string problem;
-    if (read_certificate(bytes, certificate, problem)) {
-        warn_of_trailing(certificate, place);
-        show(certificate, place);
-    } else if (!run_pem(bytes, name)) {
-        const bool starts_like_der = bytes[0] == static_cast<char>(asn_tag_t::SEQUENCE);
-        throw failure_t(name, starts_like_der ? problem : "neither PEM nor DER");
+    const bool starts_like_der = start[0] == static_cast<char>(asn_tag_t::SEQUENCE);
+    std::string problem = "neither PEM nor DER";
+    const bool done = (starts_like_der && run_der(input, name, problem)) || run_pem(input, name);
+    if (!done) {
+        throw failure_t(name, problem);
     }
 }
 
+// Gives false when there is no certificate, and says why.
+bool cert_command_t::run_der(input_stream_t& input, const std::string& file, std::string& problem) {
+    const std::string bytes(look_at_element(input, asn_tag_t::SEQUENCE));
+    certificate_t certificate;
+    if (!read_certificate(bytes, certificate, problem)) {
+        return false;
+    }
+    const place_t place{file, 1, file};
+    input.pass(bytes.size());
+    warn_of_trailing(certificate.trailing.size + pass_rest(input), place);
+    show(certificate, place);
+    return true;
+}
+
 // Gives false when the text has no PEM block at all.
-bool cert_command_t::run_pem(const std::string& text, const std::string& file) {
-    pem_reader_t reader(text);
+bool cert_command_t::run_pem(input_stream_t& input, const std::string& file) {
+    pem_reader_t reader(input);
     unsigned int num_certificates = 0;
     std::optional<std::string> other_label;
     while (const std::optional<pem_block_t> block = reader.next()) {
@@ -106,6 +120,7 @@ bool cert_command_t::run_pem(const std::string& text, const std::string& file) {
         const std::string which = "certificate " + std::to_string(num_certificates);
         const std::string where = "line " + std::to_string(block->line);
         run_pem_block(*block, {file, num_certificates, file + ": " + which + " (" + where + ")"});
+        console_.progress().update([&] { return progress_text(num_certificates, "certificates", input); });
     }
     if (num_certificates == 0 && other_label.has_value()) {
         throw failure_t(file, "holds no certificate, but " + *other_label);
@@ -121,15 +136,14 @@ void cert_command_t::run_pem_block(const pem_block_t& block, const place_t& plac
         return;
     }
     if (block.label != TRUSTED_LABEL) {
-        warn_of_trailing(certificate, place);
+        warn_of_trailing(certificate.trailing.size, place);
     }
     show(certificate, place);
 }
 
-void cert_command_t::warn_of_trailing(const certificate_t& certificate, const place_t& place) {
-    if (certificate.trailing.size != 0) {
-        console_.warn(place.subject,
-                      std::to_string(certificate.trailing.size) + " bytes behind the certificate are not looked at");
+void cert_command_t::warn_of_trailing(unsigned long long size, const place_t& place) {
+    if (size != 0) {
+        console_.warn(place.subject, std::to_string(size) + " bytes behind the certificate are not looked at");
     }
 }
 

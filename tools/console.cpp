@@ -30,22 +30,26 @@ std::string join(std::string_view subject, std::string_view separator, std::stri
 } // namespace
 
 void console_t::put(const record_t& record, bool as_json, const shown_text_t& line_prefix) {
-    write(as_json ? record.json() : record.lines(line_prefix));
+    put_bytes(as_json ? record.json() : record.lines(line_prefix));
 }
 
 void console_t::put(const shown_text_t& line) {
-    write(line.str() + "\n");
+    put_bytes(line.str() + "\n");
 }
 
 void console_t::put_bytes(std::string_view bytes) {
+    progress_.hide_for_output();
     write(bytes);
+    progress_.show_again();
 }
 
 void console_t::fail(std::string_view subject, std::string_view problem) {
     failed_ = true;
+    progress_.hide();
     complain(join(subject, ": ", problem));
 }
 
 void console_t::warn(std::string_view subject, std::string_view remark) {
+    progress_.hide();
     complain(join(subject, ": warning: ", remark));
 }

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "tools/failure.h"
+#include "tools/progress.h"
 #include "tools/record.h"
 #include "tools/shown_text.h"
 
@@ -31,10 +32,14 @@ class console_t {
     // "derkit: SUBJECT: warning: REMARK". Not a failure.
     void warn(std::string_view subject, std::string_view remark);
 
+    // Of the work on many objects.
+    progress_t& progress() { return progress_; }
+
     bool failed() const { return failed_; }
 
   private:
     bool failed_ = false;
+    progress_t progress_;
 };
 
 #endif

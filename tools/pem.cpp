@@ -1,6 +1,8 @@
 #include "tools/pem.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -9,11 +11,16 @@ constexpr std::string_view BEGIN = "-----BEGIN ";
 constexpr std::string_view END = "-----END ";
 constexpr std::string_view DASHES = "-----";
 constexpr std::string_view BLANKS = " \t\v\f";
+constexpr std::string_view LINE_ENDS = "\r\n";
 
 std::string_view trim(std::string_view line) {
     const std::size_t first = line.find_first_not_of(BLANKS);
     return first == std::string_view::npos ? std::string_view()
                                            : line.substr(first, line.find_last_not_of(BLANKS) - first + 1);
+}
+
+std::string_view without_byte_order_mark(std::string_view text) {
+    return text.starts_with(BYTE_ORDER_MARK) ? text.substr(BYTE_ORDER_MARK.size()) : text;
 }
 
 // The label of a line "-----BEGIN label-----", or of its END; nothing for another line.
@@ -80,17 +87,44 @@ void append_without_blanks(std::string_view line, std::string& out) {
 
 } // namespace
 
-pem_reader_t::pem_reader_t(std::string_view text) : rest_(text) {
-    if (rest_.starts_with(BYTE_ORDER_MARK)) {
-        rest_.remove_prefix(BYTE_ORDER_MARK.size());
+pem_reader_t::pem_reader_t(std::string_view text) : rest_(without_byte_order_mark(text)) {}
+
+pem_reader_t::pem_reader_t(input_stream_t& file) : file_(&file) {
+    const std::string_view start = file.look(BYTE_ORDER_MARK.size());
+    rest_ = without_byte_order_mark(start);
+    looked_at_ = start.size();
+}
+
+// Puts more of the file behind the rest; false at its end.
+bool pem_reader_t::look_further() {
+    if (file_ == nullptr) {
+        return false;
+    }
+    file_->pass(looked_at_ - rest_.size());
+    const std::size_t old_size = rest_.size();
+    rest_ = file_->look(old_size + 1);
+    looked_at_ = rest_.size();
+    return looked_at_ != old_size;
+}
+
+// The end of the line that rest_ starts with; an LF may stand behind a CR, so that one is looked for further.
+std::size_t pem_reader_t::find_line_end() {
+    std::size_t end = rest_.find_first_of(LINE_ENDS);
+    for (;;) {
+        const std::size_t searched = rest_.size();
+        const bool certain = end != std::string_view::npos && (rest_[end] == '\n' || end + 1 != searched);
+        if (certain || !look_further()) {
+            return end;
+        }
+        end = rest_.find_first_of(LINE_ENDS, std::min(end, searched));
     }
 }
 
 std::optional<std::string_view> pem_reader_t::next_line() {
+    const std::size_t end = find_line_end();
     if (rest_.empty()) {
         return std::nullopt;
     }
-    const std::size_t end = rest_.find_first_of("\r\n");
     const std::string_view line = rest_.substr(0, end);
     rest_.remove_prefix(line.size());
     if (!rest_.empty()) {
@@ -100,37 +134,47 @@ std::optional<std::string_view> pem_reader_t::next_line() {
     return trim(line);
 }
 
-std::optional<pem_block_t> pem_reader_t::next() {
+std::optional<std::string> pem_reader_t::next_begin() {
+    if (next_label_.has_value()) {
+        return std::exchange(next_label_, std::nullopt);
+    }
     while (const std::optional<std::string_view> line = next_line()) {
-        const std::optional<std::string_view> label = boundary_label(*line, BEGIN);
-        if (!label.has_value()) {
-            continue;
+        if (const std::optional<std::string_view> label = boundary_label(*line, BEGIN)) {
+            return std::string(*label);
         }
-        pem_block_t block;
-        block.label = *label;
-        block.line = line_number_;
-        std::string base64;
-        block.problem = read_body(block.label, base64);
-        if (block.problem.empty() && !decode_base64(base64, block.der)) {
-            block.problem = "not valid base64";
-        }
-        return block;
     }
     return std::nullopt;
+}
+
+std::optional<pem_block_t> pem_reader_t::next() {
+    if (file_ != nullptr) {
+        file_->begin_item();
+    }
+    const std::optional<std::string> label = next_begin();
+    if (!label.has_value()) {
+        return std::nullopt;
+    }
+    pem_block_t block;
+    block.label = *label;
+    block.line = line_number_;
+    std::string base64;
+    block.problem = read_body(block.label, base64);
+    if (block.problem.empty() && !decode_base64(base64, block.der)) {
+        block.problem = "not valid base64";
+    }
+    return block;
 }
 
 // Collects what stands between BEGIN and END. Gives what is wrong, or nothing.
 std::string pem_reader_t::read_body(const std::string& label, std::string& base64) {
     bool in_headers = false;
     for (;;) {
-        const std::string_view from_here = rest_;
         const std::optional<std::string_view> line = next_line();
         if (!line.has_value()) {
             return "no END line";
         }
-        if (boundary_label(*line, BEGIN).has_value()) {
-            rest_ = from_here;
-            --line_number_;
+        if (const std::optional<std::string_view> next_label = boundary_label(*line, BEGIN)) {
+            next_label_ = *next_label;
             return "no END line before the next BEGIN";
         }
         if (const std::optional<std::string_view> end_label = boundary_label(*line, END)) {

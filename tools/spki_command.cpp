@@ -11,6 +11,7 @@
 #include "tools/commands.h"
 #include "tools/console.h"
 #include "tools/input_file.h"
+#include "tools/input_stream.h"
 #include "tools/oid_map_option.h"
 #include "tools/pem.h"
 #include "tools/public_key.h"
@@ -49,20 +50,22 @@ class spki_command_t {
     oid_map_handle_t map_;
     std::string name_; // of the file, in messages
 
-    bool run_pem(const std::string& text);
+    bool run_pem(input_stream_t& input);
     void run_pem_block(const pem_block_t& block, const place_t& place);
     void show_of_certificate(std::string_view der, const place_t& place);
-    void show_element(std::string_view der, const place_t& place);
+    void show_element(std::string_view der, unsigned long long num_more, const place_t& place);
     void show(const blob_t& key_info, const place_t& place);
 };
 
 // No DER has a line that begins a PEM block, whereas text may start like DER.
 void spki_command_t::run() {
-    const std::string bytes = read_input(options_.file);
-    if (bytes.empty()) {
+    input_stream_t input(options_.file);
+    if (input.look(1).empty()) {
         throw failure_t(name_, "is empty");
     }
-    if (run_pem(bytes)) {
+    const std::string bytes(look_at_element(input, asn_tag_t::SEQUENCE));
+    if (run_pem(input)) {
+        console_.progress().hide();
         return;
     }
     const place_t place{1, name_};
@@ -71,13 +74,13 @@ void spki_command_t::run() {
     if (read_certificate(bytes, certificate, problem)) {
         show(certificate.public_key, place);
     } else {
-        show_element(bytes, place);
+        show_element(bytes, input.num_read() - bytes.size(), place);
     }
 }
 
 // Gives false when the text has no PEM block at all.
-bool spki_command_t::run_pem(const std::string& text) {
-    pem_reader_t reader(text);
+bool spki_command_t::run_pem(input_stream_t& input) {
+    pem_reader_t reader(input);
     unsigned int num_keys = 0;
     std::optional<std::string> other_label;
     while (const std::optional<pem_block_t> block = reader.next()) {
@@ -88,6 +91,7 @@ bool spki_command_t::run_pem(const std::string& text) {
         ++num_keys;
         const std::string where = "key " + std::to_string(num_keys) + " (line " + std::to_string(block->line) + ")";
         run_pem_block(*block, {num_keys, name_ + ": " + where});
+        console_.progress().update([&] { return progress_text(num_keys, "keys", input); });
     }
     if (num_keys == 0 && other_label.has_value()) {
         throw failure_t(name_, "holds no PUBLIC KEY and no certificate, but " + *other_label);
@@ -101,7 +105,7 @@ void spki_command_t::run_pem_block(const pem_block_t& block, const place_t& plac
     } else if (is_certificate_label(block.label)) {
         show_of_certificate(block.der, place);
     } else {
-        show_element(block.der, place);
+        show_element(block.der, 0, place);
     }
 }
 
@@ -115,7 +119,8 @@ void spki_command_t::show_of_certificate(std::string_view der, const place_t& pl
     }
 }
 
-void spki_command_t::show_element(std::string_view der, const place_t& place) {
+// `num_more`: bytes of the file behind `der`.
+void spki_command_t::show_element(std::string_view der, unsigned long long num_more, const place_t& place) {
     asn_cursor_t in(view_of(der));
     blob_t key_info;
     in.read_element(asn_tag_t::SEQUENCE, key_info);
@@ -123,8 +128,8 @@ void spki_command_t::show_element(std::string_view der, const place_t& place) {
         console_.fail(place.subject, "neither a SubjectPublicKeyInfo nor a certificate, as PEM or DER");
         return;
     }
-    if (!in.empty()) {
-        console_.warn(place.subject, std::to_string(in.size) + " bytes behind the key are not looked at");
+    if (const unsigned long long num_trailing = in.size + num_more; num_trailing != 0) {
+        console_.warn(place.subject, std::to_string(num_trailing) + " bytes behind the key are not looked at");
     }
     show(key_info, place);
 }
