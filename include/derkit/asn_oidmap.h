@@ -29,8 +29,8 @@ DERKIT_API unsigned int oid_str_to_asn_(const char* begin, const char* end, unsi
 ///
 /// @param begin  first content octet
 /// @param end    one past the last content octet
-/// @param out    receives the text behind what it holds. After a failure it keeps what was appended, the dot
-///               behind the last finished arc included.
+/// @param out    receives the text behind what it holds; the octets must not lie in it. After a failure it keeps what
+///               was appended, the dot behind the last finished arc included.
 /// @return 1 on success; 0 for an empty range or when the last subidentifier is cut short.
 /// @throws std::bad_alloc when `out` cannot grow
 ///

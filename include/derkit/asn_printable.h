@@ -41,7 +41,7 @@ DERKIT_API char* printable_dn_reverse(char* dn);
 ///
 /// @param dn    zero-terminated DN
 /// @param type  zero-terminated type; "cn" does not match "CN"
-/// @param out   receives the text behind what it holds; untouched when the result is false
+/// @param out   receives the text behind what it holds, `dn` may lie there; untouched when the result is false
 /// @param what  the whole pair or the value alone
 /// @return whether there is such an attribute; false also when `dn` does not parse.
 DERKIT_API bool printable_dn_get_attr(const char* dn, const char* type, std::string& out, PrintableDnGetAttr what);
@@ -65,8 +65,9 @@ DERKIT_API bool printable_dn_C_before_CN(const char* dn);
 ///
 /// @param der    the Name, a SEQUENCE; bytes behind it are ignored
 /// @param len    bytes available from `der` on
-/// @param out    receives the text behind what it holds. After a failure in encoded order it keeps all that was
-///               written, in reversed order the finished RDNs, reversed, each with its comma.
+/// @param out    receives the text behind what it holds; `der` must not lie in it. After a failure, also for want of
+///               memory, it keeps in encoded order all that was written, in reversed order the finished RDNs, reversed,
+///               each with its comma.
 /// @param order  order of the RDNs
 /// @param map    names the attribute types; may be empty: types are dotted OIDs then
 /// @return false for malformed DER, for text that its string type does not allow and for an empty BMPString or
@@ -77,7 +78,7 @@ DERKIT_API bool asn_dn_to_printable(const unsigned char* der, unsigned int len, 
 /// Gives the display name of one DER OBJECT IDENTIFIER element.
 ///
 /// The short name of `map`, else the algorithm's name, is assigned to `out`; the dotted text of an OID that
-/// has neither is appended to it.
+/// has neither is appended to it. `der` must not lie in `out`.
 ///
 /// @param der       the element: tag, length and content
 /// @param len       bytes available from `der` on
@@ -95,16 +96,16 @@ DERKIT_API bool asn_oid_to_printable(const unsigned char* der, unsigned int len,
 /// UTF8String; a `#` value brings its own. The members of a multi-valued RDN are written in text order, not
 /// sorted as X.690 11.6 asks.
 ///
-/// @param der  receives the whole element in place of what it held; untouched on failure
+/// @param der  receives the whole element in place of what it held, `dn` may lie there; untouched on failure
 /// @param map  short names of types; may be empty: only dotted OIDs are accepted then
 /// @return false when the text does not parse, a type is unknown or a value is malformed.
 DERKIT_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map);
 
 /// Brings a DN to its canonical text by encoding and printing it (PDN_ORDER_AS_ENCODED).
 ///
-/// @param in   the DN, up to its first zero byte
+/// @param in   the DN, up to its first zero byte; may be one of the outputs
 /// @param out  receives the text in place of what it held; untouched when `in` does not encode
-/// @param der  when not null, receives the DER Name; untouched when `in` does not encode
+/// @param der  when not null, receives the DER Name; untouched when `in` does not encode; never the same as `out`
 /// @param map  serves both directions; may be empty
 /// @return false when `in` does not encode, or the DER does not print (a `#` value can bring such DER).
 DERKIT_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der, oid_map_handle_t map);

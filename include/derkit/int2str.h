@@ -77,7 +77,8 @@ extern DERKIT_API const IntToString I2S_PKI_ALG_T[];
 /// @param sep   character between two bytes; NUL for none
 DERKIT_API void TO_HEX_STRING(const unsigned char* data, unsigned int len, char* out, char sep);
 
-/// Appends bytes as upper-case hexadecimal digits; no bytes append nothing. @return `out`
+/// Appends bytes as upper-case hexadecimal digits; no bytes append nothing. The bytes must not lie in `out`.
+/// @return `out`
 DERKIT_API std::string& TO_HEX_STD_STRING(const unsigned char* data, unsigned int len, std::string& out, char sep);
 
 #endif

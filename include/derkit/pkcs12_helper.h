@@ -95,8 +95,8 @@ DERKIT_API bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkc
 ///                views stay valid
 DERKIT_API bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* crypto, pkcs12_easy_t& easy);
 
-/// Writes a PFX and assigns it to `out`: the plain bags in one id-data entry, the encrypted bags in one
-/// id-encryptedData entry.
+/// Writes a PFX and assigns it to `out`, which bags may view: the plain bags in one id-data entry, the encrypted bags in
+/// one id-encryptedData entry. When anything is thrown `out` is unchanged.
 ///
 /// Departs from RFC 7292: the MAC covers the whole OCTET STRING element, the encrypted plaintext is an OCTET STRING
 /// around the SafeContents, iteration counts lose their zero octets, and the length of an element of 65,536 octets or

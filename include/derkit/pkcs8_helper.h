@@ -2,8 +2,8 @@
 /// GOST R 34.10 private keys: PKCS#8 (RFC 5208, RFC 5958) and PBES2 (RFC 8018) in the GOST profile.
 ///
 /// Readers copy and allocate nothing: the views they fill point into the input, which must outlive the record.
-/// A record may be partly filled after a failure. Writers assign the finished element to `out`; the only
-/// exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on distinct
+/// A record may be partly filled after a failure. Writers assign the finished element to `out`, which their input may
+/// view; the only exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on distinct
 /// arguments.
 ///
 /// Lengths of 65,536 octets or more that hold a zero octet are written too short; keys and their parameters stay far

@@ -13,7 +13,7 @@
 /// zero byte the spacing diacritic, with anything else that byte as a code point and the combining mark. The byte
 /// behind a prefix is taken as it is; a prefix at the end is paired with 0.
 ///
-/// @param s    T.61 bytes, no terminating zero needed
+/// @param s    T.61 bytes, no terminating zero needed; not in `out`
 /// @param len  their number
 /// @param out  receives the text behind what it holds; untouched on failure
 /// @return false when T.61 does not define a byte (0x00 included).
