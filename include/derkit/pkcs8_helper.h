@@ -3,8 +3,8 @@
 ///
 /// Readers copy and allocate nothing: the views they fill point into the input, which must outlive the record.
 /// A record may be partly filled after a failure. Writers assign the finished element to `out`, which their input may
-/// view; the only exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on distinct
-/// arguments.
+/// view; the only exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on
+/// distinct arguments.
 ///
 /// Lengths of 65,536 octets or more that hold a zero octet are written too short; keys and their parameters stay far
 /// below that.
