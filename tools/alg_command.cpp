@@ -134,7 +134,10 @@ void add_alg_command(CLI::App& app, console_t& console) {
         ->type_name("")
         ->required();
     command.add_flag("--json", options->json, "One JSON object");
-    command.footer("A hash has digest_size (bytes) and digest_info_prefix: the DER in front of the digest in its\n"
-                   "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.");
+    command.footer("A hash has digest_size (bytes) and digest_info_prefix: the DER in front of the digest in its "
+                   "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.\n"
+                   "Examples:\n"
+                   "  derkit alg SHA256\n"
+                   "  derkit alg 1.2.840.113549.1.1.11");
     command.callback([options, &console] { run(*options, console); });
 }

@@ -202,14 +202,19 @@ void add_cert_command(CLI::App& app, console_t& console) {
     command.add_option("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input")
         ->type_name("")
         ->required();
-    command.add_option("--order", options->order, "Order of the RDNs")
+    command
+        .add_option("--order", options->order,
+                    "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it")
         ->check(CLI::IsMember({"as-encoded", "reversed"}))
-        ->type_name("ORDER")
-        ->capture_default_str();
+        ->type_name("ORDER");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--local", options->local, "Show the validity in local time too");
     command.add_flag("--round-trip", options->round_trip,
                      "Take every name, in both orders, back to DER and print it again; count what holds");
+    command.footer("A file that cannot be used costs a line on standard error, and the others go on.\n"
+                   "Examples:\n"
+                   "  derkit cert server.pem\n"
+                   "  derkit cert --json --order reversed bundle.pem | jq .subject");
     command.callback([options, &console] { cert_command_t(*options, console).run(); });
 }

@@ -12,6 +12,7 @@
 
 #include "tools/commands.h"
 #include "tools/console.h"
+#include "tools/help.h"
 
 namespace {
 
@@ -32,8 +33,13 @@ int end_of_parsing(const CLI::App& app, const CLI::ParseError& end, console_t& c
 }
 
 int run(int argc, char** argv, console_t& console) {
-    CLI::App app("ASN.1 and public-key-infrastructure routines: names, object identifiers, algorithms", "derkit");
-    app.set_version_flag("--version", "derkit " DERKIT_VERSION);
+    CLI::App app("Shows certificates, names, keys and PKCS#12 containers as text, and makes some of them", "derkit");
+    set_help_layout(app);
+    app.set_version_flag("--version", "derkit " DERKIT_VERSION, "Show the version");
+    app.footer("derkit SUBCOMMAND --help tells of one of them, man derkit of all.\n"
+               "Examples:\n"
+               "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
+               "  derkit dn --hex 'CN=user1,O=Example,C=RU'");
     app.require_subcommand(0, 1); // none is told apart from an unknown one below
     add_cert_command(app, console);
     add_spki_command(app, console);

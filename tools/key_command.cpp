@@ -274,9 +274,12 @@ void add_key_command(CLI::App& app, console_t& console) {
     options->password.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
-    command.footer("Of an encrypted key, all that can be seen without its password is shown, and with it the key.\n"
-                   "readable: whether the library takes the shape in which the key is kept. size: of the key in that\n"
-                   "shape, in bytes; --reveal shows those bytes as they stand, masks included.");
+    command.footer("Of an encrypted key, all that can be seen without its password is shown, and with it the key. "
+                   "readable: whether the library takes the shape in which the key is kept. size: of the key in that "
+                   "shape, in bytes; --reveal shows those bytes as they stand, masks included.\n"
+                   "Examples:\n"
+                   "  derkit key key.pem\n"
+                   "  derkit key --password-ask encrypted.pem");
     command.callback([options, &console] {
         if (options->file == "-" && options->password.takes_stdin()) {
             throw CLI::ValidationError("--password-stdin", "the key itself comes from the standard input");

@@ -76,5 +76,9 @@ void add_oid_command(CLI::App& app, console_t& console) {
         ->required();
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object");
+    command.footer("Examples:\n"
+                   "  derkit oid 2.5.4.3\n"
+                   "  derkit oid OU\n"
+                   "  derkit oid 2A864886F70D01010B");
     command.callback([options, &console] { run(*options, console); });
 }

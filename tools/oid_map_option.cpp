@@ -9,7 +9,7 @@ void oid_map_option_t::add_to(CLI::App& command) {
     command
         .add_option("--oid-map", files_,
                     "Names of OIDs, a line \"OID = SHORT, long name\" each, in place of the system's qaroids.cfg; "
-                    "may be given several times")
+                    "repeatable")
         ->type_name("FILE")
         ->allow_extra_args(false); // one file for each --oid-map: what follows is an argument
 }

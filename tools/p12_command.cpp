@@ -10,6 +10,7 @@ void add_p12_command(CLI::App& app, console_t& console) {
     add_p12_show(command, console);
     add_p12_extract(command, console);
     add_p12_make(command, console);
+    command.footer("derkit p12 SUBCOMMAND --help tells of one of them.");
     command.callback([&command] {
         if (command.get_subcommands().empty()) {
             throw CLI::RequiredError("a subcommand of p12");

@@ -126,7 +126,9 @@ void add_p12_extract(CLI::App& p12, console_t& console) {
     options->password.add_to(command);
     command.add_flag("--force", options->force, "Overwrite files that are there");
     command.add_flag("--partial", options->partial, "Extract what can be read although something cannot");
-    command.footer("Keys are written unencrypted, for their owner's eyes only (mode 0600). After a failure there is\n"
-                   "no file at all. Without a password option the password is asked for at the terminal.");
+    command.footer("Keys are written unencrypted, for their owner's eyes only (mode 0600). After a failure there is "
+                   "no file at all. Without a password option the password is asked for at the terminal.\n"
+                   "Example:\n"
+                   "  derkit p12 extract --out folder container.p12");
     command.callback([options, &console] { p12_extract_t(*options, console).run(); });
 }

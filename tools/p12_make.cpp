@@ -196,18 +196,21 @@ void add_p12_make(CLI::App& p12, console_t&) {
         ->allow_extra_args(false)
         ->required();
     command.add_option("--name", options->name, "Friendly name of the key and its certificate")->type_name("TEXT");
-    command.add_option("--profile", options->profile, "Layout: as RFC 7292 has it, or the library's own")
+    command
+        .add_option("--profile", options->profile,
+                    "Layout: standard (the default), as RFC 7292 has it, or native, the library's own")
         ->check(CLI::IsMember({"standard", "native"}))
-        ->type_name("PROFILE")
-        ->capture_default_str();
+        ->type_name("PROFILE");
     command.add_option("--out", options->out, "The container; only its owner can read it")
         ->type_name("FILE")
         ->required();
     options->password.add_to(command);
     options->ask = command.get_option("--password-ask");
     command.add_flag("--force", options->force, "Overwrite a file that is there");
-    command.footer("The key and the certificates are all encrypted (GOST 28147-89), also the names. The first\n"
-                   "certificate is taken to be that of the key: whether it is, is not checked. An encrypted key must\n"
-                   "have the password that the container gets. Without a password option it is asked for, twice.");
+    command.footer("The key and the certificates are all encrypted (GOST 28147-89), also the names. The first "
+                   "certificate is taken to be that of the key: whether it is, is not checked. An encrypted key must "
+                   "have the password that the container gets. Without a password option it is asked for, twice.\n"
+                   "Example:\n"
+                   "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
     command.callback([options] { p12_make_t(*options).run(); });
 }

@@ -8,6 +8,7 @@ void p12_password_t::add_to(CLI::App& command) {
     option_.add_to(command);
     CLI::Option* const none = command.add_flag(
         "--no-password", none_, "The container was made without any password, which is not the same as an empty one");
+    none->group(command.get_option("--password-ask")->get_group());
     for (const char* const other : {"--password-file", "--password-env", "--password-stdin", "--password-ask"}) {
         none->excludes(command.get_option(other));
     }

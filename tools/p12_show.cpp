@@ -306,7 +306,9 @@ void add_p12_show(CLI::App& p12, console_t& console) {
     options->password.add_to(command);
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
-    command.footer("Without a password: the algorithms and their parameters, and what cannot be read (not_read).\n"
-                   "With one: what is found to be good, and the keys and certificates.");
+    command.footer("Without a password: the algorithms and their parameters, and what cannot be read (not_read). "
+                   "With one: what is found to be good, and the keys and certificates.\n"
+                   "Example:\n"
+                   "  derkit p12 show --password-ask container.p12");
     command.callback([options, &console] { p12_show_t(*options, console).run(); });
 }

@@ -25,6 +25,8 @@ constexpr std::size_t MAX_PASSWORD_SIZE = 4095;
 
 constexpr const char* TERMINAL = "/dev/tty";
 
+constexpr const char* PASSWORD_GROUP = "Password, one of these";
+
 class descriptor_t {
   public:
     explicit descriptor_t(int descriptor) : descriptor_(descriptor) {}
@@ -212,6 +214,9 @@ void password_option_t::add_to(CLI::App& command) {
     file->type_name("FILE")->excludes(variable)->excludes(input)->excludes(ask);
     variable->type_name("VARIABLE")->excludes(input)->excludes(ask);
     input->excludes(ask);
+    for (CLI::Option* const option : {file, variable, input, ask}) {
+        option->group(PASSWORD_GROUP);
+    }
 }
 
 std::optional<secret_t> password_option_t::read(const std::string& what_for) const {

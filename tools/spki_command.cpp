@@ -162,5 +162,8 @@ void add_spki_command(CLI::App& app, console_t& console) {
         ->required();
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
+    command.footer("Examples:\n"
+                   "  derkit spki public.pem\n"
+                   "  openssl pkey -in key.pem -pubout | derkit spki -");
     command.callback([options, &console] { spki_command_t(*options, console).run(); });
 }

@@ -98,7 +98,10 @@ void add_time_command(CLI::App& app, console_t& console) {
         ->type_name("")
         ->required();
     command.add_flag("--json", options->json, "One JSON object");
-    command.footer("local and, of a text, seconds are reckoned with the present distance of local time from GMT, so\n"
-                   "they are an hour off when daylight saving has begun or ended since.");
+    command.footer("local and, of a text, seconds are reckoned with the present distance of local time from GMT, so "
+                   "they are an hour off when daylight saving has begun or ended since.\n"
+                   "Examples:\n"
+                   "  derkit time '2024.02.29 13:05:09'\n"
+                   "  derkit time 1709211909");
     command.callback([options, &console] { run(*options, console); });
 }
