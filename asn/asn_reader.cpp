@@ -1,5 +1,6 @@
 #include "derkit/asn_reader.h"
 
+#include "asn/asn_cursor.h"
 #include "util/string_room.h"
 
 const unsigned char* asn1_read_tag(asn_tag_t::Type tag, const unsigned char* p, unsigned int size, unsigned int* len) {
@@ -15,15 +16,10 @@ const unsigned char* asn1_read_tag(asn_tag_t::Type tag, const unsigned char* p, 
         return size < first_length_octet + 2 ? nullptr : p + 2;
     }
     const unsigned int num_length_octets = first_length_octet & 0x7F;
-    const bool indefinite = num_length_octets == 0;
-    if (indefinite || num_length_octets > 4 || size < num_length_octets + 2) {
+    if (!asn_is_long_form(num_length_octets) || size < num_length_octets + 2) {
         return nullptr;
     }
-    // Padding zeros are accepted, and so is a long form where the short one would do (X.690 10.1 forbids both).
-    unsigned int length = 0;
-    for (unsigned int i = 0; i < num_length_octets; ++i) {
-        length = length << 8 | p[2 + i];
-    }
+    const unsigned int length = asn_read_length_octets(p + 2, num_length_octets);
     *len = length;
     // The sum wraps for lengths near 2^32; asn_cursor_t refuses what then comes out.
     return size < length + num_length_octets + 2 ? nullptr : p + 2 + num_length_octets;
