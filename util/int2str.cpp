@@ -1,5 +1,8 @@
 #include "derkit/int2str.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "util/ascii.h"
 #include "util/string_room.h"
 
@@ -18,6 +21,56 @@ bool equal_but_for_case(const char* a, const char* b) {
         ++b;
     }
     return false;
+}
+
+char* write_hex_byte(unsigned char byte, char* out) {
+    static constexpr char DIGITS[] = "0123456789ABCDEF";
+    out[0] = DIGITS[byte >> 4];
+    out[1] = DIGITS[byte & 0x0F];
+    return out + 2;
+}
+
+constexpr unsigned char hex_digit(unsigned char value) {
+    return static_cast<unsigned char>(value + '0' + (value > 9 ? 'A' - '9' - 1 : 0));
+}
+
+// Arrays of fixed size and arithmetic in octets let compilers convert all bytes of a block at once.
+constexpr unsigned int HEX_BLOCK_SIZE = 16;
+
+void write_hex_block(const unsigned char* data, char* out) {
+    unsigned char bytes[HEX_BLOCK_SIZE];
+    unsigned char digits[2 * HEX_BLOCK_SIZE];
+    std::memcpy(bytes, data, sizeof bytes);
+    for (unsigned int i = 0; i < HEX_BLOCK_SIZE; ++i) {
+        digits[2 * i] = hex_digit(bytes[i] >> 4);
+        digits[2 * i + 1] = hex_digit(bytes[i] & 0x0F);
+    }
+    std::memcpy(out, digits, sizeof digits);
+}
+
+void write_hex(const unsigned char* data, unsigned int len, char* out) {
+    if (len < HEX_BLOCK_SIZE) {
+        for (unsigned int i = 0; i < len; ++i) {
+            out = write_hex_byte(data[i], out);
+        }
+        return;
+    }
+    // The last block overlaps the one before it.
+    const unsigned int last_block = len - HEX_BLOCK_SIZE;
+    for (unsigned int i = 0;; i = std::min(i + HEX_BLOCK_SIZE, last_block)) {
+        write_hex_block(data + i, out + 2ULL * i);
+        if (i == last_block) {
+            return;
+        }
+    }
+}
+
+void write_separated_hex(const unsigned char* data, unsigned int len, char* out, char sep) {
+    out = write_hex_byte(data[0], out);
+    for (unsigned int i = 1; i < len; ++i) {
+        *out++ = sep;
+        out = write_hex_byte(data[i], out);
+    }
 }
 
 } // namespace
@@ -41,19 +94,11 @@ unsigned int IntToString::getInt(const char* wanted, unsigned int dflt) const {
 }
 
 void TO_HEX_STRING(const unsigned char* data, unsigned int len, char* out, char sep) {
-    static constexpr char DIGITS[] = "0123456789ABCDEF";
-    unsigned int i = 0;
-    for (;;) {
-        *out++ = DIGITS[data[i] >> 4];
-        *out++ = DIGITS[data[i] & 0x0F];
-        ++i;
-        // Asked only now: one byte is converted even when len is 0.
-        if (i >= len) {
-            return;
-        }
-        if (sep != '\0') {
-            *out++ = sep;
-        }
+    const unsigned int num_bytes = std::max(len, 1U); // one byte is converted even when len is 0
+    if (sep == '\0') {
+        write_hex(data, num_bytes, out);
+    } else {
+        write_separated_hex(data, num_bytes, out, sep);
     }
 }
 
