@@ -1,6 +1,7 @@
 #include "derkit/t61.h"
 
 #include <algorithm>
+#include <array>
 
 #include "asn/t61_tables.h"
 #include "util/string_room.h"
@@ -18,6 +19,20 @@ struct t61_step_t {
     void give(unsigned int code_point) { code_points[num_code_points++] = code_point; }
 };
 
+constexpr std::array<bool, 256> make_ascii_in_both() {
+    std::array<bool, 256> table = {};
+    for (unsigned int byte = 1; byte < 0x80; ++byte) {
+        table[byte] = t61_tab[byte] == byte;
+    }
+    return table;
+}
+
+// Whether a byte is the same ASCII character in T.61 and in UTF-8, as most are: those are taken as they stand.
+bool is_ascii_in_both(unsigned char byte) {
+    static constexpr std::array<bool, 256> TABLE = make_ascii_in_both();
+    return TABLE[byte];
+}
+
 bool is_prefix(unsigned char byte) {
     return (byte & 0xF0) == 0xC0;
 }
@@ -30,15 +45,16 @@ unsigned int composed(unsigned char prefix, unsigned char letter) {
 
 // Takes a byte that T.61 defines, with the byte behind it when it is a prefix. That byte is paired as it is, whatever
 // it is by itself; a prefix at the end is paired with 0.
-t61_step_t take_step(const unsigned char* s, unsigned int size) {
+t61_step_t take_step(const unsigned char* s, const unsigned char* end) {
+    const bool last = end - s == 1;
     t61_step_t step;
     if (!is_prefix(s[0])) {
         step.num_bytes = 1;
         step.give(t61_tab[s[0]]);
         return step;
     }
-    step.num_bytes = std::min(size, 2U);
-    const unsigned char letter = size > 1 ? s[1] : 0;
+    step.num_bytes = last ? 1 : 2;
+    const unsigned char letter = last ? 0 : s[1];
     const unsigned int accent = accents[s[0] & 0x0F];
     if ((letter == ' ' || letter == 0) && accent != 0) {
         step.give(accent);
@@ -70,31 +86,66 @@ unsigned int utf8_size(unsigned int code_point) {
     return code_point < 0x4000000 ? 5 : 6;
 }
 
+const unsigned char* skip_ascii(const unsigned char* p, const unsigned char* end) {
+    while (p != end && is_ascii_in_both(*p)) {
+        ++p;
+    }
+    return p;
+}
+
+// The code points of T.61 lie below U+10000.
+char* write_utf8(char* to, unsigned int code_point) {
+    if (code_point < 0x80) {
+        *to++ = static_cast<char>(code_point);
+        return to;
+    }
+    if (code_point < 0x800) {
+        *to++ = static_cast<char>(0xC0 | code_point >> 6);
+    } else {
+        *to++ = static_cast<char>(0xE0 | code_point >> 12);
+        *to++ = static_cast<char>(0x80 | (code_point >> 6 & 0x3F));
+    }
+    *to++ = static_cast<char>(0x80 | (code_point & 0x3F));
+    return to;
+}
+
 } // namespace
 
 bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out) {
-    const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(s);
+    const unsigned char* const begin = reinterpret_cast<const unsigned char*>(s);
+    const unsigned char* const end = begin + len;
     unsigned long long total = 0;
-    for (unsigned int i = 0; i < len;) {
-        if (t61_tab[bytes[i]] == 0) {
+    for (const unsigned char* p = begin; p != end;) {
+        const unsigned char* const run = skip_ascii(p, end);
+        total += static_cast<unsigned int>(run - p);
+        if (run == end) {
+            break;
+        }
+        if (t61_tab[*run] == 0) {
             return false;
         }
-        const t61_step_t step = take_step(bytes + i, len - i);
+        const t61_step_t step = take_step(run, end);
         for (unsigned int k = 0; k < step.num_code_points; ++k) {
             total += utf8_size(step.code_points[k]);
         }
-        i += step.num_bytes;
+        p = run + step.num_bytes;
     }
     if (total == 0) {
         return true;
     }
-    char* end = append_room(out, total);
-    for (unsigned int i = 0; i < len;) {
-        const t61_step_t step = take_step(bytes + i, len - i);
-        for (unsigned int k = 0; k < step.num_code_points; ++k) {
-            end += ldap_x_wc_to_utf8(end, step.code_points[k], MAX_UTF8_SIZE);
+    char* to = append_room(out, total);
+    for (const unsigned char* p = begin; p != end;) {
+        while (is_ascii_in_both(*p)) {
+            *to++ = static_cast<char>(*p++);
+            if (p == end) {
+                return true;
+            }
         }
-        i += step.num_bytes;
+        const t61_step_t step = take_step(p, end);
+        for (unsigned int k = 0; k < step.num_code_points; ++k) {
+            to = write_utf8(to, step.code_points[k]);
+        }
+        p += step.num_bytes;
     }
     return true;
 }
