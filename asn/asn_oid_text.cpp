@@ -10,44 +10,49 @@ namespace {
 
 // Header room stays free in the caller's array, so that identifier and length fit in front of the content.
 constexpr unsigned int MAX_OID_CONTENT_SIZE = 512 - HEADER_ROOM;
-
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
+// Octets of the longest one, of 32 bits.
+constexpr unsigned int MAX_SUBIDENTIFIER_SIZE = 5;
 
 // Reads one arc of at most 32 bits, leading zeros included, and moves `p` to the dot or the end behind it.
 bool read_arc(const char*& p, const char* end, unsigned int& arc) {
-    if (p == end || !is_digit(*p)) {
-        return false;
-    }
+    const char* const begin = p;
     unsigned long long value = 0;
-    for (; p != end && *p != '.'; ++p) {
-        if (!is_digit(*p)) {
-            return false;
+    for (; p != end; ++p) {
+        const unsigned int digit = static_cast<unsigned char>(*p) - static_cast<unsigned int>('0');
+        if (digit > 9) {
+            break;
         }
-        value = value * 10 + static_cast<unsigned int>(*p - '0');
+        value = value * 10 + digit;
         if (value > 0xFFFFFFFF) {
             return false;
         }
     }
     arc = static_cast<unsigned int>(value);
+    return p != begin && (p == end || *p == '.');
+}
+
+// Writes a subidentifier behind `size` octets of `out`. False when it does not fit.
+bool write_subidentifier(unsigned int value, unsigned char (&out)[512], unsigned int& size) {
+    if (value < 0x80) {
+        if (size == MAX_OID_CONTENT_SIZE) {
+            return false;
+        }
+        out[size++] = static_cast<unsigned char>(value);
+        return true;
+    }
+    unsigned int num_octets = 2;
+    while (num_octets < MAX_SUBIDENTIFIER_SIZE && value >> (7 * num_octets) != 0) {
+        ++num_octets;
+    }
+    if (num_octets > MAX_OID_CONTENT_SIZE - size) {
+        return false;
+    }
+    for (unsigned int i = num_octets; i-- != 0; value >>= 7) {
+        out[size + i] = static_cast<unsigned char>(value | 0x80);
+    }
+    size += num_octets;
+    out[size - 1] &= 0x7F;
     return true;
-}
-
-unsigned int subidentifier_size(unsigned int value) {
-    unsigned int size = 1;
-    while ((value >>= 7) != 0) {
-        ++size;
-    }
-    return size;
-}
-
-void write_subidentifier(unsigned int value, unsigned int size, unsigned char* out) {
-    unsigned int continues = 0x00;
-    for (unsigned int i = size; i-- != 0; value >>= 7) {
-        out[i] = static_cast<unsigned char>((value & 0x7F) | continues);
-        continues = 0x80;
-    }
 }
 
 // Subidentifiers of more than 32 bits wrap; padding by leading 0x80 octets is accepted (X.690 8.19.2 forbids it).
@@ -64,13 +69,55 @@ bool read_subidentifier(const unsigned char*& p, const unsigned char* end, unsig
     return false;
 }
 
-void append_arc(unsigned int arc, bool last, std::string& out) {
-    char text[sizeof "4294967295."];
-    char* end = std::to_chars(text, text + sizeof text, arc).ptr;
-    if (!last) {
-        *end++ = '.';
+// Collects text in front of a string, so that the string is touched once for many arcs.
+class arc_writer_t {
+  public:
+    explicit arc_writer_t(std::string& out) : out_(out) {}
+
+    void add(unsigned int arc, bool last) {
+        if (end_ > text_ + sizeof text_ - MAX_ARC_SIZE) {
+            flush();
+        }
+        end_ = arc < 10 ? write_digit(arc) : std::to_chars(end_, text_ + sizeof text_, arc).ptr;
+        if (!last) {
+            *end_++ = '.';
+        }
     }
-    append_text(out, std::string_view(text, static_cast<std::size_t>(end - text)));
+
+    void flush() {
+        append_text(out_, std::string_view(text_, static_cast<std::size_t>(end_ - text_)));
+        end_ = text_;
+    }
+
+  private:
+    static constexpr std::size_t MAX_ARC_SIZE = sizeof "4294967295.";
+
+    std::string& out_;
+    char text_[128];
+    char* end_ = text_;
+
+    char* write_digit(unsigned int digit) {
+        *end_ = static_cast<char>('0' + digit);
+        return end_ + 1;
+    }
+};
+
+// The arcs up to the one that is cut short, if there is one.
+bool write_arcs(const unsigned char* p, const unsigned char* end, arc_writer_t& out) {
+    unsigned int subidentifier = 0;
+    if (!read_subidentifier(p, end, subidentifier)) {
+        return false;
+    }
+    // A plain division: the first arc can come out as 3 and more.
+    out.add(subidentifier / 40, false);
+    out.add(subidentifier % 40, p == end);
+    while (p != end) {
+        if (!read_subidentifier(p, end, subidentifier)) {
+            return false;
+        }
+        out.add(subidentifier, p == end);
+    }
+    return true;
 }
 
 } // namespace
@@ -93,30 +140,16 @@ unsigned int oid_str_to_asn_(const char* begin, const char* end, unsigned char (
         }
         const unsigned int subidentifier = shared + arc;
         shared = 0;
-        const unsigned int needed = subidentifier_size(subidentifier);
-        if (needed > MAX_OID_CONTENT_SIZE - size) {
+        if (!write_subidentifier(subidentifier, out, size)) {
             return 0;
         }
-        write_subidentifier(subidentifier, needed, out + size);
-        size += needed;
     }
     return size;
 }
 
 int oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& out) {
-    const unsigned char* p = begin;
-    unsigned int subidentifier = 0;
-    if (!read_subidentifier(p, end, subidentifier)) {
-        return 0;
-    }
-    // A plain division: the first arc can come out as 3 and more.
-    append_arc(subidentifier / 40, false, out);
-    append_arc(subidentifier % 40, p == end, out);
-    while (p != end) {
-        if (!read_subidentifier(p, end, subidentifier)) {
-            return 0;
-        }
-        append_arc(subidentifier, p == end, out);
-    }
-    return 1;
+    arc_writer_t writer(out);
+    const bool complete = write_arcs(begin, end, writer);
+    writer.flush();
+    return complete ? 1 : 0;
 }
