@@ -129,9 +129,13 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
     map.entries.push_back(entry);
     block.release(); // the list owns it now
     OIDdescr_t* const added = &map.entries.back();
-    map.by_asn.insert(added);
+    if (map.by_asn.insert(added).second) {
+        map.shortcut_by_asn.add(map.by_asn, added);
+    }
     map.by_str.insert(added);
-    map.by_sn.insert(added);
+    if (map.by_sn.insert(added).second) {
+        map.shortcut_by_sn.add(map.by_sn, added);
+    }
 }
 
 // Reads a whole file in one read; anything but a non-empty regular file gives nothing. Directories and pipes open
@@ -152,11 +156,6 @@ std::unique_ptr<char[]> read_file(const std::string& path, unsigned int& size) {
     size = static_cast<unsigned int>(end);
     std::unique_ptr<char[]> text(new char[size]);
     return std::fread(text.get(), size, 1, file.get()) == 1 ? std::move(text) : nullptr;
-}
-
-template <typename INDEX> const OIDdescr_t* find_entry(const INDEX& index, OIDdescr_t& key) {
-    const auto found = index.find(&key);
-    return found == index.end() ? nullptr : *found;
 }
 
 // Built before objects of ordinary priority, so that static initialisers of a program that links the static library
@@ -222,19 +221,20 @@ const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* de
     OIDdescr_t key;
     key.oid_asn = const_cast<unsigned char*>(der);
     key.oid_asn_size = size;
-    return find_entry(map.map->by_asn, key);
+    return map.map->shortcut_by_asn.find(map.map->by_asn, key);
 }
 
 const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned int size) {
     OIDdescr_t key;
     key.oid_str = const_cast<char*>(text);
     key.oid_str_size = size;
-    return find_entry(map.map->by_str, key);
+    const auto found = map.map->by_str.find(&key);
+    return found == map.map->by_str.end() ? nullptr : *found;
 }
 
 const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned int size) {
     OIDdescr_t key;
     key.oid_sn = const_cast<char*>(name);
     key.oid_sn_size = size;
-    return find_entry(map.map->by_sn, key);
+    return map.map->shortcut_by_sn.find(map.map->by_sn, key);
 }

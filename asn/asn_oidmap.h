@@ -2,36 +2,14 @@
 #ifndef DERKIT_ASN_OIDMAP_INTERNAL_H
 #define DERKIT_ASN_OIDMAP_INTERNAL_H
 
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
 #include <list>
 #include <set>
+#include <vector>
 
+#include "asn/oid_map_keys.h"
 #include "derkit/asn_oidmap.h"
-#include "util/ascii.h"
-
-// Exact comparison of two keys of one size.
-struct oid_memcmp_t {
-    int operator()(const void* a, const void* b, unsigned int size) const {
-        return size == 0 ? 0 : std::memcmp(a, b, size);
-    }
-};
-
-// Comparison of two keys of one size without regard to ASCII case: strncasecmp() in the C locale, whatever the
-// process's locale is. An index must keep its order when that changes. As there, a zero byte in both ends it.
-struct oid_strcmp_t {
-    int operator()(const char* a, const char* b, unsigned int size) const {
-        for (unsigned int i = 0; i < size; ++i) {
-            const int difference = folded(a[i]) - folded(b[i]);
-            if (difference != 0 || a[i] == '\0') {
-                return difference;
-            }
-        }
-        return 0;
-    }
-
-  private:
-    static int folded(char c) { return static_cast<unsigned char>(ascii_lower(c)); }
-};
 
 // Orders entries by one key field: the shorter key first, keys of one size by their bytes. So most comparisons
 // look at no byte at all.
@@ -44,20 +22,86 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> struct oid_map_compare_t {
     }
 };
 
+// Finds entries by one key field at once, where an ordered index takes a step for every doubling of its size: a table
+// of the index's entries by the hash of their keys.
+//
+// Where many keys meet in one place the table gives up after a few slots and the ordered index decides, so no choice of
+// keys makes a search long.
+template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
+  public:
+    using index_t = std::set<OIDdescr_t*, oid_map_compare_t<KEY, KEY_SIZE, COMPARE>>;
+
+    // Takes up an entry that has just come into the index.
+    void add(const index_t& index, OIDdescr_t* entry) {
+        if (slots_.size() < 2 * index.size()) {
+            rebuild(index);
+        } else {
+            place(slots_, entry);
+        }
+    }
+
+    // The entry of the index whose key equals that of `key`, or null.
+    const OIDdescr_t* find(const index_t& index, OIDdescr_t& key) const {
+        if (slots_.empty()) {
+            return nullptr;
+        }
+        const std::size_t hash = COMPARE::hash(key.*KEY, key.*KEY_SIZE);
+        for (std::size_t i = 0; i < MAX_PROBES; ++i) {
+            const OIDdescr_t* const entry = slots_[(hash + i) & (slots_.size() - 1)];
+            if (entry == nullptr) {
+                return nullptr;
+            }
+            if (entry->*KEY_SIZE == key.*KEY_SIZE && COMPARE::equal(entry->*KEY, key.*KEY, key.*KEY_SIZE)) {
+                return entry;
+            }
+        }
+        const auto found = index.find(&key);
+        return found == index.end() ? nullptr : *found;
+    }
+
+  private:
+    static constexpr std::size_t MAX_PROBES = 8;
+    static constexpr std::size_t MIN_SLOTS = 64;
+
+    std::vector<OIDdescr_t*> slots_; // their number is a power of two
+
+    void rebuild(const index_t& index) {
+        std::vector<OIDdescr_t*> slots(std::max(MIN_SLOTS, 2 * slots_.size()));
+        for (OIDdescr_t* const entry : index) {
+            place(slots, entry);
+        }
+        slots_.swap(slots);
+    }
+
+    // An entry without a free slot is left to the ordered index.
+    static void place(std::vector<OIDdescr_t*>& slots, OIDdescr_t* entry) {
+        const std::size_t hash = COMPARE::hash(entry->*KEY, entry->*KEY_SIZE);
+        for (std::size_t i = 0; i < MAX_PROBES; ++i) {
+            OIDdescr_t*& slot = slots[(hash + i) & (slots.size() - 1)];
+            if (slot == nullptr) {
+                slot = entry;
+                return;
+            }
+        }
+    }
+};
+
 // A map of OIDs. The list owns the entries, in the order of the lines that made them; an index that holds an equal
 // key already keeps its entry, so the first line wins in each index separately.
 struct OIDmaps_t {
-    using by_asn_t =
-        std::set<OIDdescr_t*, oid_map_compare_t<&OIDdescr_t::oid_asn, &OIDdescr_t::oid_asn_size, oid_memcmp_t>>;
+    using shortcut_by_asn_t = oid_map_shortcut_t<&OIDdescr_t::oid_asn, &OIDdescr_t::oid_asn_size, oid_memcmp_t>;
+    using shortcut_by_sn_t = oid_map_shortcut_t<&OIDdescr_t::oid_sn, &OIDdescr_t::oid_sn_size, oid_strcmp_t>;
+    using by_asn_t = shortcut_by_asn_t::index_t;
     using by_str_t =
         std::set<OIDdescr_t*, oid_map_compare_t<&OIDdescr_t::oid_str, &OIDdescr_t::oid_str_size, oid_memcmp_t>>;
-    using by_sn_t =
-        std::set<OIDdescr_t*, oid_map_compare_t<&OIDdescr_t::oid_sn, &OIDdescr_t::oid_sn_size, oid_strcmp_t>>;
+    using by_sn_t = shortcut_by_sn_t::index_t;
 
     std::list<OIDdescr_t> entries;
     by_asn_t by_asn;
     by_str_t by_str;
     by_sn_t by_sn;
+    shortcut_by_asn_t shortcut_by_asn;
+    shortcut_by_sn_t shortcut_by_sn;
 
     OIDmaps_t() = default;
     ~OIDmaps_t();
