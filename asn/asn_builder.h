@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "derkit/asn_reader.h"
 #include "derkit/asn_types.h"
 
 // Octets kept free in front of the content: an identifier and at most five length octets.
@@ -21,6 +22,14 @@ inline constexpr unsigned int MAX_CONTENT_SIZE = 0xFFFFFFFF - HEADER_ROOM - GROW
 // header room.
 constexpr unsigned int inline_storage_size(unsigned int n) {
     return n == 0 ? 0 : std::max(n, HEADER_ROOM);
+}
+
+// A view of a constant.
+template <unsigned int M> constexpr blob_t asn_view_of(const unsigned char (&bytes)[M]) {
+    blob_t view;
+    view.size = M;
+    view.data = bytes;
+    return view;
 }
 
 // One element under construction (X.690 8.1).
@@ -59,29 +68,53 @@ template <unsigned int N> struct asn_tag_t_ {
     // Appends n content octets.
     void add_bytes(const void* bytes, unsigned int n) {
         reserve(n);
-        if (n != 0) {
-            std::memcpy(buffer + HEADER_ROOM + content_size, bytes, n);
-        }
-        content_size += n;
+        copy(bytes, n);
         write_header();
-    }
-
-    // Appends a constant.
-    template <unsigned int M> void add_array(const unsigned char (&bytes)[M]) {
-        add_bytes(bytes, M);
-    }
-
-    // Appends text, or bytes that a string holds. A size of more than 32 bits is refused like too large a content.
-    void add_text(std::string_view text) {
-        if (text.size() > MAX_CONTENT_SIZE) {
-            throw std::bad_alloc();
-        }
-        add_bytes(text.data(), static_cast<unsigned int>(text.size()));
     }
 
     // Appends the complete encoding of another node.
     template <unsigned int M> void add_node(const asn_tag_t_<M>& child) {
         add_bytes(child.encoding(), child.encoding_size());
+    }
+
+    // Appends an element whose content is at hand: what a node with that content would add.
+    void add_element(asn_tag_t::Type child_tag, const void* content, unsigned int n) {
+        headers_t headers;
+        headers.prepend(child_tag, n);
+        add_with_headers(headers, content, n);
+    }
+    void add_element(asn_tag_t::Type child_tag, const blob_t& content) {
+        add_element(child_tag, content.data, content.size);
+    }
+    // A size of more than 32 bits is refused like too large a content.
+    void add_element(asn_tag_t::Type child_tag, std::string_view content) {
+        if (content.size() > MAX_CONTENT_SIZE) {
+            throw std::bad_alloc();
+        }
+        add_element(child_tag, content.data(), static_cast<unsigned int>(content.size()));
+    }
+    template <unsigned int M> void add_element(asn_tag_t::Type child_tag, const unsigned char (&content)[M]) {
+        add_element(child_tag, content, M);
+    }
+
+    // Appends an element that holds nothing but another element: an explicit tag, a SET OF one.
+    void add_nested(asn_tag_t::Type outer_tag, asn_tag_t::Type inner_tag, const void* content, unsigned int n) {
+        headers_t headers;
+        headers.prepend(inner_tag, n);
+        headers.prepend(outer_tag, n);
+        add_with_headers(headers, content, n);
+    }
+
+    // Appends an INTEGER with the content that asn_write_INTEGER() gives.
+    void add_integer(unsigned int value) {
+        std::string content; // five octets at most, no allocation
+        asn_write_INTEGER(value, content);
+        add_element(asn_tag_t::INTEGER, content);
+    }
+
+    // Appends an element that holds nothing but another node: an explicit tag, or an OCTET STRING around DER.
+    template <unsigned int M> void add_wrapped(asn_tag_t::Type wrapper_tag, const asn_tag_t_<M>& child) {
+        add_element(wrapper_tag, child.encoding(), child.encoding_size());
     }
 
     // Appends one of many members of a SET OF or SEQUENCE OF. Growth is exact, which is quadratic for a long list;
@@ -103,6 +136,16 @@ template <unsigned int N> struct asn_tag_t_ {
         }
     }
 
+    // Makes room for n octets and some headers beside them, as far as a node can hold them: it saves growing again and
+    // is no limit.
+    void reserve_about(unsigned long long n) {
+        constexpr unsigned int USUAL_BESIDE = 192;
+        const unsigned long long wanted = n + USUAL_BESIDE;
+        if (wanted <= MAX_CONTENT_SIZE - content_size) {
+            reserve(static_cast<unsigned int>(wanted));
+        }
+    }
+
     // First octet of the encoding; valid until the next append.
     const unsigned char* encoding() const {
         return total_size == 0 ? buffer : buffer + HEADER_ROOM - (total_size - content_size);
@@ -118,6 +161,27 @@ template <unsigned int N> struct asn_tag_t_ {
     }
 
   private:
+    // The headers of elements that hold nothing but one another, written from the innermost on.
+    struct headers_t {
+        unsigned char octets[2 * HEADER_ROOM];
+        unsigned int size = 0;
+
+        void prepend(asn_tag_t::Type identifier, unsigned int n) {
+            if (n > MAX_CONTENT_SIZE - sizeof octets) {
+                throw std::bad_alloc();
+            }
+            size += write_header_before(octets + sizeof octets - size, identifier, n + size);
+        }
+        const unsigned char* begin() const { return octets + sizeof octets - size; }
+    };
+
+    void add_with_headers(const headers_t& headers, const void* content, unsigned int n) {
+        reserve(headers.size + n);
+        copy(headers.begin(), headers.size);
+        copy(content, n);
+        write_header();
+    }
+
     bool needs_growth(unsigned int n) const {
         return capacity < HEADER_ROOM || capacity - HEADER_ROOM < content_size + n;
     }
@@ -138,26 +202,38 @@ template <unsigned int N> struct asn_tag_t_ {
         capacity = new_capacity;
     }
 
-    // Content of up to 127 octets takes the short form. For more, length octets are written from the lowest up to
-    // the first that is zero, so lengths from 65,536 on that hold a zero octet come out too short: 65,536 is written
-    // 81 00. The bytes are fixed so; below 65,536 the header is exact and minimal.
+    void copy(const void* bytes, unsigned int n) {
+        if (n != 0) {
+            std::memcpy(buffer + HEADER_ROOM + content_size, bytes, n);
+        }
+        content_size += n;
+    }
+
     void write_header() {
-        unsigned char* const last = buffer + HEADER_ROOM - 1;
-        *last = static_cast<unsigned char>(content_size);
+        total_size = content_size + write_header_before(buffer + HEADER_ROOM, tag, content_size);
+    }
+
+    // Writes a header in front of n content octets and gives its size. Content of up to 127 octets takes the short
+    // form. For more, length octets are written from the lowest up to the first that is zero, so lengths from 65,536 on
+    // that hold a zero octet come out too short: 65,536 is written 81 00. The bytes are fixed so; below 65,536 the
+    // header is exact and minimal.
+    static unsigned int write_header_before(unsigned char* content, asn_tag_t::Type identifier, unsigned int n) {
+        unsigned char* const last = content - 1;
+        *last = static_cast<unsigned char>(n);
         unsigned int num_length_octets = 0;
-        if (content_size > 127) {
+        if (n > 127) {
             do {
                 ++num_length_octets;
-                *(last - num_length_octets) = length_octet(num_length_octets);
+                *(last - num_length_octets) = length_octet(n, num_length_octets);
             } while (*(last - num_length_octets) != 0);
             *(last - num_length_octets) = static_cast<unsigned char>(0x80 | num_length_octets);
         }
-        *(last - num_length_octets - 1) = tag;
-        total_size = content_size + 2 + num_length_octets;
+        *(last - num_length_octets - 1) = identifier;
+        return num_length_octets + 2;
     }
 
-    unsigned char length_octet(unsigned int index) const {
-        return static_cast<unsigned char>(index < 4 ? content_size >> (8 * index) : 0);
+    static unsigned char length_octet(unsigned int n, unsigned int index) {
+        return static_cast<unsigned char>(index < 4 ? n >> (8 * index) : 0);
     }
 };
 

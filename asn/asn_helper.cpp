@@ -108,19 +108,13 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned int size) {
 // An unknown hash is not an error: its OID is empty, written 06 00.
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t hash) {
     const oid_ref_t hash_oid = PKI_HASH_ALG_TO_OID(hash);
-    asn_tag_t_<16> oid(asn_tag_t::OBJECT_IDENTIFIER);
-    oid.add_bytes(hash_oid.data, hash_oid.size);
-    const asn_tag_t_<8> null(asn_tag_t::NULL_VALUE);
     asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_node(oid);
-    algorithm.add_node(null);
-
-    asn_tag_t_<64> digest_octets(asn_tag_t::OCTET_STRING);
-    digest_octets.add_text(digest);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, hash_oid.data, hash_oid.size);
+    algorithm.add_element(asn_tag_t::NULL_VALUE, blob_t());
 
     asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
     digest_info.add_node(algorithm);
-    digest_info.add_node(digest_octets);
+    digest_info.add_element(asn_tag_t::OCTET_STRING, digest);
     digest_info.assign_to(digest);
 }
 

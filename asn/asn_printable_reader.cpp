@@ -36,6 +36,24 @@ bool append_dotted(const blob_t& oid, std::string& out) {
     return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;
 }
 
+// As above, for text that stands at the end of `out` already, from `begin` on.
+void escape_in_place(std::string& out, std::size_t begin) {
+    const std::string_view text = std::string_view(out).substr(begin);
+    const auto num_special = std::count_if(text.begin(), text.end(), is_special);
+    if (num_special == 0) {
+        return;
+    }
+    std::size_t from = out.size();
+    append_room(out, static_cast<std::size_t>(num_special));
+    for (std::size_t to = out.size(); to != from;) {
+        const char c = out[--from];
+        out[--to] = c;
+        if (is_special(c)) {
+            out[--to] = '\\';
+        }
+    }
+}
+
 const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
     return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);
 }
@@ -101,7 +119,6 @@ class name_printer_t {
   private:
     std::string& out_;
     const oid_map_handle_t map_;
-    std::string utf8_; // a converted value, before its characters are escaped
 
     // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
     bool print_rdn(asn_cursor_t rdn) {
@@ -158,19 +175,17 @@ class name_printer_t {
     }
 
     bool print_string(asn_tag_t::Type tag, const blob_t& content) {
-        const std::string_view text = as_text(content);
         switch (tag) {
         case asn_tag_t::NUMERIC_STRING:
-            return print_numeric(text);
+            return print_numeric(as_text(content));
         case asn_tag_t::T61_STRING:
-            utf8_.clear();
-            return ldap_t61s_to_utf8s(text.data(), content.size, utf8_) && print_converted();
+            return print_t61(as_text(content));
         case asn_tag_t::UNIVERSAL_STRING:
-            return convert(convi(CONVI_UCS4_BE, CONVI_UTF8), content) && print_converted();
+            return print_wide(convi(CONVI_UCS4_BE, CONVI_UTF8), content);
         case asn_tag_t::BMP_STRING:
-            return convert(convi(CONVI_UCS2_BE, CONVI_UTF8), content) && print_converted();
+            return print_wide(convi(CONVI_UCS2_BE, CONVI_UTF8), content);
         default:
-            append_escaped(text, out_);
+            append_escaped(as_text(content), out_);
             return true;
         }
     }
@@ -184,19 +199,28 @@ class name_printer_t {
         return true;
     }
 
-    bool print_converted() {
-        append_escaped(utf8_, out_);
+    bool print_t61(std::string_view text) {
+        const std::size_t begin = out_.size();
+        if (!ldap_t61s_to_utf8s(text.data(), static_cast<unsigned int>(text.size()), out_)) {
+            return false;
+        }
+        escape_in_place(out_, begin);
         return true;
     }
 
     // An output size of 0 is a failure, so an empty string fails too.
-    bool convert(const convi& converter, const blob_t& content) {
+    bool print_wide(const convi& converter, const blob_t& content) {
         const unsigned int size = converter.get_outsize(content.data, content.size);
         if (size == 0) {
             return false;
         }
-        utf8_.clear();
-        return converter.convert_safe(content.data, content.size, append_room(utf8_, size), size) != 0;
+        const std::size_t begin = out_.size();
+        if (converter.convert_safe(content.data, content.size, append_room(out_, size), size) == 0) {
+            out_.resize(begin);
+            return false;
+        }
+        escape_in_place(out_, begin);
+        return true;
     }
 };
 

@@ -1,6 +1,7 @@
 #include "asn/asn_printable_syntax.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string_view>
 
@@ -40,11 +41,28 @@ const char* parse_type(const char* p, RDNdescr_t& out) {
     return *p == '=' && !is_empty_type(out.type_begin, out.type_end) ? p : nullptr;
 }
 
+// What can end a value, or decides what can.
+constexpr std::array<bool, 256> make_value_marks() {
+    std::array<bool, 256> table = {};
+    for (const char c : std::string_view("\0,+\"\\", 5)) {
+        table[static_cast<unsigned char>(c)] = true;
+    }
+    return table;
+}
+
+const char* skip_to_mark(const char* p) {
+    static constexpr std::array<bool, 256> MARKS = make_value_marks();
+    while (!MARKS[static_cast<unsigned char>(*p)]) {
+        ++p;
+    }
+    return p;
+}
+
 // Gives the separator or the zero that ends the value at `p`, or null when the text ends inside double quotes.
 const char* parse_value(const char* p, RDNdescr_t& out) {
     out.value_begin = p;
     bool quoted = false;
-    for (; *p != '\0' && (quoted || !is_separator(*p)); ++p) {
+    for (p = skip_to_mark(p); *p != '\0' && (quoted || !is_separator(*p)); p = skip_to_mark(p + 1)) {
         if (*p == '"') {
             quoted = !quoted;
         } else if (*p == '\\' && p[1] != '\0') {
@@ -66,28 +84,33 @@ bool parse(const char* dn, std::vector<RDNdescr_t>& out) {
 
 } // namespace
 
+dn_reader_t::dn_reader_t(const char* dn) : p_(skip_blanks(dn)), at_end_(*p_ == '\0') {}
+
+bool dn_reader_t::next(RDNdescr_t& attribute) {
+    if (at_end_ || failed_) {
+        return false;
+    }
+    const char* const equals_sign = parse_type(p_, attribute);
+    const char* const end = equals_sign == nullptr ? nullptr : parse_value(equals_sign + 1, attribute);
+    if (end == nullptr) {
+        failed_ = true;
+        return false;
+    }
+    attribute.plus_joined = plus_joined_;
+    plus_joined_ = *end == '+';
+    at_end_ = *end == '\0';
+    if (!at_end_) {
+        p_ = skip_blanks(end + 1); // nothing behind a separator is an empty type: an error
+    }
+    return true;
+}
+
 int printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
-    const char* p = skip_blanks(dn);
-    if (*p == '\0') {
-        return 1;
-    }
-    RDNdescr_t attribute;
-    for (;;) {
-        const char* const equals_sign = parse_type(p, attribute);
-        if (equals_sign == nullptr) {
-            return 0;
-        }
-        const char* const end = parse_value(equals_sign + 1, attribute);
-        if (end == nullptr) {
-            return 0;
-        }
+    dn_reader_t reader(dn);
+    for (RDNdescr_t attribute; reader.next(attribute);) {
         out.push_back(attribute);
-        if (*end == '\0') {
-            return 1;
-        }
-        attribute.plus_joined = *end == '+';
-        p = skip_blanks(end + 1); // nothing behind a separator is an empty type: an error
     }
+    return reader.failed() ? 0 : 1;
 }
 
 char* printable_dn_reverse(char* dn) {

@@ -14,10 +14,11 @@ constexpr std::array<bool, 256> make_special_characters() {
     return table;
 }
 
+inline constexpr std::array<bool, 256> SPECIAL_CHARACTERS = make_special_characters();
+
 // Characters that a plain value holds only behind a backslash.
-inline bool is_special(char c) {
-    static constexpr std::array<bool, 256> TABLE = make_special_characters();
-    return TABLE[static_cast<unsigned char>(c)];
+constexpr bool is_special(char c) {
+    return SPECIAL_CHARACTERS[static_cast<unsigned char>(c)];
 }
 
 // One attribute of a printable DN; views into the caller's text.
@@ -32,14 +33,30 @@ struct RDNdescr_t {
 // Attributes that callers of printable_dn_parse() make room for beforehand.
 inline constexpr unsigned int USUAL_NUM_ATTRIBUTES = 10;
 
-// Splits a zero-terminated DN into its attributes, in text order.
+// Takes a zero-terminated DN apart, attribute by attribute, in text order.
 //
 // DN        ::= [ attribute { ( "," | "+" ) attribute } ], blanks in front of every attribute
 // attribute ::= type, blanks, "=", value
 // type      ::= characters up to the first "=" or blank, not separators alone
 // value     ::= characters up to the first "," or "+" that is neither in double quotes nor behind a backslash
-//
-// Returns nonzero on success. On a syntax error it returns 0 and `out` holds what came before the error.
+class dn_reader_t {
+  public:
+    explicit dn_reader_t(const char* dn);
+
+    // False behind the last attribute and from a syntax error on.
+    bool next(RDNdescr_t& attribute);
+
+    bool failed() const { return failed_; }
+
+  private:
+    const char* p_;
+    bool at_end_;
+    bool failed_ = false;
+    bool plus_joined_ = false; // the next attribute
+};
+
+// Appends all attributes of a DN to `out`. Returns nonzero on success. On a syntax error it returns 0 and `out` holds
+// what came before the error.
 int printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out);
 
 #endif

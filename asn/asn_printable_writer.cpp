@@ -1,8 +1,6 @@
 // Text of names to DER.
-#include <algorithm>
 #include <array>
 #include <string_view>
-#include <vector>
 
 #include "asn/asn_builder.h"
 #include "asn/asn_cursor.h"
@@ -12,26 +10,49 @@
 
 namespace {
 
-// Which string types can hold a character, from the narrowest on. The widest one of a value's characters decides.
-enum string_class_t : unsigned char { FITS_PRINTABLE_STRING, FITS_IA5_STRING, FITS_UTF8_STRING };
+// What the characters of a value say about its string type, one bit each, and whether they must be decoded.
+enum trait_t : unsigned char { NOT_PRINTABLE_STRING = 0x01, NOT_IA5_STRING = 0x02, SPECIAL = 0x04, BACKSLASH = 0x08 };
 
 // What PrintableString (X.680 41.4) has beside letters and digits.
 constexpr std::string_view PRINTABLE_PUNCTUATION = " '()+,-./:=?";
 
-constexpr std::array<string_class_t, 256> make_string_classes() {
-    std::array<string_class_t, 256> classes = {};
-    for (unsigned int c = 0; c < classes.size(); ++c) {
+constexpr std::array<unsigned char, 256> make_traits() {
+    std::array<unsigned char, 256> traits = {};
+    for (unsigned int c = 0; c < traits.size(); ++c) {
         const bool letter_or_digit = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
-        const bool printable =
-            letter_or_digit || PRINTABLE_PUNCTUATION.find(static_cast<char>(c)) != std::string_view::npos;
-        classes[c] = c >= 0x80 ? FITS_UTF8_STRING : printable ? FITS_PRINTABLE_STRING : FITS_IA5_STRING;
+        if (!letter_or_digit && PRINTABLE_PUNCTUATION.find(static_cast<char>(c)) == std::string_view::npos) {
+            traits[c] |= NOT_PRINTABLE_STRING;
+        }
+        if (c >= 0x80) {
+            traits[c] |= NOT_IA5_STRING;
+        }
+        if (is_special(static_cast<char>(c))) {
+            traits[c] |= SPECIAL;
+        }
     }
-    return classes;
+    traits[static_cast<unsigned char>('\\')] |= BACKSLASH;
+    return traits;
 }
 
-string_class_t string_class_of(char c) {
-    static constexpr std::array<string_class_t, 256> CLASSES = make_string_classes();
-    return CLASSES[static_cast<unsigned char>(c)];
+unsigned int traits_of(char c) {
+    static constexpr std::array<unsigned char, 256> TRAITS = make_traits();
+    return TRAITS[static_cast<unsigned char>(c)];
+}
+
+unsigned int traits_of(std::string_view text) {
+    unsigned int traits = 0;
+    for (const char c : text) {
+        traits |= traits_of(c);
+    }
+    return traits;
+}
+
+// The narrowest string type that holds all characters.
+asn_tag_t::Type string_type(unsigned int traits) {
+    if ((traits & NOT_IA5_STRING) != 0) {
+        return asn_tag_t::UTF8_STRING;
+    }
+    return (traits & NOT_PRINTABLE_STRING) != 0 ? asn_tag_t::IA5_STRING : asn_tag_t::PRINTABLE_STRING;
 }
 
 // A value as it goes into the DER. The content lies in the text or in the buffer that it was decoded into.
@@ -46,22 +67,18 @@ class string_builder_t {
     explicit string_builder_t(std::string& buffer) : buffer_(buffer) { buffer_.clear(); }
 
     void add(char c) {
-        widest_ = std::max(widest_, string_class_of(c));
+        traits_ |= traits_of(c);
         add_unseen(c);
     }
 
     // The character has no say in the string type.
     void add_unseen(char c) { append_char(buffer_, c); }
 
-    value_t finish() const {
-        static constexpr asn_tag_t::Type TAGS[] = {asn_tag_t::PRINTABLE_STRING, asn_tag_t::IA5_STRING,
-                                                   asn_tag_t::UTF8_STRING};
-        return {TAGS[widest_], buffer_};
-    }
+    value_t finish() const { return {string_type(traits_), buffer_}; }
 
   private:
     std::string& buffer_;
-    string_class_t widest_ = FITS_PRINTABLE_STRING;
+    unsigned int traits_ = 0;
 };
 
 constexpr int NOT_HEX = -1;
@@ -89,6 +106,11 @@ bool read_hex_pair(std::string_view text, char& out) {
 // follows, and is itself passed over in choosing the string type, as is an escaped quote. Bare quotes inside, which the
 // syntax allows in pairs, are characters like others.
 bool decode_quoted(std::string_view inner, std::string& buffer, value_t& out) {
+    const unsigned int traits = traits_of(inner);
+    if ((traits & BACKSLASH) == 0) {
+        out = {string_type(traits), inner};
+        return true;
+    }
     string_builder_t string(buffer);
     for (std::size_t i = 0; i < inner.size(); ++i) {
         if (inner[i] != '\\') {
@@ -132,6 +154,11 @@ bool decode_hex(std::string_view digits, std::string& buffer, value_t& out) {
 
 // Escapes are a backslash before a special character and \xx with two hexadecimal digits.
 bool decode_plain(std::string_view text, std::string& buffer, value_t& out) {
+    const unsigned int traits = traits_of(text);
+    if ((traits & SPECIAL) == 0) {
+        out = {string_type(traits), text};
+        return true;
+    }
     string_builder_t string(buffer);
     while (!text.empty()) {
         char c = text.front();
@@ -166,40 +193,35 @@ bool decode_value(std::string_view text, std::string& buffer, value_t& out) {
 }
 
 // A short name of the map, else a dotted OID.
-template <unsigned int N> bool add_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<N>& oid) {
+template <unsigned int N> bool add_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<N>& out) {
     const std::size_t size = static_cast<std::size_t>(attribute.type_end - attribute.type_begin);
     const bool can_be_short_name = size <= 0xFFFFFFFF;
     if (map.map != nullptr && can_be_short_name) {
         const OIDdescr_t* const entry = oid_map_find_sn(map, attribute.type_begin, static_cast<unsigned int>(size));
         if (entry != nullptr) {
-            oid.add_bytes(entry->oid_asn, entry->oid_asn_size);
+            out.add_element(asn_tag_t::OBJECT_IDENTIFIER, entry->oid_asn, entry->oid_asn_size);
             return true;
         }
     }
     unsigned char der[512];
     const unsigned int der_size = oid_str_to_asn_(attribute.type_begin, attribute.type_end, der);
-    oid.add_bytes(der, der_size);
+    out.add_element(asn_tag_t::OBJECT_IDENTIFIER, der, der_size);
     return der_size != 0;
 }
 
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY DEFINED BY type }      RFC 5280 4.1.2.4
 template <unsigned int N>
 bool add_attribute(const RDNdescr_t& attribute, oid_map_handle_t map, std::string& buffer, asn_tag_t_<N>& rdn) {
-    asn_tag_t_<512> type(asn_tag_t::OBJECT_IDENTIFIER);
-    if (!add_type(attribute, map, type)) {
-        return false;
-    }
-    value_t decoded;
-    const std::size_t text_size = static_cast<std::size_t>(attribute.value_end - attribute.value_begin);
-    if (!decode_value(std::string_view(attribute.value_begin, text_size), buffer, decoded)) {
-        return false;
-    }
-    asn_tag_t_<256> value(decoded.tag);
-    value.add_text(decoded.content);
-
     asn_tag_t_<320> type_and_value(asn_tag_t::SEQUENCE);
-    type_and_value.add_node(type);
-    type_and_value.add_node(value);
+    if (!add_type(attribute, map, type_and_value)) {
+        return false;
+    }
+    value_t value;
+    const std::size_t text_size = static_cast<std::size_t>(attribute.value_end - attribute.value_begin);
+    if (!decode_value(std::string_view(attribute.value_begin, text_size), buffer, value)) {
+        return false;
+    }
+    type_and_value.add_element(value.tag, value.content);
     rdn.add_member(type_and_value);
     return true;
 }
@@ -210,22 +232,23 @@ bool add_attribute(const RDNdescr_t& attribute, oid_map_handle_t map, std::strin
 // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
 // Members of a SET stay in text order; X.690 11.6 would sort them.
 bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map) {
-    std::vector<RDNdescr_t> attributes;
-    attributes.reserve(USUAL_NUM_ATTRIBUTES);
-    if (printable_dn_parse(dn, attributes) == 0) {
-        return false;
-    }
     asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
-    std::string buffer;
-    for (auto attribute = attributes.cbegin(); attribute != attributes.cend();) {
+    std::string buffer; // for values that are not in the text as they are
+    dn_reader_t reader(dn);
+    RDNdescr_t attribute;
+    bool more = reader.next(attribute);
+    while (more) {
         asn_tag_t_<512> rdn(asn_tag_t::SET);
         do {
-            if (!add_attribute(*attribute, map, buffer, rdn)) {
+            if (!add_attribute(attribute, map, buffer, rdn)) {
                 return false;
             }
-            ++attribute;
-        } while (attribute != attributes.cend() && attribute->plus_joined);
+            more = reader.next(attribute);
+        } while (more && attribute.plus_joined);
         name.add_member(rdn);
+    }
+    if (reader.failed()) {
+        return false;
     }
     name.assign_to(der);
     return true;

@@ -105,36 +105,26 @@ bool read_bag(asn_cursor_t safe_bag, std::list<pkcs12_bag_t>& bags, const pkcs12
 }
 
 // An empty value writes nothing.
-template <unsigned int N, typename T>
+template <unsigned int N, typename T, unsigned int M>
 void asn_write_pkcs12_attr(const unsigned char (&oid)[N], asn_tag_t::Type value_tag, const T& value,
-                           asn_tag_t_<0>& out) {
+                           asn_tag_t_<M>& out) {
     if (value.size == 0) {
         return;
     }
-    asn_tag_t_<16> id(asn_tag_t::OBJECT_IDENTIFIER);
-    id.add_array(oid);
-    asn_tag_t_<128> attribute_value(value_tag);
-    attribute_value.add_bytes(value.data, value.size);
-    asn_tag_t_<128> values(asn_tag_t::SET);
-    values.add_node(attribute_value);
     asn_tag_t_<256> attribute(asn_tag_t::SEQUENCE);
-    attribute.add_node(id);
-    attribute.add_node(values);
+    attribute.add_element(asn_tag_t::OBJECT_IDENTIFIER, oid);
+    attribute.add_nested(asn_tag_t::SET, value_tag, value.data, value.size);
     out.add_node(attribute);
 }
 
-// What [0] of a certBag holds.
-void write_certificate(const blob_t& certificate, asn_tag_t_<0>& out) {
-    asn_tag_t_<16> id(asn_tag_t::OBJECT_IDENTIFIER);
-    id.add_array(g_oid_pkcs9_ct_x509Certificate);
-    asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
-    octets.add_bytes(certificate.data, certificate.size);
-    asn_tag_t_<0> value(asn_tag_t::CONTEXT_0);
-    value.add_node(octets);
-    asn_tag_t_<0> cert_bag(asn_tag_t::SEQUENCE);
-    cert_bag.add_node(id);
-    cert_bag.add_node(value);
-    out.add_node(cert_bag);
+// What the bags take, as a rule.
+unsigned long long usual_size(const std::list<pkcs12_bag_t>& bags) {
+    constexpr unsigned int USUAL_OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
+    unsigned long long size = 0;
+    for (const pkcs12_bag_t& bag : bags) {
+        size += bag.value.size + USUAL_OVERHEAD;
+    }
+    return size;
 }
 
 } // namespace
@@ -154,6 +144,7 @@ bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypt
 
 void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
     asn_tag_t_<0> safe_contents(asn_tag_t::SEQUENCE);
+    safe_contents.reserve_about(usual_size(bags));
     safe_contents.add_bytes(nullptr, 0); // a list without bags is an element too
     for (const pkcs12_bag_t& bag : bags) {
         asn_write_pkcs12_bag(bag, safe_contents);
@@ -162,22 +153,22 @@ void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& o
 }
 
 void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
-    asn_tag_t_<32> id(asn_tag_t::OBJECT_IDENTIFIER);
-    asn_tag_t_<0> value(asn_tag_t::CONTEXT_0);
+    asn_tag_t_<2048> safe_bag(asn_tag_t::SEQUENCE);
     if (bag.type == PKCS12_BAG_CERTIFICATE) {
-        id.add_array(g_oid_pkcs12_id_certBag);
-        write_certificate(bag.value, value);
+        asn_tag_t_<2048> cert_bag(asn_tag_t::SEQUENCE);
+        cert_bag.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs9_ct_x509Certificate);
+        cert_bag.add_nested(asn_tag_t::CONTEXT_0, asn_tag_t::OCTET_STRING, bag.value.data, bag.value.size);
+        safe_bag.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs12_id_certBag);
+        safe_bag.add_wrapped(asn_tag_t::CONTEXT_0, cert_bag);
     } else {
-        id.add_array(g_oid_pkcs12_id_keyBag);
-        value.add_bytes(bag.value.data, bag.value.size);
+        safe_bag.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs12_id_keyBag);
+        safe_bag.add_element(asn_tag_t::CONTEXT_0, bag.value);
     }
-    asn_tag_t_<0> attributes(asn_tag_t::SET);
+    asn_tag_t_<256> attributes(asn_tag_t::SET);
     asn_write_pkcs12_attr(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, bag.friendly_name, attributes);
     asn_write_pkcs12_attr(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, bag.local_key_id, attributes);
-
-    asn_tag_t_<0> safe_bag(asn_tag_t::SEQUENCE);
-    safe_bag.add_node(id);
-    safe_bag.add_node(value);
-    safe_bag.add_node(attributes); // adds nothing when no attribute was written
+    if (attributes.content_size != 0) {
+        safe_bag.add_node(attributes);
+    }
     out.add_member(safe_bag);
 }

@@ -5,12 +5,13 @@
 #include "derkit/asn_reader.h"
 #include "pkcs/pkcs12_bags.h"
 #include "pkcs/pkcs12_mac.h"
+#include "pkcs/pkcs5_pbes2.h"
 #include "pkcs/pkcs7.h"
 
 namespace {
 
-constexpr unsigned char PFX_VERSION = 3;
-constexpr unsigned char ENCRYPTED_DATA_VERSION = 0;
+constexpr unsigned char PFX_VERSION[] = {3};
+constexpr unsigned char ENCRYPTED_DATA_VERSION[] = {0};
 
 // A version of one octet may have any value; of a longer one only the first octet counts.
 bool is_accepted_version(const blob_t& version, unsigned char expected) {
@@ -54,7 +55,7 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
     if (!encrypted_data.empty()) {
         encrypted_data.skip(asn_tag_t::ANY);
     }
-    if (!info.ok() || !encrypted_data.ok() || !is_accepted_version(version, ENCRYPTED_DATA_VERSION)) {
+    if (!info.ok() || !encrypted_data.ok() || !is_accepted_version(version, ENCRYPTED_DATA_VERSION[0])) {
         return false;
     }
     pkcs5_pbe_gost_t pbe;
@@ -114,22 +115,18 @@ void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
     pkcs5_pbe_gost_t pbe;
     std::string ciphertext;
     crypto->encrypt(plaintext.encoding(), plaintext.encoding_size(), pbe, ciphertext);
-    std::string algorithm;
-    asn_write_pkcs5_pbe_gost(pbe, algorithm);
+    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
+    asn_write_pkcs5_PBES2(pbe, algorithm);
 
-    asn_tag_t_<16> content_type(asn_tag_t::OBJECT_IDENTIFIER);
-    content_type.add_array(g_oid_pkcs7_id_data);
-    asn_tag_t_<0> encrypted_content(asn_tag_t::CONTEXT_0_PRIMITIVE);
-    encrypted_content.add_text(ciphertext);
     asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
-    info.add_node(content_type);
-    info.add_text(algorithm);
-    info.add_node(encrypted_content);
+    info.reserve_about(algorithm.encoding_size() + ciphertext.size());
+    info.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs7_id_data);
+    info.add_node(algorithm);
+    info.add_element(asn_tag_t::CONTEXT_0_PRIMITIVE, ciphertext);
 
-    asn_tag_t_<8> version(asn_tag_t::INTEGER);
-    version.add_bytes(&ENCRYPTED_DATA_VERSION, 1);
     asn_tag_t_<0> encrypted_data(asn_tag_t::SEQUENCE);
-    encrypted_data.add_node(version);
+    encrypted_data.reserve_about(info.encoding_size());
+    encrypted_data.add_element(asn_tag_t::INTEGER, ENCRYPTED_DATA_VERSION);
     encrypted_data.add_node(info);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, sizeof g_oid_pkcs7_id_encrypted_data, encrypted_data,
                                 authenticated_safe);
@@ -150,7 +147,7 @@ bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* cry
         mac_data = pfx.read(asn_tag_t::SEQUENCE);
     }
     pkcs7_content_info_t info;
-    if (!pfx.ok() || !is_accepted_version(version, PFX_VERSION) ||
+    if (!pfx.ok() || !is_accepted_version(version, PFX_VERSION[0]) ||
         !asn_read_pkcs7_ContentInfo(auth_safe.data, auth_safe.size, info) ||
         !asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data)) {
         return false;
@@ -180,10 +177,9 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std:
     pkcs12_mac_t fresh_mac;
     const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
 
-    asn_tag_t_<8> version(asn_tag_t::INTEGER);
-    version.add_bytes(&PFX_VERSION, 1);
     asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-    pfx.add_node(version);
+    pfx.reserve_about(octets.encoding_size());
+    pfx.add_element(asn_tag_t::INTEGER, PFX_VERSION);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, pfx);
     asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);
     pfx.assign_to(out);

@@ -39,29 +39,16 @@ bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& 
 }
 
 void asn_write_pkcs12_MacData(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
-    asn_tag_t_<16> algorithm_oid(asn_tag_t::OBJECT_IDENTIFIER);
-    algorithm_oid.add_array(g_oid_GOSTR3411);
-    const asn_tag_t_<8> null(asn_tag_t::NULL_VALUE);
     asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_node(algorithm_oid);
-    algorithm.add_node(null);
-
-    asn_tag_t_<64> digest(asn_tag_t::OCTET_STRING);
-    digest.add_bytes(mac.digest.data, mac.digest.size);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_GOSTR3411);
+    algorithm.add_element(asn_tag_t::NULL_VALUE, blob_t());
     asn_tag_t_<96> digest_info(asn_tag_t::SEQUENCE);
     digest_info.add_node(algorithm);
-    digest_info.add_node(digest);
-
-    asn_tag_t_<40> salt(asn_tag_t::OCTET_STRING);
-    salt.add_bytes(mac.salt.data, mac.salt.size);
-    std::string count;
-    asn_write_INTEGER(mac.iterations, count);
-    asn_tag_t_<16> iterations(asn_tag_t::INTEGER);
-    iterations.add_text(count);
+    digest_info.add_element(asn_tag_t::OCTET_STRING, mac.digest);
 
     asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
     mac_data.add_node(digest_info);
-    mac_data.add_node(salt);
-    mac_data.add_node(iterations);
+    mac_data.add_element(asn_tag_t::OCTET_STRING, mac.salt);
+    mac_data.add_integer(mac.iterations);
     out.add_node(mac_data);
 }

@@ -64,52 +64,34 @@ bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost
     return asn_read_pkcs5_PBES2(data, size, out);
 }
 
-void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
-    asn_tag_t_<16> prf_oid(asn_tag_t::OBJECT_IDENTIFIER);
-    prf_oid.add_array(g_oid_HMAC_GOSTR3411);
-    const asn_tag_t_<8> null(asn_tag_t::NULL_VALUE);
+void asn_write_pkcs5_PBES2(const pkcs5_pbe_gost_t& in, asn_tag_t_<300>& algorithm) {
     asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
-    prf.add_node(prf_oid);
-    prf.add_node(null);
-
-    asn_tag_t_<40> salt(asn_tag_t::OCTET_STRING);
-    salt.add_bytes(in.salt.data, in.salt.size);
-    std::string count;
-    asn_write_INTEGER(in.iterations, count);
-    asn_tag_t_<8> iteration_count(asn_tag_t::INTEGER);
-    iteration_count.add_text(count);
+    prf.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_HMAC_GOSTR3411);
+    prf.add_element(asn_tag_t::NULL_VALUE, blob_t());
     asn_tag_t_<80> pbkdf2_params(asn_tag_t::SEQUENCE);
-    pbkdf2_params.add_node(salt);
-    pbkdf2_params.add_node(iteration_count);
+    pbkdf2_params.add_element(asn_tag_t::OCTET_STRING, in.salt);
+    pbkdf2_params.add_integer(in.iterations);
     pbkdf2_params.add_node(prf);
-
-    asn_tag_t_<16> pbkdf2_oid(asn_tag_t::OBJECT_IDENTIFIER);
-    pbkdf2_oid.add_array(g_oid_PBKDF2);
     asn_tag_t_<128> derivation(asn_tag_t::SEQUENCE);
-    derivation.add_node(pbkdf2_oid);
+    derivation.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBKDF2);
     derivation.add_node(pbkdf2_params);
 
-    asn_tag_t_<16> iv(asn_tag_t::OCTET_STRING);
-    iv.add_bytes(in.iv.data, in.iv.size);
-    asn_tag_t_<16> param_set(asn_tag_t::OBJECT_IDENTIFIER);
-    param_set.add_array(g_oid_encryptionParamSet);
     asn_tag_t_<40> cipher_params(asn_tag_t::SEQUENCE);
-    cipher_params.add_node(iv);
-    cipher_params.add_node(param_set);
-
-    asn_tag_t_<16> cipher_oid(asn_tag_t::OBJECT_IDENTIFIER);
-    cipher_oid.add_array(g_oid_gost28147_89);
+    cipher_params.add_element(asn_tag_t::OCTET_STRING, in.iv);
+    cipher_params.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_encryptionParamSet);
     asn_tag_t_<64> encryption(asn_tag_t::SEQUENCE);
-    encryption.add_node(cipher_oid);
+    encryption.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_gost28147_89);
     encryption.add_node(cipher_params);
 
     asn_tag_t_<256> params(asn_tag_t::SEQUENCE);
     params.add_node(derivation);
     params.add_node(encryption);
-    asn_tag_t_<16> pbes2_oid(asn_tag_t::OBJECT_IDENTIFIER);
-    pbes2_oid.add_array(g_oid_PBES2);
-    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_node(pbes2_oid);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBES2);
     algorithm.add_node(params);
+}
+
+void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
+    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
+    asn_write_pkcs5_PBES2(in, algorithm);
     algorithm.assign_to(out);
 }

@@ -24,6 +24,8 @@ constexpr unsigned char g_oid_tc26_gost_3410_12_512_paramSetA[] = {0x2A, 0x85, 0
 // 1.2.643.2.2.30.1
 constexpr unsigned char g_id_GostR3411_94_CryptoProParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x1E, 0x01};
 
+constexpr unsigned char PRIVATE_KEY_INFO_VERSION[] = {0};
+
 enum key_type_t : unsigned int { KEY_2001 = 0, KEY_2012_256 = 1, KEY_2012_512 = 2 };
 
 bool find_key_type(const blob_t& algorithm, unsigned int& key_type) {
@@ -39,26 +41,30 @@ bool find_key_type(const blob_t& algorithm, unsigned int& key_type) {
     return true;
 }
 
-// An unknown key type leaves the OID empty, written 06 00.
-void add_algorithm(unsigned int key_type, asn_tag_t_<16>& oid) {
+// An unknown key type has an empty OID, written 06 00.
+blob_t algorithm_of(unsigned int key_type) {
     switch (key_type) {
     case KEY_2001:
-        return oid.add_array(g_oid_ALG_GOST_341001);
+        return asn_view_of(g_oid_ALG_GOST_341001);
     case KEY_2012_256:
-        return oid.add_array(g_oid_ALG_GOST_341012_256);
+        return asn_view_of(g_oid_ALG_GOST_341012_256);
     case KEY_2012_512:
-        return oid.add_array(g_oid_ALG_GOST_341012_512);
+        return asn_view_of(g_oid_ALG_GOST_341012_512);
+    default:
+        return blob_t();
     }
 }
 
-void add_public_key_param_set(unsigned int key_type, asn_tag_t_<16>& oid) {
+blob_t public_key_param_set_of(unsigned int key_type) {
     switch (key_type) {
     case KEY_2001:
-        return oid.add_array(g_id_GostR3410_2001_CryptoPro_A_ParamSet);
+        return asn_view_of(g_id_GostR3410_2001_CryptoPro_A_ParamSet);
     case KEY_2012_256:
-        return oid.add_array(g_oid_tc26_gost_3410_12_256_paramSetA);
+        return asn_view_of(g_oid_tc26_gost_3410_12_256_paramSetA);
     case KEY_2012_512:
-        return oid.add_array(g_oid_tc26_gost_3410_12_512_paramSetA);
+        return asn_view_of(g_oid_tc26_gost_3410_12_512_paramSetA);
+    default:
+        return blob_t();
     }
 }
 
@@ -99,29 +105,18 @@ bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkcs8_pki_gost
 //   publicKeyParamSet OBJECT IDENTIFIER, digestParamSet OBJECT IDENTIFIER }
 // The digest parameters are those of GOST R 34.11-94 for the keys of 2012 too.
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
-    asn_tag_t_<16> public_key_param_set(asn_tag_t::OBJECT_IDENTIFIER);
-    add_public_key_param_set(in.key_type, public_key_param_set);
-    asn_tag_t_<16> digest_param_set(asn_tag_t::OBJECT_IDENTIFIER);
-    digest_param_set.add_array(g_id_GostR3411_94_CryptoProParamSet);
     asn_tag_t_<32> parameters(asn_tag_t::SEQUENCE);
-    parameters.add_node(public_key_param_set);
-    parameters.add_node(digest_param_set);
-
-    asn_tag_t_<16> algorithm_oid(asn_tag_t::OBJECT_IDENTIFIER);
-    add_algorithm(in.key_type, algorithm_oid);
+    parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, public_key_param_set_of(in.key_type));
+    parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_id_GostR3411_94_CryptoProParamSet);
     asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_node(algorithm_oid);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, algorithm_of(in.key_type));
     algorithm.add_node(parameters);
 
-    asn_tag_t_<64> key(asn_tag_t::OCTET_STRING);
-    key.add_bytes(in.private_key.data, in.private_key.size);
     asn_tag_t_<70> private_key(asn_tag_t::OCTET_STRING);
-    private_key.add_node(key);
+    private_key.add_element(asn_tag_t::OCTET_STRING, in.private_key);
 
-    asn_tag_t_<8> version(asn_tag_t::INTEGER);
-    version.add_bytes("\x00", 1);
     asn_tag_t_<512> key_info(asn_tag_t::SEQUENCE);
-    key_info.add_node(version);
+    key_info.add_element(asn_tag_t::INTEGER, PRIVATE_KEY_INFO_VERSION);
     key_info.add_node(algorithm);
     key_info.add_node(private_key);
     key_info.assign_to(out);
@@ -139,12 +134,10 @@ bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int size, pkcs
 }
 
 void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, std::string& out) {
-    std::string algorithm;
-    asn_write_pkcs5_pbe_gost(in.pbe, algorithm);
-    asn_tag_t_<128> encrypted_data(asn_tag_t::OCTET_STRING);
-    encrypted_data.add_bytes(in.encrypted_data.data, in.encrypted_data.size);
+    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
+    asn_write_pkcs5_PBES2(in.pbe, algorithm);
     asn_tag_t_<512> key_info(asn_tag_t::SEQUENCE);
-    key_info.add_text(algorithm);
-    key_info.add_node(encrypted_data);
+    key_info.add_node(algorithm);
+    key_info.add_element(asn_tag_t::OCTET_STRING, in.encrypted_data);
     key_info.assign_to(out);
 }

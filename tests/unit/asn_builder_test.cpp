@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <initializer_list>
+#include <iterator>
 #include <new>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "support/bytes.h"
@@ -408,20 +411,97 @@ TEST(builder_delivery, assign_to_leaves_the_encoding_alone_in_the_string) {
     EXPECT_TRUE(same_bytes(from_hex("02 02 05 06"), assigned(node)));
 }
 
-TEST(builder_delivery, text_is_appended_like_bytes_zero_bytes_included) {
-    asn_tag_t_<8> node(asn_tag_t::UTF8_STRING);
-    node.add_text("ab");
-    node.add_text(std::string_view("\0c", 2));
-    node.add_text(std::string_view());
-    EXPECT_TRUE(same_bytes(from_hex("0C 04 61 62 00 63"), encoding_of(node)));
-    EXPECT_EQ(node.capacity, 2u + 2 + 22);
+// ---- elements whose content is at hand ----
+
+// What nodes of their own, one inside the other, would encode; tags from the outermost on.
+std::string as_nodes(std::initializer_list<asn_tag_t::Type> tags, const std::string& content) {
+    std::string encoded = content;
+    for (auto tag = std::rbegin(tags); tag != std::rend(tags); ++tag) {
+        asn_tag_t_<16> node(*tag);
+        add_content(node, encoded);
+        encoded = encoding_of(node);
+    }
+    return encoded;
 }
 
-TEST(builder_delivery, array_is_appended_whole) {
-    const unsigned char oid[] = {0x55, 0x04, 0x00, 0x03};
-    asn_tag_t_<16> node(asn_tag_t::OBJECT_IDENTIFIER);
-    node.add_array(oid);
-    EXPECT_TRUE(same_bytes(from_hex("06 04 55 04 00 03"), encoding_of(node)));
+class builder_element : public testing::TestWithParam<unsigned int> {};
+
+TEST_P(builder_element, adds_what_a_node_with_that_content_adds) {
+    const std::string content = some_content(GetParam());
+    const exact_bytes_t bytes(content);
+    blob_t view;
+    view.size = bytes.size();
+    view.data = bytes.data();
+    const std::string expected = as_nodes({asn_tag_t::SEQUENCE, asn_tag_t::OCTET_STRING}, content);
+
+    asn_tag_t_<0> by_pointer(asn_tag_t::SEQUENCE);
+    by_pointer.add_element(asn_tag_t::OCTET_STRING, bytes.data(), bytes.size());
+    EXPECT_TRUE(same_bytes(expected, encoding_of(by_pointer)));
+    EXPECT_EQ(by_pointer.capacity, by_pointer.content_size + 22) << "one step that fits exactly";
+    asn_tag_t_<16> by_view(asn_tag_t::SEQUENCE);
+    by_view.add_element(asn_tag_t::OCTET_STRING, view);
+    EXPECT_TRUE(same_bytes(expected, encoding_of(by_view)));
+    asn_tag_t_<128> by_text(asn_tag_t::SEQUENCE);
+    by_text.add_element(asn_tag_t::OCTET_STRING, std::string_view(content));
+    EXPECT_TRUE(same_bytes(expected, encoding_of(by_text)));
+}
+
+TEST_P(builder_element, nested_adds_what_two_nodes_add) {
+    const exact_bytes_t bytes(some_content(GetParam()));
+    asn_tag_t_<32> node(asn_tag_t::SEQUENCE);
+    node.add_nested(asn_tag_t::CONTEXT_0, asn_tag_t::OCTET_STRING, bytes.data(), bytes.size());
+    EXPECT_TRUE(same_bytes(
+        as_nodes({asn_tag_t::SEQUENCE, asn_tag_t::CONTEXT_0, asn_tag_t::OCTET_STRING}, some_content(GetParam())),
+        encoding_of(node)));
+}
+
+TEST_P(builder_element, wrapped_adds_a_node_inside_another) {
+    asn_tag_t_<32> child(asn_tag_t::SEQUENCE);
+    add_content(child, some_content(GetParam()));
+    asn_tag_t_<32> node(asn_tag_t::SEQUENCE);
+    node.add_wrapped(asn_tag_t::CONTEXT_0, child);
+    EXPECT_TRUE(
+        same_bytes(as_nodes({asn_tag_t::SEQUENCE, asn_tag_t::CONTEXT_0, asn_tag_t::SEQUENCE}, some_content(GetParam())),
+                   encoding_of(node)));
+}
+
+INSTANTIATE_TEST_SUITE_P(sizes, builder_element,
+                         testing::Values(0, 1, 123, 124, 125, 126, 127, 128, 250, 255, 256, 65530, 65535, 65536, 65791,
+                                         65792, 0x1000000));
+
+TEST(builder_element, of_a_constant_is_added_whole) {
+    static constexpr unsigned char OID[] = {0x55, 0x04, 0x00, 0x03};
+    asn_tag_t_<16> node(asn_tag_t::SEQUENCE);
+    node.add_element(asn_tag_t::OBJECT_IDENTIFIER, OID);
+    node.add_element(asn_tag_t::OBJECT_IDENTIFIER, asn_view_of(OID));
+    EXPECT_TRUE(same_bytes(from_hex("30 0C 06 04 55 04 00 03 06 04 55 04 00 03"), encoding_of(node)));
+}
+
+TEST(builder_element, integer_has_the_content_that_asn_write_INTEGER_gives) {
+    for (const unsigned int value : {0u, 1u, 127u, 128u, 2000u, 0x10080u, 0x80000000u, 0xFFFFFFFFu}) {
+        std::string content;
+        asn_write_INTEGER(value, content);
+        asn_tag_t_<16> node(asn_tag_t::SEQUENCE);
+        node.add_integer(value);
+        EXPECT_TRUE(same_bytes(as_nodes({asn_tag_t::SEQUENCE, asn_tag_t::INTEGER}, content), encoding_of(node)));
+    }
+}
+
+TEST(builder_reserve_about, leaves_room_for_headers_beside_the_content) {
+    asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
+    node.reserve_about(1000);
+    const unsigned char* const buffer = node.buffer;
+    add_content(node, some_content(1100));
+    EXPECT_EQ(node.buffer, buffer);
+    EXPECT_TRUE(same_bytes(as_nodes({asn_tag_t::SEQUENCE}, some_content(1100)), encoding_of(node)));
+}
+
+TEST(builder_reserve_about, asks_for_nothing_that_no_node_can_hold) {
+    asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
+    for (const unsigned long long n : {0xFFFFFFE9ULL, 0xFFFFFFFFULL, 0x100000001ULL}) {
+        EXPECT_NO_THROW(node.reserve_about(n));
+        EXPECT_EQ(node.capacity, 0u);
+    }
 }
 
 // ---- length octets ----
@@ -594,17 +674,22 @@ TEST(builder_refusal, starts_right_behind_2_to_32_minus_23) {
     EXPECT_EQ(node.total_size, 0xFFFFFFE9 + 6);
 }
 
-TEST(builder_refusal, of_text_whose_size_does_not_fit) {
+TEST(builder_refusal, of_an_element_whose_size_does_not_fit) {
     claiming_node_t node(2);
-    const char* const text = "x";
-    node.expect_refusal([&](asn_tag_t_<16>& refusing) { refusing.add_text({text, std::size_t{0xFFFFFFEA}}); });
-    node.expect_refusal([&](asn_tag_t_<16>& refusing) { refusing.add_text({text, static_cast<std::size_t>(-1)}); });
+    const auto refuses = [&](std::size_t size) {
+        const std::string_view claimed("x", size);
+        node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_element(asn_tag_t::OCTET_STRING, claimed); });
+    };
+    refuses(std::size_t{0xFFFFFFE4});
+    refuses(std::size_t{0xFFFFFFEA});
+    refuses(static_cast<std::size_t>(-1));
     if (!IS_32_BIT) {
         const unsigned long long past_32_bits = 0x100000001; // would be 1 in 32 bits
-        node.expect_refusal([&](asn_tag_t_<16>& refusing) {
-            refusing.add_text({text, static_cast<std::size_t>(past_32_bits)});
-        });
+        refuses(static_cast<std::size_t>(past_32_bits));
     }
+    node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_element(asn_tag_t::OCTET_STRING, "x", 0xFFFFFFFF); });
+    node.expect_refusal(
+        [&](asn_tag_t_<16>& n) { n.add_nested(asn_tag_t::SET, asn_tag_t::OCTET_STRING, "x", 0xFFFFFFE0); });
 }
 
 } // namespace

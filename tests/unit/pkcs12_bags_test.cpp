@@ -442,7 +442,7 @@ TEST(safe_contents_reader, reads_as_far_as_bags_are_whole) {
 // What the writers append to a SEQUENCE that already holds something.
 template <typename WRITE> std::string appended(WRITE write) {
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
-    out.add_text("before");
+    out.add_bytes("before", 6);
     write(out);
     const std::string_view encoding = as_chars(out.encoding(), out.encoding_size());
     const std::string_view content = encoding.substr(encoding.size() - out.content_size);

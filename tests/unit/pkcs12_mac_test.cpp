@@ -278,7 +278,7 @@ TEST(mac_writer, writes_an_empty_record_too) {
 
 TEST(mac_writer, appends_to_its_parent) {
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
-    out.add_text(from_hex("02 01 03"));
+    out.add_element(asn_tag_t::INTEGER, from_hex("03"));
     asn_write_pkcs12_MacData(mac_of("d", "s", 1), out);
     EXPECT_TRUE(same_bytes(from_hex("30 1C 02 01 03 30 17 30 0F 30 0A 06 06 2A 85 03 02 02 09 05 00 04 01 64 04 01 73 "
                                     "02 01 01"),

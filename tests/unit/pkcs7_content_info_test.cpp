@@ -138,7 +138,7 @@ std::string encoding_of(const asn_tag_t_<0>& node) {
 // What a SEQUENCE holds to which a ContentInfo with this payload was appended.
 std::string write_data(std::string_view payload) {
     asn_tag_t_<0> content(asn_tag_t::OCTET_STRING);
-    content.add_text(payload);
+    content.add_bytes(payload.data(), static_cast<unsigned int>(payload.size()));
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, content, out);
     return std::string(as_chars(out.encoding(), out.encoding_size()).substr(out.encoding_size() - out.content_size));
@@ -174,7 +174,7 @@ TEST(content_info_writer, appends_to_its_parent_and_leaves_the_content_as_it_is)
     asn_tag_t_<0> content(asn_tag_t::SEQUENCE);
     content.add_bytes(nullptr, 0);
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
-    out.add_text(from_hex("02 01 03"));
+    out.add_element(asn_tag_t::INTEGER, from_hex("03"));
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, sizeof g_oid_pkcs7_id_encrypted_data, content, out);
     EXPECT_TRUE(
         same_bytes(from_hex("30 14 02 01 03 30 0F 06 09 2A 86 48 86 F7 0D 01 07 06 A0 02 30 00"), encoding_of(out)));
