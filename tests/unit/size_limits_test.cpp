@@ -1,0 +1,589 @@
+// Sizes at which a length takes another octet, a counter wraps, or 32 bits end.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "derkit/derkit.h"
+#include "support/bags.h"
+#include "support/bytes.h"
+#include "support/der.h"
+#include "support/failing_allocator.h"
+#include "support/pkcs_der.h"
+#include "support/readers.h"
+#include "support/recording_crypto.h"
+#include "support/views.h"
+
+namespace {
+
+// Where one length octet more is needed, or the one behind it becomes zero.
+const sizes_t SIZES = {0, 1, 126, 127, 128, 129, 254, 255, 256, 257, 65533, 65534, 65535, 65536, 65537, 65792};
+const sizes_t LARGE_SIZES = {0xFFFFFF, 0x1000000};
+
+// The length octets that writers put in front of so much content: minimal (X.690 10.1) below 65,536; from there on they
+// go from the lowest up to the first zero octet, the lowest itself excepted.
+struct written_length_t {
+    std::size_t content_size;
+    const char* octets;
+};
+const written_length_t WRITTEN_LENGTHS[] = {
+    {0, "00"},
+    {1, "01"},
+    {126, "7E"},
+    {127, "7F"},
+    {128, "81 80"},
+    {129, "81 81"},
+    {254, "81 FE"},
+    {255, "81 FF"},
+    {256, "82 01 00"},
+    {257, "82 01 01"},
+    {65533, "82 FF FD"},
+    {65534, "82 FF FE"},
+    {65535, "82 FF FF"},
+    {65536, "81 00"},
+    {65537, "81 01"},
+    {65538, "81 02"},
+    {65540, "81 04"},
+    {65542, "81 06"},
+    {65792, "83 01 01 00"},
+    {0xFFFFFF, "83 FF FF FF"},
+    {0x1000000, "81 00"},
+    {0x1000001, "81 01"},
+    {0x1010101, "84 01 01 01 01"},
+};
+
+// Reading
+
+// Octets that show when a view is off by one, without the cost of making each.
+std::string marked_bytes(std::size_t size) {
+    std::string bytes(size, 'x');
+    if (size != 0) {
+        bytes.front() = 'a';
+        bytes.back() = 'z';
+    }
+    return bytes;
+}
+
+void expect_view(const std::string& expected, const blob_t& view) {
+    EXPECT_TRUE(chars_of(view) == expected) << view.size << " octets";
+}
+
+TEST(readers, give_fields_of_every_size) {
+    for (const std::size_t size : SIZES) {
+        SCOPED_TRACE(size);
+        const std::string field = marked_bytes(size);
+        const der_t parameters = der_sequence({der_oid("1.2.643.2.2.19"), der_null()});
+        const std::string key =
+            encode(der_sequence({der_integer("00"), parameters, der_octet_string(der_octet_string(field))}));
+        pkcs8_pki_gost_t key_out;
+        EXPECT_TRUE(asn_read_pkcs8_pki_gost(key.data(), view_of(key).size, key_out));
+        expect_view(field, key_out.private_key);
+
+        pbes2_t pbes2;
+        pbes2.salt = der_octet_string(field);
+        const std::string encrypted = encode(encrypted_key(field, pbes2));
+        pkcs8_encrypted_pki_gost_t encrypted_out;
+        EXPECT_TRUE(asn_read_pkcs8_encrypted_pki_gost(encrypted.data(), view_of(encrypted).size, encrypted_out));
+        expect_view(field, encrypted_out.encrypted_data);
+        expect_view(field, encrypted_out.pbe.salt);
+
+        const std::string signature = encode(der_sequence({der_element(0x02, field), der_element(0x02, field)}));
+        asn_dsa_certsign_t signature_out;
+        EXPECT_EQ(1, asn_read_dsa_certsign(view_of(signature).data, view_of(signature).size, signature_out));
+        expect_view(field, signature_out.r);
+        expect_view(field, signature_out.s);
+    }
+}
+
+TEST(containers, give_bags_of_every_size) {
+    for (const sizes_t& sizes : {SIZES, LARGE_SIZES}) {
+        for (const std::size_t size : sizes) {
+            SCOPED_TRACE(size);
+            const std::string field = marked_bytes(size);
+            const der_t attributes = der_set({friendly_name(field.substr(0, 70000))});
+            const exact_bytes_t input(encode(pfx_t({data_entry({cert_bag(field, attributes)})}).whole()));
+            recording_crypto_t crypto;
+            pkcs12_easy_t easy;
+            EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
+            ASSERT_EQ(1U, easy.plain_bags.size());
+            expect_view(field, easy.plain_bags.front().value);
+            EXPECT_TRUE(chars_of(easy.plain_bags.front().friendly_name) == field.substr(0, 70000));
+        }
+    }
+}
+
+void expect_printed(const std::string& value) {
+    const der_t attribute = der_sequence({der_oid("2.5.4.3"), der_element(0x0C, value)});
+    const exact_bytes_t der(encode(der_sequence({der_set({attribute})})));
+    for (const PrintableDnOrder order : {PDN_ORDER_AS_ENCODED, PDN_ORDER_REVERSED}) {
+        std::string text;
+        EXPECT_TRUE(asn_dn_to_printable(der.data(), der.size(), text, order, OID_MAP_HANDLE_DEFAULT));
+        EXPECT_TRUE(text == "CN=" + value) << value.size();
+    }
+}
+
+TEST(names, print_values_of_every_size) {
+    for (const sizes_t& sizes : {SIZES, LARGE_SIZES}) {
+        for (const std::size_t size : sizes) {
+            expect_printed(marked_bytes(size));
+        }
+    }
+}
+
+// Writing
+
+// An element as writers put it: with the length octets of the table.
+std::string written(char tag, const std::string& content) {
+    for (const written_length_t& row : WRITTEN_LENGTHS) {
+        if (row.content_size == content.size()) {
+            return tag + from_hex(row.octets) + content;
+        }
+    }
+    // None of these has a zero octet above the lowest.
+    const std::string length = der_length(content.size());
+    EXPECT_TRUE(length.size() < 3 || std::find(length.begin() + 1, length.end() - 1, '\0') == length.end() - 1)
+        << content.size();
+    return tag + length + content;
+}
+
+std::string written_key(const std::string& octets) {
+    const std::string algorithm = encode(der_sequence(
+        {der_oid("1.2.643.2.2.19"), der_sequence({der_oid("1.2.643.2.2.35.1"), der_oid("1.2.643.2.2.30.1")})}));
+    return written(0x30, from_hex("02 01 00") + algorithm + written(0x04, written(0x04, octets)));
+}
+
+std::string write_key(const std::string& octets) {
+    pkcs8_pki_gost_t key;
+    key.private_key = view_of(octets);
+    std::string out;
+    asn_write_pkcs8_pki_gost(key, out);
+    return out;
+}
+
+void expect_same_start(const std::string& expected, const std::string& actual) {
+    EXPECT_EQ(expected.size(), actual.size());
+    EXPECT_TRUE(expected == actual) << "expected [" << to_hex(expected.substr(0, 60)) << "...] but got ["
+                                    << to_hex(actual.substr(0, 60)) << "...]";
+}
+
+TEST(gost_key_writer, has_exact_lengths_below_65536_at_every_level) {
+    // Every level comes past its 127 and 255, and up to 65,535 around the whole.
+    for (std::size_t size = 0; size < 600; ++size) {
+        const std::string octets = marked_bytes(size);
+        EXPECT_TRUE(same_bytes(written_key(octets), write_key(octets))) << size;
+    }
+    for (std::size_t size = 65480; size <= 65494; ++size) {
+        const std::string octets = marked_bytes(size);
+        expect_same_start(written_key(octets), write_key(octets));
+        pkcs8_pki_gost_t back;
+        const std::string whole = write_key(octets);
+        EXPECT_TRUE(asn_read_pkcs8_pki_gost(whole.data(), view_of(whole).size, back)) << size;
+        expect_view(octets, back.private_key);
+    }
+}
+
+// 65,536 is written 81 00: the inner OCTET STRING, which then has 65,539 octets with its header, is short already, and
+// so are the two elements around it.
+TEST(gost_key_writer, shortens_the_lengths_of_a_key_of_65536_octets) {
+    const std::string octets = marked_bytes(65536);
+    const std::string inner = from_hex("04 81 00") + octets;
+    const std::string outer = from_hex("04 81 03") + inner;
+    const std::string algorithm = encode(der_sequence(
+        {der_oid("1.2.643.2.2.19"), der_sequence({der_oid("1.2.643.2.2.35.1"), der_oid("1.2.643.2.2.30.1")})}));
+    const std::string content = from_hex("02 01 00") + algorithm + outer;
+    ASSERT_EQ(65575U, content.size()); // 01 00 27
+    const std::string expected = from_hex("30 81 27") + content;
+    const std::string actual = write_key(octets);
+    expect_same_start(expected, actual);
+    pkcs8_pki_gost_t back;
+    EXPECT_TRUE(asn_read_pkcs8_pki_gost(actual.data(), view_of(actual).size, back));
+    EXPECT_EQ(0U, back.private_key.size) << "what reads back is a key of no octets";
+}
+
+// A SafeContents of exactly 65,536 octets in a container that is otherwise right.
+TEST(container_writer, shortens_the_length_of_safe_contents_of_65536_octets) {
+    const auto bag_of_size = [](std::size_t size) { return encode(key_bag(marked_bytes(size))); };
+    std::size_t value_size = 65536 - (bag_of_size(65000).size() - 65000);
+    ASSERT_EQ(65536U, bag_of_size(value_size).size());
+    const std::string value = marked_bytes(value_size);
+
+    pkcs12_easy_t easy;
+    easy.plain_bags = {bag_of(0, value)};
+    recording_crypto_t crypto;
+    std::string out;
+    asn_write_pkcs12_easy(easy, &crypto, out);
+
+    const std::string safe_contents = from_hex("30 81 00") + bag_of_size(value_size); // 65,539: 01 00 03
+    const std::string octets = from_hex("04 81 03") + safe_contents;                  // 65,542: 01 00 06
+    const std::string content = encode(der_oid(OID_DATA)) + from_hex("A0 81 06") + octets;
+    ASSERT_EQ(65556U, content.size()); // 01 00 14
+    const std::string entry = from_hex("30 81 14") + content;
+    const std::string safe = from_hex("30 81 17") + entry;            // 65,559: 01 00 17
+    const std::string authenticated = from_hex("04 81 1A") + safe;    // 65,562: 01 00 1A
+    const std::string wrapper = from_hex("A0 81 1D") + authenticated; // 65,565: 01 00 1D
+    const std::string info_content = encode(der_oid(OID_DATA)) + wrapper;
+    ASSERT_EQ(65579U, info_content.size()); // 01 00 2B
+    const std::string info = from_hex("30 81 2B") + info_content;
+    mac_data_t mac;
+    mac.digest = der_octet_string(crypto.digest);
+    mac.salt = der_octet_string(crypto.mac_salt);
+    const std::string pfx_content = from_hex("02 01 03") + info + encode(mac.whole());
+    ASSERT_EQ(65615U, pfx_content.size()); // 01 00 4F
+    expect_same_start(from_hex("30 81 4F") + pfx_content, out);
+    EXPECT_EQ(authenticated, crypto.calls.at(0).data) << "the MAC is over what is written";
+
+    const exact_bytes_t input(out);
+    pkcs12_easy_t back;
+    EXPECT_FALSE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, back));
+    EXPECT_TRUE(all_kept(input, back));
+}
+
+// One octet less, and 65,792 (01 01 00), whose octets are none of them zero but the lowest, come back.
+TEST(container_writer, comes_back_around_sizes_that_do_not) {
+    for (const std::size_t size : sizes_t{65000, 65400, 65800, 66000, 0x10FFFF - 200}) {
+        const std::string value = marked_bytes(size);
+        pkcs12_easy_t easy;
+        easy.plain_bags = {bag_of(1, value)};
+        recording_crypto_t crypto;
+        std::string out;
+        asn_write_pkcs12_easy(easy, &crypto, out);
+        const exact_bytes_t input(out);
+        pkcs12_easy_t back;
+        EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, back)) << size;
+        ASSERT_EQ(1U, back.plain_bags.size()) << size;
+        expect_view(value, back.plain_bags.front().value);
+    }
+}
+
+TEST(encrypted_key_writer, writes_data_of_every_size_by_the_table) {
+    for (const written_length_t& row : WRITTEN_LENGTHS) {
+        const std::string data = marked_bytes(row.content_size);
+        pkcs8_encrypted_pki_gost_t key;
+        key.encrypted_data = view_of(data);
+        std::string out;
+        asn_write_pkcs8_encrypted_pki_gost(key, out);
+        const std::string expected = '\x04' + from_hex(row.octets) + data;
+        EXPECT_TRUE(out.size() > expected.size() && out.substr(out.size() - expected.size()) == expected)
+            << row.content_size;
+    }
+}
+
+TEST(digest_info_writer, writes_digests_of_every_size_by_the_table) {
+    for (const written_length_t& row : WRITTEN_LENGTHS) {
+        const std::string octets = marked_bytes(row.content_size);
+        std::string digest = octets;
+        asn_add_alg_to_digest(digest, PKI_ALG_SHA256);
+        const std::string expected = '\x04' + from_hex(row.octets) + octets;
+        EXPECT_TRUE(digest.size() > expected.size() && digest.substr(digest.size() - expected.size()) == expected)
+            << row.content_size;
+    }
+}
+
+// More than a builder holds
+
+// Views of more than there is: refused before anything is looked at.
+TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
+    const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
+    blob_t huge;
+    huge.data = nowhere;
+    for (const unsigned int size : {0xFFFFFFFFU, 0xFFFFFFFEU, 0xFFFFFFEAU}) {
+        huge.size = size;
+        std::string out = "held";
+        pkcs8_pki_gost_t key;
+        key.private_key = huge;
+        EXPECT_THROW(asn_write_pkcs8_pki_gost(key, out), std::bad_alloc);
+        for (blob_t pkcs5_pbe_gost_t::*const field : {&pkcs5_pbe_gost_t::salt, &pkcs5_pbe_gost_t::iv}) {
+            pkcs8_encrypted_pki_gost_t encrypted;
+            encrypted.pbe.*field = huge;
+            EXPECT_THROW(asn_write_pkcs5_pbe_gost(encrypted.pbe, out), std::bad_alloc);
+            EXPECT_THROW(asn_write_pkcs8_encrypted_pki_gost(encrypted, out), std::bad_alloc);
+        }
+        pkcs8_encrypted_pki_gost_t encrypted;
+        encrypted.encrypted_data = huge;
+        EXPECT_THROW(asn_write_pkcs8_encrypted_pki_gost(encrypted, out), std::bad_alloc);
+
+        recording_crypto_t crypto;
+        crypto.make_mac_answer = answer_t::NO;
+        for (blob_t pkcs12_mac_t::*const field : {&pkcs12_mac_t::digest, &pkcs12_mac_t::salt}) {
+            pkcs12_easy_t easy;
+            easy.mac.*field = huge;
+            EXPECT_THROW(asn_write_pkcs12_easy(easy, &crypto, out), std::bad_alloc);
+        }
+        for (int field = 0; field < 3; ++field) {
+            pkcs12_easy_t easy;
+            pkcs12_bag_t bag;
+            blob_t& view = field == 0 ? bag.value : bag.local_key_id;
+            view = huge;
+            if (field == 2) {
+                bag.local_key_id = blob_t();
+                bag.friendly_name.size = size;
+                bag.friendly_name.data = nowhere;
+            }
+            easy.plain_bags = {bag};
+            EXPECT_THROW(asn_write_pkcs12_easy(easy, &crypto, out), std::bad_alloc);
+            easy.plain_bags.front().type = 1;
+            EXPECT_THROW(asn_write_pkcs12_easy(easy, &crypto, out), std::bad_alloc);
+        }
+        EXPECT_EQ("held", out);
+    }
+}
+
+// What fits by itself but is too much with what stands around it. No memory of that size is made: allocations past a
+// gigabyte fail here as the builder's own refusal does, so no octet is read either.
+TEST(writers, refuse_sums_that_pass_32_bits) {
+    constexpr std::size_t GIGABYTE = 1U << 30;
+    blob_t huge;
+    huge.data = reinterpret_cast<const unsigned char*>(0x10);
+    for (const unsigned int size : {0xFFFFFFE9U, 0xFFFFFFE8U, 0xFFFFFF00U, 0x80000000U, 0x7FFFFFFFU}) {
+        huge.size = size;
+        std::string out = "held";
+        pkcs8_pki_gost_t key;
+        key.private_key = huge;
+        std::size_t largest = 0;
+        try {
+            const watched_allocations_t watched(0, false, GIGABYTE);
+            asn_write_pkcs8_pki_gost(key, out);
+        } catch (const std::bad_alloc&) {
+            largest = allocator.largest;
+        }
+        EXPECT_EQ(std::size_t{size} + 22, largest) << "what is asked for fits 32 bits";
+        EXPECT_EQ("held", out);
+    }
+}
+
+// Inputs of up to 2^32 - 1 octets
+
+// Address space that takes no memory until it is touched. Not every machine has that much.
+class sparse_input_t {
+  public:
+    explicit sparse_input_t(std::size_t size) : size_(size) {
+        void* const mapped =
+            mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        data_ = mapped == MAP_FAILED ? nullptr : static_cast<unsigned char*>(mapped);
+    }
+    ~sparse_input_t() {
+        if (data_ != nullptr) {
+            munmap(data_, size_);
+        }
+    }
+    sparse_input_t(const sparse_input_t&) = delete;
+    sparse_input_t& operator=(const sparse_input_t&) = delete;
+
+    bool is_there() const { return data_ != nullptr; }
+    unsigned char* data() const { return data_; }
+    unsigned int size() const { return static_cast<unsigned int>(size_); }
+
+    // Copies bytes to the front and gives what is behind them.
+    unsigned int put(std::string_view bytes) const {
+        std::memcpy(data_, bytes.data(), bytes.size());
+        return static_cast<unsigned int>(size_ - bytes.size());
+    }
+
+  private:
+    std::size_t size_;
+    unsigned char* data_;
+};
+
+// Octets, or the identifier of an element whose content runs to the end of the input.
+struct part_t {
+    part_t(int identifier) : tag(identifier) {}
+    part_t(std::string bytes) : octets(std::move(bytes)) {}
+
+    int tag = -1;
+    std::string octets;
+};
+
+// The front of an input of `size` octets.
+std::string open_ended(const std::vector<part_t>& parts, unsigned int size) {
+    constexpr unsigned int HEADER_SIZE = 6;
+    std::string bytes;
+    for (const part_t& part : parts) {
+        const unsigned int rest = size - static_cast<unsigned int>(bytes.size()) - HEADER_SIZE;
+        bytes += part.tag < 0 ? part.octets : static_cast<char>(part.tag) + long_length(rest);
+    }
+    return bytes;
+}
+
+class sparse_input : public testing::TestWithParam<unsigned int> {
+  protected:
+    const sparse_input_t input{GetParam()};
+
+    void SetUp() override {
+        if (!input.is_there()) {
+            GTEST_SKIP() << "this process has no room for " << GetParam() << " octets";
+        }
+    }
+};
+
+TEST_P(sparse_input, is_read_to_its_end) {
+    const unsigned int size = input.size();
+
+    unsigned int length = 0;
+    input.put(open_ended({0x04}, size));
+    EXPECT_EQ(input.data() + 6, asn1_read_tag(asn_tag_t::OCTET_STRING, input.data(), size, &length));
+    EXPECT_EQ(size - 6, length);
+    EXPECT_EQ(nullptr, asn1_read_tag(asn_tag_t::OCTET_STRING, input.data(), size - 1, &length));
+
+    const std::string algorithm = encode(der_sequence({der_oid("1.2.643.2.2.19"), der_null()}));
+    unsigned int rest = input.put(open_ended({0x30, from_hex("02 01 00") + algorithm, 0x04, 0x04}, size));
+    pkcs8_pki_gost_t key;
+    EXPECT_TRUE(asn_read_pkcs8_pki_gost(input.data(), size, key));
+    EXPECT_EQ(rest, key.private_key.size);
+    EXPECT_EQ(input.data() + size, key.private_key.data + key.private_key.size);
+
+    rest = input.put(open_ended({0x30, encode(pbes2_t().whole()), 0x04}, size));
+    pkcs8_encrypted_pki_gost_t encrypted;
+    EXPECT_TRUE(asn_read_pkcs8_encrypted_pki_gost(input.data(), size, encrypted));
+    EXPECT_EQ(rest, encrypted.encrypted_data.size);
+
+    rest = input.put(open_ended({encode(mac_data_t().whole().members[0]), 0x04}, size));
+    pkcs12_mac_t mac;
+    EXPECT_TRUE(asn_read_pkcs12_MacData(input.data(), size, mac));
+    EXPECT_EQ(rest, mac.salt.size);
+
+    rest = input.put(open_ended({0x30, from_hex("02 01 05"), 0x02}, size));
+    asn_dsa_certsign_t signature;
+    EXPECT_EQ(1, asn_read_dsa_certsign(input.data(), size, signature));
+    EXPECT_EQ(rest, signature.s.size);
+
+    rest = input.put(open_ended({0x30, encode(der_oid("1.2.840.113549.1.1.11"))}, size));
+    asn_ike_signalg_t ike;
+    EXPECT_EQ(1, asn_read_ike_signalg(input.data(), size, ike));
+    EXPECT_EQ(rest, ike.parameters.size);
+    EXPECT_EQ(PKI_ALG_SHA256_RSA, ike.to_pki_alg());
+}
+
+// A size is a `long` there, which has no more than 31 bits on one of the targets.
+TEST_P(sparse_input, holds_a_public_key) {
+    const std::string algorithm = encode(der_sequence({der_oid("1.2.840.113549.1.1.1"), der_null()}));
+    const unsigned int rest = input.put(open_ended({0x30, algorithm, 0x03}, input.size()));
+    asn_pubkey_t key;
+    const long size = static_cast<long>(input.size());
+    if (size < 0) {
+        EXPECT_EQ(0, asn_read_pubkey(input.data(), size, key));
+        return;
+    }
+    ASSERT_EQ(1, asn_read_pubkey(input.data(), size, key));
+    EXPECT_EQ(rest - 1, key.key.size);
+
+    input.put(open_ended({0x30, algorithm, 0x03, from_hex("00"), 0x30, from_hex("02 02 00 05"), 0x02}, input.size()));
+    ASSERT_EQ(1, asn_read_pubkey(input.data(), size, key));
+    EXPECT_EQ(input.data() + input.size(), key.key.data + key.key.size);
+    asn_rsa_pubkey_t rsa;
+    ASSERT_EQ(1, asn_read_rsa_pubkey(key, rsa));
+    EXPECT_TRUE(same_bytes("\x05", chars_of(rsa.modulus)));
+    EXPECT_EQ(input.data() + input.size(), rsa.exponent.data + rsa.exponent.size);
+}
+
+// Says yes without a look at the octets.
+class blind_crypto_t final : public pbe_crypto_t {
+  public:
+    unsigned int authenticated_size = 0;
+
+    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int size) override {
+        authenticated_size = size;
+        return true;
+    }
+    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
+    bool decrypt(const pkcs5_pbe_gost_t&, const void*, unsigned int, std::string&) override { return false; }
+    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
+};
+
+TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
+    const std::string mac = encode(mac_data_t().whole());
+    const unsigned int mac_size = static_cast<unsigned int>(mac.size());
+    const unsigned int end = input.size() - mac_size;
+    std::string front =
+        open_ended({0x30, from_hex("02 01 03"), 0x30, encode(der_oid(OID_DATA)), 0xA0, 0x04, 0x30, 0x30,
+                    encode(der_oid(OID_DATA)), 0xA0, 0x04, 0x30, 0x30, encode(der_oid(OID_KEY_BAG)), 0xA0},
+                   end);
+    front.replace(1, 5, long_length(input.size() - 6)); // the MAC is inside the outermost element alone
+    const unsigned int value_size = input.put(front) - mac_size;
+    std::memcpy(input.data() + end, mac.data(), mac.size());
+
+    blind_crypto_t crypto;
+    pkcs12_easy_t easy;
+    EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
+    ASSERT_EQ(1U, easy.plain_bags.size());
+    EXPECT_EQ(value_size, easy.plain_bags.front().value.size);
+    EXPECT_EQ(input.data() + front.size(), easy.plain_bags.front().value.data);
+    EXPECT_EQ("digest", chars_of(easy.mac.digest));
+    EXPECT_LT(value_size, crypto.authenticated_size);
+}
+
+TEST_P(sparse_input, holds_a_container) {
+    // A small container with all that room behind it; and one that says it fills the room, with its MAC out of it.
+    const std::string small = encode(pfx_t({data_entry({cert_bag("c")})}).whole());
+    input.put(small);
+    recording_crypto_t crypto;
+    pkcs12_easy_t easy;
+    EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
+    EXPECT_EQ("cert[63]", bags_text(easy.plain_bags));
+
+    input.put(open_ended({0x30, from_hex("02 01 03"), 0x30, encode(der_oid(OID_DATA)), 0xA0}, input.size()));
+    EXPECT_FALSE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
+    EXPECT_EQ("verify_mac", crypto.operations()) << "of the small one alone";
+}
+
+// No time is spent on sizes alone, and no memory taken for them: of strings nothing larger than 16 megabytes is made.
+TEST_P(sparse_input, costs_no_memory_by_its_size) {
+    const unsigned int size = input.size();
+    const std::string type = encode(der_oid("2.5.4.3"));
+    input.put(open_ended({0x30, 0x31, 0x30, type, 0x04}, size));
+    std::string out = "held";
+    for (const PrintableDnOrder order : {PDN_ORDER_AS_ENCODED, PDN_ORDER_REVERSED}) {
+        const watched_allocations_t watched(0, false, 16 << 20);
+        EXPECT_THROW(asn_dn_to_printable(input.data(), size, out, order, oid_map_handle_t()), std::bad_alloc);
+    }
+    {
+        const watched_allocations_t watched(0, false, 16 << 20);
+        EXPECT_THROW(TO_HEX_STD_STRING(input.data(), size, out, '\0'), std::bad_alloc);
+        EXPECT_THROW(TO_HEX_STD_STRING(input.data(), size, out, ':'), std::bad_alloc);
+        EXPECT_FALSE(ldap_t61s_to_utf8s(reinterpret_cast<const char*>(input.data()) + 100, size - 100, out));
+    }
+    EXPECT_EQ("held", out);
+    EXPECT_EQ(PKI_ALG_UNKNOWN, PKI_OID_TO_ALG(input.data(), size));
+    EXPECT_EQ(nullptr, oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, input.data(), size));
+    EXPECT_EQ(nullptr, oid_map_find_str(OID_MAP_HANDLE_DEFAULT, reinterpret_cast<const char*>(input.data()), size));
+    EXPECT_EQ(nullptr, oid_map_find_sn(OID_MAP_HANDLE_DEFAULT, reinterpret_cast<const char*>(input.data()), size));
+    unsigned char oid[512];
+    const char* const text = reinterpret_cast<const char*>(input.data());
+    EXPECT_EQ(0U, oid_str_to_asn_(text, text + size, oid));
+    unsigned int value = 7;
+    std::memcpy(input.data(), "\x01\x02\x03\x04\x05\x06", 6);
+    EXPECT_FALSE(asn_read_INTEGER(input.data(), size, value, 0xFFFFFFFF));
+    EXPECT_EQ(7U, value);
+}
+
+INSTANTIATE_TEST_SUITE_P(of_octets, sparse_input, testing::Values(0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU),
+                         testing::PrintToStringParamName());
+
+// The smallest inputs, of every reader, whatever the octet.
+
+TEST(smallest_input, of_no_octets_may_be_anywhere) {
+    for (const reader_t& reader : all_readers()) {
+        if (reader.kind == input_kind_t::SIZED) {
+            const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
+            const exact_bytes_t empty("");
+            EXPECT_EQ(reader.read(empty.data(), 0), reader.read(nowhere, 0)) << reader.name;
+        }
+    }
+}
+
+TEST(smallest_input, of_one_octet_is_no_record) {
+    for (const record_reader_t& reader : record_readers()) {
+        for (unsigned int octet = 0; octet < 256; ++octet) {
+            const exact_bytes_t input(std::string(1, static_cast<char>(octet)));
+            const read_answer_t answer = reader.read(input.data(), input.size());
+            EXPECT_FALSE(answer.accepted) << reader.name << " " << octet;
+            EXPECT_TRUE(answer.views_inside) << reader.name << " " << octet;
+        }
+    }
+}
+
+} // namespace
