@@ -114,7 +114,7 @@ def dn_text() -> Seeds:
              "2.5.4.3=#0C03616263", "2.5.4.3=#0C0", "2.5.4.3=#1E04042F0430", "2.5.4.3=#1C0400010000", "CN=#1403C220",
              "CN=#120131+O=#120141", "CN=#0482000101", "CN=#00020501", "CN=#3003020105,O=#0500", "2.50=x,1.50=y",
              "2.4294967295=x", "CN=a_b,E=a@b,O=\u0418\u041d\u041d", 'CN=""a"",O=""', "C=RU,CN=x", "CN=x,C=RU",
-             "CN=a\nO=b,CN=a,C=RU", "CN=a,C=RU\nCN=a,O=b,C=RU", "CN=a\\0A\\00b", "st=x,S=y,street=z,uid=1,dc=2"]
+             "CN=a\nO=b,CN=a,C=RU", "CN=a,C=RU\nCN=a,O=b,C=RU", "CN=a\\0A\\00b", 'CN="a\\\\_",O="a_\\b\\@"', "st=x,S=y,street=z,uid=1,dc=2"]
     return {f"text-{i:02}": text.encode() for i, text in enumerate(texts)}
 
 
@@ -168,6 +168,7 @@ def gost_keys() -> Seeds:
     for iterations in (1, 2000, 2048, 0x10080, 0xFFFFFFFF, 0x100000000):
         seeds[f"parameters-{iterations}"] = content(pfx.pbes2(iterations=iterations))
         seeds[f"gost-{iterations}"] = pfx.sequence(pfx.pbes2(iterations=iterations), pfx.octet_string(b"secret"))
+    seeds["parameters-long"] = content(pfx.pbes2(salt=bytes(200), iv=bytes(300)))
     key_length = pfx.octet_string(b"salt") + pfx.integer(7) + pfx.integer(32) + pfx.sequence(pfx.oid(pfx.HMAC_GOST_94), pfx.NULL)
     derivation = pfx.sequence(pfx.oid(pfx.PBKDF2), pfx.sequence(key_length))
     encryption = pfx.sequence(pfx.oid(pfx.GOST_28147_89), pfx.sequence(pfx.octet_string(pfx.IV), pfx.oid(pfx.CRYPTOPRO_A)))
@@ -202,11 +203,12 @@ def pkcs12_parts() -> Seeds:
     mac = pfx.mac_data(bytes(32), iterations=2000)
     seeds = {f"mac-{name}": content(der_bytes) for name, der_bytes in {
         "usual": mac, "no-count": pfx.mac_data(b"mac", iterations=None), "zeros": pfx.mac_data(b"", iterations=0x10080),
-        "large": pfx.mac_data(b"mac", iterations=0x100000000)}.items()}
+        "large": pfx.mac_data(b"mac", iterations=0x100000000), "long": pfx.mac_data(bytes(200), bytes(300))}.items()}
     seeds["mac-empty-count"] = content(pfx.mac_data(b"mac", iterations=None)) + b"\x02\x00"
     seeds["mac-negative-count"] = content(pfx.mac_data(b"mac", iterations=None)) + b"\x02\x01\x80"
     for name, bag in bags().items():
         seeds[f"bags-{name}"] = pfx.sequence(bag)
+    seeds["bags-shrouded-twice"] = pfx.sequence(bags()["part"], bags()["shrouded"])
     seeds |= dict(variations("bags-all", pfx.sequence(*(bag for name, bag in bags().items() if name not in ("thrown", "utf8-name")))))
     seeds["bags-none"] = pfx.sequence()
     seeds["content-info"] = content(pfx.data_entry(bags()["key"]))

@@ -2,9 +2,13 @@
 #ifndef DERKIT_FUZZ_HANDING_CRYPTO_H
 #define DERKIT_FUZZ_HANDING_CRYPTO_H
 
+#include <algorithm>
 #include <cstddef>
+#include <functional>
+#include <list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "derkit/pkcs12_helper.h"
 #include "support/input.h"
@@ -26,7 +30,7 @@ class handing_crypto_t final : public pbe_crypto_t {
 
     unsigned int num_verified = 0;
     bool accepted = false;
-    std::size_t num_handed = 0; // plaintexts
+    std::vector<const char*> handed_at; // where each plaintext lies
 
     // The digest tells the answer.
     bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) override {
@@ -71,7 +75,7 @@ class handing_crypto_t final : public pbe_crypto_t {
         if (instruction == REFUSE || handed_size_ > MAX_HANDED_SIZE) {
             return false;
         }
-        ++num_handed;
+        handed_at.push_back(out.data());
         return true;
     }
 
@@ -85,6 +89,18 @@ class handing_crypto_t final : public pbe_crypto_t {
         out = " ";
         out += chars_of(as_view(data, size));
         return false; // nobody looks
+    }
+
+    // The plaintexts are kept where they were handed over, whatever their order.
+    void require_kept(const std::list<std::string>& buffers) const {
+        std::vector<const char*> handed = handed_at;
+        std::vector<const char*> kept;
+        for (const std::string& buffer : buffers) {
+            kept.push_back(buffer.data());
+        }
+        std::sort(handed.begin(), handed.end(), std::less<const char*>());
+        std::sort(kept.begin(), kept.end(), std::less<const char*>());
+        require(handed == kept, "every plaintext is kept where it was");
     }
 
   private:

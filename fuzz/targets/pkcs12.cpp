@@ -52,7 +52,7 @@ std::string read_container(const block_t& in) {
     pkcs12_easy_t easy;
     const outcome_t outcome = read(in, crypto, easy);
     require(crypto.num_verified <= 1 && (outcome != DONE || crypto.accepted), "a MAC is verified once");
-    require(easy.decrypted_buffers.size() == crypto.num_handed, "every plaintext is kept");
+    crypto.require_kept(easy.decrypted_buffers);
     require(crypto.accepted || (easy.plain_bags.empty() && easy.encrypted_bags.empty()),
             "nothing is read before the MAC is verified");
     const std::string plain = bags_of(easy.plain_bags, in, easy);

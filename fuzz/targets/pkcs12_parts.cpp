@@ -1,4 +1,5 @@
 // The parts of a container, each read from the whole input: MacData, ContentInfo, data and SafeContents.
+#include <algorithm>
 #include <string>
 
 #include "asn/asn_cursor.h"
@@ -88,8 +89,17 @@ std::string read_bags(bool from_encrypted, const block_t& in) {
     } catch (const crypto_failure_t&) {
         done = 2;
     }
-    require(easy.decrypted_buffers.size() == crypto.num_handed, "every plaintext is kept");
-    require(!from_encrypted || easy.plain_bags.empty(), "what was encrypted is not plain");
+    crypto.require_kept(easy.decrypted_buffers);
+    if (from_encrypted) {
+        require(easy.plain_bags.empty(), "what was encrypted is not plain");
+    } else {
+        const auto holds = [](const pkcs12_bag_t& bag, const std::string& plaintext) {
+            return bag.type == PKCS12_BAG_KEY && chars_of(bag.value) == plaintext;
+        };
+        require(std::equal(easy.encrypted_bags.begin(), easy.encrypted_bags.end(), easy.decrypted_buffers.begin(),
+                           easy.decrypted_buffers.end(), holds),
+                "every shrouded key is its plaintext");
+    }
     const std::string plain = bags_of(easy.plain_bags, in, easy);
     const std::string encrypted = bags_of(easy.encrypted_bags, in, easy);
     check_written(easy.plain_bags, plain);

@@ -1,6 +1,7 @@
 // Public keys, and signature values.
 #include <string>
 
+#include "asn/asn_cursor.h"
 #include "derkit/asn_helper.h"
 #include "support/input.h"
 
@@ -14,7 +15,11 @@ std::string read_rsa(const block_t& in, const asn_pubkey_t& key) {
     const int done = asn_read_rsa_pubkey(key, out);
     require(done == 0 || (lies_in(out.modulus, chars_of(key.key)) && lies_in(out.exponent, chars_of(key.key))),
             "an RSA key lies in the key's bits");
+    asn_cursor_t bits(key.key);
+    const blob_t modulus = bits.enter(asn_tag_t::SEQUENCE).read(asn_tag_t::INTEGER);
     require(out.modulus.size < 2 || out.modulus.data[0] != 0, "a modulus has no leading zero");
+    require((out.modulus.size == 0) == (modulus.size == 0), "a modulus of zeros keeps one");
+    require(out.modulus.data + out.modulus.size == modulus.data + modulus.size, "a modulus keeps its end");
     return answer_t(in).number(static_cast<unsigned int>(done)).view(out.modulus).view(out.exponent).text();
 }
 
