@@ -54,3 +54,4 @@ if(TARGET derkit_tool)
 endif()
 
 derkit_install(${CMAKE_INSTALL_LIBDIR} runtime ${CMAKE_INSTALL_DOCDIR} development ${CMAKE_INSTALL_DOCDIR} tools)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)
