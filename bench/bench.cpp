@@ -42,6 +42,21 @@ options_t take_options(int& argc, char** argv) {
     return options;
 }
 
+// The passes that restart the program need its arguments as they came.
+std::vector<char*> copy_arguments(int argc, char** argv) {
+    std::vector<char*> copy(argv, argv + argc);
+    copy.push_back(nullptr);
+    return copy;
+}
+
+// One row for each size; no peers.
+void fill_with_sizes(registry_t& registry) {
+    add_name_sizes(registry);
+    add_oid_sizes(registry);
+    add_container_sizes(registry);
+    add_text_sizes(registry);
+}
+
 void fill(registry_t& registry) {
     add_name_rows(registry);
     add_oid_rows(registry);
@@ -80,9 +95,14 @@ std::vector<judged_row_t> judge(registry_t& registry, const std::string& filter)
 }
 
 int run(int argc, char** argv) {
+    std::vector<char*> arguments = copy_arguments(argc, argv);
     const options_t options = take_options(argc, argv);
     registry_t& registry = registry_t::instance();
-    fill(registry);
+    if (options.pass == "sizes") {
+        fill_with_sizes(registry);
+    } else {
+        fill(registry);
+    }
     const std::vector<judged_row_t> rows = judge(registry, options.filter);
     for (const judged_row_t& judged : rows) {
         if (!judged.is_faithful(0)) {
@@ -94,13 +114,22 @@ int run(int argc, char** argv) {
     const std::map<std::string, void (*)(const std::vector<judged_row_t>&, const options_t&, int, char**)> passes = {
         {"time", run_time_pass},
         {"check", run_check_pass},
+        {"allocations", run_allocations_pass},
+        {"instructions", run_instructions_pass},
+        {"threads", run_threads_pass},
+        {"sizes", run_time_pass},
     };
     const auto pass = passes.find(options.pass);
     if (pass == passes.end()) {
         std::fputs(USAGE, stderr);
         return 2;
     }
-    pass->second(rows, options, argc, argv);
+    const bool restarts = options.pass == "allocations" || options.pass == "instructions";
+    if (restarts) {
+        pass->second(rows, options, static_cast<int>(arguments.size()) - 1, arguments.data());
+    } else {
+        pass->second(rows, options, argc, argv);
+    }
     return 0;
 }
 

@@ -30,9 +30,6 @@ struct container_t {
 
 const std::vector<container_t>& containers();
 
-// A container of so many certificates, each in a bag of the encrypted entry.
-std::string container_of(std::size_t num_certificates);
-
 std::string listed_bag(bool is_certificate, std::string_view value, std::string_view friendly_name,
                        std::string_view local_key_id);
 std::string listed_mac(std::string_view digest, std::string_view salt, unsigned int iterations);

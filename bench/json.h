@@ -22,11 +22,11 @@ class json_writer_t {
         const row_t& row = *judged.row;
         std::fprintf(file_.get(),
                      "{\"row\": \"%s\", \"contender\": \"%s\", \"limit\": %s, \"faithful\": %s, \"target\": %g, "
-                     "\"against\": \"%s\", \"%s\": %.17g}\n",
+                     "\"against\": \"%s\", \"size\": %zu, \"%s\": %.17g}\n",
                      row.name.c_str(), row.contenders[contender].name.c_str(),
                      row.contenders[contender].is_limit ? "true" : "false",
                      judged.is_faithful(contender) ? "true" : "false", row.target.at_most, row.target.against.c_str(),
-                     what, value);
+                     row.size, what, value);
     }
 
   private:

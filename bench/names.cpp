@@ -382,12 +382,16 @@ std::string listed_attributes(std::string_view der, order_t order) {
     return listed(rdns, true);
 }
 
-std::string long_name(std::size_t size) {
+name_t long_name(std::size_t size) {
+    name_t name;
     std::string content;
     for (std::size_t i = 0; content.size() < size; ++i) {
-        const name_t& name = root_names()[i % root_names().size()];
-        std::string_view rest = name.der;
+        const name_t& part = texts_of_roots()[i % texts_of_roots().size()];
+        std::string_view rest = part.der;
         content += take_element(rest).content;
+        name.text += (name.text.empty() ? "" : ",") + part.text;
+        name.rdns.insert(name.rdns.end(), part.rdns.begin(), part.rdns.end());
     }
-    return sequence({content});
+    name.der = sequence({content});
+    return name;
 }

@@ -39,7 +39,7 @@ std::string listed_values(std::string_view text, order_t order);
 std::string listed_attributes(const name_t& name);
 std::string listed_attributes(std::string_view der, order_t order);
 
-// A Name of `size` bytes or a little more, of many attributes.
-std::string long_name(std::size_t size);
+// A name whose encoding has `size` bytes or a little more, of many attributes.
+name_t long_name(std::size_t size);
 
 #endif

@@ -1,14 +1,13 @@
 // Times: medians of repetitions that are spread over the whole run in random order.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "json.h"
+#include "measure.h"
 #include "passes.h"
 
 namespace {
@@ -16,31 +15,6 @@ namespace {
 std::string benchmark_name(const judged_row_t& judged, std::size_t contender) {
     return judged.row->name + "/" + judged.row->contenders[contender].name;
 }
-
-// Gathers nanoseconds a call, one number a repetition.
-class collector_t final : public benchmark::BenchmarkReporter {
-  public:
-    bool ReportContext(const Context&) override { return true; }
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Iteration) {
-                const double calls = static_cast<double>(run.iterations) * run.counters.at("calls").value;
-                samples_[run.run_name.function_name].push_back(run.cpu_accumulated_time / calls * 1e9);
-            }
-        }
-    }
-
-    double median(const std::string& name) const {
-        std::vector<double> sorted = samples_.at(name);
-        std::sort(sorted.begin(), sorted.end());
-        const std::size_t middle = sorted.size() / 2;
-        return sorted.size() % 2 == 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
-    }
-
-  private:
-    std::map<std::string, std::vector<double>> samples_;
-};
 
 void register_contender(const judged_row_t& judged, std::size_t index, const options_t& options) {
     const contender_t& contender = judged.row->contenders[index];
@@ -55,9 +29,7 @@ void register_contender(const judged_row_t& judged, std::size_t index, const opt
     };
     benchmark::internal::Benchmark* const registered =
         benchmark::RegisterBenchmark(benchmark_name(judged, index).c_str(), time);
-    registered->Repetitions(options.is_quick ? 5 : 15);
-    registered->ReportAggregatesOnly(false);
-    registered->MinTime(options.is_quick ? 0.01 : 0.05);
+    registered->Repetitions(options.is_quick ? 5 : 15)->MinTime(options.is_quick ? 0.01 : 0.05);
 }
 
 // The fastest contender that is neither the library nor a limit; the number of contenders when there is none.
@@ -133,16 +105,10 @@ void run_time_pass(const std::vector<judged_row_t>& rows, const options_t& optio
             register_contender(judged, i, options);
         }
     }
-    std::string program = argv[0];
-    std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments = {program.data(), interleaving.data()};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    int num_arguments = static_cast<int>(arguments.size());
-    arguments.push_back(nullptr);
-    benchmark::Initialize(&num_arguments, arguments.data());
-
-    collector_t collector;
-    benchmark::RunSpecifiedBenchmarks(&collector);
+    collector_t nanoseconds([](const benchmark::BenchmarkReporter::Run& run) {
+        return run.cpu_accumulated_time / static_cast<double>(run.iterations) / run.counters.at("calls").value * 1e9;
+    });
+    nanoseconds.run(argc, argv);
 
     std::printf("| %-30s | %9s | %-26s | %-26s | ratio | target    | limits |\n", "row", "derkit ns",
                 "fastest faithful peer", "fastest peer");
@@ -150,7 +116,7 @@ void run_time_pass(const std::vector<judged_row_t>& rows, const options_t& optio
     for (const judged_row_t& judged : rows) {
         std::vector<double> ns;
         for (std::size_t i = 0; i < judged.row->contenders.size(); ++i) {
-            ns.push_back(collector.median(benchmark_name(judged, i)));
+            ns.push_back(nanoseconds.median(benchmark_name(judged, i)));
             json.add(judged, i, "ns", ns.back());
         }
         print_row(judged, ns);

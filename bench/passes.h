@@ -23,6 +23,9 @@ struct judged_row_t {
 };
 
 void run_check_pass(const std::vector<judged_row_t>& rows, const options_t& options, int argc, char** argv);
+void run_allocations_pass(const std::vector<judged_row_t>& rows, const options_t& options, int argc, char** argv);
+void run_instructions_pass(const std::vector<judged_row_t>& rows, const options_t& options, int argc, char** argv);
+void run_threads_pass(const std::vector<judged_row_t>& rows, const options_t& options, int argc, char** argv);
 void run_time_pass(const std::vector<judged_row_t>& rows, const options_t& options, int argc, char** argv);
 
 #endif

@@ -71,8 +71,16 @@ registry_t& registry_t::instance() {
 }
 
 row_t& registry_t::add(std::string name, target_t target) {
-    rows_.push_back({std::move(name), std::move(target), {}, {}});
-    return rows_.back();
+    row_t& row = rows_.emplace_back();
+    row.name = std::move(name);
+    row.target = std::move(target);
+    return row;
+}
+
+row_t& registry_t::add_size(std::string series, std::size_t size) {
+    row_t& row = add(std::move(series) + ", " + std::to_string(size) + " bytes");
+    row.size = size;
+    return row;
 }
 
 row_t& registry_t::find(std::string_view name) {

@@ -44,6 +44,7 @@ enum class der_side_t { NONE, INPUT, OUTPUT };
 struct row_t {
     std::string name;
     target_t target;
+    std::size_t size = 0;              // of the input, in a series of sizes
     std::vector<std::string> expected; // what each call has to show, one an input
     std::deque<contender_t> contenders;
 
@@ -61,6 +62,7 @@ class registry_t {
     static registry_t& instance();
 
     row_t& add(std::string name, target_t target = {});
+    row_t& add_size(std::string series, std::size_t size);
     row_t& find(std::string_view name);
     std::deque<row_t>& rows() { return rows_; }
 
@@ -84,6 +86,14 @@ void add_key_rows(registry_t& registry);
 void add_container_rows(registry_t& registry);
 void add_algorithm_rows(registry_t& registry);
 void add_text_rows(registry_t& registry);
+
+// The same tasks on one input of growing size, a row for each. The lengths of large elements have no zero octet, also
+// when an element is a little larger: the library would leave it out.
+inline constexpr std::size_t SIZES[] = {0x420, 0x1120, 0x4420, 0x11120, 0x44420, 0x111120, 0x404020};
+void add_name_sizes(registry_t& registry);
+void add_oid_sizes(registry_t& registry);
+void add_container_sizes(registry_t& registry);
+void add_text_sizes(registry_t& registry);
 
 // A peer adds its contenders to the rows. A file with such an object takes part by being linked.
 struct peer_registration_t {

@@ -107,15 +107,15 @@ std::string pfx(const container_t& container, const std::string& key_bag) {
                      content_info(OID_DATA, element(TAG_OCTET_STRING, {authenticated_safe})), mac_data});
 }
 
-bag_t make_certificate(unsigned int seed) {
-    return {true, sequence({noise(900 + 37 * (seed % 5), seed)}), noise(16, seed + 1), noise(20, seed + 2)};
+bag_t make_certificate(unsigned int seed, std::size_t size) {
+    return {true, sequence({noise(size, seed)}), noise(16, seed + 1), noise(20, seed + 2)};
 }
 
-container_t make_container(unsigned int seed, std::size_t num_certificates) {
+container_t make_container(unsigned int seed, std::size_t num_certificates, std::size_t certificate_size) {
     container_t container;
     container.key = {false, private_keys()[seed % private_keys().size()].der, noise(16, seed + 1), noise(20, seed + 2)};
     for (unsigned int i = 0; i < num_certificates; ++i) {
-        container.certificates.push_back(make_certificate(seed + 3 * i));
+        container.certificates.push_back(make_certificate(seed + 3 * i, certificate_size));
     }
     container.pbe_salt = noise(8, seed + 3);
     container.iv = noise(8, seed + 4);
@@ -129,10 +129,41 @@ container_t make_container(unsigned int seed, std::size_t num_certificates) {
     return container;
 }
 
+// Whether a length of three octets or more holds a zero octet; elements that large lie in each other.
+bool has_zero_in_length(std::string_view elements) {
+    constexpr std::size_t LARGE = 0x10000;
+    while (elements.size() >= LARGE) {
+        const std::string_view content = take_element(elements).content;
+        if (content.size() < LARGE) {
+            continue;
+        }
+        for (std::size_t rest = content.size(); rest != 0; rest >>= 8) {
+            if ((rest & 0xFF) == 0) {
+                return true;
+            }
+        }
+        if (has_zero_in_length(content)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The library leaves such an octet out, so a container that has one would not be written as it should be.
+container_t make_large_container(std::size_t size) {
+    std::size_t certificate_size = 900;
+    const std::size_t num_certificates = size / certificate_size;
+    container_t container = make_container(1, num_certificates, certificate_size);
+    while (has_zero_in_length(container.der_to_write) || has_zero_in_length(container.der_to_read)) {
+        container = make_container(1, num_certificates, ++certificate_size);
+    }
+    return container;
+}
+
 std::vector<container_t> make_containers() {
     std::vector<container_t> list;
     for (unsigned int i = 0; i < 4; ++i) {
-        list.push_back(make_container(100 * i, 2));
+        list.push_back(make_container(100 * i, 2, 900 + 37 * i));
     }
     return list;
 }
@@ -141,15 +172,19 @@ std::string listed(const bag_t& bag) {
     return listed_bag(bag.is_certificate, bag.value, bag.friendly_name, bag.local_key_id);
 }
 
+std::string listed_all(const container_t& container) {
+    std::string lines = listed(container.key);
+    for (const bag_t& certificate : container.certificates) {
+        lines += listed(certificate);
+    }
+    return lines + listed_mac(container.digest, container.mac_salt, container.iterations);
+}
+
 } // namespace
 
 const std::vector<container_t>& containers() {
     static const std::vector<container_t> list = make_containers();
     return list;
-}
-
-std::string container_of(std::size_t num_certificates) {
-    return make_container(1, num_certificates).der_to_read;
 }
 
 std::string listed_bag(bool is_certificate, std::string_view value, std::string_view friendly_name,
@@ -169,13 +204,8 @@ void add_container_rows(registry_t& registry) {
     std::vector<std::string> encodings;
     std::vector<std::string> records;
     for (const container_t& container : containers()) {
-        const std::string mac = listed_mac(container.digest, container.mac_salt, container.iterations);
-        std::string bags = listed(container.key);
-        for (const bag_t& certificate : container.certificates) {
-            bags += listed(certificate);
-        }
-        closed.expected.push_back(mac);
-        opened.expected.push_back(bags + mac);
+        closed.expected.push_back(listed_mac(container.digest, container.mac_salt, container.iterations));
+        opened.expected.push_back(listed_all(container));
         write.expected.push_back(container.der_to_write);
         encodings.push_back(container.der_to_read);
         records.emplace_back(sizeof(pkcs12_bag_t) * (1 + container.certificates.size()) + sizeof(pkcs12_mac_t), '\0');
@@ -186,4 +216,19 @@ void add_container_rows(registry_t& registry) {
     opened.add_limits(encodings, records, der_side_t::INPUT);
     write.add<write_t>("derkit", containers());
     write.add_limits(records, write.expected, der_side_t::OUTPUT);
+}
+
+void add_container_sizes(registry_t& registry) {
+    static std::deque<std::vector<container_t>> inputs;
+    for (const std::size_t size : SIZES) {
+        inputs.push_back({make_large_container(size)});
+        row_t& read = registry.add_size("PKCS#12 read", inputs.back()[0].der_to_read.size());
+        read.expected.push_back(listed_all(inputs.back()[0]));
+        read.add<read_t<true>>("derkit", inputs.back());
+    }
+    for (const std::vector<container_t>& input : inputs) {
+        row_t& write = registry.add_size("PKCS#12 write", input[0].der_to_write.size());
+        write.expected.push_back(input[0].der_to_write);
+        write.add<write_t>("derkit", input);
+    }
 }

@@ -76,3 +76,18 @@ void add_name_rows(registry_t& registry) {
     normalize.add<normalize_t>("derkit", names);
     normalize.add_limits(texts(names), texts(names), der_side_t::NONE);
 }
+
+void add_name_sizes(registry_t& registry) {
+    static std::deque<std::vector<name_t>> inputs;
+    for (const std::size_t size : SIZES) {
+        inputs.push_back({long_name(size)});
+        row_t& to_text = registry.add_size("name to text", size);
+        to_text.expected.push_back(listed_values(inputs.back()[0]));
+        to_text.add<to_text_t>("derkit", inputs.back());
+    }
+    for (const std::vector<name_t>& input : inputs) {
+        row_t& to_der = registry.add_size("text to name", input[0].der.size());
+        to_der.expected.push_back(listed_attributes(input[0]));
+        to_der.add<to_der_t>("derkit", input);
+    }
+}

@@ -138,3 +138,18 @@ void add_oid_rows(registry_t& registry) {
     by_der.add<by_der_t>("derkit", lookups);
     by_der.add_limits(by_name.expected, by_der.expected, der_side_t::NONE);
 }
+
+void add_oid_sizes(registry_t& registry) {
+    static std::deque<std::vector<oid_t>> inputs;
+    for (const std::size_t size : SIZES) {
+        oid_t oid = make_oid("1.2.840.113549");
+        while (oid.content.size() < size) {
+            oid.text += ".113549.1.311";
+            oid.content += std::string("\x86\xF7\x0D\x01\x82\x37");
+        }
+        inputs.push_back({oid});
+        row_t& row = registry.add_size("OID DER to text", size);
+        row.expected.push_back(oid.text);
+        row.add<to_text_t>("derkit", inputs.back());
+    }
+}

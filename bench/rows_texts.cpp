@@ -149,3 +149,19 @@ void add_text_rows(registry_t& registry) {
     parse.add<parse_time_t>("derkit", cert_times());
     parse.add_limits(log_texts, packed, der_side_t::NONE);
 }
+
+void add_text_sizes(registry_t& registry) {
+    static std::deque<std::vector<t61_text_t>> inputs;
+    for (const std::size_t size : SIZES) {
+        t61_text_t text;
+        for (std::size_t i = 0; text.t61.size() < size; ++i) {
+            const t61_text_t& part = t61_texts()[i % t61_texts().size()];
+            text.t61 += part.t61;
+            text.utf8 += part.utf8;
+        }
+        inputs.push_back({text});
+        row_t& row = registry.add_size("T.61 to UTF-8", size);
+        row.expected.push_back(text.utf8);
+        row.add<t61_work_t>("derkit", inputs.back());
+    }
+}
