@@ -14,6 +14,15 @@ class json_writer_t {
     explicit json_writer_t(const std::string& file)
         : file_(file.empty() ? nullptr : std::fopen(file.c_str(), "w"), &std::fclose) {}
 
+    void add_peers(const std::vector<registry_t::peer_t>& peers) {
+        for (const registry_t::peer_t& peer : peers) {
+            if (file_ != nullptr) {
+                std::fprintf(file_.get(), "{\"peer\": \"%s\", \"version\": \"%s\"}\n", peer.name.c_str(),
+                             peer.version.c_str());
+            }
+        }
+    }
+
     // Names need no escapes: they are ours.
     void add(const judged_row_t& judged, std::size_t contender, const char* what, double value) {
         if (file_ == nullptr) {

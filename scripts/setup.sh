@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
-# Installs the packages of scripts/packages.txt that are missing. Silent when nothing is;
+# Installs the packages of scripts/packages.txt, or of the list named instead, that are missing. Silent when nothing is;
 # only installing needs root.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")"
+list=${1:-packages.txt}
 
 if ! command -v apt-get >/dev/null; then
-  echo "setup: this is not a Debian system; what is needed, by Debian's names: scripts/packages.txt" >&2
+  echo "setup: this is not a Debian system; what is needed, by Debian's names: scripts/$list" >&2
   exit 1
 fi
 
-wanted=$(sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' packages.txt | LC_ALL=C sort -u)
+wanted=$(sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$list" | LC_ALL=C sort -u)
 installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | LC_ALL=C sort -u)
 mapfile -t missing < <(LC_ALL=C comm -23 <(echo "$wanted") <(echo "$installed"))
 
@@ -18,7 +19,7 @@ if ((${#missing[@]} == 0)); then
 fi
 if ((EUID != 0)); then
   echo "setup: missing packages: ${missing[*]}" >&2
-  echo "setup: installing them needs root; run scripts/setup.sh as root once" >&2
+  echo "setup: installing them needs root; run scripts/setup.sh $list as root once" >&2
   exit 1
 fi
 
