@@ -86,9 +86,10 @@ derkit_debian_package(derkit-tools utils "command-line tool"
 "the tool derkit, which shows certificates, names, keys and
 containers, and makes containers.")
 string(TOUPPER ${runtime} variable)
-set(CPACK_DEBIAN_${variable}_PACKAGE_MULTIARCH same)
+# CPack of Debian 12 has no variable for this field, so another one's value brings it along.
+string(APPEND CPACK_DEBIAN_${variable}_PACKAGE_SECTION "\nMulti-Arch: same")
+string(APPEND CPACK_DEBIAN_LIBDERKIT-DEV_PACKAGE_SECTION "\nMulti-Arch: same")
 set(CPACK_DEBIAN_${variable}_PACKAGE_CONTROL_EXTRA ${control}/symbols ${control}/shlibs ${control}/triggers)
-set(CPACK_DEBIAN_LIBDERKIT-DEV_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_LIBDERKIT-DEV_PACKAGE_DEPENDS "${runtime} (= ${CPACK_DEBIAN_PACKAGE_VERSION})")
 set(CPACK_DEBIAN_LIBDERKIT-DEV_PACKAGE_SUGGESTS "pkg-config, cmake")
 # For the staging script.

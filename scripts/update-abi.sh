@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Renews the snapshots of the binary interface in abi/, after showing what has changed: for changes that are meant
+# (docs/abi.md says which ones may be). Builds the library for both targets.
+#
+# scripts/update-abi.sh --of LIBRARY prints the snapshot of a library that was built with debug information.
+set -euo pipefail
+
+# The reader of the library's debug information leaves out what another compiler option, another place of the sources
+# or a rewritten function body would change.
+snapshot_of() {
+  abidw --drop-private-types --headers-dir include --suppressions abi/derkit.abignore --exported-interfaces-only \
+    --drop-undefined-syms --no-elf-needed --no-show-locs --no-corpus-path --no-comp-dir-path --type-id-style hash "$1" |
+    sed "s|path='$PWD/|path='|"
+}
+
+if (($# == 2)) && [[ $1 == --of ]]; then
+  library=$(readlink -e "$2")
+elif (($# > 0)); then
+  echo "usage: scripts/update-abi.sh [--of LIBRARY]" >&2
+  exit 2
+fi
+cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
+if [[ -n ${library:-} ]]; then
+  snapshot_of "$library"
+  exit
+fi
+
+new=$(mktemp)
+trap 'rm -f "$new"' EXIT
+renew() {
+  local preset=$1 snapshot=abi/libderkit.$2.abi
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" --target derkit
+  snapshot_of "build/$preset/libderkit.so" >"$new"
+  echo "== $snapshot"
+  if [[ -f $snapshot ]]; then
+    abidiff --harmless "$snapshot" "$new" || true # its status tells that there are changes
+  fi
+  cat "$new" >"$snapshot"
+}
+renew native x86_64
+renew i386 i386
