@@ -22,8 +22,8 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> struct oid_map_compare_t {
     }
 };
 
-// Finds entries by one key field at once, where an ordered index takes a step for every doubling of its size: a table
-// of the index's entries by the hash of their keys.
+// Finds entries by one key field at once, where an ordered index takes a step for every doubling of its size: a table of
+// the index's entries by the digest of their keys.
 //
 // Where many keys meet in one place the table gives up after a few slots and the ordered index decides, so no choice of
 // keys makes a search long.
@@ -42,47 +42,61 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
 
     // The entry of the index whose key equals that of `key`, or null.
     const OIDdescr_t* find(const index_t& index, OIDdescr_t& key) const {
-        if (slots_.empty()) {
-            return nullptr;
+        key_digest_t digest;
+        if (slots_.empty() || !COMPARE::digest(key.*KEY, key.*KEY_SIZE, digest)) {
+            return find_in_order(index, key);
         }
-        const std::size_t hash = COMPARE::hash(key.*KEY, key.*KEY_SIZE);
+        const std::size_t home = digest.hash();
         for (std::size_t i = 0; i < MAX_PROBES; ++i) {
-            const OIDdescr_t* const entry = slots_[(hash + i) & (slots_.size() - 1)];
-            if (entry == nullptr) {
+            const slot_t& slot = slots_[(home + i) & (slots_.size() - 1)];
+            if (slot.entry == nullptr) {
                 return nullptr;
             }
-            if (entry->*KEY_SIZE == key.*KEY_SIZE && COMPARE::equal(entry->*KEY, key.*KEY, key.*KEY_SIZE)) {
-                return entry;
+            if (slot.digest == digest && COMPARE::equal(digest, slot.entry->*KEY, key.*KEY)) {
+                return slot.entry;
             }
         }
-        const auto found = index.find(&key);
-        return found == index.end() ? nullptr : *found;
+        return find_in_order(index, key);
     }
 
   private:
+    struct slot_t {
+        key_digest_t digest;
+        OIDdescr_t* entry = nullptr;
+    };
+
     static constexpr std::size_t MAX_PROBES = 8;
     static constexpr std::size_t MIN_SLOTS = 64;
 
-    std::vector<OIDdescr_t*> slots_; // their number is a power of two
+    std::vector<slot_t> slots_; // their number is a power of two
 
     void rebuild(const index_t& index) {
-        std::vector<OIDdescr_t*> slots(std::max(MIN_SLOTS, 2 * slots_.size()));
+        std::vector<slot_t> slots(std::max(MIN_SLOTS, 2 * slots_.size()));
         for (OIDdescr_t* const entry : index) {
             place(slots, entry);
         }
         slots_.swap(slots);
     }
 
-    // An entry without a free slot is left to the ordered index.
-    static void place(std::vector<OIDdescr_t*>& slots, OIDdescr_t* entry) {
-        const std::size_t hash = COMPARE::hash(entry->*KEY, entry->*KEY_SIZE);
+    // An entry without a digest or a free slot is left to the ordered index.
+    static void place(std::vector<slot_t>& slots, OIDdescr_t* entry) {
+        key_digest_t digest;
+        if (!COMPARE::digest(entry->*KEY, entry->*KEY_SIZE, digest)) {
+            return;
+        }
+        const std::size_t home = digest.hash();
         for (std::size_t i = 0; i < MAX_PROBES; ++i) {
-            OIDdescr_t*& slot = slots[(hash + i) & (slots.size() - 1)];
-            if (slot == nullptr) {
-                slot = entry;
+            slot_t& slot = slots[(home + i) & (slots.size() - 1)];
+            if (slot.entry == nullptr) {
+                slot = {digest, entry};
                 return;
             }
         }
+    }
+
+    static const OIDdescr_t* find_in_order(const index_t& index, OIDdescr_t& key) {
+        const auto found = index.find(&key);
+        return found == index.end() ? nullptr : *found;
     }
 };
 

@@ -1,70 +1,85 @@
-// Keys of OID maps, compared and hashed eight octets at a time.
+// Keys of OID maps: how the ordered indexes compare them, and their digests for looking them up at once.
 #ifndef DERKIT_OID_MAP_KEYS_H
 #define DERKIT_OID_MAP_KEYS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "util/ascii.h"
 
-// Reads a key in words. All words of two keys of one size are equal exactly when the keys are: the last word overlaps
-// the one before it, and the octets of a key of less than eight fill a part of one word, some of them twice.
-class key_words_t {
-  public:
-    key_words_t(const void* key, unsigned int size) : p_(static_cast<const unsigned char*>(key)), size_(size) {}
+// What a key says in two words. Keys of at most sixteen octets are equal exactly when their digests are; digests of
+// longer ones may be equal by chance.
+struct key_digest_t {
+    std::uint64_t first = EACH_OCTET;
+    std::uint64_t last = EACH_OCTET;
+    unsigned int size = 0;
 
-    bool empty() const { return size_ == 0; }
+    bool operator==(const key_digest_t& other) const {
+        return first == other.first && last == other.last && size == other.size;
+    }
 
-    std::uint64_t take() {
-        if (size_ < WORD_SIZE) {
-            return take_short();
+    bool is_exact() const { return size <= 2 * WORD_SIZE; }
+
+    std::size_t hash() const {
+        const std::uint64_t mixed = ((first + size) * GOLDEN_RATIO ^ last) * GOLDEN_RATIO;
+        return static_cast<std::size_t>(mixed ^ mixed >> 32);
+    }
+
+    // `fold` maps each word of the key to what counts of it.
+    template <typename FOLD> static key_digest_t of(const void* key, unsigned int key_size, FOLD fold) {
+        const unsigned char* const p = static_cast<const unsigned char*>(key);
+        key_digest_t digest;
+        digest.size = key_size;
+        if (!digest.is_exact()) {
+            digest.last = fold(load_word(p + key_size - WORD_SIZE));
+            for (unsigned int i = 0; i < key_size - WORD_SIZE; i += WORD_SIZE) {
+                digest.first = (digest.first ^ fold(load_word(p + i))) * GOLDEN_RATIO;
+                digest.first ^= digest.first >> 32;
+            }
+        } else if (key_size >= 4) {
+            // Every octet is in some word, many are in several: so four loads serve all sizes.
+            const unsigned int middle = key_size / 8 * 4;
+            digest.first = fold(join(p, p + middle));
+            digest.last = fold(join(p + key_size - 4, p + key_size - 4 - middle));
+        } else if (key_size != 0) {
+            const unsigned int octets = static_cast<unsigned int>(p[0] << 16 | p[key_size / 2] << 8 | p[key_size - 1]);
+            digest.first = fold((EACH_OCTET << 24) | octets);
         }
-        const std::uint64_t word = load<std::uint64_t>(p_);
-        const unsigned int step = size_ < 2 * WORD_SIZE && size_ != WORD_SIZE ? size_ - WORD_SIZE : WORD_SIZE;
-        p_ += step;
-        size_ -= step;
-        return word;
+        return digest;
+    }
+
+    // Compares what counts of two keys that have this digest.
+    template <typename FOLD> bool equal_keys(const void* a, const void* b, FOLD fold) const {
+        if (is_exact()) {
+            return true;
+        }
+        const unsigned char* const p = static_cast<const unsigned char*>(a);
+        const unsigned char* const q = static_cast<const unsigned char*>(b);
+        for (unsigned int i = 0; i < size - WORD_SIZE; i += WORD_SIZE) {
+            if (fold(load_word(p + i)) != fold(load_word(q + i))) {
+                return false;
+            }
+        }
+        return true; // the last word is in the digest as it is
     }
 
   private:
     static constexpr unsigned int WORD_SIZE = sizeof(std::uint64_t);
+    static constexpr std::uint64_t GOLDEN_RATIO = 0x9E3779B97F4A7C15;
 
-    const unsigned char* p_;
-    unsigned int size_;
-
-    template <typename WORD> static WORD load(const unsigned char* p) {
-        WORD word;
+    static std::uint64_t load_word(const unsigned char* p) {
+        std::uint64_t word = 0;
         std::memcpy(&word, p, sizeof word);
         return word;
     }
 
-    std::uint64_t take_short() {
-        const unsigned char* const p = p_;
-        const unsigned int size = size_;
-        size_ = 0;
-        if (size < sizeof(std::uint32_t)) {
-            return static_cast<std::uint64_t>(p[0]) << 16 | static_cast<std::uint64_t>(p[size / 2]) << 8 | p[size - 1];
-        }
-        return static_cast<std::uint64_t>(load<std::uint32_t>(p)) << 32 |
-               load<std::uint32_t>(p + size - sizeof(std::uint32_t));
+    static std::uint64_t join(const unsigned char* a, const unsigned char* b) {
+        std::uint32_t halves[2] = {};
+        std::memcpy(&halves[0], a, sizeof halves[0]);
+        std::memcpy(&halves[1], b, sizeof halves[1]);
+        return static_cast<std::uint64_t>(halves[0]) << 32 | halves[1];
     }
-};
-
-// Spreads what the words of a key say over all bits.
-class key_hash_t {
-  public:
-    explicit key_hash_t(unsigned int size) : state_(size) {}
-
-    void add(std::uint64_t word) {
-        constexpr std::uint64_t GOLDEN_RATIO = 0x9E3779B97F4A7C15;
-        state_ = (state_ ^ word) * GOLDEN_RATIO;
-        state_ ^= state_ >> 32;
-    }
-
-    std::size_t value() const { return static_cast<std::size_t>(state_); }
-
-  private:
-    std::uint64_t state_;
 };
 
 // Exact comparison of two keys of one size.
@@ -73,24 +88,14 @@ struct oid_memcmp_t {
         return size == 0 ? 0 : std::memcmp(a, b, size);
     }
 
-    static bool equal(const void* a, const void* b, unsigned int size) {
-        key_words_t words_of_a(a, size);
-        key_words_t words_of_b(b, size);
-        while (!words_of_a.empty()) {
-            if (words_of_a.take() != words_of_b.take()) {
-                return false;
-            }
-        }
+    // Equal keys have equal digests. False when a key has none.
+    static bool digest(const void* key, unsigned int size, key_digest_t& out) {
+        out = key_digest_t::of(key, size, [](std::uint64_t word) { return word; });
         return true;
     }
 
-    // Equal keys have one hash.
-    static std::size_t hash(const void* key, unsigned int size) {
-        key_hash_t hash(size);
-        for (key_words_t words(key, size); !words.empty();) {
-            hash.add(words.take());
-        }
-        return hash.value();
+    static bool equal(const key_digest_t& digest, const void* a, const void* b) {
+        return digest.equal_keys(a, b, [](std::uint64_t word) { return word; });
     }
 };
 
@@ -107,25 +112,18 @@ struct oid_strcmp_t {
         return 0;
     }
 
-    static bool equal(const char* a, const char* b, unsigned int size) {
-        key_words_t words_of_a(a, size);
-        key_words_t words_of_b(b, size);
-        while (!words_of_a.empty()) {
-            if (ascii_lower_each(words_of_a.take()) != ascii_lower_each(words_of_b.take())) {
-                return oid_strcmp_t()(a, b, size) == 0; // a zero byte may stand in front of the difference
-            }
-        }
-        return true;
+    // As above; what stands behind a zero byte does not count, so a key with one has no digest.
+    static bool digest(const char* key, unsigned int size, key_digest_t& out) {
+        bool zero_byte = false;
+        out = key_digest_t::of(key, size, [&zero_byte](std::uint64_t word) {
+            zero_byte |= holds_zero_octet(word);
+            return ascii_lower_each(word);
+        });
+        return !zero_byte;
     }
 
-    // Equal keys have one hash: all that hold a zero byte, as what stands behind it does not count.
-    static std::size_t hash(const char* key, unsigned int size) {
-        key_hash_t hash(size);
-        for (key_words_t words(key, size); !words.empty();) {
-            const std::uint64_t word = words.take();
-            hash.add(ascii_lower_each(word));
-        }
-        return size != 0 && std::memchr(key, '\0', size) != nullptr ? size : hash.value();
+    static bool equal(const key_digest_t& digest, const char* a, const char* b) {
+        return digest.equal_keys(a, b, ascii_lower_each);
     }
 
   private:
