@@ -32,6 +32,23 @@ template <unsigned int M> constexpr blob_t asn_view_of(const unsigned char (&byt
     return view;
 }
 
+// Most contents are OIDs, integers and small parameters, which take less time than a call of memcpy().
+inline void copy_octets(unsigned char* to, const unsigned char* from, unsigned int n) {
+    if (n > 16) {
+        std::memcpy(to, from, n);
+    } else if (n >= 8) {
+        std::memcpy(to, from, 8);
+        std::memcpy(to + n - 8, from + n - 8, 8);
+    } else if (n >= 4) {
+        std::memcpy(to, from, 4);
+        std::memcpy(to + n - 4, from + n - 4, 4);
+    } else if (n != 0) {
+        to[0] = from[0];
+        to[n / 2] = from[n / 2];
+        to[n - 1] = from[n - 1];
+    }
+}
+
 // One element under construction (X.690 8.1).
 //
 // Content grows at the back of `buffer`, behind the header room; every append rewrites the header in front of it,
@@ -79,9 +96,12 @@ template <unsigned int N> struct asn_tag_t_ {
 
     // Appends an element whose content is at hand: what a node with that content would add.
     void add_element(asn_tag_t::Type child_tag, const void* content, unsigned int n) {
-        headers_t headers;
-        headers.prepend(child_tag, n);
-        add_with_headers(headers, content, n);
+        const unsigned int size_of_header = header_size(n);
+        reserve_with_headers(size_of_header, n);
+        content_size += size_of_header;
+        write_header_before(back(), child_tag, n);
+        copy(content, n);
+        write_header();
     }
     void add_element(asn_tag_t::Type child_tag, const blob_t& content) {
         add_element(child_tag, content.data, content.size);
@@ -99,10 +119,12 @@ template <unsigned int N> struct asn_tag_t_ {
 
     // Appends an element that holds nothing but another element: an explicit tag, a SET OF one.
     void add_nested(asn_tag_t::Type outer_tag, asn_tag_t::Type inner_tag, const void* content, unsigned int n) {
-        headers_t headers;
-        headers.prepend(inner_tag, n);
-        headers.prepend(outer_tag, n);
-        add_with_headers(headers, content, n);
+        const unsigned int size_of_inner_header = header_size(n);
+        reserve_with_headers(HEADER_ROOM + size_of_inner_header, n);
+        const unsigned int inner_size = size_of_inner_header + n;
+        content_size += header_size(inner_size);
+        write_header_before(back(), outer_tag, inner_size);
+        add_element(inner_tag, content, n);
     }
 
     // Appends an INTEGER with the content that asn_write_INTEGER() gives.
@@ -161,25 +183,15 @@ template <unsigned int N> struct asn_tag_t_ {
     }
 
   private:
-    // The headers of elements that hold nothing but one another, written from the innermost on.
-    struct headers_t {
-        unsigned char octets[2 * HEADER_ROOM];
-        unsigned int size = 0;
+    unsigned char* back() {
+        return buffer + HEADER_ROOM + content_size;
+    }
 
-        void prepend(asn_tag_t::Type identifier, unsigned int n) {
-            if (n > MAX_CONTENT_SIZE - sizeof octets) {
-                throw std::bad_alloc();
-            }
-            size += write_header_before(octets + sizeof octets - size, identifier, n + size);
+    void reserve_with_headers(unsigned int size_of_headers, unsigned int n) {
+        if (n > MAX_CONTENT_SIZE - size_of_headers) {
+            throw std::bad_alloc();
         }
-        const unsigned char* begin() const { return octets + sizeof octets - size; }
-    };
-
-    void add_with_headers(const headers_t& headers, const void* content, unsigned int n) {
-        reserve(headers.size + n);
-        copy(headers.begin(), headers.size);
-        copy(content, n);
-        write_header();
+        reserve(size_of_headers + n);
     }
 
     bool needs_growth(unsigned int n) const {
@@ -192,7 +204,7 @@ template <unsigned int N> struct asn_tag_t_ {
         }
     }
 
-    void grow(unsigned int new_capacity) {
+    [[gnu::noinline]] void grow(unsigned int new_capacity) {
         unsigned char* const block = new unsigned char[new_capacity]();
         if (capacity != 0) {
             std::memcpy(block, buffer, HEADER_ROOM + content_size);
@@ -203,33 +215,39 @@ template <unsigned int N> struct asn_tag_t_ {
     }
 
     void copy(const void* bytes, unsigned int n) {
-        if (n != 0) {
-            std::memcpy(buffer + HEADER_ROOM + content_size, bytes, n);
-        }
+        copy_octets(back(), static_cast<const unsigned char*>(bytes), n);
         content_size += n;
     }
 
     void write_header() {
-        total_size = content_size + write_header_before(buffer + HEADER_ROOM, tag, content_size);
+        total_size = content_size + header_size(content_size);
+        write_header_before(buffer + HEADER_ROOM, tag, content_size);
     }
 
-    // Writes a header in front of n content octets and gives its size. Content of up to 127 octets takes the short
-    // form. For more, length octets are written from the lowest up to the first that is zero, so lengths from 65,536 on
-    // that hold a zero octet come out too short: 65,536 is written 81 00. The bytes are fixed so; below 65,536 the
-    // header is exact and minimal.
-    static unsigned int write_header_before(unsigned char* content, asn_tag_t::Type identifier, unsigned int n) {
-        unsigned char* const last = content - 1;
-        *last = static_cast<unsigned char>(n);
+    // Content of up to 127 octets takes the short form. For more, length octets are written from the lowest up to the
+    // first that is zero, so lengths from 65,536 on that hold a zero octet come out too short: 65,536 is written 81 00.
+    // The bytes are fixed so; below 65,536 the header is exact and minimal.
+    static unsigned int header_size(unsigned int n) {
         unsigned int num_length_octets = 0;
         if (n > 127) {
             do {
                 ++num_length_octets;
-                *(last - num_length_octets) = length_octet(n, num_length_octets);
-            } while (*(last - num_length_octets) != 0);
-            *(last - num_length_octets) = static_cast<unsigned char>(0x80 | num_length_octets);
+            } while (length_octet(n, num_length_octets) != 0);
         }
-        *(last - num_length_octets - 1) = identifier;
-        return num_length_octets + 2;
+        return 2 + num_length_octets;
+    }
+
+    static void write_header_before(unsigned char* content, asn_tag_t::Type identifier, unsigned int n) {
+        const unsigned int num_length_octets = header_size(n) - 2;
+        unsigned char* p = content;
+        *--p = static_cast<unsigned char>(n);
+        if (num_length_octets != 0) {
+            for (unsigned int i = 1; i < num_length_octets; ++i) {
+                *--p = length_octet(n, i);
+            }
+            *--p = static_cast<unsigned char>(0x80 | num_length_octets);
+        }
+        *--p = identifier;
     }
 
     static unsigned char length_octet(unsigned int n, unsigned int index) {

@@ -20,14 +20,17 @@ std::string_view as_text(const blob_t& bytes) {
 // Appends text with a backslash before every special character. Blanks, controls and bytes above
 // 0x7F are written as they are.
 void append_escaped(std::string_view text, std::string& out) {
-    while (!text.empty()) {
-        const auto special = std::find_if(text.begin() + 1, text.end(), is_special);
-        if (is_special(text.front())) {
+    const char* const end = text.data() + text.size();
+    for (const char* run = text.data(); run != end;) {
+        if (is_special(*run)) {
             append_char(out, '\\');
         }
-        const std::size_t size = static_cast<std::size_t>(special - text.begin());
-        append_text(out, text.substr(0, size));
-        text.remove_prefix(size);
+        const char* p = run + 1;
+        while (p != end && !is_special(*p)) {
+            ++p;
+        }
+        append_text(out, std::string_view(run, static_cast<std::size_t>(p - run)));
+        run = p;
     }
 }
 
@@ -36,10 +39,10 @@ bool append_dotted(const blob_t& oid, std::string& out) {
     return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;
 }
 
-// As above, for text that stands at the end of `out` already, from `begin` on.
+// As append_escaped(), for text that stands at the end of `out` already, from `begin` on.
 void escape_in_place(std::string& out, std::size_t begin) {
     const std::string_view text = std::string_view(out).substr(begin);
-    const auto num_special = std::count_if(text.begin(), text.end(), is_special);
+    const auto num_special = std::count_if(text.begin(), text.end(), [](char c) { return is_special(c); });
     if (num_special == 0) {
         return;
     }

@@ -1,7 +1,6 @@
 #include "asn/asn_printable_syntax.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <string_view>
 
@@ -41,38 +40,6 @@ const char* parse_type(const char* p, RDNdescr_t& out) {
     return *p == '=' && !is_empty_type(out.type_begin, out.type_end) ? p : nullptr;
 }
 
-// What can end a value, or decides what can.
-constexpr std::array<bool, 256> make_value_marks() {
-    std::array<bool, 256> table = {};
-    for (const char c : std::string_view("\0,+\"\\", 5)) {
-        table[static_cast<unsigned char>(c)] = true;
-    }
-    return table;
-}
-
-const char* skip_to_mark(const char* p) {
-    static constexpr std::array<bool, 256> MARKS = make_value_marks();
-    while (!MARKS[static_cast<unsigned char>(*p)]) {
-        ++p;
-    }
-    return p;
-}
-
-// Gives the separator or the zero that ends the value at `p`, or null when the text ends inside double quotes.
-const char* parse_value(const char* p, RDNdescr_t& out) {
-    out.value_begin = p;
-    bool quoted = false;
-    for (p = skip_to_mark(p); *p != '\0' && (quoted || !is_separator(*p)); p = skip_to_mark(p + 1)) {
-        if (*p == '"') {
-            quoted = !quoted;
-        } else if (*p == '\\' && p[1] != '\0') {
-            ++p;
-        }
-    }
-    out.value_end = p;
-    return quoted ? nullptr : p;
-}
-
 std::string_view type_of(const RDNdescr_t& attribute) {
     return std::string_view(attribute.type_begin, static_cast<std::size_t>(attribute.type_end - attribute.type_begin));
 }
@@ -86,12 +53,39 @@ bool parse(const char* dn, std::vector<RDNdescr_t>& out) {
 
 dn_reader_t::dn_reader_t(const char* dn) : p_(skip_blanks(dn)), at_end_(*p_ == '\0') {}
 
+// Gives the separator or the zero that ends the value at `p`, or null when the text ends inside double quotes.
+const char* dn_reader_t::read_value(const char* p, RDNdescr_t& attribute) {
+    attribute.value_begin = p;
+    bool quoted = false;
+    unsigned int traits = 0;
+    for (;; ++p) {
+        unsigned int last = 0;
+        while (((last = traits_of(*p)) & VALUE_MARK) == 0) {
+            traits |= last;
+            ++p;
+        }
+        if (*p == '\0' || (!quoted && is_separator(*p))) {
+            break;
+        }
+        traits |= last;
+        if (*p == '"') {
+            quoted = !quoted;
+        } else if (*p == '\\' && p[1] != '\0') {
+            ++p;
+            traits |= traits_of(*p);
+        }
+    }
+    attribute.value_end = p;
+    value_traits_ = traits;
+    return quoted ? nullptr : p;
+}
+
 bool dn_reader_t::next(RDNdescr_t& attribute) {
     if (at_end_ || failed_) {
         return false;
     }
     const char* const equals_sign = parse_type(p_, attribute);
-    const char* const end = equals_sign == nullptr ? nullptr : parse_value(equals_sign + 1, attribute);
+    const char* const end = equals_sign == nullptr ? nullptr : read_value(equals_sign + 1, attribute);
     if (end == nullptr) {
         failed_ = true;
         return false;

@@ -6,19 +6,56 @@
 #include <string_view>
 #include <vector>
 
-constexpr std::array<bool, 256> make_special_characters() {
-    std::array<bool, 256> table = {};
-    for (const char c : std::string_view("\"#+,;<=>\\")) {
-        table[static_cast<unsigned char>(c)] = true;
-    }
-    return table;
+// What a character says about the value that it is in, one bit each.
+enum trait_t : unsigned char {
+    NOT_PRINTABLE_STRING = 0x01, // not one of the characters of PrintableString (X.680 41.4)
+    NOT_IA5_STRING = 0x02,
+    SPECIAL = 0x04, // a plain value holds it only behind a backslash
+    BACKSLASH = 0x08,
+    VALUE_MARK = 0x10 // ends a value or decides what does
+};
+
+constexpr bool is_among(unsigned int c, std::string_view characters) {
+    return c < 0x80 && characters.find(static_cast<char>(c)) != std::string_view::npos;
 }
 
-inline constexpr std::array<bool, 256> SPECIAL_CHARACTERS = make_special_characters();
+constexpr unsigned char make_traits(unsigned int c) {
+    const bool letter_or_digit = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+    unsigned int traits = 0;
+    if (!letter_or_digit && !is_among(c, " '()+,-./:=?")) {
+        traits |= NOT_PRINTABLE_STRING;
+    }
+    if (c >= 0x80) {
+        traits |= NOT_IA5_STRING;
+    }
+    if (is_among(c, "\"#+,;<=>\\")) {
+        traits |= SPECIAL;
+    }
+    if (c == '\\') {
+        traits |= BACKSLASH;
+    }
+    if (c == '\0' || is_among(c, ",+\"\\")) {
+        traits |= VALUE_MARK;
+    }
+    return static_cast<unsigned char>(traits);
+}
 
-// Characters that a plain value holds only behind a backslash.
-constexpr bool is_special(char c) {
-    return SPECIAL_CHARACTERS[static_cast<unsigned char>(c)];
+constexpr std::array<unsigned char, 256> make_all_traits() {
+    std::array<unsigned char, 256> traits = {};
+    for (unsigned int c = 0; c < traits.size(); ++c) {
+        traits[c] = make_traits(c);
+    }
+    return traits;
+}
+
+inline constexpr std::array<unsigned char, 256> TRAITS = make_all_traits();
+
+inline unsigned int traits_of(char c) {
+    return TRAITS[static_cast<unsigned char>(c)];
+}
+
+inline bool is_special(char c) {
+    return (traits_of(c) & SPECIAL) != 0;
 }
 
 // One attribute of a printable DN; views into the caller's text.
@@ -48,11 +85,17 @@ class dn_reader_t {
 
     bool failed() const { return failed_; }
 
+    // The traits of all characters of the last attribute's value.
+    unsigned int value_traits() const { return value_traits_; }
+
   private:
     const char* p_;
+    unsigned int value_traits_ = 0;
     bool at_end_;
     bool failed_ = false;
     bool plus_joined_ = false; // the next attribute
+
+    const char* read_value(const char* p, RDNdescr_t& attribute);
 };
 
 // Appends all attributes of a DN to `out`. Returns nonzero on success. On a syntax error it returns 0 and `out` holds

@@ -1,5 +1,4 @@
 // Text of names to DER.
-#include <array>
 #include <string_view>
 
 #include "asn/asn_builder.h"
@@ -10,36 +9,7 @@
 
 namespace {
 
-// What the characters of a value say about its string type, one bit each, and whether they must be decoded.
-enum trait_t : unsigned char { NOT_PRINTABLE_STRING = 0x01, NOT_IA5_STRING = 0x02, SPECIAL = 0x04, BACKSLASH = 0x08 };
-
-// What PrintableString (X.680 41.4) has beside letters and digits.
-constexpr std::string_view PRINTABLE_PUNCTUATION = " '()+,-./:=?";
-
-constexpr std::array<unsigned char, 256> make_traits() {
-    std::array<unsigned char, 256> traits = {};
-    for (unsigned int c = 0; c < traits.size(); ++c) {
-        const bool letter_or_digit = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
-        if (!letter_or_digit && PRINTABLE_PUNCTUATION.find(static_cast<char>(c)) == std::string_view::npos) {
-            traits[c] |= NOT_PRINTABLE_STRING;
-        }
-        if (c >= 0x80) {
-            traits[c] |= NOT_IA5_STRING;
-        }
-        if (is_special(static_cast<char>(c))) {
-            traits[c] |= SPECIAL;
-        }
-    }
-    traits[static_cast<unsigned char>('\\')] |= BACKSLASH;
-    return traits;
-}
-
-unsigned int traits_of(char c) {
-    static constexpr std::array<unsigned char, 256> TRAITS = make_traits();
-    return TRAITS[static_cast<unsigned char>(c)];
-}
-
-unsigned int traits_of(std::string_view text) {
+unsigned int traits_of_all(std::string_view text) {
     unsigned int traits = 0;
     for (const char c : text) {
         traits |= traits_of(c);
@@ -106,7 +76,7 @@ bool read_hex_pair(std::string_view text, char& out) {
 // follows, and is itself passed over in choosing the string type, as is an escaped quote. Bare quotes inside, which the
 // syntax allows in pairs, are characters like others.
 bool decode_quoted(std::string_view inner, std::string& buffer, value_t& out) {
-    const unsigned int traits = traits_of(inner);
+    const unsigned int traits = traits_of_all(inner);
     if ((traits & BACKSLASH) == 0) {
         out = {string_type(traits), inner};
         return true;
@@ -153,8 +123,7 @@ bool decode_hex(std::string_view digits, std::string& buffer, value_t& out) {
 }
 
 // Escapes are a backslash before a special character and \xx with two hexadecimal digits.
-bool decode_plain(std::string_view text, std::string& buffer, value_t& out) {
-    const unsigned int traits = traits_of(text);
+bool decode_plain(std::string_view text, unsigned int traits, std::string& buffer, value_t& out) {
     if ((traits & SPECIAL) == 0) {
         out = {string_type(traits), text};
         return true;
@@ -181,7 +150,7 @@ bool decode_plain(std::string_view text, std::string& buffer, value_t& out) {
     return true;
 }
 
-bool decode_value(std::string_view text, std::string& buffer, value_t& out) {
+bool decode_value(std::string_view text, unsigned int traits, std::string& buffer, value_t& out) {
     // What starts with a quote but does not end with one fails as a plain value.
     if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
         return decode_quoted(text.substr(1, text.size() - 2), buffer, out);
@@ -189,7 +158,7 @@ bool decode_value(std::string_view text, std::string& buffer, value_t& out) {
     if (text.size() >= 2 && text.front() == '#') {
         return decode_hex(text.substr(1), buffer, out);
     }
-    return decode_plain(text, buffer, out);
+    return decode_plain(text, traits, buffer, out);
 }
 
 // A short name of the map, else a dotted OID.
@@ -211,14 +180,15 @@ template <unsigned int N> bool add_type(const RDNdescr_t& attribute, oid_map_han
 
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY DEFINED BY type }      RFC 5280 4.1.2.4
 template <unsigned int N>
-bool add_attribute(const RDNdescr_t& attribute, oid_map_handle_t map, std::string& buffer, asn_tag_t_<N>& rdn) {
+bool add_attribute(const RDNdescr_t& attribute, unsigned int value_traits, oid_map_handle_t map, std::string& buffer,
+                   asn_tag_t_<N>& rdn) {
     asn_tag_t_<320> type_and_value(asn_tag_t::SEQUENCE);
     if (!add_type(attribute, map, type_and_value)) {
         return false;
     }
     value_t value;
     const std::size_t text_size = static_cast<std::size_t>(attribute.value_end - attribute.value_begin);
-    if (!decode_value(std::string_view(attribute.value_begin, text_size), buffer, value)) {
+    if (!decode_value(std::string_view(attribute.value_begin, text_size), value_traits, buffer, value)) {
         return false;
     }
     type_and_value.add_element(value.tag, value.content);
@@ -240,7 +210,7 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
     while (more) {
         asn_tag_t_<512> rdn(asn_tag_t::SET);
         do {
-            if (!add_attribute(attribute, map, buffer, rdn)) {
+            if (!add_attribute(attribute, reader.value_traits(), map, buffer, rdn)) {
                 return false;
             }
             more = reader.next(attribute);

@@ -118,7 +118,7 @@ void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
     asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
     asn_write_pkcs5_PBES2(pbe, algorithm);
 
-    asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
+    asn_tag_t_<4096> info(asn_tag_t::SEQUENCE);
     info.reserve_about(algorithm.encoding_size() + ciphertext.size());
     info.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs7_id_data);
     info.add_node(algorithm);
@@ -164,7 +164,9 @@ bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* cry
 
 void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out) {
     asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
-    authenticated_safe.add_bytes(nullptr, 0); // a container without bags has an empty one
+    if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
+        authenticated_safe.add_bytes(nullptr, 0); // an element too
+    }
     if (!easy.plain_bags.empty()) {
         write_plain_entry(easy.plain_bags, authenticated_safe);
     }
