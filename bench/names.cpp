@@ -39,20 +39,6 @@ std::string from_base64(std::string_view text) {
     return bytes;
 }
 
-void append_utf8(unsigned int code_point, std::string& out) {
-    const auto add = [&out](unsigned int octet) { out.push_back(static_cast<char>(octet)); };
-    if (code_point < 0x80) {
-        add(code_point);
-    } else if (code_point < 0x800) {
-        add(0xC0 | code_point >> 6);
-        add(0x80 | (code_point & 0x3F));
-    } else {
-        add(0xE0 | code_point >> 12);
-        add(0x80 | (code_point >> 6 & 0x3F));
-        add(0x80 | (code_point & 0x3F));
-    }
-}
-
 // Code points below 0x10000.
 std::vector<unsigned int> code_points(std::string_view utf8) {
     std::vector<unsigned int> result;
@@ -68,51 +54,17 @@ std::vector<unsigned int> code_points(std::string_view utf8) {
 }
 
 std::string encode_value(unsigned int tag, std::string_view utf8) {
+    if (tag != TAG_BMP_STRING && tag != TAG_T61_STRING) {
+        return element(tag, {utf8});
+    }
     std::string content;
     for (const unsigned int code_point : code_points(utf8)) {
         if (tag == TAG_BMP_STRING) {
             content.push_back(static_cast<char>(code_point >> 8));
-            content.push_back(static_cast<char>(code_point & 0xFF));
-        } else if (tag == TAG_T61_STRING) {
-            content.push_back(static_cast<char>(code_point)); // the same place as in ISO 8859-1
-        } else {
-            append_utf8(code_point, content);
         }
+        content.push_back(static_cast<char>(code_point & 0xFF)); // T.61: the same place as in ISO 8859-1
     }
     return element(tag, {content});
-}
-
-// False for a string whose characters take more than these few lines to read.
-bool decode_value(const element_t& value, std::string& utf8) {
-    utf8.clear();
-    if (value.tag == TAG_BMP_STRING) {
-        for (std::size_t i = 0; i + 1 < value.content.size(); i += 2) {
-            const unsigned int high = static_cast<unsigned char>(value.content[i]);
-            append_utf8(high << 8 | static_cast<unsigned char>(value.content[i + 1]), utf8);
-        }
-        return true;
-    }
-    utf8 = value.content;
-    return value.tag != TAG_T61_STRING ||
-           std::all_of(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-bool decode_name(std::string_view der, std::vector<rdn_t>& rdns) {
-    std::string_view rest = take_element(der).content;
-    while (!rest.empty()) {
-        std::string_view members = take_element(rest).content;
-        rdn_t& rdn = rdns.emplace_back();
-        while (!members.empty()) {
-            std::string_view attribute = take_element(members).content;
-            const std::string oid(take_element(attribute).content);
-            std::string value;
-            if (!decode_value(take_element(attribute), value)) {
-                return false;
-            }
-            rdn.push_back({oid, value});
-        }
-    }
-    return true;
 }
 
 std::string escaped(std::string_view value) {
@@ -252,88 +204,6 @@ std::vector<name_t> select_texts() {
     return names;
 }
 
-int hex_digit(char c) {
-    const std::size_t found = std::string_view("0123456789ABCDEFabcdef").find(c);
-    return found == std::string_view::npos ? -1 : static_cast<int>(found < 16 ? found : found - 6);
-}
-
-// Takes one value off the text, up to the separator behind it, and undoes quotes, backslashes and the #hex form.
-std::string take_value(std::string_view& text) {
-    std::string value;
-    const bool is_encoded = text.starts_with('#');
-    bool is_quoted = false;
-    std::size_t kept = 0; // up to the last character that is no blank before the separator
-    while (!text.empty()) {
-        const char c = text.front();
-        if (!is_quoted && (c == ',' || c == '+')) {
-            break;
-        }
-        text.remove_prefix(1);
-        if (c == '"') {
-            is_quoted = !is_quoted;
-            continue;
-        }
-        if (c != '\\' || text.empty()) {
-            value.push_back(c);
-        } else if (text.size() >= 2 && hex_digit(text[0]) >= 0 && hex_digit(text[1]) >= 0) {
-            value.push_back(static_cast<char>(hex_digit(text[0]) * 16 + hex_digit(text[1])));
-            text.remove_prefix(2);
-        } else {
-            value.push_back(text.front());
-            text.remove_prefix(1);
-        }
-        kept = value.size();
-    }
-    value.resize(kept);
-    if (!is_encoded) {
-        return value;
-    }
-    std::string der;
-    for (std::size_t i = 1; i + 1 < value.size(); i += 2) {
-        der.push_back(static_cast<char>(hex_digit(value[i]) * 16 + hex_digit(value[i + 1])));
-    }
-    std::string_view rest = der;
-    std::string decoded;
-    return decode_value(take_element(rest), decoded) ? decoded : value;
-}
-
-bool split_text(std::string_view text, std::vector<rdn_t>& rdns) {
-    bool starts_rdn = true;
-    while (!text.empty()) {
-        const std::size_t equals = text.find('=');
-        if (equals == std::string_view::npos ||
-            text.substr(0, equals).find_first_of(",+\\\"") != std::string_view::npos) {
-            return false;
-        }
-        text.remove_prefix(equals + 1);
-        if (starts_rdn) {
-            rdns.emplace_back();
-        }
-        rdns.back().push_back({std::string(), take_value(text)});
-        if (!text.empty()) {
-            starts_rdn = text.front() == ',';
-            text.remove_prefix(1);
-        }
-    }
-    return true;
-}
-
-std::string listed(const std::vector<rdn_t>& rdns, bool with_types) {
-    std::string lines;
-    for (const rdn_t& rdn : rdns) {
-        for (const attribute_t& attribute : rdn) {
-            lines += (with_types ? upper_hex(attribute.oid) + "=" : "") + attribute.value + "\n";
-        }
-    }
-    return lines;
-}
-
-void put_in_order(std::vector<rdn_t>& rdns, order_t order) {
-    if (order == order_t::REVERSED) {
-        std::reverse(rdns.begin(), rdns.end());
-    }
-}
-
 } // namespace
 
 const std::vector<name_t>& root_names() {
@@ -354,32 +224,6 @@ const std::vector<name_t>& accented_names() {
 const std::vector<name_t>& texts_of_roots() {
     static const std::vector<name_t> names = select_texts();
     return names;
-}
-
-std::string listed_values(const name_t& name) {
-    return listed(name.rdns, false);
-}
-
-std::string listed_values(std::string_view text, order_t order) {
-    std::vector<rdn_t> rdns;
-    if (!split_text(text, rdns)) {
-        return "not attributes: " + std::string(text);
-    }
-    put_in_order(rdns, order);
-    return listed(rdns, false);
-}
-
-std::string listed_attributes(const name_t& name) {
-    return listed(name.rdns, true);
-}
-
-std::string listed_attributes(std::string_view der, order_t order) {
-    std::vector<rdn_t> rdns;
-    if (der.empty() || !decode_name(der, rdns)) {
-        return "not a name: " + upper_hex(der);
-    }
-    put_in_order(rdns, order);
-    return listed(rdns, true);
 }
 
 name_t long_name(std::size_t size) {

@@ -1,17 +1,11 @@
-// Names to print and to encode, and the plain reading of names by which results are judged.
+// Names to print and to encode.
 #ifndef DERKIT_BENCH_NAMES_H
 #define DERKIT_BENCH_NAMES_H
 
 #include <string>
-#include <string_view>
 #include <vector>
 
-struct attribute_t {
-    std::string oid;   // content octets
-    std::string value; // UTF-8
-};
-
-using rdn_t = std::vector<attribute_t>;
+#include "name_listing.h"
 
 struct name_t {
     std::vector<rdn_t> rdns;
@@ -28,16 +22,6 @@ const std::vector<name_t>& international_names();
 const std::vector<name_t>& accented_names();
 // Those names of the roots that have a text.
 const std::vector<name_t>& texts_of_roots();
-
-enum class order_t { AS_ENCODED, REVERSED };
-
-// The values, a line each, of names as they are, as text in any of the usual spellings, and of DER. Of text that does
-// not fall into attributes a description that equals no values.
-std::string listed_values(const name_t& name);
-std::string listed_values(std::string_view text, order_t order);
-// Types and values, a line each.
-std::string listed_attributes(const name_t& name);
-std::string listed_attributes(std::string_view der, order_t order);
 
 // A name whose encoding has `size` bytes or a little more, of many attributes.
 name_t long_name(std::size_t size);

@@ -117,7 +117,7 @@ void add(registry_t& registry) {
     registry.find("normalise name").add<normalize_t>("Botan", texts_of_roots());
     registry.find("OID text to DER").add<oid_to_der_t>("Botan", common_oids());
     registry.find("OID DER to text").add<oid_to_text_t>("Botan", common_oids());
-    for (const std::size_t size : {20, 256, 4096}) {
+    for (const std::size_t size : HEX_SIZES) {
         registry.find("hex of " + std::to_string(size) + " bytes").add<hex_t>("Botan", bytes_for_hex(size));
     }
 }

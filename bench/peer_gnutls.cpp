@@ -130,7 +130,7 @@ void add(registry_t& registry) {
     registry.find("name to text, accented T.61").add<to_text_t>("GnuTLS", accented_names());
     registry.find("text to name").add<to_der_t>("GnuTLS", texts_of_roots());
     registry.find("normalise name").add<normalize_t>("GnuTLS", texts_of_roots());
-    for (const std::size_t size : {20, 256, 4096}) {
+    for (const std::size_t size : HEX_SIZES) {
         registry.find("hex of " + std::to_string(size) + " bytes").add<hex_t>("GnuTLS", bytes_for_hex(size));
     }
     registry.find("DigestInfo write").add<write_digest_t>("GnuTLS", digests());

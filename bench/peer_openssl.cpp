@@ -372,7 +372,7 @@ void add(registry_t& registry) {
     registry.find("DigestInfo read").add<read_digest_t>(NAME, digests());
     registry.find("DigestInfo write").add<write_digest_t>(NAME, digests());
     registry.find("IKE identifier to algorithm").add<read_ike_algorithm_t>(NAME, ike_algorithms());
-    for (const std::size_t size : {20, 256, 4096}) {
+    for (const std::size_t size : HEX_SIZES) {
         registry.find("hex of " + std::to_string(size) + " bytes").add<hex_t>(NAME, bytes_for_hex(size));
     }
     add_openssl_containers(registry);

@@ -48,7 +48,7 @@ void add_to_text(registry_t& registry, const char* row_name, const target_t& tar
     row_t& row = registry.add(row_name, target);
     std::vector<std::string> printed;
     for (const name_t& name : names) {
-        row.expected.push_back(listed_values(name));
+        row.expected.push_back(listed_values(name.rdns));
         to_text_t work;
         work(name);
         printed.push_back(work.text);
@@ -68,8 +68,8 @@ void add_name_rows(registry_t& registry) {
     row_t& to_der = registry.add("text to name", {0.20});
     row_t& normalize = registry.add("normalise name");
     for (const name_t& name : names) {
-        to_der.expected.push_back(listed_attributes(name));
-        normalize.expected.push_back(listed_values(name));
+        to_der.expected.push_back(listed_attributes(name.rdns));
+        normalize.expected.push_back(listed_values(name.rdns));
     }
     to_der.add<to_der_t>("derkit", names);
     to_der.add_limits(texts(names), encodings(names), der_side_t::OUTPUT);
@@ -82,12 +82,12 @@ void add_name_sizes(registry_t& registry) {
     for (const std::size_t size : SIZES) {
         inputs.push_back({long_name(size)});
         row_t& to_text = registry.add_size("name to text", size);
-        to_text.expected.push_back(listed_values(inputs.back()[0]));
+        to_text.expected.push_back(listed_values(inputs.back()[0].rdns));
         to_text.add<to_text_t>("derkit", inputs.back());
     }
     for (const std::vector<name_t>& input : inputs) {
         row_t& to_der = registry.add_size("text to name", input[0].der.size());
-        to_der.expected.push_back(listed_attributes(input[0]));
+        to_der.expected.push_back(listed_attributes(input[0].rdns));
         to_der.add<to_der_t>("derkit", input);
     }
 }

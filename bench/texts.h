@@ -2,6 +2,7 @@
 #ifndef DERKIT_BENCH_TEXTS_H
 #define DERKIT_BENCH_TEXTS_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,8 @@ struct t61_text_t {
 // Short texts, most of them with accents.
 const std::vector<t61_text_t>& t61_texts();
 
-// Inputs of 20, 256 or 4096 bytes.
+inline constexpr std::size_t HEX_SIZES[] = {20, 256, 4096};
+// Inputs of one of these sizes.
 const std::vector<std::string>& bytes_for_hex(std::size_t size);
 
 struct cert_time_t {
