@@ -1,15 +1,17 @@
 /// @file
 /// Algorithm codes and their OIDs, DigestInfo, IKE signature algorithms, public keys.
-///
-/// All tables are constant and all functions safe from any thread on distinct arguments. Readers copy nothing:
-/// the views they fill point into the input, which must outlive the record; after a failure a record may be partly
-/// filled.
 #ifndef DERKIT_ASN_HELPER_H
 #define DERKIT_ASN_HELPER_H
 
 #include <string>
 
 #include "derkit/asn_types.h"
+
+/// @defgroup algorithms Algorithms and public keys
+/// All tables are constant and all functions safe from any thread on distinct arguments. Readers copy nothing:
+/// the views they fill point into the input, which must outlive the record; after a failure a record may be partly
+/// filled.
+/// @{
 
 /// Code of a key, hash or signature algorithm.
 ///
@@ -81,34 +83,52 @@ enum pki_alg_t : unsigned int {
     PKI_ALG_GOST_R_3411_3410_2001_SIGNALCOM = 0x0409010E
 };
 
-/// A view of constant bytes in the library: an OID's content octets or an encoded AlgorithmIdentifier.
+/// A view of constant bytes in the library, valid as long as it is loaded: an OID's content octets or an encoded
+/// AlgorithmIdentifier.
 struct oid_ref_t {
-    const unsigned char* data = nullptr;
-    unsigned int size = 0;
+    const unsigned char* data = nullptr; ///< first byte
+    unsigned int size = 0;               ///< number of bytes
 };
 
 /// What the forward lookups give when they find nothing: a null pointer and size 0.
 extern DERKIT_API const oid_ref_t g_null_oid;
 
-/// OID content octets of a hash algorithm, or g_null_oid.
+/// OID of a hash algorithm.
+/// @param alg  any value
+/// @return the OID's content octets, or g_null_oid when `alg` is no hash that has one
 DERKIT_API oid_ref_t PKI_HASH_ALG_TO_OID(pki_alg_t alg);
-/// OID content octets of a key algorithm, or g_null_oid.
+/// OID of a key algorithm.
+/// @param alg  any value
+/// @return the OID's content octets, or g_null_oid when `alg` is no key that has one
 DERKIT_API oid_ref_t PKI_KEY_ALG_TO_OID(pki_alg_t alg);
-/// OID content octets of a certificate's signature algorithm, or g_null_oid. All RSASSA-PSS codes share one OID.
+/// OID of a certificate's signature algorithm. All RSASSA-PSS codes share one.
+/// @param alg  any value
+/// @return the OID's content octets, or g_null_oid when `alg` is no signature algorithm that has one
 DERKIT_API oid_ref_t PKI_CERT_SIGN_ALG_TO_OID(pki_alg_t alg);
-/// Complete DER AlgorithmIdentifier of a signature algorithm for an IKE payload (RFC 7427), or g_null_oid.
+/// AlgorithmIdentifier of a signature algorithm for an IKE payload (RFC 7427).
+/// @param alg  any value
+/// @return complete DER, or g_null_oid when there is none
 DERKIT_API oid_ref_t asn_form_ike_signalg(pki_alg_t alg);
 
-/// Hash algorithm of an OID's content octets; 0 when unknown. An OID that several codes share gives the first,
-/// standard one.
+/// Hash algorithm of an OID. One that several codes share gives the first, standard one.
 /// @param oid   content octets, without identifier and length
 /// @param size  their number
+/// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_HASH_ALG(const void* oid, unsigned int size);
-/// Key algorithm of an OID. @copydetails PKI_OID_TO_HASH_ALG
+/// Key algorithm of an OID. One that several codes share gives the first, standard one.
+/// @param oid   content octets, without identifier and length
+/// @param size  their number
+/// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_KEY_ALG(const void* oid, unsigned int size);
-/// Signature algorithm of an OID. @copydetails PKI_OID_TO_HASH_ALG
+/// Signature algorithm of an OID. One that several codes share gives the first, standard one.
+/// @param oid   content octets, without identifier and length
+/// @param size  their number
+/// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_CERT_SIGN_ALG(const void* oid, unsigned int size);
-/// Hash, else key, else signature algorithm of an OID. @copydetails PKI_OID_TO_HASH_ALG
+/// Hash, else key, else signature algorithm of an OID. One that several codes share gives the first, standard one.
+/// @param oid   content octets, without identifier and length
+/// @param size  their number
+/// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned int size);
 
 /// An algorithm's OID inside the caller's input.
@@ -122,7 +142,8 @@ struct asn_ike_signalg_t {
     blob_t parameters; ///< everything behind the OID up to the end of the input
 
     /// Code of the algorithm. For RSASSA-PSS the hash comes from the parameters (RFC 4055 3.1), SHA-1 when they name
-    /// none. 0 when unknown or malformed.
+    /// none.
+    /// @return 0 when the algorithm is unknown or its parameters are malformed
     DERKIT_API pki_alg_t to_pki_alg() const;
 };
 
@@ -135,9 +156,13 @@ DERKIT_API void asn_add_alg_to_digest(std::string& digest, pki_alg_t hash);
 /// Reads the hash OID of a DigestInfo. The AlgorithmIdentifier must have parameters.
 /// @param out          view into `digest_info`; empty when the OID cannot be read, filled when what is behind it fails
 /// @param digest_info  must outlive `out`
+/// @return whether all of it was read
 DERKIT_API bool asn_read_alg_from_digest(asn_algorid_t* out, const std::string& digest_info);
 
 /// Reads an AlgorithmIdentifier of an IKE signature payload (RFC 7427).
+/// @param data  the SEQUENCE
+/// @param size  bytes available from `data` on
+/// @param out   views into `data`, which must outlive them
 /// @return 1, or 0 when there is no SEQUENCE with an OBJECT IDENTIFIER at its start
 DERKIT_API int asn_read_ike_signalg(const unsigned char* data, unsigned int size, asn_ike_signalg_t& out);
 
@@ -156,32 +181,45 @@ struct asn_rsa_pubkey_t {
 
 /// A GOST public key (RFC 4491, RFC 9215). The parameter sets are complete OBJECT IDENTIFIER elements.
 struct asn_gost_pubkey_t {
-    blob_t public_key_param_set;
-    blob_t digest_param_set;
-    blob_t encryption_param_set; ///< size 0 and null when absent
+    blob_t public_key_param_set; ///< OID of the curve
+    blob_t digest_param_set;     ///< OID of the digest's parameters
+    blob_t encryption_param_set; ///< OID of the cipher's parameters; size 0 and null when absent
     blob_t key;                  ///< the point: content of the OCTET STRING inside the key bits
 };
 
 /// A DSA signature value (RFC 3279 2.2.2).
 struct asn_dsa_certsign_t {
     blob_t r; ///< as it stands, leading zero octets included
-    blob_t s;
+    blob_t s; ///< as it stands, leading zero octets included
 };
 
 /// Reads a SubjectPublicKeyInfo. The BIT STRING is bounded by the input, not by the outer SEQUENCE.
+/// @param data  the SEQUENCE
 /// @param size  bytes available; a negative size fails, one above 2^32 - 1 counts as that
+/// @param out   views into `data`, which must outlive them
 /// @return 1, or 0 on failure. An empty BIT STRING succeeds with a key of size 0xFFFFFFFF, which the readers of keys
 ///         refuse: do not follow it.
 DERKIT_API int asn_read_pubkey(const unsigned char* data, long size, asn_pubkey_t& out);
 
-/// Reads the RSA key inside `key`. No sign or size checks. @return 1, or 0 on failure
+/// Reads the RSA key inside a public key (RFC 8017 A.1.1). No sign or size checks.
+/// @param key  as asn_read_pubkey() filled it; its algorithm is not looked at
+/// @param out  views into what `key` views
+/// @return 1, or 0 on failure
 DERKIT_API int asn_read_rsa_pubkey(const asn_pubkey_t& key, asn_rsa_pubkey_t& out);
 
-/// Reads the parameter sets and the point of the GOST key inside `key`. @return 1, or 0 on failure
+/// Reads the parameter sets and the point of a GOST public key.
+/// @param key  as asn_read_pubkey() filled it; its algorithm is not looked at
+/// @param out  views into what `key` views
+/// @return 1, or 0 on failure
 DERKIT_API int asn_read_gost_pubkey(const asn_pubkey_t& key, asn_gost_pubkey_t& out);
 
 /// Reads a DSA signature value. The second INTEGER is bounded by the input, not by the SEQUENCE.
+/// @param data  the SEQUENCE
+/// @param size  bytes available from `data` on
+/// @param out   views into `data`, which must outlive them
 /// @return 1, or 0 on failure
 DERKIT_API int asn_read_dsa_certsign(const unsigned char* data, unsigned int size, asn_dsa_certsign_t& out);
+
+/// @}
 
 #endif

@@ -7,6 +7,11 @@
 
 #include "derkit/asn_types.h"
 
+/// @defgroup oids Object identifiers and OID maps
+/// All functions are safe from any thread on distinct arguments; a map may be searched from any number of threads while
+/// none changes or releases it. The only exception is std::bad_alloc.
+/// @{
+
 /// Encodes dotted text as the content octets of an OBJECT IDENTIFIER (X.690 8.19).
 ///
 /// Leading zeros of an arc are ignored, arcs are limited to 32 bits, and a second arc of 40 or more is
@@ -49,11 +54,11 @@ struct OIDdescr_t {
     unsigned int oid_ln_size = 0;     ///< its length without the zero
 };
 
-struct OIDmaps_t;
+struct OIDmaps_t; // only the library sees inside
 
 /// Handle of an OID map. A default-constructed handle is empty.
 struct oid_map_handle_t {
-    OIDmaps_t* map = nullptr;
+    OIDmaps_t* map = nullptr; ///< the map, or a null pointer
 };
 
 /// Makes a map from text.
@@ -73,30 +78,43 @@ struct oid_map_handle_t {
 /// A map may be searched from any number of threads at once.
 DERKIT_API oid_map_handle_t oid_map_parse(const char* text, unsigned int size);
 
-/// Adds the lines of `text` to `map`; see oid_map_parse() for the format. What the map held wins on duplicates.
+/// Adds lines to a map; see oid_map_parse() for the format. What the map held wins on duplicates.
 ///
+/// @param map   what oid_map_parse() made
+/// @param text  the lines; needs no terminating zero and is not kept
+/// @param size  its length in bytes
 /// @throws std::bad_alloc; the lines before the one that failed stay in the map, and that one may be found by some
 ///         of its keys
 ///
 /// No other thread may use the map meanwhile.
 DERKIT_API void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned int size);
 
-/// Destroys a map made by oid_map_parse() with all its entries. An empty handle is ignored.
-/// Never give it one of the two ready-made maps.
+/// Destroys a map made by oid_map_parse() with all its entries.
+/// @param map  an empty handle is ignored; never one of the two ready-made maps. No other thread may use it.
 DERKIT_API void oid_map_release(oid_map_handle_t map);
 
 /// Finds an entry by the DER content octets of its OID.
 ///
 /// @param map   a handle that is not empty
+/// @param der   content octets, without identifier and length
+/// @param size  their number
 /// @return the entry, owned by the map and valid until its release; a null pointer when there is none.
 DERKIT_API const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned int size);
 
 /// Finds an entry by its dotted text, compared exactly as it stood in the map's text.
-/// @copydetails oid_map_find_asn
+///
+/// @param map   a handle that is not empty
+/// @param text  dotted text; needs no terminating zero
+/// @param size  its length in bytes
+/// @return the entry, owned by the map and valid until its release; a null pointer when there is none.
 DERKIT_API const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned int size);
 
 /// Finds an entry by its short name, without regard to ASCII case.
-/// @copydetails oid_map_find_asn
+///
+/// @param map   a handle that is not empty
+/// @param name  short name; needs no terminating zero
+/// @param size  its length in bytes
+/// @return the entry, owned by the map and valid until its release; a null pointer when there is none.
 DERKIT_API const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned int size);
 
 /// The built-in map: 23 attribute types of distinguished names (X.520, RFC 4519, RFC 2985).
@@ -106,5 +124,7 @@ extern DERKIT_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT;
 /// The built-in map and, behind it, the lines of `qaroids.cfg` in the system configuration directory, read
 /// once when the library is loaded. A file that is absent, empty or unreadable adds nothing.
 extern DERKIT_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE;
+
+/// @}
 
 #endif

@@ -1,6 +1,14 @@
 /// @file
 /// Distinguished names: DER to one-line text and back, and operations on the text.
-///
+#ifndef DERKIT_ASN_PRINTABLE_H
+#define DERKIT_ASN_PRINTABLE_H
+
+#include <string>
+
+#include "derkit/asn_oidmap.h"
+#include "derkit/asn_types.h"
+
+/// @defgroup names Distinguished names
 /// A printable DN is a line such as `CN=user1,OU=Sales+L=Town,O=Example,C=RU`: attributes `type=value`, joined
 /// by `+` within one RDN, RDNs joined by `,`. A value is plain, with backslash escapes (`\,` or two hexadecimal
 /// digits as in `\2C`), or stands in double quotes, or is `#` and the hexadecimal DER of a whole element.
@@ -9,13 +17,7 @@
 ///
 /// All functions are safe from any thread on distinct arguments; maps may be shared.
 /// The only exception that leaves them is std::bad_alloc.
-#ifndef DERKIT_ASN_PRINTABLE_H
-#define DERKIT_ASN_PRINTABLE_H
-
-#include <string>
-
-#include "derkit/asn_oidmap.h"
-#include "derkit/asn_types.h"
+/// @{
 
 /// What printable_dn_get_attr() hands back. Values other than PDN_GET_ATTR_VALUE count as PDN_GET_ATTR_PAIR.
 enum PrintableDnGetAttr : int {
@@ -34,6 +36,7 @@ enum PrintableDnOrder : int {
 /// Every RDN keeps its text and its own inner order. Blanks in front of an RDN travel with it:
 /// `CN=a, O=b` becomes ` O=b,CN=a`.
 ///
+/// @param dn  changed in place; its length stays
 /// @return `dn`, or a null pointer when the text does not parse; the text is untouched then.
 DERKIT_API char* printable_dn_reverse(char* dn);
 
@@ -51,10 +54,15 @@ DERKIT_API bool printable_dn_get_attr(const char* dn, const char* type, std::str
 /// A scan of the text alone: nothing is parsed and no blank is skipped, so `CN=a, O=b` does not contain `O=b`.
 /// A mismatch that is found on a comma of `dn` passes over the RDN behind it: `CN=a,CN=ab` does not contain
 /// `CN=ab`. An empty `rdns` is contained in an empty `dn` and in one that starts with a comma.
+///
+/// @param dn    zero-terminated DN
+/// @param rdns  zero-terminated RDNs, joined by `,`
+/// @return whether they stand there
 DERKIT_API bool printable_dn_contain_attrs(const char* dn, const char* rdns);
 
 /// Tells whether no attribute `CN` stands before the first attribute `C`; true also without any `C`.
-/// False when `dn` does not parse.
+/// @param dn  zero-terminated DN
+/// @return that, and false when `dn` does not parse
 DERKIT_API bool printable_dn_C_before_CN(const char* dn);
 
 /// Appends the text of a DER Name (X.501 9.2) to `out`.
@@ -82,6 +90,7 @@ DERKIT_API bool asn_dn_to_printable(const unsigned char* der, unsigned int len, 
 ///
 /// @param der       the element: tag, length and content
 /// @param len       bytes available from `der` on
+/// @param out       receives the name, in the place of or behind what it holds
 /// @param with_oid  put the dotted text in parentheses behind an algorithm's name
 /// @param map       may be empty
 /// @return false when there is no such element, or its content is malformed and has no name: what was appended of the
@@ -96,6 +105,7 @@ DERKIT_API bool asn_oid_to_printable(const unsigned char* der, unsigned int len,
 /// UTF8String; a `#` value brings its own. The members of a multi-valued RDN are written in text order, not
 /// sorted as X.690 11.6 asks.
 ///
+/// @param dn   zero-terminated DN
 /// @param der  receives the whole element in place of what it held, `dn` may lie there; untouched on failure
 /// @param map  short names of types; may be empty: only dotted OIDs are accepted then
 /// @return false when the text does not parse, a type is unknown or a value is malformed.
@@ -109,5 +119,7 @@ DERKIT_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_ha
 /// @param map  serves both directions; may be empty
 /// @return false when `in` does not encode, or the DER does not print (a `#` value can bring such DER).
 DERKIT_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der, oid_map_handle_t map);
+
+/// @}
 
 #endif

@@ -1,7 +1,5 @@
 /// @file
 /// ASN.1 primitives: one element's header, small INTEGERs, comparison of OIDs.
-///
-/// All functions are pure and may be called from any number of threads at once.
 #ifndef DERKIT_ASN_READER_H
 #define DERKIT_ASN_READER_H
 
@@ -9,6 +7,10 @@
 #include <string>
 
 #include "derkit/asn_types.h"
+
+/// @defgroup primitives ASN.1 primitives
+/// All functions are pure and may be called from any number of threads at once.
+/// @{
 
 /// Reads the identifier and the length of one element (X.690 8.1.2, 8.1.3).
 ///
@@ -46,12 +48,19 @@ DERKIT_API bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int&
 /// is written 01 80. Values without such an octet come out as DER. A 00 is put in front of a first octet
 /// with its top bit set; 0 is written as the single octet 00.
 ///
+/// @param value  any value
+/// @param out    receives the octets behind what it holds
 /// @throws std::bad_alloc when `out` cannot grow
 DERKIT_API void asn_write_INTEGER(unsigned int value, std::string& out);
 
-/// Tells whether the OBJECT IDENTIFIER content `oid` is exactly the `N` octets `der`.
+/// Compares an OBJECT IDENTIFIER with a constant one.
+/// @param oid  content octets, without identifier and length
+/// @param der  content octets of the other
+/// @return whether they are the same
 template <unsigned int N> inline bool asn_oid_equal_(const blob_t& oid, const unsigned char (&der)[N]) {
     return oid.size == N && std::memcmp(oid.data, der, N) == 0;
 }
+
+/// @}
 
 #endif

@@ -3,6 +3,9 @@
 #ifndef DERKIT_ASN_TYPES_H
 #define DERKIT_ASN_TYPES_H
 
+/// @addtogroup primitives
+/// @{
+
 /// Marks what the shared library exports; everything else is hidden.
 #define DERKIT_API __attribute__((visibility("default")))
 
@@ -41,5 +44,7 @@ struct asn_tag_t {
         CONTEXT_2 = 0xA2            ///< [2], constructed
     };
 };
+
+/// @}
 
 #endif

@@ -1,8 +1,5 @@
 /// @file
 /// PKCS#12 containers (RFC 7292) with cryptography supplied by the caller.
-///
-/// The only exception that the library itself throws is std::bad_alloc. Calls on distinct containers may run in
-/// parallel.
 #ifndef DERKIT_PKCS12_HELPER_H
 #define DERKIT_PKCS12_HELPER_H
 
@@ -11,6 +8,11 @@
 
 #include "derkit/asn_types.h"
 #include "derkit/pkcs8_helper.h"
+
+/// @defgroup containers PKCS#12 containers
+/// The only exception that the library itself throws is std::bad_alloc. Calls on distinct containers may run in
+/// parallel.
+/// @{
 
 /// A view of BMPString content: UTF-16, big-endian.
 struct bmp_string_t {
@@ -38,13 +40,16 @@ struct pkcs12_mac_t {
 ///
 /// It moves but does not copy: the bags of a copy would point into the source's plaintexts.
 struct pkcs12_easy_t {
-    std::list<pkcs12_bag_t> plain_bags;
+    std::list<pkcs12_bag_t> plain_bags;       ///< kept in the clear
     std::list<pkcs12_bag_t> encrypted_bags;   ///< decrypted shrouded keys too
     pkcs12_mac_t mac;                         ///< as read; written when make_mac declines
     std::list<std::string> decrypted_buffers; ///< own every decrypted plaintext; do not change them
 
-    pkcs12_easy_t() = default;
+    pkcs12_easy_t() = default; ///< An empty container.
+    /// Takes bags and plaintexts over; views stay valid.
     pkcs12_easy_t(pkcs12_easy_t&&) = default;
+    /// Takes bags and plaintexts over; views stay valid.
+    /// @return the container itself
     pkcs12_easy_t& operator=(pkcs12_easy_t&&) = default;
     pkcs12_easy_t(const pkcs12_easy_t&) = delete;
     pkcs12_easy_t& operator=(const pkcs12_easy_t&) = delete;
@@ -59,19 +64,37 @@ class pbe_crypto_t {
   public:
     /// Tells whether `mac` matches `data`: all that authSafe's [0] holds, which should be one complete OCTET STRING
     /// element (04, length, content). Nothing of it has been parsed yet.
+    /// @param mac   as the file has it
+    /// @param data  what the MAC covers
+    /// @param size  bytes of it
+    /// @return false ends the reading
     virtual bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) = 0;
 
     /// Fills `digest`, `salt` and `iterations` of `mac` for the same kind of data. What the views point to must
-    /// stay valid until the writer returns. False: no MAC was made, the container's own is written. Choose an iteration
-    /// count without a zero octet, such as 2000: see asn_write_INTEGER().
+    /// stay valid until the writer returns. Choose an iteration count without a zero octet, such as 2000: see
+    /// asn_write_INTEGER().
+    /// @param data  what the MAC is to cover
+    /// @param size  bytes of it
+    /// @param mac   arrives empty, with zero iterations
+    /// @return false: no MAC was made, the container's own is written
     virtual bool make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac) = 0;
 
-    /// Decrypts `data` under `params` into `out`, which arrives empty. The plaintext of an entry is an OCTET STRING
-    /// around a SafeContents; that of a shrouded key becomes its bag's value as it is. False: cannot be decrypted.
+    /// Decrypts `data` under `params`. The plaintext of an entry is an OCTET STRING around a SafeContents; that of a
+    /// shrouded key becomes its bag's value as it is.
+    /// @param params  as the file has them
+    /// @param data    ciphertext
+    /// @param size    bytes of it
+    /// @param out     receives the plaintext; arrives empty
+    /// @return false: cannot be decrypted; the entry or key is passed over
     virtual bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) = 0;
 
     /// Chooses `params` and puts the ciphertext of `data` into `out`. What the views of `params` point to must stay
-    /// valid until the writer returns; for the iteration count see make_mac. The result is not looked at.
+    /// valid until the writer returns; for the iteration count see make_mac.
+    /// @param data    plaintext
+    /// @param size    bytes of it
+    /// @param params  to be chosen; arrive empty
+    /// @param out     receives the ciphertext; arrives empty
+    /// @return not looked at
     virtual bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) = 0;
 
   protected:
@@ -81,7 +104,9 @@ class pbe_crypto_t {
 
 /// Reads the content of a MacData SEQUENCE.
 /// @param data  the content, without the SEQUENCE's own header
+/// @param size  bytes of it
 /// @param mac   views into `data`; may be partly filled after a failure
+/// @return whether it was read
 DERKIT_API bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& mac);
 
 /// Reads a PFX.
@@ -90,18 +115,24 @@ DERKIT_API bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkc
 /// is not id-data. Entries that are of another kind, or that cannot be decrypted, are skipped.
 ///
 /// @param data    the file's bytes; they must outlive the container, whose bags and MAC point into them
+/// @param size    their number
 /// @param crypto  never null
 /// @param easy    receives bags behind what it holds; after a failure it keeps those read so far, and all its
 ///                views stay valid
+/// @return whether it was read: whatever was passed over, there may be no bag at all
 DERKIT_API bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* crypto, pkcs12_easy_t& easy);
 
-/// Writes a PFX and assigns it to `out`, which bags may view: the plain bags in one id-data entry, the encrypted bags in
-/// one id-encryptedData entry. When anything is thrown `out` is unchanged.
+/// Writes a PFX and assigns it to `out`, which bags may view: the plain bags in one id-data entry, the encrypted bags
+/// in one id-encryptedData entry. When anything is thrown `out` is unchanged.
 ///
 /// Departs from RFC 7292: the MAC covers the whole OCTET STRING element, the encrypted plaintext is an OCTET STRING
 /// around the SafeContents, iteration counts lose their zero octets, and the length of an element of 65,536 octets or
-/// more comes out too short when one of its octets is zero.
+/// more comes out too short when one of its octets but the lowest is zero.
+/// @param easy    not changed
 /// @param crypto  never null
+/// @param out     receives the PFX in place of what it held
 DERKIT_API void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out);
+
+/// @}
 
 #endif

@@ -1,19 +1,21 @@
 /// @file
 /// GOST R 34.10 private keys: PKCS#8 (RFC 5208, RFC 5958) and PBES2 (RFC 8018) in the GOST profile.
-///
-/// Readers copy and allocate nothing: the views they fill point into the input, which must outlive the record.
-/// A record may be partly filled after a failure. Writers assign the finished element to `out`, which their input may
-/// view; the only exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on
-/// distinct arguments.
-///
-/// Lengths of 65,536 octets or more that hold a zero octet are written too short; keys and their parameters stay far
-/// below that.
 #ifndef DERKIT_PKCS8_HELPER_H
 #define DERKIT_PKCS8_HELPER_H
 
 #include <string>
 
 #include "derkit/asn_types.h"
+
+/// @defgroup keys GOST private keys
+/// Readers copy and allocate nothing: the views they fill point into the input, which must outlive the record.
+/// A record may be partly filled after a failure. Writers assign the finished element to `out`, which their input may
+/// view; the only exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on
+/// distinct arguments.
+///
+/// Lengths of 65,536 octets or more in which an octet but the lowest is zero are written too short; keys and their
+/// parameters stay far below that.
+/// @{
 
 /// A GOST private key.
 struct pkcs8_pki_gost_t {
@@ -36,7 +38,7 @@ struct pkcs5_pbe_gost_t {
 
 /// A GOST EncryptedPrivateKeyInfo.
 struct pkcs8_encrypted_pki_gost_t {
-    pkcs5_pbe_gost_t pbe;
+    pkcs5_pbe_gost_t pbe;  ///< how it is encrypted
     blob_t encrypted_data; ///< content octets of encryptedData
 };
 
@@ -44,32 +46,51 @@ struct pkcs8_encrypted_pki_gost_t {
 /// bytes behind the element are ignored.
 /// @param data  the SEQUENCE
 /// @param size  bytes available from `data` on
+/// @param out   views into `data`
+/// @return whether it was read
 DERKIT_API bool asn_read_pkcs8_priv_key_info(const unsigned char* data, unsigned int size,
                                              asn_pkcs8_priv_key_info_t& out);
 
 /// Reads a GOST PrivateKeyInfo whose privateKey holds an OCTET STRING. Parameter sets and key length are not
 /// checked. `key_type` may be set although the result is false.
+/// @param data  the SEQUENCE
+/// @param size  bytes available from `data` on
+/// @param out   view into `data`
+/// @return whether it was read; false also for another algorithm and for keys that are not in an OCTET STRING
 DERKIT_API bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkcs8_pki_gost_t& out);
 
 /// Writes a GOST PrivateKeyInfo with the parameter sets of its key type (CryptoPro A, or TC26 set A) and the
 /// GOST R 34.11-94 CryptoPro digest parameters. An unknown key type is written with empty OIDs.
+/// @param in   the key
+/// @param out  receives the element in place of what it held
 DERKIT_API void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out);
 
 /// Reads PBES2 parameters.
 /// @param data  content of the AlgorithmIdentifier, from the PBES2 OBJECT IDENTIFIER on (what
 ///              asn_write_pkcs5_pbe_gost() writes has the SEQUENCE around it)
 /// @param size  bytes of that content
-/// @param out   an iteration count of no octets at all leaves `iterations` as it was
+/// @param out   views into `data`; an iteration count of no octets at all leaves `iterations` as it was
+/// @return whether they were read; false also for every other scheme, key derivation or cipher
 DERKIT_API bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost_t& out);
 
 /// Writes the PBES2 AlgorithmIdentifier, SEQUENCE included. The iteration count is written by
 /// asn_write_INTEGER(): its zero octets are left out.
+/// @param in   the parameters
+/// @param out  receives the element in place of what it held
 DERKIT_API void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out);
 
 /// Reads an EncryptedPrivateKeyInfo. `encrypted_data` is filled also when the algorithm is then refused.
+/// @param data  the SEQUENCE
+/// @param size  bytes available from `data` on
+/// @param out   views into `data`
+/// @return whether it was read
 DERKIT_API bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int size, pkcs8_encrypted_pki_gost_t& out);
 
 /// Writes an EncryptedPrivateKeyInfo.
+/// @param in   parameters and ciphertext
+/// @param out  receives the element in place of what it held
 DERKIT_API void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, std::string& out);
+
+/// @}
 
 #endif

@@ -7,6 +7,10 @@
 
 #include "derkit/asn_types.h"
 
+/// @defgroup characters T.61 and UTF-8
+/// The functions are pure and may be called from any number of threads at once.
+/// @{
+
 /// Appends the UTF-8 form of T.61 text to `out`.
 ///
 /// A diacritic prefix (0xC1-0xCF) and the letter behind it give the precomposed character, with a space or a
@@ -28,5 +32,7 @@ DERKIT_API bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string&
 /// @param room  bytes that `buf` has room for; not looked at when `buf` is null
 /// @return the number of bytes; 0 when `room` is too small; -1 when `wc` has its top bit set.
 DERKIT_API int ldap_x_wc_to_utf8(char* buf, unsigned int wc, unsigned int room);
+
+/// @}
 
 #endif

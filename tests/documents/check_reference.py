@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""Makes the reference: Doxygen has nothing to warn about, and whatever the library exports stands in a group.
+
+Usage: check_reference.py DOXYGEN SOURCE EXPORTS DIRECTORY; the reference is DIRECTORY/html/index.html then.
+"""
+
+import subprocess
+import sys
+import xml.etree.ElementTree
+from pathlib import Path
+
+
+def make(doxygen: str, source: Path, directory: Path) -> bool:
+    directory.mkdir(parents=True, exist_ok=True)
+    settings = (source / "docs" / "Doxyfile").read_text()
+    settings += f"OUTPUT_DIRECTORY = {directory}\nGENERATE_TAGFILE = {directory / 'reference.tag'}\n"
+    return subprocess.run([doxygen, "-"], input=settings.encode(), cwd=source).returncode == 0
+
+
+def exported(exports: Path) -> set[str]:
+    """Names without arguments; of members, the last part."""
+    symbols = exports.read_text().split()
+    demangled = subprocess.run(["c++filt"], input="\n".join(symbols), capture_output=True, check=True, text=True).stdout
+    return {line.partition("(")[0].rpartition("::")[2] for line in demangled.splitlines()}
+
+
+def grouped(tag_file: Path) -> set[str]:
+    """Members of groups, and of the classes and namespaces in them."""
+    compounds = xml.etree.ElementTree.parse(tag_file).findall("compound")
+    by_name = {compound.findtext("name"): compound for compound in compounds}
+    names = set()
+    for group in compounds:
+        if group.get("kind") != "group":
+            continue
+        inner = [by_name[child.text] for child in group if child.tag in ("class", "namespace")]
+        for compound in [group, *inner]:
+            names |= {member.findtext("name") for member in compound.findall("member")}
+    return names
+
+
+def main() -> int:
+    doxygen, source, exports, directory = sys.argv[1], *map(Path, sys.argv[2:5])
+    if not make(doxygen, source, directory):
+        return 1
+    missing = exported(exports) - grouped(directory / "reference.tag")
+    for name in sorted(missing):
+        print(f"{name}: exported, but in no group of the reference")
+    return 1 if missing else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
