@@ -70,6 +70,7 @@ template <unsigned int N> struct asn_tag_t_ {
     unsigned char inline_buffer[inline_storage_size(N)];
 #pragma GCC diagnostic pop
 
+    // cppcheck-suppress uninitMemberVar ; octets are written before they count as content
     explicit asn_tag_t_(asn_tag_t::Type identifier)
         : tag(identifier), total_size(0), buffer(inline_buffer), capacity(N), content_size(0) {
         if constexpr (N != 0) {

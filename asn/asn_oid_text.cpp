@@ -81,6 +81,7 @@ bool read_subidentifier(const unsigned char*& p, const unsigned char* end, unsig
 // Collects text in front of a string, so that the string is touched once for many arcs.
 class arc_writer_t {
   public:
+    // cppcheck-suppress uninitMemberVar ; what is in front of end_ has been written
     explicit arc_writer_t(std::string& out) : out_(out) {}
 
     void add(unsigned int arc, bool last) {

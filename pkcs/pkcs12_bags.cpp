@@ -130,6 +130,7 @@ unsigned long long usual_size(const std::list<pkcs12_bag_t>& bags) {
 } // namespace
 
 // SafeContents ::= SEQUENCE OF SafeBag                                                              RFC 7292 4.2
+// cppcheck-suppress constParameter ; it changes what the wrap points to
 bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypted, pkcs12_easy_wrap_t& wrap) {
     asn_cursor_t in(data, size);
     asn_cursor_t safe_contents = in.enter(asn_tag_t::SEQUENCE);

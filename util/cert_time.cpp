@@ -151,6 +151,7 @@ cert_time64_t CertTimeFromLogStringGMT(const std::string& s) {
     unsigned int minute = 0;
     unsigned int second = 0;
     constexpr int NUM_FIELDS = 6;
+    // NOLINTNEXTLINE(cert-err34-c): whatever a number too large for its field gives, it is cut to fields below
     if (std::sscanf(s.c_str(), "%u.%u.%u %u:%u:%u", &year, &month, &day, &hour, &minute, &second) != NUM_FIELDS ||
         year < TM_BASE_YEAR || year >= YEAR_END || month == 0 || day == 0) {
         return CERT_TIME64_INVALID;

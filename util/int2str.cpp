@@ -41,7 +41,7 @@ void write_hex_block(const unsigned char* data, char* out) {
     unsigned char bytes[HEX_BLOCK_SIZE];
     unsigned char digits[2 * HEX_BLOCK_SIZE];
     std::memcpy(bytes, data, sizeof bytes);
-    for (unsigned int i = 0; i < HEX_BLOCK_SIZE; ++i) {
+    for (std::size_t i = 0; i < HEX_BLOCK_SIZE; ++i) {
         digits[2 * i] = hex_digit(bytes[i] >> 4);
         digits[2 * i + 1] = hex_digit(bytes[i] & 0x0F);
     }
