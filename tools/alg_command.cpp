@@ -101,7 +101,7 @@ std::string digest_info_prefix(pki_alg_t hash) {
 
 std::string code_text(pki_alg_t alg) {
     char text[sizeof "0x00040001"];
-    std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned int>(alg));
+    static_cast<void>(std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned int>(alg)));
     return text;
 }
 

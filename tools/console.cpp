@@ -17,7 +17,7 @@ void write(std::string_view object) {
 // Nothing can be said when standard error itself fails.
 void complain(const std::string& message) {
     const std::string line = "derkit: " + shown_text_t(message).str() + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr));
 }
 
 std::string join(std::string_view subject, std::string_view separator, std::string_view text) {

@@ -67,7 +67,7 @@ int run(int argc, char** argv, console_t& console) {
 
 int main(int argc, char** argv) {
     // A closed pipe is to be an error of writing like any other.
-    std::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     console_t console;
     try {
         return run(argc, argv, console);

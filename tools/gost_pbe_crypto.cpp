@@ -215,6 +215,7 @@ secret_t bmp_password(std::string_view utf8) {
     }
     secret_t password(wide->size() + TERMINATOR_SIZE);
     std::copy(wide->begin(), wide->end(), password.data());
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.InnerPointer): data() is asked for after the last change of the string
     wipe(wide->data(), wide->size());
     return password;
 }
@@ -225,8 +226,6 @@ gost_pbe_crypto_t::gost_pbe_crypto_t(const std::optional<secret_t>& password, co
     : password_(password), profile_(profile) {
     start_libgcrypt();
 }
-
-gost_pbe_crypto_t::~gost_pbe_crypto_t() = default;
 
 bool gost_pbe_crypto_t::verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) {
     verified_mac_key_.reset();
@@ -309,7 +308,7 @@ secret_t gost_pbe_crypto_t::derive_mac_key(const blob_t& salt, unsigned int iter
 }
 
 secret_t gost_pbe_crypto_t::derive_key(const blob_t& salt, unsigned int iterations, std::size_t size) const {
-    const std::string_view password = password_.has_value() ? password_->text() : std::string_view("", 0);
+    const std::string_view password = password_.has_value() ? password_->text() : std::string_view("");
     secret_t key(size);
     require(gcry_kdf_derive(password.data(), password.size(), GCRY_KDF_PBKDF2, GCRY_MD_GOSTR3411_CP, salt.data,
                             salt.size, iterations, key.size(), key.data()),

@@ -36,7 +36,7 @@ class gost_pbe_crypto_t final : public pbe_crypto_t {
     // empty one from its terminator.
     gost_pbe_crypto_t(const std::optional<secret_t>& password, container_profile_t profile);
     gost_pbe_crypto_t(std::optional<secret_t>&&, container_profile_t) = delete; // would refer to what is gone at once
-    ~gost_pbe_crypto_t();
+    ~gost_pbe_crypto_t() = default;
     gost_pbe_crypto_t(const gost_pbe_crypto_t&) = delete;
     gost_pbe_crypto_t& operator=(const gost_pbe_crypto_t&) = delete;
 

@@ -2,7 +2,7 @@
 #ifndef DERKIT_TOOLS_HELP_H
 #define DERKIT_TOOLS_HELP_H
 
-namespace CLI {
+namespace CLI { // NOLINT(readability-identifier-naming): that library's name
 class App;
 }
 

@@ -7,7 +7,7 @@
 
 #include "derkit/asn_oidmap.h"
 
-namespace CLI {
+namespace CLI { // NOLINT(readability-identifier-naming): that library's name
 class App;
 }
 

@@ -52,7 +52,7 @@ inline std::string encode_content(const der_t& element) {
 }
 
 inline std::string encode(const der_t& element) {
-    const std::string content = encode_content(element);
+    std::string content = encode_content(element);
     if (element.tag < 0) {
         return content;
     }

@@ -37,6 +37,8 @@ inline bool allocation_fails(std::size_t size) {
     return chosen || size > allocator.max_size;
 }
 
+// A program has one of each, so they may not be inline; it includes this header in one source.
+// NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void* operator new(std::size_t size) {
     void* const block = allocation_fails(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (block == nullptr) {
@@ -46,24 +48,29 @@ void* operator new(std::size_t size) {
     return block;
 }
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void operator delete(void* block) noexcept {
     allocator.num_live -= block != nullptr ? 1 : 0;
     std::free(block);
 }
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void operator delete(void* block, std::size_t) noexcept {
     operator delete(block);
 }
 
 // A sanitizer's own forms for arrays would not come here.
+// NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void* operator new[](std::size_t size) {
     return operator new(size);
 }
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void operator delete[](void* block) noexcept {
     operator delete(block);
 }
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void operator delete[](void* block, std::size_t) noexcept {
     operator delete(block);
 }

@@ -11,7 +11,8 @@
 
 // The whole of `text` in another encoding; nothing when it does not convert.
 inline std::optional<std::string> iconv_text(const char* from, const char* to, std::string_view text) {
-    const iconv_t converter = iconv_open(to, from);
+    iconv_t converter = iconv_open(to, from);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C library says so that it failed
     if (converter == reinterpret_cast<iconv_t>(-1)) {
         throw std::runtime_error(std::string("the C library does not convert ") + from + " to " + to);
     }
