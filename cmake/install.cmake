@@ -31,13 +31,15 @@ function(derkit_install libdir runtime runtime_doc development development_doc t
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${options})
   install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${development_doc} ${options})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${development_doc} ${options}
-    FILES_MATCHING PATTERN *.md PATTERN *.cpp PATTERN man EXCLUDE)
+    FILES_MATCHING PATTERN *.md PATTERN man EXCLUDE)
   derkit_install_man_pages(3 ${options})
   derkit_install_man_pages(5 ${options})
 
   if(TARGET derkit_tool)
     set(options COMPONENT ${tools} ${ARGN})
     install(TARGETS derkit_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${options})
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/derkit.bash RENAME derkit
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions OPTIONAL ${options})
     derkit_install_man_pages(1 ${options})
   endif()
 endfunction()

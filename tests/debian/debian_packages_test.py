@@ -137,9 +137,12 @@ class DebianPackagesTest(unittest.TestCase):
         self.assertEqual(sorted(lines[2:]), sorted(f" {symbol} 1.0.0" for symbol in exported))
         self.assertGreater(len(exported), 50)
 
-    def test_lintian_finds_no_error(self):
+    def test_lintian_finds_no_fault(self):
         # The packages are not uploaded to Debian, where a first version closes the bug that asked for it.
-        run("lintian", "--allow-root", "--fail-on", "error", "--suppress-tags", "initial-upload-closes-no-bugs",
+        ignored = ["initial-upload-closes-no-bugs"]
+        if not (SOURCE / "docs/man/derkit.1").exists():
+            ignored.append("no-manual-page")
+        run("lintian", "--allow-root", "--fail-on", "error,warning", "--suppress-tags", ",".join(ignored),
             *MADE.values())
 
 
