@@ -80,7 +80,8 @@ struct oid_to_text_t {
     std::string shown(const oid_t&) const { return text; }
 };
 
-// Reading by hand: a position in an enclosing element. Once a read fails, so do all that follow.
+// Reading by hand: a position in an enclosing element, and its end. A failed read leaves nothing to read, so that all
+// that follow fail too.
 class reader_t {
   public:
     reader_t(const unsigned char* data, std::size_t size) : p_(const_cast<unsigned char*>(data)), end_(data + size) {}
@@ -88,12 +89,7 @@ class reader_t {
 
     std::string_view read(int tag) {
         std::size_t size = 0;
-        if (mbedtls_asn1_get_tag(&p_, end_, &size, tag) != 0) {
-            return fail();
-        }
-        const unsigned char* const content = p_;
-        p_ += size;
-        return as_chars(content, size);
+        return mbedtls_asn1_get_tag(&p_, end_, &size, tag) == 0 ? take(size) : fail();
     }
     std::string_view read_any() {
         std::size_t size = 0;
@@ -101,22 +97,17 @@ class reader_t {
             return fail();
         }
         ++p_;
-        if (mbedtls_asn1_get_len(&p_, end_, &size) != 0) {
-            return fail();
-        }
-        const unsigned char* const content = p_;
-        p_ += size;
-        return as_chars(content, size);
+        return mbedtls_asn1_get_len(&p_, end_, &size) == 0 ? take(size) : fail();
     }
     // An element with its header.
     std::string_view read_whole(int tag) {
         const unsigned char* const start = p_;
         read(tag);
-        return as_chars(start, static_cast<std::size_t>(p_ - start));
+        return ok() ? as_chars(start, static_cast<std::size_t>(p_ - start)) : std::string_view();
     }
     reader_t enter(int tag) { return reader_t(read(tag)); }
     bool next_is(int tag) const { return p_ != end_ && *p_ == tag; }
-    // An INTEGER of up to 32 bits.
+    // An INTEGER of up to 31 bits.
     int read_int() {
         int value = 0;
         if (mbedtls_asn1_get_int(&p_, end_, &value) != 0) {
@@ -130,16 +121,20 @@ class reader_t {
         bits.remove_prefix(bits.empty() ? 0 : 1);
         return reader_t(bits);
     }
-    bool ok() const { return ok_; }
+    bool ok() const { return p_ != nullptr; }
 
   private:
     unsigned char* p_;
     const unsigned char* end_;
-    bool ok_ = true;
 
+    std::string_view take(std::size_t size) {
+        const unsigned char* const content = p_;
+        p_ += size;
+        return as_chars(content, size);
+    }
     std::string_view fail() {
-        ok_ = false;
-        p_ = const_cast<unsigned char*>(end_);
+        p_ = nullptr;
+        end_ = nullptr;
         return std::string_view();
     }
 };

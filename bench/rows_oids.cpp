@@ -1,6 +1,6 @@
 // Object identifiers: text to DER and back, short names by OID and back.
 #include <algorithm>
-#include <memory>
+#include <set>
 
 #include "der.h"
 #include "derkit/asn_oidmap.h"
@@ -29,11 +29,24 @@ struct to_text_t {
     std::string shown(const oid_t&) const { return text; }
 };
 
+// Letters at random, two to about twenty of them, as in the names that people give.
+std::string make_up_name(unsigned int seed) {
+    std::string name;
+    for (const char c : noise(2 + seed * 7919 % 19, seed)) {
+        name.push_back(static_cast<char>('A' + static_cast<unsigned char>(c) % 26));
+    }
+    return name;
+}
+
 std::vector<named_oid_t> make_up_named_oids() {
     std::vector<named_oid_t> list;
-    for (unsigned int i = 0; i < NUM_LINES; ++i) {
-        const std::string name = "ATTRIBUTE-" + std::to_string(i * 7919 % NUM_LINES);
-        list.push_back({make_oid("1.3.6.1.4.1." + std::to_string(i * i + 1) + "." + std::to_string(i)), name, name});
+    std::set<std::string> seen;
+    for (unsigned int i = 0; list.size() < NUM_LINES; ++i) {
+        const std::string name = make_up_name(i);
+        if (seen.insert(name).second) {
+            list.push_back(
+                {make_oid("1.3.6.1.4.1." + std::to_string(i * i + 1) + "." + std::to_string(i)), name, name});
+        }
     }
     return list;
 }

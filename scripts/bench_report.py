@@ -82,7 +82,9 @@ def number(value, digits=3):
 
 
 def ratio_text(value):
-    return "–" if value is None else f"{value:.3f}" if value < 0.1 else f"{value:.2f}"
+    if value is None:
+        return "–"
+    return f"{value:.2f}" if value >= 0.1 else f"{value:.3f}" if value >= 0.001 else f"{value:.1g}"
 
 
 def table(head, lines):
@@ -349,7 +351,8 @@ standard library), and the allocations meanwhile. Sizes in bytes, of the strippe
         if not (results / f"{preset}.time.json").exists():
             continue
         other = read_results(results, preset)[0]
-        parts.append(f"## {name}\n\nWithout peers but the C library.\n\n{times_table(other)}\n{costs_table(other)}")
+        parts.append(f"## {name}\n\nWithout peers but the C library. The maps have other names than on x86-64, where "
+                     f"they are those of OpenSSL.\n\n{costs_table(other)}\n{contenders_table(other)}")
     parts.append(f"## All peers, x86-64\n\n{contenders_table(rows)}")
     (docs / "performance.md").write_text("\n".join(parts))
 
