@@ -7,7 +7,7 @@
 
 #include "tools/secret.h"
 
-namespace CLI {
+namespace CLI { // NOLINT(readability-identifier-naming): that library's name
 class App;
 }
 

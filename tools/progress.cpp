@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds INTERVAL(200);
 constexpr std::size_t USUAL_WIDTH = 80;
 
 void write(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
 
 std::size_t terminal_width() {

@@ -36,7 +36,7 @@ cert_time64_t pack_utc(long seconds) {
     if (gmtime_r(&time, &utc) == nullptr || utc.tm_year < 0 || utc.tm_year > LAST_YEAR - FIRST_YEAR) {
         return CERT_TIME64_INVALID;
     }
-    cert_time64_t packed = static_cast<cert_time64_t>(utc.tm_year + FIRST_YEAR);
+    cert_time64_t packed = static_cast<cert_time64_t>(utc.tm_year) + FIRST_YEAR;
     for (const int field : {utc.tm_mon, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec}) {
         packed = packed << 8 | static_cast<cert_time64_t>(field);
     }
