@@ -218,11 +218,10 @@ void oid_map_release(oid_map_handle_t map) {
     delete map.map;
 }
 
+// Searching changes no key; entries have pointers to what the map may change.
+
 const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned int size) {
-    OIDdescr_t key;
-    key.oid_asn = const_cast<unsigned char*>(der);
-    key.oid_asn_size = size;
-    return map.map->shortcut_by_asn.find(map.map->by_asn, key);
+    return map.map->shortcut_by_asn.find(map.map->by_asn, const_cast<unsigned char*>(der), size);
 }
 
 const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned int size) {
@@ -234,8 +233,5 @@ const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsig
 }
 
 const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned int size) {
-    OIDdescr_t key;
-    key.oid_sn = const_cast<char*>(name);
-    key.oid_sn_size = size;
-    return map.map->shortcut_by_sn.find(map.map->by_sn, key);
+    return map.map->shortcut_by_sn.find(map.map->by_sn, const_cast<char*>(name), size);
 }

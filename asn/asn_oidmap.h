@@ -40,11 +40,11 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
         }
     }
 
-    // The entry of the index whose key equals that of `key`, or null.
-    const OIDdescr_t* find(const index_t& index, OIDdescr_t& key) const {
+    // The entry of the index that has this key, or null.
+    template <typename POINTER> const OIDdescr_t* find(const index_t& index, POINTER key, unsigned int size) const {
         key_digest_t digest;
-        if (slots_.empty() || !COMPARE::digest(key.*KEY, key.*KEY_SIZE, digest)) {
-            return find_in_order(index, key);
+        if (slots_.empty() || !COMPARE::digest(key, size, digest)) {
+            return find_in_order(index, key, size);
         }
         const std::size_t home = digest.hash();
         for (std::size_t i = 0; i < MAX_PROBES; ++i) {
@@ -52,11 +52,11 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
             if (slot.entry == nullptr) {
                 return nullptr;
             }
-            if (slot.digest == digest && COMPARE::equal(digest, slot.entry->*KEY, key.*KEY)) {
+            if (slot.digest == digest && COMPARE::equal(digest, slot.entry->*KEY, key)) {
                 return slot.entry;
             }
         }
-        return find_in_order(index, key);
+        return find_in_order(index, key, size);
     }
 
   private:
@@ -94,8 +94,12 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
         }
     }
 
-    static const OIDdescr_t* find_in_order(const index_t& index, OIDdescr_t& key) {
-        const auto found = index.find(&key);
+    template <typename POINTER>
+    static const OIDdescr_t* find_in_order(const index_t& index, POINTER key, unsigned int size) {
+        OIDdescr_t wanted;
+        wanted.*KEY = key;
+        wanted.*KEY_SIZE = size;
+        const auto found = index.find(&wanted);
         return found == index.end() ? nullptr : *found;
     }
 };
