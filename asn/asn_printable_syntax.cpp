@@ -44,11 +44,6 @@ std::string_view type_of(const RDNdescr_t& attribute) {
     return std::string_view(attribute.type_begin, static_cast<std::size_t>(attribute.type_end - attribute.type_begin));
 }
 
-bool parse(const char* dn, std::vector<RDNdescr_t>& out) {
-    out.reserve(USUAL_NUM_ATTRIBUTES);
-    return printable_dn_parse(dn, out) != 0;
-}
-
 } // namespace
 
 dn_reader_t::dn_reader_t(const char* dn) : p_(skip_blanks(dn)), at_end_(*p_ == '\0') {}
@@ -109,7 +104,8 @@ int printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
 
 char* printable_dn_reverse(char* dn) {
     std::vector<RDNdescr_t> attributes;
-    if (!parse(dn, attributes)) {
+    attributes.reserve(USUAL_NUM_ATTRIBUTES);
+    if (printable_dn_parse(dn, attributes) == 0) {
         return nullptr;
     }
     if (attributes.size() < 2) {
@@ -133,18 +129,21 @@ char* printable_dn_reverse(char* dn) {
 }
 
 bool printable_dn_get_attr(const char* dn, const char* type, std::string& out, PrintableDnGetAttr what) {
-    std::vector<RDNdescr_t> attributes;
-    if (!parse(dn, attributes)) {
-        return false;
-    }
     const std::string_view wanted(type);
-    const auto found = std::find_if(attributes.cbegin(), attributes.cend(),
-                                    [wanted](const RDNdescr_t& attribute) { return type_of(attribute) == wanted; });
-    if (found == attributes.cend()) {
+    dn_reader_t reader(dn);
+    RDNdescr_t found;
+    bool is_found = false;
+    for (RDNdescr_t attribute; reader.next(attribute);) {
+        if (!is_found && type_of(attribute) == wanted) {
+            found = attribute;
+            is_found = true;
+        }
+    }
+    if (!is_found || reader.failed()) {
         return false;
     }
-    const char* const begin = what == PDN_GET_ATTR_VALUE ? found->value_begin : found->type_begin;
-    append_text(out, std::string_view(begin, static_cast<std::size_t>(found->value_end - begin)));
+    const char* const begin = what == PDN_GET_ATTR_VALUE ? found.value_begin : found.type_begin;
+    append_text(out, std::string_view(begin, static_cast<std::size_t>(found.value_end - begin)));
     return true;
 }
 
@@ -186,16 +185,16 @@ bool printable_dn_contain_attrs(const char* dn, const char* rdns) {
 }
 
 bool printable_dn_C_before_CN(const char* dn) {
-    std::vector<RDNdescr_t> attributes;
-    if (!parse(dn, attributes)) {
-        return false;
-    }
+    dn_reader_t reader(dn);
+    bool seen_C = false;
     bool seen_CN = false;
-    for (const RDNdescr_t& attribute : attributes) {
-        if (type_of(attribute) == "C") {
-            return !seen_CN;
+    bool CN_first = false;
+    for (RDNdescr_t attribute; reader.next(attribute);) {
+        if (!seen_C && type_of(attribute) == "C") {
+            seen_C = true;
+            CN_first = seen_CN;
         }
         seen_CN = seen_CN || type_of(attribute) == "CN";
     }
-    return true;
+    return !reader.failed() && !CN_first;
 }
