@@ -33,7 +33,7 @@ int end_of_parsing(const CLI::App& app, const CLI::ParseError& end, console_t& c
 }
 
 int run(int argc, char** argv, console_t& console) {
-    CLI::App app("Shows certificates, names, keys and PKCS#12 containers as text, and makes some of them", "derkit");
+    CLI::App app("Shows certificates, names, keys and PKCS#12 containers as text, and makes some", "derkit");
     set_help_layout(app);
     app.set_version_flag("--version", "derkit " DERKIT_VERSION, "Show the version");
     app.footer("derkit SUBCOMMAND --help tells of one of them, man derkit of all.\n"

@@ -1,0 +1,173 @@
+#!/usr/bin/env python3
+"""The manual pages and the completion of bash know what the tool and the library have, and nothing else.
+
+DERKIT_TOOL names the tool, DERKIT_SOURCE the source tree, DERKIT_EXPORTS the list of exported symbols.
+"""
+
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+TOOL = os.environ["DERKIT_TOOL"]
+SOURCE = Path(os.environ["DERKIT_SOURCE"])
+EXPORTS = Path(os.environ["DERKIT_EXPORTS"])
+PAGES = sorted((SOURCE / "docs" / "man").iterdir())
+PASSWORD = {"--password-file", "--password-env", "--password-stdin", "--password-ask"}
+
+
+def page(name):
+    return (SOURCE / "docs" / "man" / name).read_text(encoding="utf-8")
+
+
+def help_of(*subcommand):
+    return subprocess.run([TOOL, *subcommand, "--help"], capture_output=True, check=True, text=True).stdout
+
+
+def options_of(*subcommand):
+    return set(re.findall(r"^  (?:-\w, )?(--[\w-]+)", help_of(*subcommand), re.MULTILINE))
+
+
+def subcommands_of(*subcommand):
+    _, _, listed = help_of(*subcommand).partition("\nSubcommands:\n")
+    return re.findall(r"^  (\w+) ", listed.partition("\n\n")[0], re.MULTILINE)
+
+
+def all_subcommands():
+    """Those that have none of their own."""
+    found = []
+    for name in subcommands_of():
+        inner = subcommands_of(name)
+        found += [(name, other) for other in inner] or [(name,)]
+    return found
+
+
+class ManualPages(unittest.TestCase):
+    def test_no_formatter_warns(self):
+        for path in PAGES:
+            for command in (
+                ["mandoc", "-Tlint", "-Wwarning", path],
+                ["groff", "-ww", "-mandoc", "-Tutf8", "-z", path],
+                ["man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z", path],
+            ):
+                done = subprocess.run(command, capture_output=True, env=dict(os.environ, LC_ALL="C.UTF-8"))
+                said = done.stderr if command[0] == "man" else done.stdout + done.stderr
+                self.assertEqual((done.returncode, said.decode()), (0, ""), command)
+
+    def test_the_three_pages_are_there(self):
+        self.assertEqual([path.name for path in PAGES], ["derkit.1", "derkit.3", "qaroids.cfg.5"])
+
+    def test_pages_that_are_referred_to_are_there(self):
+        others = {("openssl", "1")}
+        for path in PAGES:
+            for reference in re.findall(r"(?:^\.|\s)Xr (\S+) (\d)", path.read_text(), re.MULTILINE):
+                self.assertTrue(reference in others or ".".join(reference) in map(lambda p: p.name, PAGES), reference)
+
+
+class ToolPage(unittest.TestCase):
+    def synopses(self):
+        """Subcommand to its options, of the page's synopsis."""
+        text = page("derkit.1").partition(".Sh SYNOPSIS\n")[2].partition(".Sh DESCRIPTION")[0]
+        synopses = {}
+        for entry in text.split(".Nm\n")[1:]:
+            if name := re.match(r"\.Cm ([\w ]+)\n", entry):
+                options = {"-" + option for option in re.findall(r"Fl (-[\w-]+)", entry)}
+                if "password-option" in entry:
+                    options |= PASSWORD | ({"--no-password"} if name[1] in ("p12 show", "p12 extract") else set())
+                synopses[tuple(name[1].split())] = options
+        return synopses
+
+    def test_synopses_have_every_subcommand_with_its_options(self):
+        synopses = self.synopses()
+        self.assertEqual(set(synopses), set(all_subcommands()))
+        for subcommand, options in synopses.items():
+            self.assertEqual(options | {"--help"}, options_of(*subcommand), subcommand)
+
+    def test_every_subcommand_has_a_paragraph(self):
+        titles = re.findall(r"^\.Ss (.*)$", page("derkit.1"), re.MULTILINE)
+        self.assertEqual(titles[: len(all_subcommands())], [" ".join(name) for name in all_subcommands()])
+
+    def test_every_option_is_described(self):
+        described = set()
+        for line in re.findall(r"^\.It Fl (.*)$", page("derkit.1"), re.MULTILINE):
+            described |= {"-" + option for option in re.findall(r"(-[\w-]+)", line)}
+        wanted = options_of().union(*(options_of(*name) for name in all_subcommands()))
+        self.assertEqual(described, wanted)
+
+
+class LibraryPage(unittest.TestCase):
+    def test_it_names_what_is_exported_and_nothing_else(self):
+        symbols = EXPORTS.read_text()
+        demangled = subprocess.run(["c++filt"], input=symbols, capture_output=True, check=True, text=True).stdout
+        exported = {line.partition("(")[0].rpartition("::")[2] for line in demangled.splitlines()}
+        named = set(re.findall(r"^\.(?:Fn|Va) (\w+)", page("derkit.3"), re.MULTILINE))
+        self.assertEqual(named, exported)
+
+    def test_its_example_compiles(self):
+        program = page("derkit.3").partition(".Bd -literal -offset indent\n")[2].partition(".Ed")[0]
+        done = subprocess.run(
+            ["g++", "-std=c++14", "-Wall", "-Wextra", "-Werror", "-fsyntax-only", "-I", SOURCE / "include", "-xc++", "-"],
+            input=program.replace("\\e", "\\").encode(), stderr=subprocess.PIPE,
+        )
+        self.assertEqual((done.returncode, done.stderr.decode()), (0, ""))
+
+
+class Help(unittest.TestCase):
+    def test_no_line_is_wider_than_a_terminal_and_none_is_empty_at_the_end(self):
+        for name in [(), ("p12",), *all_subcommands()]:
+            text = help_of(*name)
+            self.assertEqual([line for line in text.splitlines() if len(line) > 80 or line != line.rstrip()], [], name)
+            self.assertRegex(text, r"[^\n]\n\Z")
+
+    def test_its_examples_that_need_no_file_work(self):
+        examples = re.findall(r"^  (derkit (?:dn|oid|alg|time) .*)$", "".join(map(lambda n: help_of(*n), all_subcommands())),
+                              re.MULTILINE)
+        self.assertEqual(len(examples), 9)
+        for example in examples:
+            done = subprocess.run(example.replace("derkit", TOOL, 1), shell=True, capture_output=True)
+            self.assertEqual((done.returncode, done.stderr), (0, b""), example)
+
+
+class Completion(unittest.TestCase):
+    def complete(self, *words, folder="/"):
+        """What is offered for the last word."""
+        script = '. "$1"; shift; COMP_WORDS=(derkit "$@") COMP_CWORD=$#; _derkit; printf "%s\\n" "${COMPREPLY[@]}"'
+        done = subprocess.run(
+            ["bash", "-euc", script, "bash", SOURCE / "tools" / "completion" / "derkit.bash", *words],
+            capture_output=True, text=True, cwd=folder,
+        )
+        self.assertEqual((done.returncode, done.stderr), (0, ""), words)
+        return done.stdout.split()
+
+    def test_subcommands(self):
+        self.assertEqual(self.complete(""), subcommands_of())
+        self.assertEqual(self.complete("c"), ["cert"])
+        self.assertEqual(self.complete("p12", ""), subcommands_of("p12"))
+        self.assertEqual(self.complete("p12", "e"), ["extract"])
+
+    def test_options(self):
+        self.assertEqual(set(self.complete("--")), options_of())
+        for name in all_subcommands():
+            self.assertEqual(set(self.complete(*name, "--")), options_of(*name), name)
+        self.assertEqual(self.complete("cert", "--ro"), ["--round-trip"])
+
+    def test_values(self):
+        self.assertEqual(self.complete("cert", "--order", ""), ["as-encoded", "reversed"])
+        self.assertEqual(self.complete("p12", "make", "--profile", "n"), ["native"])
+        self.assertEqual(self.complete("key", "--password-env", "HOM"), ["HOME"])
+        self.assertEqual(self.complete("dn", "--get", ""), [])
+
+    def test_files(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for name in "one.pem", "other.pem":
+                Path(folder, name).touch()
+            for words in ["cert"], ["cert", "one.pem"], ["spki"], ["key"], ["p12", "show"], ["p12", "make", "--cert"], \
+                    ["dn", "--oid-map"], ["p12", "extract", "--out"], ["key", "--password-file"]:
+                self.assertEqual(sorted(self.complete(*words, "o", folder=folder)), ["one.pem", "other.pem"], words)
+            self.assertEqual(self.complete("dn", "o", folder=folder), [])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,52 @@
+# Completion of derkit's command line for bash.
+
+_derkit() {
+  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local subcommands="cert spki dn oid alg time key p12"
+  local password="--password-file --password-env --password-stdin --password-ask"
+
+  # The subcommand, and how many words of the line name it.
+  local subcommand=${COMP_WORDS[1]} depth=1
+  if [[ $subcommand == p12 ]]; then
+    subcommands="show extract make"
+    subcommand="p12 ${COMP_WORDS[2]-}"
+    depth=2
+  fi
+
+  local options=--help values= files=false
+  COMPREPLY=()
+  if ((COMP_CWORD <= depth)); then
+    ((depth == 1)) && options="--help --version"
+    values=$subcommands
+  else
+    case $subcommand in
+    cert) options+=" --order --oid-map --json --local --round-trip" files=true ;;
+    spki) options+=" --oid-map --json" files=true ;;
+    dn) options+=" --reverse --der --hex --get --oid-map --json" ;;
+    oid) options+=" --oid-map --json" ;;
+    alg | time) options+=" --json" ;;
+    key) options+=" $password --json --reveal" files=true ;;
+    "p12 show") options+=" $password --no-password --oid-map --json" files=true ;;
+    "p12 extract") options+=" --out $password --no-password --force --partial" files=true ;;
+    "p12 make") options+=" --key --cert --name --profile --out $password --force" ;;
+    esac
+    case $previous in
+    --order) values="as-encoded reversed" files=false ;;
+    --profile) values="standard native" files=false ;;
+    --password-env) mapfile -t COMPREPLY < <(compgen -e -- "$word") && return ;;
+    --oid-map | --password-file | --key | --cert | --out) files=true ;;
+    --get | --name) return ;;
+    esac
+  fi
+
+  if [[ $word == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+  elif $files; then
+    compopt -o filenames 2>/dev/null || true # fails when nothing is being completed
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+  else
+    mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
+  fi
+}
+
+complete -F _derkit derkit
