@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Containers that lack a part, or have something else in its place, as "derkit p12" tells of them: DERKIT_TOOL names the
-tool. Their MACs are right, so that what is inside is read."""
+"""Containers that lack a part, or have something else in its place, as "derkit p12" tells of them.
+
+DERKIT_TOOL names the tool. The MACs are right, so that what is inside is read."""
 
 import json
 import os

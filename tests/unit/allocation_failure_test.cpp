@@ -1,5 +1,5 @@
-// Every function that takes memory, on an input of full size, with its first allocation failing, then the second, and so
-// on until it succeeds: what comes out is std::bad_alloc and nothing else, nothing is leaked, outputs hold what the
+// Every function that takes memory, on an input of full size, with its first allocation failing, then the second, and
+// so on until it succeeds: what comes out is std::bad_alloc and nothing else, nothing is leaked, outputs hold what the
 // headers say, and the same call works right afterwards.
 #include <gtest/gtest.h>
 

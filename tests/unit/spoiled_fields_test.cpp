@@ -1,5 +1,5 @@
-// Classes of faults that readers of such records have had elsewhere: lengths that overflow, memory taken because a length
-// asked for it, and fields without content. Every element of every record in turn.
+// Classes of faults that readers of such records have had elsewhere: lengths that overflow, memory taken because a
+// length asked for it, and fields without content. Every element of every record in turn.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,5 +1,5 @@
-// Classes of faults that peers have had with text: arcs of OIDs past their integers, characters of wide strings, blanks,
-// texts that end inside an escape, and lists of awkward lengths.
+// Classes of faults that peers have had with text: arcs of OIDs past their integers, characters of wide strings,
+// blanks, texts that end inside an escape, and lists of awkward lengths.
 #include <gtest/gtest.h>
 
 #include <algorithm>
