@@ -38,7 +38,7 @@ function(derkit_install libdir runtime runtime_doc development development_doc t
   if(TARGET derkit_tool)
     set(options COMPONENT ${tools} ${ARGN})
     install(TARGETS derkit_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${options})
-    install(FILES ${PROJECT_SOURCE_DIR}/tools/derkit.bash RENAME derkit
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/completion/derkit.bash RENAME derkit
       DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions OPTIONAL ${options})
     derkit_install_man_pages(1 ${options})
   endif()

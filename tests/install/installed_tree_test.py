@@ -19,6 +19,7 @@ COMPILER = [os.environ["CXX"], *shlex.split(os.environ["CXXFLAGS"])]
 CONSUMER = SOURCE / "tests/install/consumer"
 TIME_LIMIT = 240
 PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # what the consumer prints
+MANUALS = {page.name: f"share/man/man{page.suffix[1:]}/{page.name}" for page in (SOURCE / "docs/man").glob("*.[1-8]")}
 HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
 
 
@@ -60,15 +61,15 @@ class InstalledTreeTest(unittest.TestCase):
         for component in "runtime", "development", "tools":
             folder = self.scratch / component
             run(CMAKE, "--install", BUILD, "--prefix", folder, "--component", component)
-            found[component] = {name for name in files_below(folder) if not name.endswith(".md")
-                                and not name.startswith(("share/man/", "share/bash-completion/"))}
+            found[component] = {name for name in files_below(folder) if not name.endswith(".md")}
+        tool_manuals = {path for name, path in MANUALS.items() if name.endswith(".1")}
         self.assertEqual(found, {
             "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
-            "development": HEADERS | {
+            "development": HEADERS | set(MANUALS.values()) - tool_manuals | {
                 "lib/libderkit.so", "lib/libderkit.a", "lib/pkgconfig/derkit.pc",
                 "lib/cmake/derkit/derkitConfig.cmake", "lib/cmake/derkit/derkitConfig-relwithdebinfo.cmake",
                 "lib/cmake/derkit/derkitConfigVersion.cmake"},
-            "tools": {"bin/derkit"},
+            "tools": tool_manuals | {"bin/derkit", "share/bash-completion/completions/derkit"},
         })
         together = set().union(*(files_below(self.scratch / component) for component in found))
         self.assertEqual(files_below(self.prefix), together)
