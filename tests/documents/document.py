@@ -115,7 +115,15 @@ class Runner:
         if not good:
             self.fail(line, f"no script and no preset: {shlex.join(words)}")
 
+    def check_links(self) -> None:
+        """To files of the tree."""
+        text = self.options.document.read_text(encoding="utf-8")
+        for match in re.finditer(r"\]\((?!https?:|#)([^)#]+)[^)]*\)", text):
+            if not (self.options.document.parent / match[1]).exists():
+                self.fail(text.count("\n", 0, match.start()) + 1, f"no such file: {match[1]}")
+
     def run(self) -> int:
+        self.check_links()
         program_line = 0
         for block in blocks_of(self.options.document):
             if block.language == "cpp":
