@@ -226,7 +226,7 @@ def line_at(x1, y1, x2, y2, style):
 def plot_ratios(rows):
     """A bar a row: derkit's share of the time of the peer that the target is set against."""
     shown = [(row, row.ratio(row.opponent())) for row in rows if row.opponent()]
-    left, right, top, step = 250, 860, 50, 22
+    left, right, top, step = 230, 760, 50, 22
     low, high = math.log10(0.01), math.log10(max(2, *(ratio for _, ratio in shown)))
     bottom = top + step * len(shown)
 
@@ -242,10 +242,10 @@ def plot_ratios(rows):
         y = top + step * i
         parts += [text_at(left - 8, y + 15, row.name, "end"),
                   f'<rect x="{left}" y="{y + 4}" width="{max(x(ratio) - left, 1):.1f}" height="14" fill="#4a7ebb"/>',
-                  text_at(x(ratio) + 6, y + 15, f"{ratio_text(ratio)} of {row.opponent()}", "start", "small")]
+                  text_at(right + 10, y + 15, f"{ratio_text(ratio)} of {row.opponent()}", "start", "small")]
         if row.at_most:
             parts.append(line_at(x(row.at_most), y + 2, x(row.at_most), y + 20, "target"))
-    return svg(1060, bottom + 20, parts)
+    return svg(930, bottom + 20, parts)
 
 
 def plot_sizes(series):
