@@ -19,6 +19,9 @@ struct key_digest_t {
         return first == other.first && last == other.last && size == other.size;
     }
 
+    // Longer keys are left to the comparison: it looks at their sizes first and at most of them not at all.
+    static constexpr unsigned int MAX_KEY_SIZE = 64;
+
     bool is_exact() const { return size <= 2 * WORD_SIZE; }
 
     std::size_t hash() const {
@@ -90,6 +93,9 @@ struct oid_memcmp_t {
 
     // Equal keys have equal digests. False when a key has none.
     static bool digest(const void* key, unsigned int size, key_digest_t& out) {
+        if (size > key_digest_t::MAX_KEY_SIZE) {
+            return false;
+        }
         out = key_digest_t::of(key, size, [](std::uint64_t word) { return word; });
         return true;
     }
@@ -114,6 +120,9 @@ struct oid_strcmp_t {
 
     // As above; what stands behind a zero byte does not count, so a key with one has no digest.
     static bool digest(const char* key, unsigned int size, key_digest_t& out) {
+        if (size > key_digest_t::MAX_KEY_SIZE) {
+            return false;
+        }
         bool zero_byte = false;
         out = key_digest_t::of(key, size, [&zero_byte](std::uint64_t word) {
             zero_byte |= holds_zero_octet(word);
