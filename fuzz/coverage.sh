@@ -23,7 +23,8 @@ report() {
     objects+=(-object "$object")
   done
   # Targets have functions of the same names, which llvm-cov then tells of; none of them is the library's.
-  llvm-cov export -summary-only -instr-profile "$profile" "${objects[@]}" 2> >(grep -v 'mismatched data' >&2) | python3 -c '
+  llvm-cov export -summary-only -instr-profile "$profile" "${objects[@]}" \
+    2> >(grep -v 'mismatched data' >&2) | python3 -c '
 import json, pathlib, sys
 
 totals = [0, 0, 0, 0]

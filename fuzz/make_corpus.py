@@ -86,12 +86,43 @@ def tag_reader() -> Seeds:
 
 
 def oid_text() -> Seeds:
-    texts = ["2.5.4.3", "1.2.840.113549.1.1.10", "0.9.2342.19200300.100.1.25", "2.4294967295", "2.4294967296", "1.50",
-             "2.48", "3.1", "2.", "2..5", "2.005.4.3", "0", "1.2.4294967295.0", "00.1", "2.5.4.3 ",
-             ".".join(["1"] + ["4294967295"] * 101), ".".join(["1"] + ["1"] * 506), ".".join(["1"] + ["1"] * 507)]
+    texts = [
+        "2.5.4.3",
+        "1.2.840.113549.1.1.10",
+        "0.9.2342.19200300.100.1.25",
+        "2.4294967295",
+        "2.4294967296",
+        "1.50",
+        "2.48",
+        "3.1",
+        "2.",
+        "2..5",
+        "2.005.4.3",
+        "0",
+        "1.2.4294967295.0",
+        "00.1",
+        "2.5.4.3 ",
+        ".".join(["1"] + ["4294967295"] * 101),
+        ".".join(["1"] + ["1"] * 506),
+        ".".join(["1"] + ["1"] * 507),
+    ]
     seeds = {f"text-{i:02}": text.encode() for i, text in enumerate(texts)}
-    octets = ["550403", "2A864886F70D01010A", "2A86", "8080550403", "8FFFFFFF7F", "FFFFFFFF7F", "64", "77", "78", "79",
-              "0992268993F22C640119", "2A8F FFFFFF7F", "2A9080808000", "2A80" + "80" * 40 + "01"]
+    octets = [
+        "550403",
+        "2A864886F70D01010A",
+        "2A86",
+        "8080550403",
+        "8FFFFFFF7F",
+        "FFFFFFFF7F",
+        "64",
+        "77",
+        "78",
+        "79",
+        "0992268993F22C640119",
+        "2A8F FFFFFF7F",
+        "2A9080808000",
+        "2A80" + "80" * 40 + "01",
+    ]
     return seeds | {f"der-{i:02}": bytes.fromhex(text) for i, text in enumerate(octets)}
 
 
@@ -151,12 +182,43 @@ def oid_map() -> Seeds:
 
 
 def dn_text() -> Seeds:
-    texts = ["CN=user1,OU=Sales+L=Town,O=Example,C=RU", "", "   ", "CN=a, O=b", " CN = x ,\tO=y", "CN=x,", "=x", ",O=x",
-             "CN=a,,O=x", "CN", 'CN="a,b",O=c', 'CN="a\\"b",O="', "CN=a\\,b\\+c\\2C\\C3\\A9", "CN=a\\", "CN=a\\ b",
-             "2.5.4.3=#0C03616263", "2.5.4.3=#0C0", "2.5.4.3=#1E04042F0430", "2.5.4.3=#1C0400010000", "CN=#1403C220",
-             "CN=#120131+O=#120141", "CN=#0482000101", "CN=#00020501", "CN=#3003020105,O=#0500", "2.50=x,1.50=y",
-             "2.4294967295=x", "CN=a_b,E=a@b,O=\u0418\u041d\u041d", 'CN=""a"",O=""', "C=RU,CN=x", "CN=x,C=RU",
-             "CN=a\nO=b,CN=a,C=RU", "CN=a,C=RU\nCN=a,O=b,C=RU", "CN=a\\0A\\00b", 'CN="a\\\\_",O="a_\\b\\@"', "st=x,S=y,street=z,uid=1,dc=2"]
+    texts = [
+        "CN=user1,OU=Sales+L=Town,O=Example,C=RU",
+        "",
+        "   ",
+        "CN=a, O=b",
+        " CN = x ,\tO=y",
+        "CN=x,",
+        "=x",
+        ",O=x",
+        "CN=a,,O=x",
+        "CN",
+        'CN="a,b",O=c',
+        'CN="a\\"b",O="',
+        "CN=a\\,b\\+c\\2C\\C3\\A9",
+        "CN=a\\",
+        "CN=a\\ b",
+        "2.5.4.3=#0C03616263",
+        "2.5.4.3=#0C0",
+        "2.5.4.3=#1E04042F0430",
+        "2.5.4.3=#1C0400010000",
+        "CN=#1403C220",
+        "CN=#120131+O=#120141",
+        "CN=#0482000101",
+        "CN=#00020501",
+        "CN=#3003020105,O=#0500",
+        "2.50=x,1.50=y",
+        "2.4294967295=x",
+        "CN=a_b,E=a@b,O=\u0418\u041d\u041d",
+        'CN=""a"",O=""',
+        "C=RU,CN=x",
+        "CN=x,C=RU",
+        "CN=a\nO=b,CN=a,C=RU",
+        "CN=a,C=RU\nCN=a,O=b,C=RU",
+        "CN=a\\0A\\00b",
+        'CN="a\\\\_",O="a_\\b\\@"',
+        "st=x,S=y,street=z,uid=1,dc=2",
+    ]
     return {f"text-{i:02}": text.encode() for i, text in enumerate(texts)}
 
 
@@ -164,13 +226,23 @@ def der_name() -> Seeds:
     seeds = {}
     for name, certificate in certificates().items():
         seeds[f"subject-{name}"] = parts_of(certificate)[4]
-    values = {"utf8": (der.UTF8_STRING, "Ёж, \"x\"".encode()), "numeric": (der.NUMERIC_STRING, b"12 34"),
-              "letter": (der.NUMERIC_STRING, b"12a"), "printable": (der.PRINTABLE_STRING, b"a,b=c+d"),
-              "t61": (der.T61_STRING, b"\xc2A\xc8o\xcf \xa4"), "ia5": (der.IA5_STRING, b"a@b#<>;\\"),
-              "universal": (der.UNIVERSAL_STRING, "a\U0001f600".encode("utf-32-be")),
-              "bmp": (der.BMP_STRING, "Имя".encode("utf-16-be")), "surrogates": (der.BMP_STRING, b"\xd8\x3d\xde\0"),
-              "odd": (der.BMP_STRING, b"\0a\0"), "visible": (der.VISIBLE_STRING, b"ab"), "empty": (der.UTF8_STRING, b""),
-              "zero": (der.UTF8_STRING, b"a\0b"), "null": (0x05, b""), "tag-0": (0x00, b"x")}
+    values = {
+        "utf8": (der.UTF8_STRING, 'Ёж, "x"'.encode()),
+        "numeric": (der.NUMERIC_STRING, b"12 34"),
+        "letter": (der.NUMERIC_STRING, b"12a"),
+        "printable": (der.PRINTABLE_STRING, b"a,b=c+d"),
+        "t61": (der.T61_STRING, b"\xc2A\xc8o\xcf \xa4"),
+        "ia5": (der.IA5_STRING, b"a@b#<>;\\"),
+        "universal": (der.UNIVERSAL_STRING, "a\U0001f600".encode("utf-32-be")),
+        "bmp": (der.BMP_STRING, "Имя".encode("utf-16-be")),
+        "surrogates": (der.BMP_STRING, b"\xd8\x3d\xde\0"),
+        "odd": (der.BMP_STRING, b"\0a\0"),
+        "visible": (der.VISIBLE_STRING, b"ab"),
+        "empty": (der.UTF8_STRING, b""),
+        "zero": (der.UTF8_STRING, b"a\0b"),
+        "null": (0x05, b""),
+        "tag-0": (0x00, b"x"),
+    }
     for name, (tag, value) in values.items():
         seeds[f"value-{name}"] = der.name(der.attribute(der.COMMON_NAME, tag, value))
     organization = der.attribute(der.ORGANIZATION, der.UTF8_STRING, b"Example", b"\x05\0")
@@ -189,11 +261,31 @@ def der_name() -> Seeds:
 
 def t61() -> Seeds:
     letters = bytes(range(0x41, 0x5B)) + bytes(range(0x61, 0x7B)) + b"\xe1\xf1 1\0"
-    seeds = {f"prefix-{prefix:X}": b"".join(bytes([prefix, letter]) for letter in letters) for prefix in range(0xC1, 0xD0)}
-    seeds["defined"] = bytes(c for c in range(1, 256) if c not in b"#$\\^`{}~" and not 0xC0 <= c <= 0xDF
-                             and c not in (0xA9, 0xAA, 0xAC, 0xAD, 0xAE, 0xAF, 0xB9, 0xBA, 0xE5, 0xFF))
+    seeds = {
+        f"prefix-{prefix:X}": b"".join(bytes([prefix, letter]) for letter in letters) for prefix in range(0xC1, 0xD0)
+    }
+    seeds["defined"] = bytes(
+        c
+        for c in range(1, 256)
+        if c not in b"#$\\^`{}~"
+        and not 0xC0 <= c <= 0xDF
+        and c not in (0xA9, 0xAA, 0xAC, 0xAD, 0xAE, 0xAF, 0xB9, 0xBA, 0xE5, 0xFF)
+    )
     seeds |= {"prefix-at-end": b"a\xc2", "undefined": b"a\\b", "empty": b""}
-    for point in (0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0x10000, 0x1FFFFF, 0x200000, 0x3FFFFFF, 0x4000000, 0x7FFFFFFF, 1 << 31):
+    for point in (
+        0x7F,
+        0x80,
+        0x7FF,
+        0x800,
+        0xFFFF,
+        0x10000,
+        0x1FFFFF,
+        0x200000,
+        0x3FFFFFF,
+        0x4000000,
+        0x7FFFFFFF,
+        1 << 31,
+    ):
         seeds[f"point-{point:X}"] = struct.pack(">I", point)
     return seeds
 
@@ -211,9 +303,13 @@ def gost_keys() -> Seeds:
         seeds[f"parameters-{iterations}"] = content(pfx.pbes2(iterations=iterations))
         seeds[f"gost-{iterations}"] = pfx.sequence(pfx.pbes2(iterations=iterations), pfx.octet_string(b"secret"))
     seeds["parameters-long"] = content(pfx.pbes2(salt=bytes(200), iv=bytes(300)))
-    key_length = pfx.octet_string(b"salt") + pfx.integer(7) + pfx.integer(32) + pfx.sequence(pfx.oid(pfx.HMAC_GOST_94), pfx.NULL)
+    key_length = (
+        pfx.octet_string(b"salt") + pfx.integer(7) + pfx.integer(32) + pfx.sequence(pfx.oid(pfx.HMAC_GOST_94), pfx.NULL)
+    )
     derivation = pfx.sequence(pfx.oid(pfx.PBKDF2), pfx.sequence(key_length))
-    encryption = pfx.sequence(pfx.oid(pfx.GOST_28147_89), pfx.sequence(pfx.octet_string(pfx.IV), pfx.oid(pfx.CRYPTOPRO_A)))
+    encryption = pfx.sequence(
+        pfx.oid(pfx.GOST_28147_89), pfx.sequence(pfx.octet_string(pfx.IV), pfx.oid(pfx.CRYPTOPRO_A))
+    )
     seeds["parameters-key-length"] = pfx.oid(pfx.PBES2) + pfx.sequence(derivation, encryption)
     seeds["no-iterations"] = content(pfx.pbes2()).replace(pfx.integer(1), b"\x02\x00")
     return seeds
@@ -243,15 +339,26 @@ def bags() -> dict[str, bytes]:
 
 def pkcs12_parts() -> Seeds:
     mac = pfx.mac_data(bytes(32), iterations=2000)
-    seeds = {f"mac-{name}": content(der_bytes) for name, der_bytes in {
-        "usual": mac, "no-count": pfx.mac_data(b"mac", iterations=None), "zeros": pfx.mac_data(b"", iterations=0x10080),
-        "large": pfx.mac_data(b"mac", iterations=0x100000000), "long": pfx.mac_data(bytes(200), bytes(300))}.items()}
+    seeds = {
+        f"mac-{name}": content(der_bytes)
+        for name, der_bytes in {
+            "usual": mac,
+            "no-count": pfx.mac_data(b"mac", iterations=None),
+            "zeros": pfx.mac_data(b"", iterations=0x10080),
+            "large": pfx.mac_data(b"mac", iterations=0x100000000),
+            "long": pfx.mac_data(bytes(200), bytes(300)),
+        }.items()
+    }
     seeds["mac-empty-count"] = content(pfx.mac_data(b"mac", iterations=None)) + b"\x02\x00"
     seeds["mac-negative-count"] = content(pfx.mac_data(b"mac", iterations=None)) + b"\x02\x01\x80"
     for name, bag in bags().items():
         seeds[f"bags-{name}"] = pfx.sequence(bag)
     seeds["bags-shrouded-twice"] = pfx.sequence(bags()["part"], bags()["shrouded"])
-    seeds |= dict(variations("bags-all", pfx.sequence(*(bag for name, bag in bags().items() if name not in ("thrown", "utf8-name")))))
+    seeds |= dict(
+        variations(
+            "bags-all", pfx.sequence(*(bag for name, bag in bags().items() if name not in ("thrown", "utf8-name")))
+        )
+    )
     seeds["bags-none"] = pfx.sequence()
     seeds["content-info"] = content(pfx.data_entry(bags()["key"]))
     seeds["data"] = pfx.octet_string(pfx.sequence())
@@ -277,7 +384,10 @@ def pkcs12() -> Seeds:
         "thrown-entry": [encrypted(b" ", some["shrouded"]), encrypted(b"T")],
         "nothing": [encrypted(b" ", some["key"]), pfx.encrypted_entry(pfx.pbes2(), b"N")],
         "part": [pfx.data_entry(some["key"]), pfx.encrypted_entry(pfx.pbes2(), b"P" + struct.pack(">HH", 46, 500))],
-        "foreign": [encrypted(b" ", some["key"], algorithm=pfx.pbes2(kdf=pfx.PBMAC1)), pfx.content_info(pfx.ENVELOPED_DATA, pfx.NULL)],
+        "foreign": [
+            encrypted(b" ", some["key"], algorithm=pfx.pbes2(kdf=pfx.PBMAC1)),
+            pfx.content_info(pfx.ENVELOPED_DATA, pfx.NULL),
+        ],
         "bad-bag": [encrypted(b" ", some["shrouded"], some["utf8-name"])],
     }
     mac = pfx.mac_data(b"digest", iterations=2000)
@@ -301,12 +411,24 @@ def algorithms() -> Seeds:
         return der.element(0xA0 + number, *parts)
 
     sha256 = pfx.sequence(pfx.oid(SHA256), pfx.NULL)
-    fields = [tagged(0, sha256), tagged(1, pfx.sequence(pfx.oid(MGF1), sha256)), tagged(2, pfx.integer(32)), tagged(3, pfx.integer(1))]
+    fields = [
+        tagged(0, sha256),
+        tagged(1, pfx.sequence(pfx.oid(MGF1), sha256)),
+        tagged(2, pfx.integer(32)),
+        tagged(3, pfx.integer(1)),
+    ]
     seeds = dict(variations("digest-info", pfx.sequence(sha256, pfx.octet_string(bytes(32)))))
     seeds |= {"pss-full": pss(*fields), "pss-none": pss(), "pss-hash": pss(fields[0]), "pss-salt": pss(fields[2])}
     seeds |= {"pss-mask": pss(fields[1]), "pss-bare": pfx.sequence(pfx.oid(PSS)), "parameters": pfx.sequence(*fields)}
     seeds["parameters-unknown"] = pfx.sequence(tagged(0, pfx.sequence(pfx.oid("1.2.3"))))
-    for dotted in (SHA256, "1.2.643.2.2.9", "1.2.643.7.1.1.2.3", "1.2.643.2.2.19", "1.2.643.7.1.1.3.2", "1.3.14.3.2.29"):
+    for dotted in (
+        SHA256,
+        "1.2.643.2.2.9",
+        "1.2.643.7.1.1.2.3",
+        "1.2.643.2.2.19",
+        "1.2.643.7.1.1.3.2",
+        "1.3.14.3.2.29",
+    ):
         seeds[f"oid-{dotted}"] = content(pfx.oid(dotted))
         seeds[f"signature-{dotted}"] = pfx.sequence(pfx.oid(dotted), pfx.NULL)
     for row in (0, 20, 24, 37, 40, 43, 53, 61):
@@ -322,7 +444,9 @@ def public_keys() -> Seeds:
     sets = [pfx.oid("1.2.643.2.2.36.0"), pfx.oid("1.2.643.2.2.30.1"), pfx.oid("1.2.643.2.2.31.1")]
     for number in (1, 2, 3):
         parameters = pfx.sequence(*sets[:number])
-        seeds[f"gost-{number}-sets"] = der.public_key(pfx.sequence(pfx.oid("1.2.643.2.2.19"), parameters), pfx.octet_string(bytes(64)))
+        seeds[f"gost-{number}-sets"] = der.public_key(
+            pfx.sequence(pfx.oid("1.2.643.2.2.19"), parameters), pfx.octet_string(bytes(64))
+        )
         seeds[f"inner-gost-{number}"] = bytes([len(parameters)]) + parameters + pfx.octet_string(bytes(64))
     seeds["inner-rsa"] = b"\0" + rsa
     seeds["empty-bits"] = pfx.sequence(der.RSA, der.element(der.BIT_STRING))
@@ -334,14 +458,45 @@ def public_keys() -> Seeds:
 
 
 def times() -> Seeds:
-    texts = ["2024.02.29 13:05:09", "2024.1.2 3:4:5", "1899.01.01 00:00:00", "1900.1.1 0:0:0", "2024.00.10 00:00:00", "2024.1.1",
-             "16777215.256.256 255:255:255", "2024.1.1 300:0:0", "2024.13.32 25:61:61", "1970.1.1 0:0:0", "1969.12.31 23:59:59",
-             "2038.01.19 03:14:08", "-1.-1.-1 -1:-1:-1", "4294969320.1.1 0:0:0", " 2024 . 1", "2106.02.07 06:28:16 GMT"]
+    texts = [
+        "2024.02.29 13:05:09",
+        "2024.1.2 3:4:5",
+        "1899.01.01 00:00:00",
+        "1900.1.1 0:0:0",
+        "2024.00.10 00:00:00",
+        "2024.1.1",
+        "16777215.256.256 255:255:255",
+        "2024.1.1 300:0:0",
+        "2024.13.32 25:61:61",
+        "1970.1.1 0:0:0",
+        "1969.12.31 23:59:59",
+        "2038.01.19 03:14:08",
+        "-1.-1.-1 -1:-1:-1",
+        "4294969320.1.1 0:0:0",
+        " 2024 . 1",
+        "2106.02.07 06:28:16 GMT",
+    ]
     seeds = {f"text-{i:02}": text.encode() for i, text in enumerate(texts)}
-    for name, fields in {"now": (2026, 10, 21, 11, 5, 19), "leap": (2024, 1, 29, 23, 59, 60), "past-ends": (2024, 255, 255, 255, 255, 255),
-                         "year-0": (0, 0, 1, 0, 0, 0), "day-0": (2000, 0, 0, 0, 0, 0), "last": (0xFFFFFF, 255, 255, 255, 255, 254)}.items():
+    for name, fields in {
+        "now": (2026, 10, 21, 11, 5, 19),
+        "leap": (2024, 1, 29, 23, 59, 60),
+        "past-ends": (2024, 255, 255, 255, 255, 255),
+        "year-0": (0, 0, 1, 0, 0, 0),
+        "day-0": (2000, 0, 0, 0, 0, 0),
+        "last": (0xFFFFFF, 255, 255, 255, 255, 254),
+    }.items():
         seeds[f"packed-{name}"] = fields[0].to_bytes(3, "big") + bytes(fields[1:])
-    for seconds in (0, -1, 1 << 31, -(1 << 31), 253402300800, -62167219201, (1 << 63) - 1, -(1 << 63), 67768036191676799):
+    for seconds in (
+        0,
+        -1,
+        1 << 31,
+        -(1 << 31),
+        253402300800,
+        -62167219201,
+        (1 << 63) - 1,
+        -(1 << 63),
+        67768036191676799,
+    ):
         seeds[f"seconds-{seconds}"] = struct.pack(">q", seconds)
     return seeds
 

@@ -48,10 +48,12 @@ for target in "${targets[@]}"; do
   if ((findings == 0)) && ! grep -q '^#.*DONE' "logs/$target"; then
     findings="no run"
   fi
-  printf '%-22s %12s %6s %6s %9s\n' "$target" "${executions:-?}" "$(field cov "$target")" "$(field ft "$target")" "$findings"
+  printf '%-22s %12s %6s %6s %9s\n' \
+    "$target" "${executions:-?}" "$(field cov "$target")" "$(field ft "$target")" "$findings"
   if [[ $findings != 0 ]]; then
     failed=1
-    grep -hE -m 6 'does not hold|^expected|^but got|ERROR: |SUMMARY: ' "logs/$target" | cut -c 1-300 | sed 's/^/  /' || true
+    grep -hE -m 6 'does not hold|^expected|^but got|ERROR: |SUMMARY: ' "logs/$target" |
+      cut -c 1-300 | sed 's/^/  /' || true
   fi
 done
 if ((failed != 0)); then

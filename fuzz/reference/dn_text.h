@@ -1,5 +1,5 @@
-// A second splitter of printable DNs, slow and obvious: whether a character is escaped or quoted is found anew for each,
-// from the start of its value.
+// A second splitter of printable DNs, slow and obvious: whether a character is escaped or quoted is found anew for
+// each, from the start of its value.
 #ifndef DERKIT_FUZZ_REFERENCE_DN_TEXT_H
 #define DERKIT_FUZZ_REFERENCE_DN_TEXT_H
 
