@@ -236,6 +236,11 @@ TEST_F(oid_file_map, unreadable_file_adds_nothing) {
     EXPECT_EQ(added_lines(as_nobody), NOTHING);
 }
 
+TEST_F(oid_file_map, file_that_no_descriptor_is_left_for_adds_nothing) {
+    write_whole(cfg(), "1.2.3 = FOO\n");
+    EXPECT_EQ(added_lines({{PROBE_ETC_DIR, etc().string() + "/"}, {PROBE_NO_DESCRIPTORS, "1"}}), NOTHING);
+}
+
 TEST_F(oid_file_map, directory_in_its_place_adds_nothing) {
     fs::create_directory(cfg());
     EXPECT_EQ(added_lines(), NOTHING);

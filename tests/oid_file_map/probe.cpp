@@ -84,6 +84,7 @@ void answer(std::string question) {
 } // namespace
 
 int main() {
+    allow_descriptors();
     for (std::string question; std::getline(std::cin, question);) {
         answer(question);
         std::cout << ".\n";

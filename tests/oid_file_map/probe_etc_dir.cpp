@@ -2,8 +2,10 @@
 
 #include <grp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 #include <stdexcept>
@@ -28,6 +30,14 @@ void become_nobody() {
     prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
 }
 
+void limit_descriptors(rlim_t limit) {
+    rlimit limits = {};
+    if (getrlimit(RLIMIT_NOFILE, &limits) == 0) {
+        limits.rlim_cur = std::min(limit, limits.rlim_max);
+        setrlimit(RLIMIT_NOFILE, &limits);
+    }
+}
+
 [[noreturn]] void throw_what(std::string_view what) {
     if (what == "bad_alloc") {
         throw std::bad_alloc();
@@ -40,6 +50,10 @@ void become_nobody() {
 
 } // namespace
 
+void allow_descriptors() {
+    limit_descriptors(RLIM_INFINITY);
+}
+
 std::string systemEtcDir() {
     ++num_etc_dir_calls;
     if (const char* const what = std::getenv(PROBE_THROW)) {
@@ -47,6 +61,9 @@ std::string systemEtcDir() {
     }
     if (std::getenv(PROBE_DROP_ROOT) != nullptr) {
         become_nobody();
+    }
+    if (std::getenv(PROBE_NO_DESCRIPTORS) != nullptr) {
+        limit_descriptors(0);
     }
     const char* const dir = std::getenv(PROBE_ETC_DIR);
     if (dir == nullptr) {

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -492,6 +494,38 @@ template <typename INDEX, typename KEY> std::vector<std::string> keys_in_order(c
         keys.push_back(key(*entry));
     }
     return keys;
+}
+
+// What the first word of a key leaves in its digest for the second one to be mixed with.
+std::uint64_t after_first_word(std::uint64_t word) {
+    const std::uint64_t mixed = (EACH_OCTET ^ word) * 0x9E3779B97F4A7C15;
+    return mixed ^ mixed >> 32;
+}
+
+TEST(oid_map_of_many_lines, a_key_that_has_the_digest_of_another_one_is_not_found_in_its_place) {
+    const std::uint64_t words[] = {0x0202020202020202, 0x0303030303030303, 0x0404040404040404};
+    const std::uint64_t first = words[0] ^ 1;
+    const std::uint64_t others[] = {first, words[1] ^ after_first_word(words[0]) ^ after_first_word(first), words[2]};
+    key_digest_t digest;
+    key_digest_t other_digest;
+    ASSERT_TRUE(oid_memcmp_t::digest(words, sizeof words, digest));
+    ASSERT_TRUE(oid_memcmp_t::digest(others, sizeof others, other_digest));
+    ASSERT_TRUE(digest == other_digest) << "so nothing is tested";
+
+    OIDdescr_t key;
+    key.oid_asn = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(words));
+    key.oid_asn_size = sizeof words;
+    OIDmaps_t::by_asn_t index;
+    OIDmaps_t::shortcut_by_asn_t shortcut;
+    index.insert(&key);
+    shortcut.add(index, &key);
+    const auto find = [&](const std::uint64_t(&wanted)[3]) {
+        unsigned char octets[sizeof wanted];
+        std::memcpy(octets, wanted, sizeof wanted);
+        return shortcut.find(index, octets, sizeof octets);
+    };
+    EXPECT_EQ(find(words), &key);
+    EXPECT_EQ(find(others), nullptr);
 }
 
 TEST(oid_map_order, by_DER_is_shorter_first_then_unsigned_octets) {

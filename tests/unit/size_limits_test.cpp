@@ -18,6 +18,7 @@
 #include "support/readers.h"
 #include "support/recording_crypto.h"
 #include "support/views.h"
+#include "util/string_room.h"
 
 namespace {
 
@@ -575,6 +576,16 @@ TEST(smallest_input, of_one_octet_is_no_record) {
             EXPECT_TRUE(answer.views_inside) << reader.name << " " << octet;
         }
     }
+}
+
+// A sum that no string can have, which no call has memory enough to ask for where pointers have 64 bits.
+TEST(size_limits, text_that_no_string_can_hold_counts_as_memory_that_cannot_be_had) {
+    std::string out = "kept";
+    const unsigned long long largest = out.max_size() - out.size();
+    EXPECT_NO_THROW(require_room(out, largest));
+    EXPECT_THROW(require_room(out, largest + 1), std::bad_alloc);
+    EXPECT_THROW(append_room(out, largest + 1), std::bad_alloc);
+    EXPECT_EQ(out, "kept");
 }
 
 } // namespace
