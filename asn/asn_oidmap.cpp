@@ -129,12 +129,14 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
     map.entries.push_back(entry);
     block.release(); // the list owns it now
     OIDdescr_t* const added = &map.entries.back();
+    map.shortcut_by_asn.make_room(map.by_asn);
     if (map.by_asn.insert(added).second) {
-        map.shortcut_by_asn.add(map.by_asn, added);
+        map.shortcut_by_asn.add(added);
     }
     map.by_str.insert(added);
+    map.shortcut_by_sn.make_room(map.by_sn);
     if (map.by_sn.insert(added).second) {
-        map.shortcut_by_sn.add(map.by_sn, added);
+        map.shortcut_by_sn.add(added);
     }
 }
 

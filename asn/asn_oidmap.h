@@ -1,4 +1,4 @@
-// The inside of an OID map: entries and three ordered indexes over them.
+// The inside of an OID map: entries, three ordered indexes over them, and two tables that make searching quick.
 #ifndef DERKIT_ASN_OIDMAP_INTERNAL_H
 #define DERKIT_ASN_OIDMAP_INTERNAL_H
 
@@ -31,14 +31,15 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
   public:
     using index_t = std::set<OIDdescr_t*, oid_map_compare_t<KEY, KEY_SIZE, COMPARE>>;
 
-    // Takes up an entry that has just come into the index.
-    void add(const index_t& index, OIDdescr_t* entry) {
-        if (slots_.size() < 2 * index.size()) {
+    // Makes room for one more entry of the index. May throw, so it comes before the index takes the entry.
+    void make_room(const index_t& index) {
+        if (slots_.size() < 2 * (index.size() + 1)) {
             rebuild(index);
-        } else {
-            place(slots_, entry);
         }
     }
+
+    // Takes up an entry that has just come into the index.
+    void add(OIDdescr_t* entry) { place(slots_, entry); }
 
     // The entry of the index that has this key, or null.
     template <typename POINTER> const OIDdescr_t* find(const index_t& index, POINTER key, unsigned int size) const {

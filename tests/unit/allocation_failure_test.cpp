@@ -460,6 +460,37 @@ TEST(map_without_memory, keeps_the_lines_before_the_one_that_failed) {
     EXPECT_EQ(live_before, allocator.num_live);
 }
 
+// Also of the line at which a map grows; the first attempt may have left an entry that some keys lead to.
+TEST(map_without_memory, finds_a_line_that_failed_when_it_is_added_again) {
+    constexpr unsigned int LAST = 70;
+    std::string old;
+    for (unsigned int i = 0; i < LAST; ++i) {
+        old += map_line(i);
+        const std::string line = map_line(i + 1);
+        const unsigned int size = static_cast<unsigned int>(line.size());
+        bool failed = true;
+        for (std::size_t failing = 1; failed; ++failing) {
+            const oid_map_handle_t map = oid_map_parse(old.data(), static_cast<unsigned int>(old.size()));
+            try {
+                const watched_allocations_t watched(failing);
+                oid_map_parse_(*map.map, line.data(), size);
+                failed = false;
+            } catch (const std::bad_alloc&) {
+            }
+            oid_map_parse_(*map.map, line.data(), size);
+            const std::string number = std::to_string(i + 1);
+            const std::string name = "short" + number;
+            const std::string der = encode_content(der_oid("1.2.643." + number));
+            EXPECT_NE(nullptr, oid_map_find_sn(map, name.data(), static_cast<unsigned int>(name.size())))
+                << name << ", failing " << failing;
+            EXPECT_NE(nullptr, oid_map_find_asn(map, view_of(der).data, view_of(der).size))
+                << name << ", failing " << failing;
+            EXPECT_TRUE(finds_line(map, i));
+            oid_map_release(map);
+        }
+    }
+}
+
 // As it is made when the library is loaded.
 TEST(ready_made_map_without_memory, is_not_made_and_leaks_nothing) {
     fail_each_allocation(
