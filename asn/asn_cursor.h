@@ -5,23 +5,8 @@
 #include <algorithm>
 #include <string>
 
-#include "derkit/asn_reader.h"
+#include "asn/asn_tag_reader.h"
 #include "derkit/asn_types.h"
-
-// Whether the first length octet announces this number of further ones: none means the indefinite form, more than four
-// are refused.
-inline bool asn_is_long_form(unsigned int num_length_octets) {
-    return num_length_octets - 1 < 4;
-}
-
-// Padding zeros are accepted, and so is a long form where the short one would do (X.690 10.1 forbids both).
-inline unsigned int asn_read_length_octets(const unsigned char* octets, unsigned int num_length_octets) {
-    unsigned int length = octets[0];
-    for (unsigned int i = 1; i < num_length_octets; ++i) {
-        length = length << 8 | octets[i];
-    }
-    return length;
-}
 
 // A view of the octets that are left to read: `size` of them from `p` on.
 //
@@ -31,8 +16,7 @@ inline unsigned int asn_read_length_octets(const unsigned char* octets, unsigned
 // and ask `ok()` where it matters.
 //
 // An element fails when asn1_read_tag() refuses it and also when its content does not lie inside what is left:
-// the 32-bit sum of asn1_read_tag() wraps for lengths near 2^32, and nothing may follow such a length. The header is
-// read in place and not by that function, since most of the time of a reader is spent here.
+// the 32-bit sum of asn1_read_tag() wraps for lengths near 2^32, and nothing may follow such a length.
 struct asn_cursor_t {
     const unsigned char* p;
     unsigned int size;
@@ -57,11 +41,18 @@ struct asn_cursor_t {
 
     // Reads an element and gives its content.
     blob_t read(asn_tag_t::Type tag) {
-        if (size < 2 || (tag != asn_tag_t::ANY && p[0] != tag)) {
+        unsigned int content_size = 0;
+        const unsigned char* const content = asn_read_tag_inline(tag, p, size, &content_size);
+        if (content == nullptr) {
             return fail();
         }
-        const unsigned int first_length_octet = p[1];
-        return first_length_octet < 0x80 ? take(2, first_length_octet) : read_long_form(first_length_octet & 0x7F);
+        const unsigned int available = size - static_cast<unsigned int>(content - p);
+        if (content_size > available) {
+            return fail();
+        }
+        p = content + content_size;
+        size = available - content_size;
+        return make_view(content, content_size);
     }
 
     // As above, into a field of a record. The field keeps its value on failure.
@@ -99,24 +90,6 @@ struct asn_cursor_t {
         view.size = data_size;
         view.data = data;
         return view;
-    }
-
-    blob_t read_long_form(unsigned int num_length_octets) {
-        if (!asn_is_long_form(num_length_octets) || size < num_length_octets + 2) {
-            return fail();
-        }
-        return take(num_length_octets + 2, asn_read_length_octets(p + 2, num_length_octets));
-    }
-
-    // Moves past an element whose header lies inside what is left.
-    blob_t take(unsigned int header_size, unsigned int content_size) {
-        if (content_size > size - header_size) {
-            return fail();
-        }
-        const unsigned char* const content = p + header_size;
-        p = content + content_size;
-        size -= header_size + content_size;
-        return make_view(content, content_size);
     }
 
     blob_t fail() {

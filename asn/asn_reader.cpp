@@ -1,28 +1,10 @@
 #include "derkit/asn_reader.h"
 
-#include "asn/asn_cursor.h"
+#include "asn/asn_tag_reader.h"
 #include "util/string_room.h"
 
 const unsigned char* asn1_read_tag(asn_tag_t::Type tag, const unsigned char* p, unsigned int size, unsigned int* len) {
-    if (size < 2) {
-        return nullptr;
-    }
-    if (tag != asn_tag_t::ANY && p[0] != tag) {
-        return nullptr;
-    }
-    const unsigned int first_length_octet = p[1];
-    if (first_length_octet < 0x80) {
-        *len = first_length_octet;
-        return size < first_length_octet + 2 ? nullptr : p + 2;
-    }
-    const unsigned int num_length_octets = first_length_octet & 0x7F;
-    if (!asn_is_long_form(num_length_octets) || size < num_length_octets + 2) {
-        return nullptr;
-    }
-    const unsigned int length = asn_read_length_octets(p + 2, num_length_octets);
-    *len = length;
-    // The sum wraps for lengths near 2^32; asn_cursor_t refuses what then comes out.
-    return size < length + num_length_octets + 2 ? nullptr : p + 2 + num_length_octets;
+    return asn_read_tag_inline(tag, p, size, len);
 }
 
 bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, unsigned int max) {

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "derkit/asn_reader.h"
 #include "support/bytes.h"
 
 namespace {
