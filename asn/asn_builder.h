@@ -121,8 +121,11 @@ template <unsigned int N> struct asn_tag_t_ {
     // Appends an element that holds nothing but another element: an explicit tag, a SET OF one.
     void add_nested(asn_tag_t::Type outer_tag, asn_tag_t::Type inner_tag, const void* content, unsigned int n) {
         const unsigned int size_of_inner_header = header_size(n);
-        reserve_with_headers(HEADER_ROOM + size_of_inner_header, n);
+        if (n > MAX_CONTENT_SIZE - size_of_inner_header) {
+            throw std::bad_alloc();
+        }
         const unsigned int inner_size = size_of_inner_header + n;
+        reserve_with_headers(header_size(inner_size), inner_size);
         content_size += header_size(inner_size);
         write_header_before(back(), outer_tag, inner_size);
         add_element(inner_tag, content, n);

@@ -22,8 +22,8 @@ struct arc_t {
     unsigned int value;
 };
 
-// Reads one arc of at most 32 bits, leading zeros included. Inlined always, as what follows: most arcs take less time
-// than a call.
+// Reads one arc of at most 32 bits, leading zeros included. Always inlined, like the writer of a
+// subidentifier: both take less time than a call.
 [[gnu::always_inline]] inline arc_t read_arc(const char* p, const char* end) {
     if (p == end || digit_of(*p) > 9) {
         return {nullptr, 0};

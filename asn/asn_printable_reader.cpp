@@ -47,7 +47,12 @@ void escape_in_place(std::string& out, std::size_t begin) {
         return;
     }
     std::size_t from = out.size();
-    append_room(out, static_cast<std::size_t>(num_special));
+    try {
+        append_room(out, static_cast<std::size_t>(num_special));
+    } catch (...) {
+        out.resize(begin); // an unescaped comma would pass for the end of an RDN
+        throw;
+    }
     for (std::size_t to = out.size(); to != from;) {
         const char c = out[--from];
         out[--to] = c;

@@ -104,6 +104,7 @@ int printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
 
 char* printable_dn_reverse(char* dn) {
     std::vector<RDNdescr_t> attributes;
+    constexpr unsigned int USUAL_NUM_ATTRIBUTES = 10;
     attributes.reserve(USUAL_NUM_ATTRIBUTES);
     if (printable_dn_parse(dn, attributes) == 0) {
         return nullptr;

@@ -67,9 +67,6 @@ struct RDNdescr_t {
     bool plus_joined = false;          // in one RDN with the attribute before it
 };
 
-// Attributes that callers of printable_dn_parse() make room for beforehand.
-inline constexpr unsigned int USUAL_NUM_ATTRIBUTES = 10;
-
 // Takes a zero-terminated DN apart, attribute by attribute, in text order.
 //
 // DN        ::= [ attribute { ( "," | "+" ) attribute } ], blanks in front of every attribute

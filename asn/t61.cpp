@@ -93,7 +93,7 @@ const unsigned char* skip_ascii(const unsigned char* p, const unsigned char* end
     return p;
 }
 
-// The code points of T.61 lie below U+10000.
+// Shorter than ldap_x_wc_to_utf8(), as the code points of T.61 lie below U+10000.
 char* write_utf8(char* to, unsigned int code_point) {
     if (code_point < 0x80) {
         *to++ = static_cast<char>(code_point);
@@ -135,17 +135,16 @@ bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out) {
     }
     char* to = append_room(out, total);
     for (const unsigned char* p = begin; p != end;) {
-        while (is_ascii_in_both(*p)) {
-            *to++ = static_cast<char>(*p++);
-            if (p == end) {
-                return true;
-            }
+        const unsigned char* const run = skip_ascii(p, end);
+        to = std::copy(p, run, to);
+        if (run == end) {
+            break;
         }
-        const t61_step_t step = take_step(p, end);
+        const t61_step_t step = take_step(run, end);
         for (unsigned int k = 0; k < step.num_code_points; ++k) {
             to = write_utf8(to, step.code_points[k]);
         }
-        p += step.num_bytes;
+        p = run + step.num_bytes;
     }
     return true;
 }

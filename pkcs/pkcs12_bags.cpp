@@ -119,7 +119,7 @@ void asn_write_pkcs12_attr(const unsigned char (&oid)[N], asn_tag_t::Type value_
 
 // What the bags take, as a rule.
 unsigned long long usual_size(const std::list<pkcs12_bag_t>& bags) {
-    constexpr unsigned int USUAL_OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
+    constexpr unsigned long long USUAL_OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
     unsigned long long size = 0;
     for (const pkcs12_bag_t& bag : bags) {
         size += bag.value.size + USUAL_OVERHEAD;

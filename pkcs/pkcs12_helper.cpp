@@ -165,7 +165,7 @@ bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* cry
 void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out) {
     asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
     if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
-        authenticated_safe.add_bytes(nullptr, 0); // an element too
+        authenticated_safe.add_bytes(nullptr, 0); // an empty one, 30 00
     }
     if (!easy.plain_bags.empty()) {
         write_plain_entry(easy.plain_bags, authenticated_safe);

@@ -97,7 +97,7 @@ extern DERKIT_API const IntToString I2S_LOG_LEVEL[];
 /// Display names of the algorithm codes (pki_alg_t).
 extern DERKIT_API const IntToString I2S_PKI_ALG_T[];
 
-/// Writes bytes as upper-case hexadecimal digits.
+/// Writes bytes as upper-case hexadecimal digits. Bytes and digits must not overlap.
 /// @param data  bytes
 /// @param len   their number; at least one byte is always converted, so never pass 0
 /// @param out   receives 2 * len characters, and len - 1 more when `sep` is set; no terminating zero
