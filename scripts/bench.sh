@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The benchmark: builds it with every peer, measures, and writes docs/performance.md and its plots.
-#   scripts/bench.sh                          everything; ten minutes or so, on a machine that does nothing else
+#   scripts/bench.sh                          everything; a quarter of an hour, on a machine that does nothing else
 #   scripts/bench.sh --quick [--filter=REGEX] a short run of the rows chosen, printed and not kept
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."

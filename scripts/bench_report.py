@@ -289,7 +289,9 @@ def plot_sizes(series):
 
 def machine():
     model = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.MULTILINE)
-    return f"{model.group(1) if model else 'unknown processor'}, {os.cpu_count()} processors, Linux {os.uname().release}"
+    return (f"{model.group(1) if model else 'unknown processor'}, {os.cpu_count()} processors, Linux "
+            f"{os.uname().release}; load average of the last 15 minutes {os.getloadavg()[2]:.1f}, of which the benchmark "
+            "itself is 1 to 2")
 
 
 def commit():
@@ -333,7 +335,7 @@ at some rows: `scripts/bench.sh --quick --filter='name|hex'`. What an unfaithful
 ## What a call costs, and how near the limits are
 
 "copy" copies the input and the output, "tags" walks over the tags of the encoded side and does nothing else. "two
-threads" is how many times the calls of one thread two threads get done; the copy's shows what the machine has to give.
+threads" is how many times the calls of one thread two threads get done; the copy's shows what the machine had to give.
 
 {costs_table(rows)}
 ## Cost against size
