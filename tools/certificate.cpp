@@ -1,6 +1,7 @@
 #include "tools/certificate.h"
 
 #include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
 #include "tools/bytes.h"
 
 namespace {
