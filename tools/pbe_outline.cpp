@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "asn/asn_cursor.h"
+#include "derkit/asn_reader.h"
 #include "derkit/pkcs8_helper.h"
 #include "tools/gost_pbe_crypto.h"
 
