@@ -334,7 +334,7 @@ const row_t ROWS[] = {
      BRIEF},
     {"asn_oid_to_printable", "arcs", [](std::size_t size) { return print_oid(std::string(size, '\x01')); }, BRIEF},
     {"asn_oid_to_printable", "one unterminated arc",
-     [](std::size_t size) { return print_oid(std::string(size, '\x81'), false); }, BRIEF},
+     [](std::size_t size) { return print_oid(std::string(size, '\x81'), false); }},
 
     // Maps
     {"oid_map_parse", "lines", [](std::size_t size) { return parse_map(map_text(size)); }},
@@ -358,6 +358,13 @@ const row_t ROWS[] = {
          };
      },
      BRIEF},
+    {"oid_map_parse_", "comments",
+     [](std::size_t size) -> call_t {
+         return [map = map_of(""), text = repeated("# a comment = of no OID\n", size)] {
+             oid_map_parse_(*map, text.data(), size_of(text));
+             return oid_map_find_sn(handle_of(map), "OF", 2) == nullptr;
+         };
+     }},
     {"oid_map_release", "entries",
      [](std::size_t size) -> call_t {
          const std::string text = map_text(size);
@@ -455,8 +462,7 @@ const row_t ROWS[] = {
      [](std::size_t size) { return encode_name("1.2." + std::string(size, '0') + "=a"); }, BRIEF},
     {"printable_dn_normalize", "RDNs", [](std::size_t size) { return normalize(repeated("CN=a,", size) + "CN=a"); },
      BRIEF},
-    {"printable_dn_normalize", "escapes", [](std::size_t size) { return normalize("CN=" + repeated(ESCAPES, size)); },
-     BRIEF},
+    {"printable_dn_normalize", "escapes", [](std::size_t size) { return normalize("CN=" + repeated(ESCAPES, size)); }},
 
     // Operations on text
     {"printable_dn_reverse", "RDNs", [](std::size_t size) { return reverse(repeated("CN=a,", size) + "CN=a"); }},

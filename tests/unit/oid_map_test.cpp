@@ -517,8 +517,9 @@ TEST(oid_map_of_many_lines, a_key_that_has_the_digest_of_another_one_is_not_foun
     key.oid_asn_size = sizeof words;
     OIDmaps_t::by_asn_t index;
     OIDmaps_t::shortcut_by_asn_t shortcut;
+    shortcut.make_room(index);
     index.insert(&key);
-    shortcut.add(index, &key);
+    shortcut.add(&key);
     const auto find = [&](const std::uint64_t(&wanted)[3]) {
         unsigned char octets[sizeof wanted];
         std::memcpy(octets, wanted, sizeof wanted);
