@@ -49,6 +49,37 @@ inline void copy_octets(unsigned char* to, const unsigned char* from, unsigned i
     }
 }
 
+inline unsigned char length_octet(unsigned int n, unsigned int index) {
+    return static_cast<unsigned char>(index < 4 ? n >> (8 * index) : 0);
+}
+
+// Content of up to 127 octets takes the short form. For more, length octets are written from the lowest up to the
+// first that is zero, so lengths from 65,536 on that hold a zero octet come out too short: 65,536 is written 81 00.
+// The bytes are fixed so; below 65,536 the header is exact and minimal.
+inline unsigned int header_size(unsigned int n) {
+    unsigned int num_length_octets = 0;
+    if (n > 127) {
+        do {
+            ++num_length_octets;
+        } while (length_octet(n, num_length_octets) != 0);
+    }
+    return 2 + num_length_octets;
+}
+
+// Writes the header of n content octets right in front of them.
+inline void write_header_before(unsigned char* content, asn_tag_t::Type identifier, unsigned int n) {
+    const unsigned int num_length_octets = header_size(n) - 2;
+    unsigned char* p = content;
+    *--p = static_cast<unsigned char>(n);
+    if (num_length_octets != 0) {
+        for (unsigned int i = 1; i < num_length_octets; ++i) {
+            *--p = length_octet(n, i);
+        }
+        *--p = static_cast<unsigned char>(0x80 | num_length_octets);
+    }
+    *--p = identifier;
+}
+
 // One element under construction (X.690 8.1).
 //
 // Content grows at the back of `buffer`, behind the header room; every append rewrites the header in front of it,
@@ -226,36 +257,6 @@ template <unsigned int N> struct asn_tag_t_ {
     void write_header() {
         total_size = content_size + header_size(content_size);
         write_header_before(buffer + HEADER_ROOM, tag, content_size);
-    }
-
-    // Content of up to 127 octets takes the short form. For more, length octets are written from the lowest up to the
-    // first that is zero, so lengths from 65,536 on that hold a zero octet come out too short: 65,536 is written 81 00.
-    // The bytes are fixed so; below 65,536 the header is exact and minimal.
-    static unsigned int header_size(unsigned int n) {
-        unsigned int num_length_octets = 0;
-        if (n > 127) {
-            do {
-                ++num_length_octets;
-            } while (length_octet(n, num_length_octets) != 0);
-        }
-        return 2 + num_length_octets;
-    }
-
-    static void write_header_before(unsigned char* content, asn_tag_t::Type identifier, unsigned int n) {
-        const unsigned int num_length_octets = header_size(n) - 2;
-        unsigned char* p = content;
-        *--p = static_cast<unsigned char>(n);
-        if (num_length_octets != 0) {
-            for (unsigned int i = 1; i < num_length_octets; ++i) {
-                *--p = length_octet(n, i);
-            }
-            *--p = static_cast<unsigned char>(0x80 | num_length_octets);
-        }
-        *--p = identifier;
-    }
-
-    static unsigned char length_octet(unsigned int n, unsigned int index) {
-        return static_cast<unsigned char>(index < 4 ? n >> (8 * index) : 0);
     }
 };
 
