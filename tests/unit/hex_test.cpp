@@ -1,7 +1,9 @@
 // Bytes as upper-case hexadecimal text.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "derkit/int2str.h"
@@ -74,6 +76,19 @@ TEST(hex_digits, of_every_byte) {
     const std::string text = to_hex(all_bytes());
     EXPECT_EQ(text, written(all_bytes(), text.size(), ' '));
     EXPECT_EQ(text, appended("", all_bytes(), ' '));
+}
+
+// Long texts are converted in blocks of two kinds, the last of which overlaps the one before it.
+TEST(hex_digits, without_separator_are_those_with_one_at_every_size) {
+    const std::string bytes = all_bytes() + all_bytes();
+    for (std::size_t size = 1; size <= all_bytes().size(); ++size) {
+        for (const std::size_t start : {std::size_t{0}, size}) {
+            const std::string_view part = std::string_view(bytes).substr(start, size);
+            std::string text = to_hex(part);
+            text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+            ASSERT_EQ(text, written(part, text.size(), '\0')) << size << " bytes from " << start;
+        }
+    }
 }
 
 // The first byte is converted before the size is asked for.
