@@ -21,7 +21,7 @@ struct named_oid_t {
 };
 
 // The lines of a map, a thousand of them: those of OpenSSL's own table where it is there, so that both search the
-// same; made-up ones otherwise. The lookups run through every seventh.
+// same; made-up ones otherwise. The lookups run through all of them.
 struct oid_table_t {
     std::vector<named_oid_t> lines;
     std::vector<named_oid_t> lookups;

@@ -56,7 +56,7 @@ oid_table_t make_table() {
     table.lines = g_list_named_oids != nullptr ? g_list_named_oids() : make_up_named_oids();
     table.lines.resize(std::min(table.lines.size(), NUM_LINES));
     // Scattered, so that no two neighbours of the map follow each other.
-    for (std::size_t i = 0; i < table.lines.size(); i += 7) {
+    for (std::size_t i = 0; i < table.lines.size(); ++i) {
         table.lookups.push_back(table.lines[i * 389 % table.lines.size()]);
     }
     return table;

@@ -119,6 +119,14 @@ const std::string LONG = counting_bytes(2000, 1);
 const blob_t LONG_VIEW = view_of(LONG);
 const std::string CERTIFICATE = encode(der_sequence({der_octet_string(counting_bytes(1500, 7))}));
 
+std::string escaped_commas(std::size_t n) {
+    std::string text;
+    for (std::size_t i = 0; i < n; ++i) {
+        text += "\\,";
+    }
+    return text;
+}
+
 // A name of twelve RDNs whose text is longer than its DER.
 struct rdn_t {
     der_t der;
@@ -130,14 +138,10 @@ std::vector<rdn_t> long_rdns() {
     for (unsigned int i = 0; i < 12; ++i) {
         const std::string number = std::to_string(100 + i);
         const std::string commas(60, ',');
-        std::string escaped;
-        for (std::size_t k = 0; k < commas.size(); ++k) {
-            escaped += "\\,";
-        }
         const der_t unknown = der_sequence({der_oid("1.2.643.100." + number), der_element(0x0C, commas)});
         const der_t wide = der_sequence({der_oid("2.5.4.3"), der_element(0x1E, from_hex("04 1F 04 30 04 40"))});
-        rdns.push_back(
-            {der_set({unknown, wide}), "1.2.643.100." + number + "=" + escaped + "+CN=\xD0\x9F\xD0\xB0\xD1\x80"});
+        rdns.push_back({der_set({unknown, wide}),
+                        "1.2.643.100." + number + "=" + escaped_commas(60) + "+CN=\xD0\x9F\xD0\xB0\xD1\x80"});
     }
     return rdns;
 }
@@ -180,6 +184,10 @@ bool with_finished_rdns(const std::string& before, const std::string& after, con
     }
     return false;
 }
+
+// A value that is converted first and escaped then, for which it has to grow once more.
+const std::string T61_COMMAS =
+    encode(der_sequence({der_set({der_sequence({der_oid("2.5.4.3"), der_element(0x14, std::string(100, ','))})})}));
 
 const std::string NAME_DER = long_name_der();
 const std::string NAME_TEXT = long_name_text();
@@ -310,6 +318,12 @@ const filled_string_case_t FILLED_STRINGS[] = {
      [](std::string& out) { return print_name(PDN_ORDER_AS_ENCODED, out); }},
     {"name_reversed", "asn_dn_to_printable", HELD, HELD + reversed_text(12), with_finished_rdns,
      [](std::string& out) { return print_name(PDN_ORDER_REVERSED, out); }},
+    {"name_with_converted_commas", "asn_dn_to_printable", HELD, HELD + "CN=" + escaped_commas(100),
+     with_a_part_behind_it,
+     [](std::string& out) {
+         return asn_dn_to_printable(view_of(T61_COMMAS).data, view_of(T61_COMMAS).size, out, PDN_ORDER_AS_ENCODED,
+                                    OID_MAP_HANDLE_DEFAULT);
+     }},
     {"name_of_an_attribute_type", "asn_oid_to_printable", HELD, "A-NAME-THAT-NEEDS-MEMORY-OF-ITS-OWN", as_it_was,
      [](std::string& out) {
          const blob_t oid = view_of(NAMED_OID);
