@@ -25,7 +25,7 @@ struct key_digest_t {
     bool is_exact() const { return size <= 2 * WORD_SIZE; }
 
     std::size_t hash() const {
-        const std::uint64_t mixed = ((first + size) * GOLDEN_RATIO ^ last) * GOLDEN_RATIO;
+        const std::uint64_t mixed = (first + size) * GOLDEN_RATIO + last * 0xC2B2AE3D27D4EB4F;
         return static_cast<std::size_t>(mixed ^ mixed >> 32);
     }
 

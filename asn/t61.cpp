@@ -1,7 +1,6 @@
 #include "derkit/t61.h"
 
-#include <algorithm>
-#include <array>
+#include <string_view>
 
 #include "asn/t61_tables.h"
 #include "util/string_room.h"
@@ -10,28 +9,10 @@ namespace {
 
 constexpr unsigned int MAX_UTF8_SIZE = 6;
 
-// What one step of the conversion takes from the input and gives.
-struct t61_step_t {
-    unsigned int num_bytes = 0;
-    unsigned int num_code_points = 0;
-    unsigned int code_points[2] = {};
-
-    void give(unsigned int code_point) { code_points[num_code_points++] = code_point; }
-};
-
-constexpr std::array<bool, 256> make_ascii_in_both() {
-    std::array<bool, 256> table = {};
-    for (unsigned int byte = 1; byte < 0x80; ++byte) {
-        table[byte] = t61_tab[byte] == byte;
-    }
-    return table;
-}
-
-// Whether a byte is the same ASCII character in T.61 and in UTF-8, as most are: those are taken as they stand.
-bool is_ascii_in_both(unsigned char byte) {
-    static constexpr std::array<bool, 256> TABLE = make_ascii_in_both();
-    return TABLE[byte];
-}
+// A text of this size is converted in one pass, a longer one is measured first.
+constexpr unsigned int SHORT_TEXT_SIZE = 64;
+// UTF-8 octets that one byte becomes at most: the ohm sign, or a prefix at the end, which gives a zero and its mark.
+constexpr unsigned int MAX_GROWTH = 3;
 
 bool is_prefix(unsigned char byte) {
     return (byte & 0xF0) == 0xC0;
@@ -43,31 +24,32 @@ unsigned int composed(unsigned char prefix, unsigned char letter) {
     return letters == nullptr ? 0 : letters[letter & 0x1F];
 }
 
-// Takes a byte that T.61 defines, with the byte behind it when it is a prefix. That byte is paired as it is, whatever
-// it is by itself; a prefix at the end is paired with 0.
-t61_step_t take_step(const unsigned char* s, const unsigned char* end) {
-    const bool last = end - s == 1;
-    t61_step_t step;
-    if (!is_prefix(s[0])) {
-        step.num_bytes = 1;
-        step.give(t61_tab[s[0]]);
-        return step;
+// Gives code points one after the other until T.61 does not define a byte; false then. The byte behind a prefix is
+// paired as it is, whatever it is by itself; a prefix at the end is paired with 0.
+template <typename GIVE> bool decode(const unsigned char* p, const unsigned char* end, GIVE give) {
+    while (p != end) {
+        const unsigned char byte = *p++;
+        const unsigned int code_point = t61_tab[byte];
+        if (code_point == 0) {
+            return false;
+        }
+        if (!is_prefix(byte)) {
+            give(code_point);
+            continue;
+        }
+        const unsigned char letter = p == end ? 0 : *p++;
+        const unsigned int accent = accents[byte & 0x0F];
+        const unsigned int precomposed = composed(byte, letter);
+        if ((letter == ' ' || letter == 0) && accent != 0) {
+            give(accent);
+        } else if (precomposed != 0) {
+            give(precomposed);
+        } else {
+            give(letter);
+            give(code_point);
+        }
     }
-    step.num_bytes = last ? 1 : 2;
-    const unsigned char letter = last ? 0 : s[1];
-    const unsigned int accent = accents[s[0] & 0x0F];
-    if ((letter == ' ' || letter == 0) && accent != 0) {
-        step.give(accent);
-        return step;
-    }
-    const unsigned int precomposed = composed(s[0], letter);
-    if (precomposed != 0) {
-        step.give(precomposed);
-        return step;
-    }
-    step.give(letter);
-    step.give(t61_tab[s[0]]);
-    return step;
+    return true;
 }
 
 unsigned int utf8_size(unsigned int code_point) {
@@ -86,13 +68,6 @@ unsigned int utf8_size(unsigned int code_point) {
     return code_point < 0x4000000 ? 5 : 6;
 }
 
-const unsigned char* skip_ascii(const unsigned char* p, const unsigned char* end) {
-    while (p != end && is_ascii_in_both(*p)) {
-        ++p;
-    }
-    return p;
-}
-
 // Shorter than ldap_x_wc_to_utf8(), as the code points of T.61 lie below U+10000.
 char* write_utf8(char* to, unsigned int code_point) {
     if (code_point < 0x80) {
@@ -109,43 +84,32 @@ char* write_utf8(char* to, unsigned int code_point) {
     return to;
 }
 
+// Writes UTF-8 from `to` on and gives its end; null when T.61 does not define a byte.
+char* convert(const unsigned char* p, const unsigned char* end, char* to) {
+    const bool defined = decode(p, end, [&to](unsigned int code_point) { to = write_utf8(to, code_point); });
+    return defined ? to : nullptr;
+}
+
 } // namespace
 
 bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out) {
     const unsigned char* const begin = reinterpret_cast<const unsigned char*>(s);
     const unsigned char* const end = begin + len;
-    unsigned long long total = 0;
-    for (const unsigned char* p = begin; p != end;) {
-        const unsigned char* const run = skip_ascii(p, end);
-        total += static_cast<unsigned int>(run - p);
-        if (run == end) {
-            break;
-        }
-        if (t61_tab[*run] == 0) {
+    // Names are short: converting them aside takes less time than measuring them first.
+    if (len <= SHORT_TEXT_SIZE) {
+        char text[SHORT_TEXT_SIZE * MAX_GROWTH];
+        const char* const text_end = convert(begin, end, text);
+        if (text_end == nullptr) {
             return false;
         }
-        const t61_step_t step = take_step(run, end);
-        for (unsigned int k = 0; k < step.num_code_points; ++k) {
-            total += utf8_size(step.code_points[k]);
-        }
-        p = run + step.num_bytes;
-    }
-    if (total == 0) {
+        append_text(out, std::string_view(text, static_cast<std::size_t>(text_end - text)));
         return true;
     }
-    char* to = append_room(out, total);
-    for (const unsigned char* p = begin; p != end;) {
-        const unsigned char* const run = skip_ascii(p, end);
-        to = std::copy(p, run, to);
-        if (run == end) {
-            break;
-        }
-        const t61_step_t step = take_step(run, end);
-        for (unsigned int k = 0; k < step.num_code_points; ++k) {
-            to = write_utf8(to, step.code_points[k]);
-        }
-        p = run + step.num_bytes;
+    unsigned long long total = 0;
+    if (!decode(begin, end, [&total](unsigned int code_point) { total += utf8_size(code_point); })) {
+        return false;
     }
+    convert(begin, end, append_room(out, total));
     return true;
 }
 

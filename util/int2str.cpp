@@ -57,24 +57,24 @@ void write_hex_block(const unsigned char* data, char* out) {
     return _mm_loadu_si128(static_cast<const __m128i*>(octets));
 }
 
-// Blocks by AVX2: each byte becomes two, its high half first, and each half looks its digit up.
-[[gnu::target("avx2")]] void write_hex_blocks_avx2(const unsigned char* data, unsigned int end, char* out) {
+// A block by AVX2: each byte becomes two, its high half first, and each half looks its digit up.
+[[gnu::target("avx2")]] void write_hex_block_avx2(const unsigned char* data, char* out) {
     const __m256i digits = _mm256_broadcastsi128_si256(load_16_octets(DIGITS));
-    const __m256i half = _mm256_set1_epi8(0x0F);
-    for (unsigned int i = 0; i < end; i += HEX_BLOCK_SIZE) {
-        const __m256i bytes = _mm256_cvtepu8_epi16(load_16_octets(data + i));
-        const __m256i halves = _mm256_or_si256(_mm256_srli_epi16(bytes, 4), _mm256_slli_epi16(bytes, 8));
-        const __m256i converted = _mm256_shuffle_epi8(digits, _mm256_and_si256(halves, half));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 2ULL * i), converted);
-    }
+    const __m256i bytes = _mm256_cvtepu8_epi16(load_16_octets(data));
+    const __m256i halves = _mm256_or_si256(_mm256_srli_epi16(bytes, 4), _mm256_slli_epi16(bytes, 8));
+    const __m256i indexes = _mm256_and_si256(halves, _mm256_set1_epi8(0x0F));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_shuffle_epi8(digits, indexes));
 }
 
-void write_hex_blocks(const unsigned char* data, unsigned int end, char* out) {
-    for (unsigned int i = 0; i < end; i += HEX_BLOCK_SIZE) {
-        write_hex_block(data + i, out + 2ULL * i);
+[[gnu::target("avx2")]] void write_hex_avx2(const unsigned char* data, unsigned int len, char* out) {
+    const unsigned int last_block = len - HEX_BLOCK_SIZE;
+    for (unsigned int i = 0; i < last_block; i += HEX_BLOCK_SIZE) {
+        write_hex_block_avx2(data + i, out + 2ULL * i);
     }
+    write_hex_block_avx2(data + last_block, out + 2ULL * last_block);
 }
 
+// The last block overlaps the one before it.
 void write_hex(const unsigned char* data, unsigned int len, char* out) {
     if (len < HEX_BLOCK_SIZE) {
         for (unsigned int i = 0; i < len; ++i) {
@@ -82,13 +82,17 @@ void write_hex(const unsigned char* data, unsigned int len, char* out) {
         }
         return;
     }
-    const unsigned int last_block = len - HEX_BLOCK_SIZE; // overlaps the one before it
     if (len >= LONG_HEX_SIZE && __builtin_cpu_supports("avx2")) {
-        write_hex_blocks_avx2(data, last_block, out);
-    } else {
-        write_hex_blocks(data, last_block, out);
+        write_hex_avx2(data, len, out);
+        return;
     }
-    write_hex_block(data + last_block, out + 2ULL * last_block);
+    const unsigned int last_block = len - HEX_BLOCK_SIZE;
+    for (unsigned int i = 0;; i = std::min(i + HEX_BLOCK_SIZE, last_block)) {
+        write_hex_block(data + i, out + 2ULL * i);
+        if (i == last_block) {
+            return;
+        }
+    }
 }
 
 void write_separated_hex(const unsigned char* data, unsigned int len, char* out, char sep) {

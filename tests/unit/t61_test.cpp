@@ -213,6 +213,22 @@ TEST(t61, steps_follow_each_other) {
     EXPECT_TRUE(utf8 == *out); // too long to be shown; the pairs are also tested one by one
 }
 
+// Short texts are converted aside, long ones in place. Nothing grows more than the ohm sign and a prefix at the end.
+TEST(t61, texts_of_every_size_convert_alike) {
+    for (unsigned int size = 0; size <= 100; ++size) {
+        for (const char* const front : {"", "a"}) {
+            std::string t61 = front;
+            std::string utf8 = front;
+            for (unsigned int i = 0; i < size; ++i) {
+                t61 += '\xE0';
+                utf8 += utf8_of(U"\u2126");
+            }
+            EXPECT_TRUE(converts(t61 + '\xCC', utf8 + utf8_of({0, 0x0332}))) << t61.size();
+            EXPECT_EQ(std::nullopt, converted(t61 + '\xC9')) << t61.size();
+        }
+    }
+}
+
 struct t61_case_t {
     const char* name;
     const char* t61;
