@@ -33,7 +33,7 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
 
     // Makes room for one more entry of the index. May throw, so it comes before the index takes the entry.
     void make_room(const index_t& index) {
-        if (slots_.size() < 4 * (index.size() + 1)) {
+        if (slots_.size() < 2 * (index.size() + 1)) {
             rebuild(index);
         }
     }

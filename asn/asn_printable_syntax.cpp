@@ -76,7 +76,7 @@ const char* dn_reader_t::read_value(const char* p, RDNdescr_t& attribute) {
 }
 
 bool dn_reader_t::next(RDNdescr_t& attribute) {
-    if (at_end_ || failed_) {
+    if (at_end_) {
         return false;
     }
     const char* const equals_sign = parse_type(p_, attribute);
