@@ -25,6 +25,11 @@ double collector_t::median(const std::string& benchmark) const {
     return sorted.size() % 2 == 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
 }
 
+double collector_t::largest(const std::string& benchmark) const {
+    const auto found = samples_.find(benchmark);
+    return found == samples_.end() ? std::nan("") : *std::max_element(found->second.begin(), found->second.end());
+}
+
 void collector_t::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
         if (run.run_type == Run::RT_Iteration) {

@@ -1,4 +1,4 @@
-// Runs Google Benchmark and keeps the medians of what it reports.
+// Runs Google Benchmark and keeps what it reports.
 #ifndef DERKIT_BENCH_MEASURE_H
 #define DERKIT_BENCH_MEASURE_H
 
@@ -18,6 +18,7 @@ class collector_t final : public benchmark::BenchmarkReporter {
     void run(int argc, char** argv);
 
     double median(const std::string& benchmark) const;
+    double largest(const std::string& benchmark) const;
 
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override;
