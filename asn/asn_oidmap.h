@@ -47,7 +47,7 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
         if (slots_.empty() || !COMPARE::digest(key, size, digest)) {
             return find_in_order(index, key, size);
         }
-        const std::size_t home = digest.hash();
+        const std::size_t home = digest.home(slots_.size());
         for (std::size_t i = 0; i < MAX_PROBES; ++i) {
             const slot_t& slot = slots_[(home + i) & (slots_.size() - 1)];
             if (slot.entry == nullptr) {
@@ -85,7 +85,7 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_map_shortcut_t {
         if (!COMPARE::digest(entry->*KEY, entry->*KEY_SIZE, digest)) {
             return;
         }
-        const std::size_t home = digest.hash();
+        const std::size_t home = digest.home(slots.size());
         for (std::size_t i = 0; i < MAX_PROBES; ++i) {
             slot_t& slot = slots[(home + i) & (slots.size() - 1)];
             if (slot.entry == nullptr) {

@@ -24,9 +24,12 @@ struct key_digest_t {
 
     bool is_exact() const { return size <= 2 * WORD_SIZE; }
 
-    std::size_t hash() const {
-        const std::uint64_t mixed = (first + size) * GOLDEN_RATIO + last * 0xC2B2AE3D27D4EB4F;
-        return static_cast<std::size_t>(mixed ^ mixed >> 32);
+    // A place among `num_slots`. Keys that differ in one octet, as neighbours in a tree of OIDs do, may differ in the
+    // upper bits of a product alone: so those are mixed in, and those decide.
+    std::size_t home(std::size_t num_slots) const {
+        const std::uint64_t sum = (first + size) * GOLDEN_RATIO + last * 0xC2B2AE3D27D4EB4F;
+        const std::uint64_t mixed = (sum ^ sum >> 32) * GOLDEN_RATIO;
+        return static_cast<std::size_t>((mixed >> 32) * static_cast<std::uint32_t>(num_slots) >> 32);
     }
 
     // `fold` maps each word of the key to what counts of it.

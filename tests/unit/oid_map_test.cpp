@@ -10,6 +10,7 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -527,6 +528,24 @@ TEST(oid_map_of_many_lines, a_key_that_has_the_digest_of_another_one_is_not_foun
     };
     EXPECT_EQ(find(words), &key);
     EXPECT_EQ(find(others), nullptr);
+}
+
+// Neighbours in a tree of OIDs differ in one octet: a table of twice their number has to keep most of them apart.
+TEST(oid_map_of_many_lines, keys_that_differ_in_one_octet_have_places_of_their_own) {
+    for (unsigned int size = 1; size <= 24; ++size) {
+        for (unsigned int position = 0; position < size; ++position) {
+            std::set<std::size_t> places;
+            for (unsigned int octet = 0; octet < 128; ++octet) {
+                std::string key(size, '\x2A');
+                key[position] = static_cast<char>(octet);
+                key_digest_t digest;
+                ASSERT_TRUE(oid_memcmp_t::digest(key.data(), size, digest));
+                places.insert(digest.home(256));
+                ASSERT_LT(digest.home(256), 256U);
+            }
+            EXPECT_GT(places.size(), 80U) << "octet " << position << " of " << size;
+        }
+    }
 }
 
 TEST(oid_map_order, by_DER_is_shorter_first_then_unsigned_octets) {
