@@ -24,8 +24,8 @@ void add_benchmark(const std::string& name, const contender_t& contender, double
     benchmark::RegisterBenchmark(name.c_str(), run)
         ->Threads(threads)
         ->UseRealTime()
-        ->Repetitions(options.is_quick ? 5 : 9)
-        ->MinTime(options.is_quick ? 0.02 : 0.05);
+        ->Repetitions(options.is_quick ? 5 : 31)
+        ->MinTime(options.is_quick ? 0.02 : 0.015);
 }
 
 } // namespace

@@ -335,7 +335,7 @@ at some rows: `scripts/bench.sh --quick --filter='name|hex'`. What an unfaithful
 ## What a call costs, and how near the limits are
 
 "copy" copies the input and the output, "tags" walks over the tags of the encoded side and does nothing else. "two
-threads" is how many times the calls of one thread two threads get done, each at its best of nine runs; the copy's shows
+threads" is how many times the calls of one thread two threads get done, each at its best of 31 runs; the copy's shows
 what the machine had to give.
 
 {costs_table(rows)}
