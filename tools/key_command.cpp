@@ -31,14 +31,6 @@ struct key_options_t {
     bool reveal = false;
 };
 
-bool is_key_label(const std::string& label) {
-    return label == "PRIVATE KEY" || label == "ENCRYPTED PRIVATE KEY";
-}
-
-shown_text_t yes_or_no(bool value) {
-    return shown_text_t(value ? "yes" : "no");
-}
-
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record) {
     if (!named.has_value()) {
         return;

@@ -55,10 +55,6 @@ std::string open_key(std::string_view der, const std::string& name, const std::o
     return encrypted ? require_decrypted_key(der, name, password) : require_key(der, name);
 }
 
-bool is_key_label(const std::string& label) {
-    return label == "PRIVATE KEY" || label == "ENCRYPTED PRIVATE KEY";
-}
-
 // The only key among the blocks of a text.
 pem_block_t find_key_block(std::string_view text, const std::string& name) {
     pem_reader_t reader(text);

@@ -48,10 +48,6 @@ void add_named(record_t& record, const char* key, const char* oid_key, const std
     }
 }
 
-const char* yes_or_no(bool value) {
-    return value ? "yes" : "no";
-}
-
 class p12_show_t {
   public:
     p12_show_t(const p12_show_options_t& options, console_t& console)
@@ -240,7 +236,7 @@ void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
         record.add("family", shown_text_t(key.family));
         add_if(record, "shape", key.shape);
         add_if(record, "bits", key.bits != 0 ? std::optional(key.bits) : std::nullopt);
-        record.add("readable", shown_text_t(yes_or_no(key.readable)));
+        record.add("readable", yes_or_no(key.readable));
     } else {
         fail(place, problem);
     }
@@ -278,7 +274,7 @@ void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, o
 }
 
 void p12_show_t::add_attributes(const opened_bag_t& bag, const std::string& place, record_t& record) {
-    record.add("encrypted", shown_text_t(yes_or_no(bag.encrypted)));
+    record.add("encrypted", yes_or_no(bag.encrypted));
     const bmp_string_t& friendly_name = bag.bag->friendly_name;
     if (friendly_name.size != 0) {
         const std::optional<std::string> text = utf8_from_utf16(chars(friendly_name.data, friendly_name.size));

@@ -184,6 +184,10 @@ const char* read_fields(std::string_view der, private_key_t& out) {
 
 } // namespace
 
+bool is_key_label(std::string_view label) {
+    return label == "PRIVATE KEY" || label == "ENCRYPTED PRIVATE KEY";
+}
+
 bool read_private_key(std::string_view der, private_key_t& out, std::string& problem) {
     out = private_key_t();
     const char* const missing = read_fields(der, out);

@@ -27,6 +27,9 @@ struct private_key_t {
     blob_t trailing; // what stands behind the PrivateKeyInfo
 };
 
+// Whether PEM says by this label that it holds a PrivateKeyInfo or an EncryptedPrivateKeyInfo (RFC 7468, 10 and 11).
+bool is_key_label(std::string_view label);
+
 // Reads a PrivateKeyInfo (RFC 5208, RFC 5958). On failure `problem` says what is wrong.
 bool read_private_key(std::string_view der, private_key_t& out, std::string& problem);
 

@@ -14,7 +14,7 @@ constexpr std::chrono::milliseconds DELAY(500);
 constexpr std::chrono::milliseconds INTERVAL(200);
 constexpr std::size_t USUAL_WIDTH = 80;
 
-void write(std::string_view text) {
+void write_to_terminal(std::string_view text) {
     static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
 
@@ -56,14 +56,14 @@ void progress_t::update(const std::function<std::string()>& make_text) {
 
 void progress_t::hide() {
     if (!line_.empty()) {
-        write("\r" + std::string(line_.size(), ' ') + "\r");
+        write_to_terminal("\r" + std::string(line_.size(), ' ') + "\r");
         line_.clear();
     }
 }
 
 void progress_t::hide_for_output() {
     if (!line_.empty() && with_output_) {
-        write("\r" + std::string(line_.size(), ' ') + "\r");
+        write_to_terminal("\r" + std::string(line_.size(), ' ') + "\r");
     }
 }
 
@@ -74,5 +74,5 @@ void progress_t::show_again() {
 }
 
 void progress_t::draw() {
-    write("\r" + line_);
+    write_to_terminal("\r" + line_);
 }

@@ -94,3 +94,7 @@ shown_text_t::shown_text_t(std::string_view raw) {
         raw.remove_prefix(bytes.size());
     }
 }
+
+shown_text_t yes_or_no(bool value) {
+    return shown_text_t(value ? "yes" : "no");
+}

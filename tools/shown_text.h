@@ -23,4 +23,6 @@ class shown_text_t {
     std::string text_;
 };
 
+shown_text_t yes_or_no(bool value);
+
 #endif
