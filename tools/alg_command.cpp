@@ -130,7 +130,7 @@ void run(const alg_options_t& options, console_t& console) {
 void add_alg_command(CLI::App& app, console_t& console) {
     CLI::App& command = *app.add_subcommand("alg", "Show an algorithm's code, name, OID and encodings");
     const auto options = std::make_shared<alg_options_t>();
-    command.add_option("X", options->alg, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID")
+    command.add_option("ALGORITHM", options->alg, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID")
         ->type_name("")
         ->required();
     command.add_flag("--json", options->json, "One JSON object");

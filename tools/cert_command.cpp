@@ -210,9 +210,10 @@ void add_cert_command(CLI::App& app, console_t& console) {
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--local", options->local, "Show the validity in local time too");
-    command.add_flag("--round-trip", options->round_trip,
-                     "Take every name, in both orders, back to DER and print it again; count what holds");
-    command.footer("A file that cannot be used costs a line on standard error, and the others go on.\n"
+    command.add_flag(
+        "--round-trip", options->round_trip,
+        "Take every name, in both orders, back to DER and print it again; count how often the text stays the same");
+    command.footer("What cannot be used is reported on standard error; the rest is shown all the same.\n"
                    "Examples:\n"
                    "  derkit cert server.pem\n"
                    "  derkit cert --json --order reversed bundle.pem | jq .subject");

@@ -33,10 +33,10 @@ int end_of_parsing(const CLI::App& app, const CLI::ParseError& end, console_t& c
 }
 
 int run(int argc, char** argv, console_t& console) {
-    CLI::App app("Shows certificates, names, keys and PKCS#12 containers as text, and makes some", "derkit");
+    CLI::App app("Shows certificates, names, keys and PKCS#12 containers, and makes containers", "derkit");
     set_help_layout(app);
     app.set_version_flag("--version", "derkit " DERKIT_VERSION, "Show the version");
-    app.footer("derkit SUBCOMMAND --help tells of one of them, man derkit of all.\n"
+    app.footer("derkit SUBCOMMAND --help tells more of one of them, man derkit of all.\n"
                "Examples:\n"
                "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
                "  derkit dn --hex 'CN=user1,O=Example,C=RU'");

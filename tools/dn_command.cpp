@@ -88,7 +88,7 @@ void add_dn_command(CLI::App& app, console_t& console) {
     CLI::Option* const json = command.add_flag("--json", options->json, "One JSON object, with the DER in hexadecimal");
     der->excludes(hex)->excludes(get)->excludes(json);
     hex->excludes(get)->excludes(json);
-    command.footer("--der and --hex go with none of the other forms of output.\n"
+    command.footer("--der and --hex exclude each other, --get and --json.\n"
                    "Examples:\n"
                    "  derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'\n"
                    "  derkit dn --get O 'CN=user1,O=Example'");

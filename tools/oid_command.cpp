@@ -71,7 +71,7 @@ void run(const oid_options_t& options, console_t& console) {
 void add_oid_command(CLI::App& app, console_t& console) {
     CLI::App& command = *app.add_subcommand("oid", "Show an object identifier as dotted text, DER and names");
     const auto options = std::make_shared<oid_options_t>();
-    command.add_option("X", options->oid, "Dotted text, a short name, or DER content octets in hexadecimal")
+    command.add_option("OID", options->oid, "Dotted text, a short name, or DER content octets in hexadecimal")
         ->type_name("")
         ->required();
     options->oid_map.add_to(command);
