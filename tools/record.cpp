@@ -9,7 +9,7 @@ std::string record_t::lines(const shown_text_t& prefix) const {
         out += prefix.str();
         out += key;
         out += ": ";
-        out += text != nullptr ? text->str() : std::to_string(std::get<unsigned int>(value));
+        out += text != nullptr ? text->str() : std::to_string(std::get<long long>(value));
         out += '\n';
     }
     return out;
@@ -22,7 +22,7 @@ std::string record_t::json() const {
         if (text != nullptr) {
             object[key] = text->str();
         } else {
-            object[key] = std::get<unsigned int>(value);
+            object[key] = std::get<long long>(value);
         }
     }
     return object.dump() + "\n";

@@ -13,7 +13,8 @@
 class record_t {
   public:
     void add(const char* key, const shown_text_t& text) { fields_.emplace_back(key, text); }
-    void add(const char* key, unsigned int number) { fields_.emplace_back(key, number); }
+    void add(const char* key, unsigned int number) { fields_.emplace_back(key, static_cast<long long>(number)); }
+    void add(const char* key, long number) { fields_.emplace_back(key, static_cast<long long>(number)); }
 
     // A line "key: value" for each field, with `prefix` in front.
     std::string lines(const shown_text_t& prefix) const;
@@ -22,7 +23,7 @@ class record_t {
     std::string json() const;
 
   private:
-    using value_t = std::variant<shown_text_t, unsigned int>;
+    using value_t = std::variant<shown_text_t, long long>;
     std::vector<std::pair<const char*, value_t>> fields_;
 };
 

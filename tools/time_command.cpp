@@ -66,7 +66,7 @@ moment_t moment_of_text(const std::string& text) {
 void add_seconds(long seconds, record_t& record) {
     char log_text[32];
     std::string ctime_text;
-    record.add("seconds", shown_text_t(std::to_string(seconds)));
+    record.add("seconds", seconds);
     record.add("local_log", shown_text_t(i2s::LogTimeToString(seconds, log_text)));
     record.add("local_ctime", shown_text_t(TimeToString(seconds, ctime_text)));
 }
@@ -94,12 +94,12 @@ void run(const time_options_t& options, console_t& console) {
 void add_time_command(CLI::App& app, console_t& console) {
     CLI::App& command = *app.add_subcommand("time", "Show a moment in the forms of logs and certificates");
     const auto options = std::make_shared<time_options_t>();
-    command.add_option("X", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch")
+    command.add_option("MOMENT", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch")
         ->type_name("")
         ->required();
     command.add_flag("--json", options->json, "One JSON object");
     command.footer("local and, of a text, seconds are reckoned with the present distance of local time from GMT, so "
-                   "they are an hour off when daylight saving has begun or ended since.\n"
+                   "they are an hour off for a moment on the other side of a change to or from daylight saving.\n"
                    "Examples:\n"
                    "  derkit time '2024.02.29 13:05:09'\n"
                    "  derkit time 1709211909");
