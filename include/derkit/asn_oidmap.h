@@ -117,7 +117,7 @@ DERKIT_API const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* 
 /// @return the entry, owned by the map and valid until its release; a null pointer when there is none.
 DERKIT_API const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned int size);
 
-/// The built-in map: 23 attribute types of distinguished names (X.520, RFC 4519, RFC 2985).
+/// The built-in map: 23 short names of 22 attribute types of distinguished names (X.520, RFC 4519, RFC 2985).
 /// Complete when the library is loaded and never changed afterwards.
 extern DERKIT_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT;
 
