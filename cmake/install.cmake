@@ -29,9 +29,9 @@ function(derkit_install libdir runtime runtime_doc development development_doc t
   install(FILES ${generated}/derkitConfigVersion.cmake DESTINATION ${libdir}/cmake/derkit ${options})
   install(FILES ${generated}/derkit.pc DESTINATION ${pkgconfig_dir} ${options})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${options})
-  install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${development_doc} ${options})
+  # The guides with what they lead to. The README leads through the sources.
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${development_doc} ${options}
-    FILES_MATCHING PATTERN *.md PATTERN man EXCLUDE)
+    FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN qaroids.cfg PATTERN man EXCLUDE)
   derkit_install_man_pages(3 ${options})
   derkit_install_man_pages(5 ${options})
 

@@ -25,14 +25,16 @@ TIME_LIMIT = 240
 
 MANUALS = {page.name: f"usr/share/man/man{page.suffix[1:]}/{page.name}.gz"
            for page in (SOURCE / "docs/man").glob("*.[1-8]")}
+GUIDES = {f"usr/share/doc/libderkit-dev/{file.name}" for file in (SOURCE / "docs").iterdir()
+          if file.suffix in {".md", ".svg", ".cfg"}}
 TOOL_MANUALS = {path for name, path in MANUALS.items() if name.endswith(".1")}
-FILES = {  # guides apart
+FILES = {
     "libderkit1": {f"{LIBDIR}/libderkit.so.1", f"{LIBDIR}/libderkit.so.{VERSION}",
                    "usr/share/doc/libderkit1/examples/qaroids.cfg"},
     "libderkit-dev": {f"{LIBDIR}/libderkit.so", f"{LIBDIR}/libderkit.a", f"{LIBDIR}/pkgconfig/derkit.pc"}
         | {f"{LIBDIR}/cmake/derkit/derkitConfig{part}.cmake" for part in ("", "Version", "-relwithdebinfo")}
         | {f"usr/include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
-        | set(MANUALS.values()) - TOOL_MANUALS,
+        | GUIDES | set(MANUALS.values()) - TOOL_MANUALS,
     "derkit-tools": TOOL_MANUALS | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit"},
 }
 DEPENDENCIES = {  # a package, and whether one version of it is asked for, or that and later ones
@@ -103,8 +105,7 @@ class DebianPackagesTest(unittest.TestCase):
         for name in PACKAGES:
             with self.subTest(name):
                 doc = f"usr/share/doc/{name}"
-                found = {file for file in files_below(self.contents[name])
-                         if not file.endswith(".md") and file != f"{doc}/changelog.gz"}
+                found = files_below(self.contents[name]) - {f"{doc}/changelog.gz"}
                 self.assertEqual(found, FILES[name] | {f"{doc}/copyright", f"{doc}/changelog.Debian.gz"})
                 with gzip.open(self.contents[name] / doc / "changelog.Debian.gz", "rt") as changelog:
                     self.assertTrue(changelog.readline().startswith(f"derkit ({VERSION}-1) "))

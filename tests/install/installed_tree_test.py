@@ -6,6 +6,7 @@ The environment names the build: DERKIT_BUILD_DIR and DERKIT_SOURCE_DIR, DERKIT_
 import json
 import os
 import pathlib
+import re
 import shlex
 import subprocess
 import tempfile
@@ -21,6 +22,8 @@ TIME_LIMIT = 240
 PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # what the consumer prints
 MANUALS = {page.name: f"share/man/man{page.suffix[1:]}/{page.name}" for page in (SOURCE / "docs/man").glob("*.[1-8]")}
 HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
+GUIDES = {f"share/doc/derkit/{file.name}" for file in (SOURCE / "docs").iterdir()
+          if file.suffix in {".md", ".svg", ".cfg"}}
 
 
 def run(*command, **environment):
@@ -61,11 +64,11 @@ class InstalledTreeTest(unittest.TestCase):
         for component in "runtime", "development", "tools":
             folder = self.scratch / component
             run(CMAKE, "--install", BUILD, "--prefix", folder, "--component", component)
-            found[component] = {name for name in files_below(folder) if not name.endswith(".md")}
+            found[component] = files_below(folder)
         tool_manuals = {path for name, path in MANUALS.items() if name.endswith(".1")}
         self.assertEqual(found, {
             "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
-            "development": HEADERS | set(MANUALS.values()) - tool_manuals | {
+            "development": HEADERS | GUIDES | set(MANUALS.values()) - tool_manuals | {
                 "lib/libderkit.so", "lib/libderkit.a", "lib/pkgconfig/derkit.pc",
                 "lib/cmake/derkit/derkitConfig.cmake", "lib/cmake/derkit/derkitConfig-relwithdebinfo.cmake",
                 "lib/cmake/derkit/derkitConfigVersion.cmake"},
@@ -80,6 +83,11 @@ class InstalledTreeTest(unittest.TestCase):
                 text = path.read_text(encoding="utf-8")
                 for place in BUILD, str(SOURCE), str(self.scratch):
                     self.assertNotIn(place, text, path)
+
+    def test_links_in_guides_lead_to_installed_files(self):
+        for guide in (self.prefix / "share/doc/derkit").glob("*.md"):
+            for link in re.findall(r"\]\((?!https?:|#)([^)#]+)", guide.read_text(encoding="utf-8")):
+                self.assertTrue((guide.parent / link).exists(), f"{guide.name}: {link}")
 
     def test_the_tool_finds_its_library(self):
         self.assertEqual(run(self.prefix / "bin/derkit", "--version"), f"derkit {VERSION}\n")
