@@ -284,7 +284,7 @@ def plot_sizes(series):
     return svg(880, bottom + 60, parts)
 
 
-# The document
+# The report
 
 
 def machine():
