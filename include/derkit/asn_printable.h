@@ -53,7 +53,8 @@ DERKIT_API bool printable_dn_get_attr(const char* dn, const char* type, std::str
 ///
 /// A scan of the text alone: nothing is parsed and no blank is skipped, so `CN=a, O=b` does not contain `O=b`.
 /// A mismatch that is found on a comma of `dn` passes over the RDN behind it: `CN=a,CN=ab` does not contain
-/// `CN=ab`. An empty `rdns` is contained in an empty `dn` and in one that starts with a comma.
+/// `CN=ab`. An RDN that begins with all that is left of `rdns` and goes on ends the scan: `CN=ab,CN=a` does not
+/// contain `CN=a`. An empty `rdns` is contained in an empty `dn` and in one that starts with a comma.
 ///
 /// @param dn    zero-terminated DN
 /// @param rdns  zero-terminated RDNs, joined by `,`
@@ -78,8 +79,9 @@ DERKIT_API bool printable_dn_C_before_CN(const char* dn);
 ///               each with its comma.
 /// @param order  order of the RDNs
 /// @param map    names the attribute types; may be empty: types are dotted OIDs then
-/// @return false for malformed DER, for text that its string type does not allow and for an empty BMPString or
-///         UniversalString.
+/// @return false for malformed DER, for a NumericString with other than digits and spaces, for a T61String, BMPString
+///         or UniversalString that holds no text of its kind and for an empty BMPString or UniversalString. The other
+///         strings are not looked at.
 DERKIT_API bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string& out,
                                     PrintableDnOrder order, oid_map_handle_t map);
 

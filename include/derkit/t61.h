@@ -13,14 +13,15 @@
 
 /// Appends the UTF-8 form of T.61 text to `out`.
 ///
-/// A diacritic prefix (0xC1-0xCF) and the letter behind it give the precomposed character, with a space or a
-/// zero byte the spacing diacritic, with anything else that byte as a code point and the combining mark. The byte
-/// behind a prefix is taken as it is; a prefix at the end is paired with 0.
+/// A diacritic prefix (0xC1-0xCF without 0xC9) and the letter behind it give the precomposed character, with a space
+/// or a zero byte the spacing diacritic, with anything else that byte as a code point and the combining mark. The low
+/// line, 0xCC, always gives the latter. The byte behind a prefix is taken as it is; a prefix at the end is paired
+/// with 0.
 ///
 /// @param s    T.61 bytes, no terminating zero needed; not in `out`
 /// @param len  their number
 /// @param out  receives the text behind what it holds; untouched on failure
-/// @return false when T.61 does not define a byte (0x00 included).
+/// @return false when T.61 does not define a byte (0x00 included) that stands behind no prefix.
 /// @throws std::bad_alloc when `out` cannot grow
 DERKIT_API bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out);
 
