@@ -223,6 +223,7 @@ const dn_value_case_t VALUES[] = {
     {"t61_dollar_sign", "14 01 A4", "$"},
     {"t61_number_sign_is_escaped_after_conversion", "14 01 A6", "\\#"},
     {"t61_special_character_under_a_mark", "14 02 C2 2C", "\\,\xCC\x81"},
+    {"t61_low_line_at_the_end", "14 02 2B CC", "\\+\0\xCC\xB2"sv},
     {"empty_t61_string", "14 00", ""},
     {"ia5_string", "16 04 78 3D 79 23", "x\\=y\\#"},
     {"ia5_string_is_not_checked", "16 02 80 FF", "\x80\xFF"},
@@ -369,6 +370,58 @@ TEST(dn_value_print_law, nine_characters_are_escaped_in_strings_that_are_convert
     }
 }
 
+std::string with_escapes(std::string_view text) {
+    std::string out;
+    for (const char c : text) {
+        out += (SPECIALS.find(c) == std::string_view::npos ? "" : "\\") + std::string(1, c);
+    }
+    return out;
+}
+
+// The octets of a text as one of the string types holds them.
+std::string string_of(unsigned char tag, std::string_view text) {
+    const std::size_t num_zeros = tag == 0x1C ? 3 : tag == 0x1E ? 1 : 0;
+    std::string content;
+    for (const char c : text) {
+        content += std::string(num_zeros, '\0') + c;
+    }
+    return element(tag, content);
+}
+
+// First, last, side by side, alone: all texts of up to four of these characters.
+TEST(dn_value_print_law, special_characters_are_escaped_wherever_they_stand) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; texts[i].size() < 4; ++i) {
+        for (const char c : {',', '"', ' ', 'a'}) {
+            texts.push_back(texts[i] + c);
+        }
+    }
+    const unsigned char tags[] = {0x0C, 0x13, 0x14, 0x16, 0x1C, 0x1E};
+    for (const unsigned char tag : tags) {
+        for (const std::string& text : texts) {
+            const bool done = !text.empty() || tag < 0x1C;
+            const printed_t printed = print(name_of(string_of(tag, text)), PDN_ORDER_REVERSED);
+            EXPECT_EQ(done, printed.done) << to_hex(&tag, 1) << " \"" << text << '"';
+            EXPECT_TRUE(same_bytes(done ? "2.5.4.3=" + with_escapes(text) : "", printed.text)) << to_hex(&tag, 1);
+        }
+    }
+}
+
+// T.61 is converted in one way or another by its size; it is escaped, and refused, alike.
+TEST(dn_value_print_law, t61_strings_of_every_size_are_escaped) {
+    for (std::size_t size = 0; size < 100; ++size) {
+        const std::string inner(size, 'a');
+        const std::string commas(size, ',');
+        const std::string der =
+            element(0x30, rdn_of(element(0x14, ',' + inner + "=\xC2")) + COUNTRY_RU + rdn_of(element(0x14, commas)));
+        expect_printed(der, PDN_ORDER_AS_ENCODED, NO_MAP, true,
+                       "2.5.4.3=\\," + inner + "\\=\xC2\xB4,2.5.4.6=RU,2.5.4.3=" + with_escapes(commas));
+        const std::string refused = element(0x30, COUNTRY_RU + rdn_of(element(0x14, commas + '\xC9')));
+        expect_printed(refused, PDN_ORDER_AS_ENCODED, NO_MAP, false, "2.5.4.6=RU,2.5.4.3=");
+        expect_printed(refused, PDN_ORDER_REVERSED, NO_MAP, false, "2.5.4.6=RU,");
+    }
+}
+
 TEST(dn_value_print_law, numeric_string_takes_digits_and_spaces_alone) {
     for (int c = 0; c < 256; ++c) {
         const std::string character(1, static_cast<char>(c));
@@ -383,11 +436,8 @@ TEST(dn_value_print_law, t61_string_is_converted_and_then_escaped) {
         const std::string t61 = {static_cast<char>(c), 'x'};
         std::string utf8;
         const bool defined = ldap_t61s_to_utf8s(t61.data(), 2, utf8);
-        std::string expected = "2.5.4.3=";
-        for (const char unit : utf8) {
-            expected += (SPECIALS.find(unit) == std::string_view::npos ? "" : "\\") + std::string(1, unit);
-        }
-        expect_printed(name_of(element(0x14, t61)), PDN_ORDER_AS_ENCODED, NO_MAP, defined, expected);
+        expect_printed(name_of(element(0x14, t61)), PDN_ORDER_AS_ENCODED, NO_MAP, defined,
+                       "2.5.4.3=" + with_escapes(utf8));
     }
 }
 
