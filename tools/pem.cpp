@@ -23,14 +23,15 @@ std::string_view without_byte_order_mark(std::string_view text) {
     return text.starts_with(BYTE_ORDER_MARK) ? text.substr(BYTE_ORDER_MARK.size()) : text;
 }
 
-// The label of a line "-----BEGIN label-----", or of its END; nothing for another line.
+// The label of a line "-----BEGIN label-----", or of its END; nothing for another line. A whole block on one line is
+// another line: labels are shown in messages, where the key of such a block must not end up.
 std::optional<std::string_view> boundary_label(std::string_view line, std::string_view opening) {
     if (!line.starts_with(opening) || !line.substr(opening.size()).ends_with(DASHES)) {
         return std::nullopt;
     }
     line.remove_prefix(opening.size());
     line.remove_suffix(DASHES.size());
-    return line;
+    return line.find(DASHES) == std::string_view::npos ? std::optional(line) : std::nullopt;
 }
 
 constexpr signed char NOT_BASE64 = -1;

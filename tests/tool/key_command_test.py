@@ -414,6 +414,7 @@ class Inputs(KeyTest):
             (sequence(), neither),
             (sequence(octet_string(KEY_32)), neither),
             (pem(b"x", "CERTIFICATE"), "holds no PRIVATE KEY or ENCRYPTED PRIVATE KEY, but CERTIFICATE"),
+            (pem(b"secret", "PRIVATE KEY").replace(b"\n", b""), neither),  # and nothing of what is in it
             (pem(b"x", "RSA PRIVATE KEY"), "holds no PRIVATE KEY or ENCRYPTED PRIVATE KEY, but RSA PRIVATE KEY"),
         ]:
             path = self.file("key", data)
