@@ -124,6 +124,10 @@ const dn_encode_case_t NAMES[] = {
     {"values_of_all_forms_do_not_mix", "CN=#0403616263,O=#0500,OU=\"x\",C=#040161,L=y", BUILT_IN_MAP,
      "30 3D 31 0C 30 0A 06 03 55 04 03 04 03 61 62 63 31 09 30 07 06 03 55 04 0A 05 00"
      "31 0A 30 08 06 03 55 04 0B 13 01 78 31 0A 30 08 06 03 55 04 06 04 01 61 31 0A 30 08 06 03 55 04 07 13 01 79"},
+    {"decoded_values_do_not_mix", "CN=\\41,O=\"\\\"b\",L=\\43+C=#040161,OU=\"\\\"d\",T=\\45", BUILT_IN_MAP,
+     "30 48 31 0A 30 08 06 03 55 04 03 13 01 41 31 0B 30 09 06 03 55 04 0A 13 02 22 62 31 14 30 08 06 03 55 04"
+     "07 13 01 43 30 08 06 03 55 04 06 04 01 61 31 0B 30 09 06 03 55 04 0B 13 02 22 64 31 0A 30 08 06 03 55 04"
+     "0C 13 01 45"},
     // openssl req with string_mask=nombstr
     // -subj '/C=RU/O=Example (Moscow), Ltd./CN=user1/emailAddress=a@b.ru'
     {"same_as_openssl", "C=RU,O=Example (Moscow)\\, Ltd.,CN=user1,E=a@b.ru", BUILT_IN_MAP,
