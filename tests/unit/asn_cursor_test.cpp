@@ -151,6 +151,18 @@ TEST_P(cursor_step, refuses_a_length_whose_sum_with_the_header_wraps) {
     }
 }
 
+// Nothing behind the header is read, so it need not be there.
+TEST_P(cursor_step, refuses_a_wrapping_length_in_the_largest_input) {
+    for (const char* const header :
+         {"04 84 FF FF FF FA", "04 84 FF FF FF FB", "04 84 FF FF FF FE", "04 84 FF FF FF FF"}) {
+        SCOPED_TRACE(header);
+        const exact_bytes_t input(from_hex(header));
+        asn_cursor_t cursor(input.data(), 0xFFFFFFFF);
+        GetParam().take(cursor, asn_tag_t::OCTET_STRING);
+        expect_failed_and_empty(cursor);
+    }
+}
+
 TEST_P(cursor_step, refuses_a_wrapping_length_behind_other_elements_and_inside_one) {
     const exact_bytes_t input(from_hex("30 0B 02 01 05 04 84 FF FF FF FA 05 00 05 00"));
     asn_cursor_t outer(input.data(), input.size());
