@@ -5,6 +5,7 @@
 
 #include "derkit/asn_helper.h"
 #include "support/bytes.h"
+#include "support/untouched.h"
 #include "support/views.h"
 
 namespace {
@@ -100,36 +101,37 @@ INSTANTIATE_TEST_SUITE_P(third_set_that_cannot_be_read_counts_as_absent, gost_pu
 struct refused_parameters_t {
     const char* name;
     const char* parameters;
-    const char* public_key_param_set; // kept nevertheless; null: there is none
+    const char* public_key_param_set; // kept nevertheless, or not touched
 };
 class refused_gost_parameters : public testing::TestWithParam<refused_parameters_t> {};
 
 TEST_P(refused_gost_parameters, give_0_and_keep_a_set_that_was_read) {
     const parts_t parts(from_hex(GetParam().parameters), from_hex("04 04 DE F0 12 34"));
-    asn_gost_pubkey_t out;
+    asn_gost_pubkey_t out = {untouched_view(), untouched_view(), untouched_view(), untouched_view()};
     EXPECT_EQ(0, asn_read_gost_pubkey(parts.key, out));
-    if (GetParam().public_key_param_set != nullptr) {
-        EXPECT_TRUE(holds(GetParam().public_key_param_set, out.public_key_param_set));
+    EXPECT_TRUE(same_bytes(bytes_or_untouched(GetParam().public_key_param_set), chars_of(out.public_key_param_set)));
+    for (const blob_t& view : {out.digest_param_set, out.encryption_param_set, out.key}) {
+        EXPECT_TRUE(same_bytes(UNTOUCHED_BYTES, chars_of(view)));
     }
 }
 
 const refused_parameters_t REFUSED_PARAMETERS[] = {
-    {"nothing", "", nullptr},
-    {"null", "05 00", nullptr},
-    {"empty_sequence", "30 00", nullptr},
-    {"sets_behind_the_sequence", "30 00 06 01 2A 06 01 2B", nullptr},
-    {"sequence_in_second_place", "05 00 30 06 06 01 2A 06 01 2B", nullptr},
-    {"sequence_past_the_end", "30 07 06 01 2A 06 01 2B", nullptr},
-    {"first_set_of_another_identifier", "30 06 04 01 2A 06 01 2B", nullptr},
-    {"first_set_past_the_sequence", "30 02 06 01 2A 06 01 2B", nullptr},
+    {"nothing", "", "-"},
+    {"null", "05 00", "-"},
+    {"empty_sequence", "30 00", "-"},
+    {"sets_behind_the_sequence", "30 00 06 01 2A 06 01 2B", "-"},
+    {"sequence_in_second_place", "05 00 30 06 06 01 2A 06 01 2B", "-"},
+    {"sequence_past_the_end", "30 07 06 01 2A 06 01 2B", "-"},
+    {"first_set_of_another_identifier", "30 06 04 01 2A 06 01 2B", "-"},
+    {"first_set_past_the_sequence", "30 02 06 01 2A 06 01 2B", "-"},
     {"one_set", "30 03 06 01 2A", "06 01 2A"},
     {"second_set_behind_the_sequence", "30 03 06 01 2A 06 01 2B", "06 01 2A"},
     {"second_set_past_the_sequence", "30 05 06 01 2A 06 01 2B", "06 01 2A"},
     {"second_set_of_another_identifier", "30 06 06 01 2A 05 01 2B", "06 01 2A"},
     {"second_set_in_third_place", "30 08 06 01 2A 05 00 06 01 2B", "06 01 2A"},
     // Adding the header's size to these lengths wraps.
-    {"wrapping_length_of_the_sequence", "30 84 FF FF FF FA 06 01 2A 06 01 2B", nullptr},
-    {"wrapping_length_of_the_first_set", "30 0A 06 84 FF FF FF FC 2A 06 01 2B", nullptr},
+    {"wrapping_length_of_the_sequence", "30 84 FF FF FF FA 06 01 2A 06 01 2B", "-"},
+    {"wrapping_length_of_the_first_set", "30 0A 06 84 FF FF FF FC 2A 06 01 2B", "-"},
     {"wrapping_length_of_the_second_set", "30 0A 06 01 2A 06 84 FF FF FF FF 2B", "06 01 2A"},
 };
 INSTANTIATE_TEST_SUITE_P(for_their_form, refused_gost_parameters, testing::ValuesIn(REFUSED_PARAMETERS), case_name_t());

@@ -7,6 +7,8 @@
 #include "derkit/asn_helper.h"
 #include "support/algorithm_code.h"
 #include "support/bytes.h"
+#include "support/untouched.h"
+#include "support/views.h"
 
 namespace {
 
@@ -101,9 +103,11 @@ class ike_reader : public testing::TestWithParam<ike_read_case_t> {};
 TEST_P(ike_reader, splits_oid_and_parameters) {
     const ike_read_case_t& c = GetParam();
     const exact_bytes_t input(from_hex(c.input));
-    asn_ike_signalg_t out;
+    asn_ike_signalg_t out = {untouched_view(), untouched_view()};
     ASSERT_EQ(c.oid == nullptr ? 0 : 1, asn_read_ike_signalg(input.data(), input.size(), out));
     if (c.oid == nullptr) {
+        EXPECT_TRUE(same_bytes(UNTOUCHED_BYTES, chars_of(out.oid)));
+        EXPECT_TRUE(same_bytes(UNTOUCHED_BYTES, chars_of(out.parameters)));
         return;
     }
     EXPECT_TRUE(same_bytes(from_hex(c.oid), as_chars(out.oid.data, out.oid.size)));

@@ -11,6 +11,7 @@
 #include "derkit/asn_helper.h"
 #include "support/algorithm_code.h"
 #include "support/bytes.h"
+#include "support/untouched.h"
 #include "support/views.h"
 
 namespace {
@@ -87,10 +88,13 @@ struct refused_key_case_t {
 };
 class refused_public_key : public testing::TestWithParam<refused_key_case_t> {};
 
-TEST_P(refused_public_key, gives_0) {
+TEST_P(refused_public_key, gives_0_and_touches_nothing) {
     const exact_bytes_t input(from_hex(GetParam().input));
-    asn_pubkey_t out;
+    asn_pubkey_t out = {untouched_view(), untouched_view(), untouched_view()};
     EXPECT_EQ(0, read_pubkey(input, out));
+    for (const blob_t& view : {out.algorithm, out.parameters, out.key}) {
+        EXPECT_TRUE(same_bytes(UNTOUCHED_BYTES, chars_of(view)));
+    }
 }
 
 const refused_key_case_t REFUSED[] = {
@@ -122,10 +126,11 @@ class public_key_without_bit_string : public testing::TestWithParam<refused_key_
 
 TEST_P(public_key_without_bit_string, is_refused_but_keeps_the_algorithm) {
     const exact_bytes_t input(from_hex(GetParam().input));
-    asn_pubkey_t out;
+    asn_pubkey_t out = {untouched_view(), untouched_view(), untouched_view()};
     EXPECT_EQ(0, read_pubkey(input, out));
     EXPECT_TRUE(same_bytes(from_hex("55 04 03"), chars_of(out.algorithm)));
     EXPECT_TRUE(same_bytes(from_hex("05 00"), chars_of(out.parameters)));
+    EXPECT_TRUE(same_bytes(UNTOUCHED_BYTES, chars_of(out.key)));
 }
 
 const refused_key_case_t WITHOUT_BIT_STRING[] = {
