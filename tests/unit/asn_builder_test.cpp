@@ -292,6 +292,19 @@ TEST(builder_growth, reserve_gives_a_node_without_inline_room_no_encoding_yet) {
     EXPECT_TRUE(same_bytes(from_hex("30 00"), encoding_of(node)));
 }
 
+TEST(builder_growth, content_of_every_small_size_is_appended_whole_and_nothing_behind_it) {
+    for (unsigned int size = 0; size <= 64; ++size) {
+        asn_tag_t_<128> node(asn_tag_t::OCTET_STRING);
+        std::fill(node.buffer + HEADER_ROOM, node.buffer + node.capacity, static_cast<unsigned char>(0xA5));
+        add_content(node, "held");
+        add_content(node, some_content(size));
+        EXPECT_TRUE(same_bytes(der_header(0x04, 4 + size) + "held" + some_content(size), encoding_of(node)));
+        const unsigned int used = HEADER_ROOM + node.content_size;
+        EXPECT_TRUE(
+            same_bytes(std::string(node.capacity - used, '\xA5'), as_chars(node.buffer + used, node.capacity - used)));
+    }
+}
+
 // ---- children ----
 
 TEST(builder_child, carries_its_header_into_the_parent) {
