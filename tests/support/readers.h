@@ -419,6 +419,25 @@ inline const char* chars(const unsigned char* data) {
 }
 
 // Found or not, and whose.
+// Of keys that maps digest word by word, and of keys that are too long for that.
+constexpr std::size_t LONG_KEY_SIZES[] = {21, 67};
+
+// Keys of these sizes, all of whose octets are '*' in DER and 'N' in names.
+inline oid_map_handle_t map_of_long_keys() {
+    static const oid_map_handle_t map = [] {
+        std::string text;
+        for (const std::size_t size : LONG_KEY_SIZES) {
+            text += "1.2";
+            for (std::size_t i = 1; i < size; ++i) {
+                text += ".42";
+            }
+            text += "=" + std::string(size, 'N') + "\n";
+        }
+        return oid_map_parse(text.data(), static_cast<unsigned int>(text.size()));
+    }();
+    return map;
+}
+
 inline read_answer_t found_entry(const OIDdescr_t* entry) {
     answer_builder_t answer(nullptr, 0);
     answer.accept(entry != nullptr);
@@ -466,6 +485,9 @@ inline read_answer_t yes_or_no(bool yes) {
 inline std::vector<reader_t> all_readers() {
     using namespace readers;
     using enum input_kind_t;
+    const std::string t61 = "a\xC2"
+                            "e\xCF"
+                            "c b\xC1 \xA8";
     const std::string dn = "CN=\\2C a\\, b,OU=\"x,y\"+2.5.4.3=#0C0161,  O = z,C=RU";
     const std::string map_text = "1.2.3 = AB, a long name\r\n# no entry\n\t2.5.4.3=CN\n1.2.4 = AC , x=y";
     const std::string oid = from_hex("2A 85 03 02 02 13");
@@ -546,6 +568,13 @@ inline std::vector<reader_t> all_readers() {
          [](const unsigned char* data, unsigned int size) {
              return found_entry(oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, data, size));
          }},
+        {"oid_map_find_asn_of_long_keys",
+         "oid_map_find_asn",
+         SIZED,
+         {std::string(LONG_KEY_SIZES[0], '*'), std::string(LONG_KEY_SIZES[1], '*')},
+         [](const unsigned char* data, unsigned int size) {
+             return found_entry(oid_map_find_asn(map_of_long_keys(), data, size));
+         }},
         {"oid_map_find_str",
          "oid_map_find_str",
          SIZED,
@@ -560,12 +589,17 @@ inline std::vector<reader_t> all_readers() {
          [](const unsigned char* data, unsigned int size) {
              return found_entry(oid_map_find_sn(OID_MAP_HANDLE_DEFAULT, chars(data), size));
          }},
+        {"oid_map_find_sn_of_long_keys",
+         "oid_map_find_sn",
+         SIZED,
+         {std::string(LONG_KEY_SIZES[0], 'n'), std::string(LONG_KEY_SIZES[1], 'n')},
+         [](const unsigned char* data, unsigned int size) {
+             return found_entry(oid_map_find_sn(map_of_long_keys(), chars(data), size));
+         }},
         {"ldap_t61s_to_utf8s",
          "ldap_t61s_to_utf8s",
          SIZED,
-         {"a\xC2"
-          "e\xCF"
-          "c b\xC1 \xA8"},
+         {t61, std::string(60, '\xE0') + t61 + "\xC2"}, // the longer one is measured first
          [](const unsigned char* data, unsigned int size) {
              return to_string([&](std::string& out) { return ldap_t61s_to_utf8s(chars(data), size, out); });
          }},

@@ -357,7 +357,7 @@ const call_t CALLS[] = {
      [](unsigned int variant) {
          const std::string in = "\xC2"
                                 "e\xC1" +
-                                std::string(variant, 'x') + "\xE0";
+                                std::string(10 * variant, 'x') + "\xE0"; // short and long texts
          std::string out;
          const bool done = ldap_t61s_to_utf8s(in.data(), size_of(in), out);
          return text(done) + out;
@@ -377,7 +377,7 @@ const call_t CALLS[] = {
      }},
     {"TO_HEX_STD_STRING",
      [](unsigned int variant) {
-         const std::string data = digest(variant);
+         const std::string data = counting_bytes(1 + 10 * variant, variant); // of one block and of many
          std::string out;
          return TO_HEX_STD_STRING(bytes_of(data), size_of(data), out, '\0');
      }},

@@ -260,6 +260,7 @@ bool write_container(std::string& out) {
     return true;
 }
 
+const std::string DOLLAR_SIGNS(70, '\xA4');
 const std::string OID_CONTENT = from_hex("2A 85 03 03 81 03 01 01 8F FF FF FF 7F");
 const std::string SIGNATURE_OID = encode(der_oid("1.2.643.7.1.1.3.3"));
 const std::string UNKNOWN_OID = encode(der_oid("1.2.643.100.111.4294967295.1"));
@@ -308,6 +309,8 @@ const filled_string_case_t FILLED_STRINGS[] = {
                                        "e";
          return ldap_t61s_to_utf8s(text.data(), static_cast<unsigned int>(text.size()), out);
      }},
+    {"utf8_of_long_t61", "ldap_t61s_to_utf8s", HELD, HELD + std::string(70, '$'), as_it_was,
+     [](std::string& out) { return ldap_t61s_to_utf8s(DOLLAR_SIGNS.data(), 70, out); }},
     {"attribute", "printable_dn_get_attr", HELD, HELD + long_rdns()[11].text.substr(0, 16 + 120), as_it_was,
      [](std::string& out) {
          return printable_dn_get_attr(NAME_TEXT.c_str(), "1.2.643.100.111", out, PDN_GET_ATTR_PAIR);

@@ -196,6 +196,14 @@ TEST(t61, failure_anywhere_leaves_the_output_untouched) {
         EXPECT_FALSE(ldap_t61s_to_utf8s(t61.chars(), t61.size(), out)) << hex;
         EXPECT_EQ("before", out) << hex;
     }
+    // Also that of a text too long to be converted aside.
+    for (unsigned int undefined_at = 0; undefined_at <= 100; ++undefined_at) {
+        std::string t61(101, '\xE0');
+        t61[undefined_at] = '\x5C';
+        std::string out = "before";
+        EXPECT_FALSE(ldap_t61s_to_utf8s(t61.data(), 101, out)) << undefined_at;
+        EXPECT_EQ("before", out) << undefined_at;
+    }
 }
 
 // All that converts, one behind the other: what one step takes or counts too much shows in the next.
