@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "asn/oid_map_keys.h"
 #include "derkit/derkit.h"
 #include "support/pkcs_der.h"
 #include "support/views.h"
@@ -187,6 +188,34 @@ call_t parse_map(std::string text) {
 call_t find_short_name(const std::string& text, std::string name, bool expected) {
     return [=, map = map_of(text)] {
         return (oid_map_find_sn(handle_of(map), name.data(), size_of(name)) != nullptr) == expected;
+    };
+}
+
+// Names of one size that a map's table has one place for, however large it is here.
+std::vector<std::string> meeting_names(std::size_t num_names) {
+    constexpr std::size_t NUM_SLOTS = 4096;
+    std::vector<std::string> names;
+    for (unsigned int i = 10000000; names.size() < num_names; ++i) {
+        const std::string name = "N" + std::to_string(i);
+        key_digest_t digest;
+        if (oid_strcmp_t::digest(name.data(), size_of(name), digest) && digest.home(NUM_SLOTS) == 0) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+call_t find_each_short_name(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += "1.2.3." + std::to_string(i) + " = " + names[i] + "\n";
+    }
+    return [=, map = map_of(text)] {
+        std::size_t num_found = 0;
+        for (const std::string& name : names) {
+            num_found += oid_map_find_sn(handle_of(map), name.data(), size_of(name)) != nullptr ? 1 : 0;
+        }
+        return num_found == names.size();
     };
 }
 
@@ -375,6 +404,8 @@ const row_t ROWS[] = {
      }},
     {"oid_map_find_sn", "entries",
      [](std::size_t size) { return find_short_name(map_text(size), "XXXXXXXX1000042", true); }, BRIEF},
+    {"oid_map_find_sn", "each of the names that meet in one place",
+     [](std::size_t size) { return find_each_short_name(meeting_names(size / 32)); }, MEGABYTE / 32},
     {"oid_map_find_sn", "names that differ at their ends",
      [](std::size_t size) {
          const std::string name(size, 'X');
