@@ -83,7 +83,7 @@ TEST(plain_processor, has_no_AVX2) {
     const bool before = processor_has_avx2();
     {
         const plain_processor_t plain;
-        EXPECT_FALSE(processor_has_avx2()) << "so the two tests below are one";
+        EXPECT_FALSE(processor_has_avx2()) << "so the two kinds of blocks below are one";
     }
     EXPECT_EQ(before, processor_has_avx2());
 }
@@ -102,12 +102,28 @@ void expect_same_digits_without_separator() {
 }
 
 TEST(hex_digits, without_separator_are_those_with_one_at_every_size) {
-    expect_same_digits_without_separator();
+    on_each_processor(expect_same_digits_without_separator);
 }
 
-TEST(hex_digits, are_the_same_on_a_processor_without_AVX2) {
-    const plain_processor_t plain;
-    expect_same_digits_without_separator();
+// Blocks are read and written wherever they stand.
+void expect_same_digits_at_every_address() {
+    const std::string bytes = all_bytes() + all_bytes();
+    std::string text = to_hex(bytes);
+    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+    const exact_bytes_t input(bytes);
+    for (const unsigned int size : {1U, 15U, 16U, 17U, 31U, 32U, 33U, 63U, 64U, 65U, 79U, 80U, 81U, 127U, 128U, 129U}) {
+        for (unsigned int start = 0; start <= 32; ++start) {
+            const std::string before(start, '?');
+            std::string out = before + std::string(2 * size + 32, '?');
+            TO_HEX_STRING(input.data() + start, size, &out[start], '\0');
+            const std::string expected = before + text.substr(2 * start, 2 * size) + std::string(32, '?');
+            ASSERT_EQ(expected, out) << size << " bytes from " << start;
+        }
+    }
+}
+
+TEST(hex_digits, are_the_same_at_every_address) {
+    on_each_processor(expect_same_digits_at_every_address);
 }
 
 // The first byte is converted before the size is asked for.

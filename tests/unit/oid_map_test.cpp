@@ -497,50 +497,84 @@ template <typename INDEX, typename KEY> std::vector<std::string> keys_in_order(c
     return keys;
 }
 
-// What the first word of a key leaves in its digest for the second one to be mixed with.
-std::uint64_t after_first_word(std::uint64_t word) {
-    const std::uint64_t mixed = (EACH_OCTET ^ word) * 0x9E3779B97F4A7C15;
+// What a word of a key makes of the digest of the words before it.
+std::uint64_t after_word(std::uint64_t before, std::uint64_t word) {
+    const std::uint64_t mixed = (before ^ word) * 0x9E3779B97F4A7C15;
     return mixed ^ mixed >> 32;
 }
 
-TEST(oid_map_of_many_lines, a_key_that_has_the_digest_of_another_one_is_not_found_in_its_place) {
-    const std::uint64_t words[] = {0x0202020202020202, 0x0303030303030303, 0x0404040404040404};
-    const std::uint64_t first = words[0] ^ 1;
-    const std::uint64_t others[] = {first, words[1] ^ after_first_word(words[0]) ^ after_first_word(first), words[2]};
-    key_digest_t digest;
-    key_digest_t other_digest;
-    ASSERT_TRUE(oid_memcmp_t::digest(words, sizeof words, digest));
-    ASSERT_TRUE(oid_memcmp_t::digest(others, sizeof others, other_digest));
-    ASSERT_TRUE(digest == other_digest) << "so nothing is tested";
-
-    OIDdescr_t key;
-    key.oid_asn = const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(words));
-    key.oid_asn_size = sizeof words;
-    OIDmaps_t::by_asn_t index;
-    OIDmaps_t::shortcut_by_asn_t shortcut;
-    shortcut.make_room(index);
-    index.insert(&key);
-    shortcut.add(&key);
-    const auto find = [&](const std::uint64_t(&wanted)[3]) {
-        unsigned char octets[sizeof wanted];
-        std::memcpy(octets, wanted, sizeof wanted);
-        return shortcut.find(index, octets, sizeof octets);
-    };
-    EXPECT_EQ(find(words), &key);
-    EXPECT_EQ(find(others), nullptr);
+std::string octets_of(const std::vector<std::uint64_t>& words) {
+    std::string octets(words.size() * sizeof words[0], '\0');
+    std::memcpy(octets.data(), words.data(), octets.size());
+    return octets;
 }
 
-// The words of a digest hold some octets twice, so for one octet over and over they are the same at many sizes.
-TEST(oid_map_of_many_lines, keys_that_differ_in_size_alone_have_different_digests) {
-    const std::string octets(2 * sizeof(std::uint64_t), 'A');
-    for (unsigned int size = 0; size <= octets.size(); ++size) {
-        for (unsigned int other_size = 0; other_size <= octets.size(); ++other_size) {
-            key_digest_t digest;
-            key_digest_t other_digest;
-            ASSERT_TRUE(oid_memcmp_t::digest(octets.data(), size, digest));
-            ASSERT_TRUE(oid_memcmp_t::digest(octets.data(), other_size, other_digest));
-            EXPECT_EQ(size == other_size, digest == other_digest) << size << " and " << other_size;
+// Two keys that differ in two neighbouring words, wherever these stand, so that their digests do not.
+TEST(oid_map_of_many_lines, a_key_that_has_the_digest_of_another_one_is_not_found_in_its_place) {
+    for (unsigned int num_common = 0; num_common <= 5; ++num_common) {
+        SCOPED_TRACE(num_common);
+        const std::vector<std::uint64_t> words(num_common + 3, 0x0202020202020202);
+        std::vector<std::uint64_t> others = words;
+        std::uint64_t before = EACH_OCTET;
+        for (unsigned int i = 0; i < num_common; ++i) {
+            before = after_word(before, words[i]);
         }
+        others[num_common] ^= 1;
+        others[num_common + 1] ^= after_word(before, words[num_common]) ^ after_word(before, others[num_common]);
+        std::string octets = octets_of(words);
+        std::string other_octets = octets_of(others);
+        const unsigned int size = static_cast<unsigned int>(octets.size());
+        key_digest_t digest;
+        key_digest_t other_digest;
+        ASSERT_TRUE(oid_memcmp_t::digest(octets.data(), size, digest));
+        ASSERT_TRUE(oid_memcmp_t::digest(other_octets.data(), size, other_digest));
+        ASSERT_TRUE(digest == other_digest) << "so nothing is tested";
+
+        OIDdescr_t key;
+        key.oid_asn = reinterpret_cast<unsigned char*>(octets.data());
+        key.oid_asn_size = size;
+        OIDmaps_t::by_asn_t index;
+        OIDmaps_t::shortcut_by_asn_t shortcut;
+        shortcut.make_room(index);
+        index.insert(&key);
+        shortcut.add(&key);
+        EXPECT_EQ(shortcut.find(index, key.oid_asn, size), &key);
+        EXPECT_EQ(shortcut.find(index, reinterpret_cast<unsigned char*>(other_octets.data()), size), nullptr);
+    }
+}
+
+TEST(oid_map_of_many_lines, keys_of_one_octet_repeated_differ_in_their_digests) {
+    for (const char octet : {'\0', '\1', 'n', '\xFF'}) {
+        const std::string octets(64, octet);
+        std::vector<key_digest_t> digests;
+        for (unsigned int size = 0; size <= octets.size(); ++size) {
+            key_digest_t digest;
+            ASSERT_TRUE(oid_memcmp_t::digest(octets.data(), size, digest));
+            EXPECT_EQ(std::count(digests.begin(), digests.end(), digest), 0) << to_hex(octets.substr(0, size));
+            digests.push_back(digest);
+        }
+    }
+}
+
+// From the empty name on, and past the sizes that have digests.
+TEST(oid_map_of_many_lines, keys_of_every_size_are_found_while_a_map_grows) {
+    const parsed_map_t map("");
+    std::string oid = "1.2";
+    std::string der = "\x2A";
+    std::string name;
+    for (unsigned int num_lines = 1; num_lines <= 100; ++num_lines) {
+        EXPECT_EQ(find_sn(map.handle(), name), nullptr) << name;
+        EXPECT_EQ(find_asn(map.handle(), to_hex(der)), nullptr) << oid;
+        const exact_bytes_t line(oid + " = " + name);
+        oid_map_parse_(map.map(), line.chars(), line.size());
+        ASSERT_EQ(map.map().entries.size(), num_lines);
+        for (const OIDdescr_t& entry : map.map().entries) {
+            EXPECT_EQ(oid_map_find_sn(map.handle(), entry.oid_sn, entry.oid_sn_size), &entry) << num_lines;
+            EXPECT_EQ(oid_map_find_asn(map.handle(), entry.oid_asn, entry.oid_asn_size), &entry) << num_lines;
+        }
+        oid += ".1";
+        der += '\1';
+        name += 'n';
     }
 }
 
@@ -640,6 +674,44 @@ TEST(oid_map_find, by_short_name_without_regard_to_case) {
     }
     const parsed_map_t map("1.2.3 = fOO");
     EXPECT_EQ(show(find_sn(map.handle(), "Foo")), "2A 03|1.2.3|FOO|");
+}
+
+bool is_one_letter(unsigned int a, unsigned int b) {
+    const unsigned int lower = a | 0x20;
+    return a == b || ((a ^ b) == 0x20 && lower >= 'a' && lower <= 'z');
+}
+
+// A map of names that differ in one octet, for each octet that a name can hold.
+void expect_that_ascii_letters_alone_are_folded(unsigned int size, unsigned int position) {
+    SCOPED_TRACE("octet " + std::to_string(position) + " of " + std::to_string(size));
+    std::vector<unsigned int> octets;
+    std::vector<std::string> names;
+    std::string text;
+    for (unsigned int octet = 0; octet < 256; ++octet) {
+        const char c = static_cast<char>(octet);
+        if (" \t=,\r\n"sv.find(c) == std::string_view::npos) {
+            octets.push_back(octet);
+            names.emplace_back(size, '_');
+            names.back()[position] = c;
+            text += "1.2." + std::to_string(octet) + " = " + names.back() + "\n";
+        }
+    }
+    const parsed_map_t map(text);
+    for (std::size_t i = 0; i < octets.size(); ++i) {
+        const auto first = std::find_if(octets.begin(), octets.end(),
+                                        [&](unsigned int octet) { return is_one_letter(octet, octets[i]); });
+        const OIDdescr_t* const found = find_sn(map.handle(), names[i]);
+        ASSERT_NE(found, nullptr) << to_hex(names[i]);
+        EXPECT_EQ(std::string(found->oid_str), "1.2." + std::to_string(*first)) << to_hex(names[i]);
+    }
+}
+
+TEST(oid_map_find, by_short_name_folds_ascii_letters_alone_wherever_they_stand) {
+    for (const unsigned int size : {1U, 3U, 4U, 7U, 8U, 16U, 17U, 24U, 64U, 65U}) {
+        for (const unsigned int position : {0U, size / 2, size - 1}) {
+            expect_that_ascii_letters_alone_are_folded(size, position);
+        }
+    }
 }
 
 TEST(oid_map_find, by_text_exactly_as_it_stood) {
