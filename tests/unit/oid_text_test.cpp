@@ -261,6 +261,19 @@ TEST(oid_text_output, is_appended_to_what_the_string_held) {
     EXPECT_EQ(decoded.text, "OID.2.5.4.3");
 }
 
+TEST(oid_text_output, is_whole_wherever_the_longest_arcs_stand) {
+    for (unsigned int num_short = 0; num_short <= 130; ++num_short) {
+        const std::string text = "1.2" + repeated(".1", num_short) + repeated(".4294967295", 25);
+        const std::string der = "\x2A" + repeated("\x01", num_short) + repeated("\x8F\xFF\xFF\xFF\x7F", 25);
+        const decoded_t whole = decode(der, "held ");
+        EXPECT_EQ(whole.result, 1) << num_short;
+        EXPECT_EQ(whole.text, "held " + text) << num_short;
+        const decoded_t cut = decode(der + "\x86", "held ");
+        EXPECT_EQ(cut.result, 0) << num_short;
+        EXPECT_EQ(cut.text, "held " + text + ".") << num_short;
+    }
+}
+
 TEST(oid_text_output, every_prefix_gives_whole_arcs_or_fails) {
     for_each_prefix(from_hex("2A 86 48 86 F7 0D 01"), [](const exact_bytes_t& prefix) {
         const struct {
