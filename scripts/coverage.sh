@@ -20,7 +20,7 @@ gcovr --root . --branches --filter '(include|asn|pkcs|util|platform)/' \
 
 cat <<'EOF'
 The branches that are left are those of files that open but cannot be measured or read to their end; of texts beyond
-4 GiB; of a time that libc cannot write and a converter that fails, which the one built in does not; of keys of maps with
-digests that are equal although their sizes are not; of a processor without AVX2; of functions in headers that this or
-that object does not call; and those that the compiler made for exceptions and for deleting a null pointer.
+4 GiB; of a time that libc cannot write and a converter that fails, which the one built in does not; of functions in
+headers that this or that object does not call; and those that the compiler made for exceptions and for deleting a null
+pointer.
 EOF
