@@ -418,7 +418,6 @@ inline const char* chars(const unsigned char* data) {
     return reinterpret_cast<const char*>(data);
 }
 
-// Found or not, and whose.
 // Of keys that maps digest word by word, and of keys that are too long for that.
 constexpr std::size_t LONG_KEY_SIZES[] = {21, 67};
 
@@ -438,6 +437,7 @@ inline oid_map_handle_t map_of_long_keys() {
     return map;
 }
 
+// Found or not, and whose.
 inline read_answer_t found_entry(const OIDdescr_t* entry) {
     answer_builder_t answer(nullptr, 0);
     answer.accept(entry != nullptr);
