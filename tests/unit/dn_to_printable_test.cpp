@@ -6,6 +6,7 @@
 #include "derkit/asn_printable.h"
 #include "derkit/t61.h"
 #include "support/bytes.h"
+#include "support/parsed_map.h"
 
 using namespace std::string_view_literals;
 
@@ -632,38 +633,25 @@ TEST(dn_print_law, both_orders_judge_changed_octets_alike) {
 
 // Maps
 
-class owned_map_t {
-  public:
-    explicit owned_map_t(std::string_view text)
-        : handle_(oid_map_parse(text.data(), static_cast<unsigned int>(text.size()))) {}
-    ~owned_map_t() { oid_map_release(handle_); }
-    owned_map_t(const owned_map_t&) = delete;
-    owned_map_t& operator=(const owned_map_t&) = delete;
-    oid_map_handle_t handle() const { return handle_; }
-
-  private:
-    oid_map_handle_t handle_;
-};
-
 TEST(dn_print_map, names_the_types_that_it_knows_and_no_others) {
-    const owned_map_t map("2.5.4.3 = MyName, a name\n2.5.4.10 = O\n");
+    const parsed_map_t map("2.5.4.3 = MyName, a name\n2.5.4.10 = O\n");
     const std::string der = element(0x30, COUNTRY_RU + rdn_of(from_hex("13 01 61")));
     expect_printed(der, PDN_ORDER_AS_ENCODED, map.handle(), true, "2.5.4.6=RU,MYNAME=a");
     expect_printed(der, PDN_ORDER_REVERSED, map.handle(), true, "MYNAME=a,2.5.4.6=RU");
 }
 
 TEST(dn_print_map, without_entries_names_nothing) {
-    const owned_map_t map("");
+    const parsed_map_t map("");
     expect_printed(element(0x30, COUNTRY_RU), PDN_ORDER_AS_ENCODED, map.handle(), true, "2.5.4.6=RU");
 }
 
 TEST(dn_print_map, may_name_a_type_with_an_empty_text) {
-    const owned_map_t map("2.5.4.6 = , country\n");
+    const parsed_map_t map("2.5.4.6 = , country\n");
     expect_printed(element(0x30, COUNTRY_RU), PDN_ORDER_AS_ENCODED, map.handle(), true, "=RU");
 }
 
 TEST(dn_print_map, short_names_are_not_escaped) {
-    const owned_map_t map("2.5.4.6 = A+B;\"C\"\n");
+    const parsed_map_t map("2.5.4.6 = A+B;\"C\"\n");
     expect_printed(element(0x30, COUNTRY_RU), PDN_ORDER_AS_ENCODED, map.handle(), true, "A+B;\"C\"=RU");
 }
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "support/bytes.h"
+#include "support/parsed_map.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define DERKIT_TESTS_EXACT_HEAP 1
@@ -35,24 +36,6 @@ constexpr bool IS_32_BIT = sizeof(void*) == 4;
 // Found by a static initialiser of ordinary priority: the ready-made maps must be complete by then.
 const OIDdescr_t* const FOUND_AT_START = oid_map_find_sn(OID_MAP_HANDLE_DEFAULT, "SUNIP", 5);
 const OIDdescr_t* const FOUND_IN_FILE_MAP_AT_START = oid_map_find_sn(OID_MAP_HANDLE_DEFAULT_FILE, "SUNIP", 5);
-
-// A parsed map that ends with its scope. The text stands in a block of its own size, which is gone after parsing:
-// a map keeps no view of it.
-class parsed_map_t {
-  public:
-    explicit parsed_map_t(std::string_view text) : handle_(parse(exact_bytes_t(text))) {}
-    ~parsed_map_t() { oid_map_release(handle_); }
-    parsed_map_t(const parsed_map_t&) = delete;
-    parsed_map_t& operator=(const parsed_map_t&) = delete;
-
-    oid_map_handle_t handle() const { return handle_; }
-    OIDmaps_t& map() const { return *handle_.map; }
-
-  private:
-    static oid_map_handle_t parse(const exact_bytes_t& text) { return oid_map_parse(text.chars(), text.size()); }
-
-    oid_map_handle_t handle_;
-};
 
 const OIDdescr_t* find_asn(oid_map_handle_t map, std::string_view hex) {
     const exact_bytes_t der(from_hex(hex));

@@ -3,6 +3,7 @@
 
 #include "derkit/asn_printable.h"
 #include "support/bytes.h"
+#include "support/parsed_map.h"
 
 using namespace std::string_view_literals;
 
@@ -171,13 +172,12 @@ TEST(dn_normalize_text, oid_from_2_40_on_is_printed_with_a_first_arc_that_does_n
 }
 
 TEST(dn_normalize_text, map_serves_both_directions) {
-    const std::string lines = "2.5.4.3 = Name\n2.5.4.3 = Other\n";
-    const oid_map_handle_t map = oid_map_parse(lines.data(), static_cast<unsigned int>(lines.size()));
+    const parsed_map_t owner("2.5.4.3 = Name\n2.5.4.3 = Other\n");
+    const oid_map_handle_t map = owner.handle();
     std::string out;
     EXPECT_TRUE(printable_dn_normalize("name=a,other=b,2.5.4.3=c,2.5.4.6=d", out, nullptr, map));
     EXPECT_EQ("NAME=a,NAME=b,NAME=c,2.5.4.6=d", out);
     EXPECT_FALSE(printable_dn_normalize("CN=a", out, nullptr, map));
-    oid_map_release(map);
 }
 
 TEST(dn_normalize_text, of_tens_of_thousands_of_rdns) {

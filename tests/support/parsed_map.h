@@ -1,0 +1,28 @@
+// OID maps for tests.
+#ifndef DERKIT_TESTS_PARSED_MAP_H
+#define DERKIT_TESTS_PARSED_MAP_H
+
+#include <string_view>
+
+#include "derkit/asn_oidmap.h"
+#include "support/bytes.h"
+
+// A parsed map that ends with its scope. The text stands in a block of its own size, which is gone after parsing:
+// a map keeps no view of it.
+class parsed_map_t {
+  public:
+    explicit parsed_map_t(std::string_view text) : handle_(parse(exact_bytes_t(text))) {}
+    ~parsed_map_t() { oid_map_release(handle_); }
+    parsed_map_t(const parsed_map_t&) = delete;
+    parsed_map_t& operator=(const parsed_map_t&) = delete;
+
+    oid_map_handle_t handle() const { return handle_; }
+    OIDmaps_t& map() const { return *handle_.map; }
+
+  private:
+    static oid_map_handle_t parse(const exact_bytes_t& text) { return oid_map_parse(text.chars(), text.size()); }
+
+    oid_map_handle_t handle_;
+};
+
+#endif
