@@ -17,19 +17,7 @@ from pathlib import Path
 
 BUNDLE = Path("/etc/ssl/certs/ca-certificates.crt")
 
-GOST_CONFIG = """
-openssl_conf = init
-[init]
-engines = engines
-[engines]
-gost = gost
-[gost]
-engine_id = gost
-default_algorithms = ALL
-[req]
-distinguished_name = dn
-[dn]
-"""
+GOST_CONFIG = (Path(__file__).parent / "gost_engine.cnf").read_text(encoding="ascii")
 
 # openssl's names of algorithms, and derkit's; others derkit names as openssl does.
 KEY_NAMES = {

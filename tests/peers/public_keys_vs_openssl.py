@@ -13,19 +13,7 @@ import tempfile
 from collections import defaultdict, namedtuple
 from pathlib import Path
 
-GOST_CONFIG = """
-openssl_conf = init
-[init]
-engines = engines
-[engines]
-gost = gost
-[gost]
-engine_id = gost
-default_algorithms = ALL
-[req]
-distinguished_name = dn
-[dn]
-"""
+GOST_CONFIG = (Path(__file__).parent / "gost_engine.cnf").read_text(encoding="ascii")
 PLAIN_CONFIG = "[req]\ndistinguished_name = dn\n[dn]\n"
 
 # openssl's names of algorithms, and derkit's codes (pki_alg_t). What is not here has no code.

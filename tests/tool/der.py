@@ -2,6 +2,7 @@
 
 INTEGER = 0x02
 BIT_STRING = 0x03
+OCTET_STRING = 0x04
 OBJECT_IDENTIFIER = 0x06
 UTF8_STRING = 0x0C
 NUMERIC_STRING = 0x12
@@ -28,6 +29,25 @@ def element(tag, *parts):
         return bytes([tag, size]) + content
     octets = size.to_bytes((size.bit_length() + 7) // 8, "big")
     return bytes([tag, 0x80 | len(octets)]) + octets + content
+
+
+def oid(dotted):
+    first, second, *rest = map(int, dotted.split("."))
+    content = b""
+    for arc in [first * 40 + second, *rest]:
+        octets = [arc & 0x7F]
+        while arc := arc >> 7:
+            octets.insert(0, 0x80 | arc & 0x7F)
+        content += bytes(octets)
+    return element(OBJECT_IDENTIFIER, content)
+
+
+def sequence(*parts):
+    return element(SEQUENCE, *parts)
+
+
+def octet_string(*parts):
+    return element(OCTET_STRING, *parts)
 
 
 def attribute(oid, tag, value, behind=b""):

@@ -19,6 +19,7 @@ import unittest
 from pathlib import Path
 
 import der
+from der import OCTET_STRING, octet_string, oid, sequence
 
 TOOL = os.environ["DERKIT_TOOL"]
 TIME_LIMIT = 60
@@ -31,7 +32,6 @@ DIGEST_CRYPTOPRO = "1.2.643.2.2.30.1"
 
 INTEGER = 0x02
 BIT_STRING = 0x03
-OCTET_STRING = 0x04
 NULL = bytes.fromhex("0500")
 ATTRIBUTES = 0xA0
 PUBLIC_KEY = 0x81
@@ -41,25 +41,6 @@ KEY_32 = bytes(range(0x41, 0x61))
 KEY_64 = bytes(range(0x41, 0x81))
 MASK_32 = bytes(range(0xA1, 0xC1))
 MASK_64 = bytes(range(0xA1, 0xE1))
-
-
-def oid(dotted):
-    first, second, *rest = map(int, dotted.split("."))
-    content = b""
-    for arc in [first * 40 + second, *rest]:
-        octets = [arc & 0x7F]
-        while arc := arc >> 7:
-            octets.insert(0, 0x80 | arc & 0x7F)
-        content += bytes(octets)
-    return der.element(der.OBJECT_IDENTIFIER, content)
-
-
-def sequence(*parts):
-    return der.element(der.SEQUENCE, *parts)
-
-
-def octet_string(*parts):
-    return der.element(OCTET_STRING, *parts)
 
 
 def integer(content):

@@ -5,10 +5,10 @@ import os
 import subprocess
 
 import der
+from der import OCTET_STRING, octet_string, oid, sequence
 
 INTEGER = 0x02
 BIT_STRING = 0x03
-OCTET_STRING = 0x04
 UTC_TIME = 0x17
 GENERALIZED_TIME = 0x18
 CONTEXT_0 = 0xA0
@@ -39,25 +39,6 @@ CRYPTOPRO_A = "1.2.643.2.2.31.1"
 
 SALT = bytes(range(0x51, 0x59))
 IV = bytes(range(0x61, 0x69))
-
-
-def oid(dotted):
-    first, second, *rest = map(int, dotted.split("."))
-    content = b""
-    for arc in [first * 40 + second, *rest]:
-        octets = [arc & 0x7F]
-        while arc := arc >> 7:
-            octets.insert(0, 0x80 | arc & 0x7F)
-        content += bytes(octets)
-    return der.element(der.OBJECT_IDENTIFIER, content)
-
-
-def sequence(*parts):
-    return der.element(der.SEQUENCE, *parts)
-
-
-def octet_string(*parts):
-    return der.element(OCTET_STRING, *parts)
 
 
 def integer(value):
