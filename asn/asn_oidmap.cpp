@@ -1,4 +1,4 @@
-#include "asn/asn_oidmap.h"
+#include "asn/oid_map.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string>
 
-#include "asn/asn_oidmap.h"
+#include "asn/oid_map.h"
 #include "support/input.h"
 
 namespace {

@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "asn/asn_oidmap.h"
+#include "asn/oid_map.h"
 #include "platform/system_etc_dir.h"
 #include "support/failing_allocator.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "asn/asn_oidmap.h"
+#include "asn/oid_map.h"
 #include "probe_etc_dir.h"
 
 namespace {

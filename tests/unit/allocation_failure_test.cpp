@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "asn/asn_oidmap.h"
+#include "asn/oid_map.h"
 #include "derkit/derkit.h"
 #include "support/bags.h"
 #include "support/bytes.h"

@@ -1,5 +1,5 @@
 // OID maps: their text format, their entries and indexes, the built-in table, the lookups.
-#include "asn/asn_oidmap.h"
+#include "asn/oid_map.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
