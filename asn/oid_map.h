@@ -1,6 +1,6 @@
 // The inside of an OID map: entries, three ordered indexes over them, and two tables that make searching quick.
-#ifndef DERKIT_ASN_OID_MAP_H
-#define DERKIT_ASN_OID_MAP_H
+#ifndef DERKIT_OID_MAP_H
+#define DERKIT_OID_MAP_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,7 +1,8 @@
 // How much more two threads get done than one, each at its best: what else the machine does can only take away. The copy
 // does nothing but compute in its own storage: it tells how much more the machine itself can do.
 #include <cstdio>
-#include <map>
+#include <memory>
+#include <string>
 
 #include "json.h"
 #include "measure.h"
