@@ -25,8 +25,8 @@ check_with_cppcheck() {
 check_with_cppcheck asn pkcs util platform
 tidy "" asn/*.cpp pkcs/*.cpp util/*.cpp platform/*.cpp
 if [[ ${1:-} == --all ]]; then
-  check_with_cppcheck -Itests tools tests/support/*.h
+  check_with_cppcheck -Itests -I. tools testing/*.h tests/support/*.h
   tidy "-DDERKIT_WITH_GCRYPT -DDERKIT_VERSION=\"\"" tools/*.cpp
-  tidy "-xc++ -Itests -isystem/usr/src/googletest/googletest/include" tests/support/*.h
+  tidy "-xc++ -Itests -I. -isystem/usr/src/googletest/googletest/include" testing/*.h tests/support/*.h
 fi
 exit "$status"

@@ -11,7 +11,7 @@
 
 #include "asn/asn_cursor.h"
 #include "derkit/derkit.h"
-#include "support/bytes.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 
 #include "asn/oid_map_keys.h"
 #include "derkit/derkit.h"
-#include "support/pkcs_der.h"
-#include "support/views.h"
+#include "testing/pkcs_der.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 #include "asn/oid_map.h"
 #include "platform/system_etc_dir.h"
-#include "support/failing_allocator.h"
+#include "testing/failing_allocator.h"
 
 namespace {
 

@@ -18,7 +18,8 @@
 #include <vector>
 
 #include "probe_etc_dir.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "derkit/derkit.h"
-#include "support/pkcs_der.h"
-#include "support/views.h"
+#include "testing/pkcs_der.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -8,8 +8,9 @@
 
 #include "derkit/asn_helper.h"
 #include "derkit/asn_oidmap.h"
-#include "support/algorithm_code.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/algorithm_code.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -5,10 +5,11 @@
 #include <string>
 
 #include "derkit/derkit.h"
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/failing_allocator.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/failing_allocator.h"
+#include "testing/views.h"
 
 namespace {
 

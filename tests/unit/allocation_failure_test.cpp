@@ -13,15 +13,16 @@
 
 #include "asn/oid_map.h"
 #include "derkit/derkit.h"
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/exported_functions.h"
-#include "support/failing_allocator.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
-#include "support/time_zone.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/exported_functions.h"
+#include "testing/failing_allocator.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
+#include "testing/time_zone.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -6,7 +6,8 @@
 #include <string>
 #include <type_traits>
 
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -12,7 +12,8 @@
 #include <string_view>
 #include <type_traits>
 
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "derkit/asn_reader.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

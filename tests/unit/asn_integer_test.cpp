@@ -4,7 +4,8 @@
 #include <string>
 
 #include "derkit/asn_reader.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

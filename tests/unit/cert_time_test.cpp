@@ -13,8 +13,9 @@
 #include <vector>
 
 #include "derkit/int2str.h"
-#include "support/bytes.h"
-#include "support/time_zone.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/time_zone.h"
 
 namespace {
 

@@ -6,7 +6,8 @@
 #include <cwchar>
 #include <locale>
 
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -11,13 +11,14 @@
 #include "derkit/asn_helper.h"
 #include "derkit/asn_printable.h"
 #include "derkit/pkcs12_helper.h"
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/guard_page.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/guard_page.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -4,8 +4,9 @@
 #include <string>
 
 #include "derkit/asn_helper.h"
-#include "support/algorithm_code.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/algorithm_code.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -5,8 +5,9 @@
 
 #include "derkit/asn_printable.h"
 #include "derkit/t61.h"
-#include "support/bytes.h"
-#include "support/parsed_map.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/parsed_map.h"
 
 using namespace std::string_view_literals;
 

@@ -1,6 +1,7 @@
 // No reader looks at an octet that is not its caller's: inputs end right in front of a page that may not be touched, or
 // start right behind one, and so do the buffers that are written into.
-#include "support/guard_page.h"
+#include "support/expect.h"
+#include "testing/guard_page.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +12,9 @@
 #include <set>
 #include <string>
 
-#include "support/exported_functions.h"
-#include "support/processor.h"
-#include "support/readers.h"
+#include "testing/exported_functions.h"
+#include "testing/processor.h"
+#include "testing/readers.h"
 
 // The compiler sees free() behind delete, but not that new below takes from malloc().
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"

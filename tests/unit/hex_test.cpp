@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "derkit/int2str.h"
-#include "support/bytes.h"
-#include "support/processor.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/processor.h"
 
 namespace {
 

@@ -16,8 +16,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "support/bytes.h"
-#include "support/parsed_map.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/parsed_map.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define DERKIT_TESTS_EXACT_HEAP 1

@@ -5,7 +5,8 @@
 #include <string>
 
 #include "derkit/asn_oidmap.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

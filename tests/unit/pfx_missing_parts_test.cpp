@@ -4,12 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/guard_page.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
+#include "support/expect.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/guard_page.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
 
 namespace {
 

@@ -9,12 +9,14 @@
 #include "asn/asn_builder.h"
 #include "derkit/pkcs12_helper.h"
 #include "pkcs/pkcs12_bags.h"
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "support/spoiled_der.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -6,11 +6,13 @@
 #include "asn/asn_builder.h"
 #include "derkit/pkcs12_helper.h"
 #include "pkcs/pkcs12_mac.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/pkcs_der.h"
-#include "support/untouched.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "support/spoiled_der.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/pkcs_der.h"
+#include "testing/untouched.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -5,11 +5,12 @@
 
 #include "asn/asn_builder.h"
 #include "pkcs/pkcs7.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/pkcs_der.h"
-#include "support/untouched.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/pkcs_der.h"
+#include "testing/untouched.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -5,11 +5,13 @@
 #include <string>
 
 #include "derkit/pkcs8_helper.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/pkcs_der.h"
-#include "support/untouched.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "support/spoiled_der.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/pkcs_der.h"
+#include "testing/untouched.h"
+#include "testing/views.h"
 
 namespace {
 

@@ -7,11 +7,13 @@
 #include "derkit/asn_reader.h"
 #include "derkit/pkcs8_helper.h"
 #include "pkcs/pkcs5_pbes2.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/pkcs_der.h"
-#include "support/untouched.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "support/spoiled_der.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/pkcs_der.h"
+#include "testing/untouched.h"
+#include "testing/views.h"
 
 namespace {
 

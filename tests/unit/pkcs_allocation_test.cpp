@@ -8,13 +8,14 @@
 #include "derkit/pkcs12_helper.h"
 #include "derkit/pkcs8_helper.h"
 #include "pkcs/pkcs7.h"
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/failing_allocator.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/failing_allocator.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
+#include "testing/views.h"
 
 namespace {
 

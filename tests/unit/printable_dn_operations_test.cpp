@@ -2,7 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "derkit/asn_printable.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -3,7 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -4,8 +4,9 @@
 #include <cstring>
 
 #include "derkit/asn_printable.h"
-#include "support/bytes.h"
-#include "support/parsed_map.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/parsed_map.h"
 
 using namespace std::string_view_literals;
 

@@ -9,10 +9,11 @@
 #include <system_error>
 
 #include "derkit/asn_helper.h"
-#include "support/algorithm_code.h"
-#include "support/bytes.h"
-#include "support/untouched.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/algorithm_code.h"
+#include "testing/bytes.h"
+#include "testing/untouched.h"
+#include "testing/views.h"
 
 namespace {
 

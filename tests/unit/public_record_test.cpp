@@ -9,7 +9,8 @@
 #include <utility>
 
 #include "derkit/derkit.h"
-#include "support/bytes.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
 
 namespace {
 

@@ -5,10 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "support/bytes.h"
-#include "support/failing_allocator.h"
-#include "support/guard_page.h"
-#include "support/readers.h"
+#include "support/spoiled_der.h"
+#include "testing/bytes.h"
+#include "testing/failing_allocator.h"
+#include "testing/guard_page.h"
+#include "testing/readers.h"
 
 namespace {
 

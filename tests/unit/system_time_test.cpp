@@ -7,8 +7,9 @@
 #include <string>
 
 #include "derkit/int2str.h"
-#include "support/bytes.h"
-#include "support/time_zone.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/time_zone.h"
 
 namespace {
 

@@ -8,8 +8,9 @@
 #include <string>
 #include <utility>
 
-#include "support/bytes.h"
-#include "support/iconv.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/iconv.h"
 
 namespace {
 

@@ -9,14 +9,15 @@
 #include <vector>
 
 #include "derkit/derkit.h"
-#include "support/bags.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/guard_page.h"
-#include "support/iconv.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
-#include "support/views.h"
+#include "support/expect.h"
+#include "testing/bags.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/guard_page.h"
+#include "testing/iconv.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
+#include "testing/views.h"
 
 using namespace std::string_literals;
 using namespace std::string_view_literals;

@@ -7,7 +7,7 @@
 
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
-#include "support/algorithm_code.h"
+#include "testing/algorithm_code.h"
 
 namespace {
 

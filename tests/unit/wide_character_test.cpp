@@ -3,8 +3,9 @@
 #include <vector>
 
 #include "derkit/t61.h"
-#include "support/bytes.h"
-#include "support/iconv.h"
+#include "support/expect.h"
+#include "testing/bytes.h"
+#include "testing/iconv.h"
 
 namespace {
 

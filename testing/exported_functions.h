@@ -1,6 +1,6 @@
 // The names of all exported functions, from the list that the build exports by.
-#ifndef DERKIT_TESTS_EXPORTED_FUNCTIONS_H
-#define DERKIT_TESTS_EXPORTED_FUNCTIONS_H
+#ifndef DERKIT_TESTING_EXPORTED_FUNCTIONS_H
+#define DERKIT_TESTING_EXPORTED_FUNCTIONS_H
 
 #include <cxxabi.h>
 

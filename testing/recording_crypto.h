@@ -1,13 +1,13 @@
 // A container's cryptography that does none: it notes what it is asked, and can refuse or throw in every operation.
-#ifndef DERKIT_TESTS_RECORDING_CRYPTO_H
-#define DERKIT_TESTS_RECORDING_CRYPTO_H
+#ifndef DERKIT_TESTING_RECORDING_CRYPTO_H
+#define DERKIT_TESTING_RECORDING_CRYPTO_H
 
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "derkit/pkcs12_helper.h"
-#include "support/views.h"
+#include "testing/views.h"
 
 // Its own inverse.
 inline std::string toy_cipher(std::string_view bytes) {

@@ -1,9 +1,6 @@
-// DER for tests, written as plainly as possible and with nothing from the library: whole encodings to read or to
-// expect, and encodings with one element spoiled while everything around it stays right.
-#ifndef DERKIT_TESTS_DER_H
-#define DERKIT_TESTS_DER_H
-
-#include <gtest/gtest.h>
+// DER written as plainly as possible and with nothing from the library: whole encodings to read or to expect.
+#ifndef DERKIT_TESTING_DER_H
+#define DERKIT_TESTING_DER_H
 
 #include <cstddef>
 #include <sstream>
@@ -11,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/bytes.h"
+#include "testing/bytes.h"
 
 // An element whose content is `octets` and then `members`.
 struct der_t {
@@ -123,60 +120,6 @@ inline void list_elements(der_t& element, std::vector<der_t*>& list) {
     for (der_t& member : element.members) {
         list_elements(member, list);
     }
-}
-
-// Runs check(whole, element) for every element of a fresh copy of `whole`, the outermost first; `element` lies in that
-// copy and may be changed.
-template <typename CHECK> void for_each_element(const der_t& whole, CHECK check) {
-    std::size_t num_elements = 1;
-    for (std::size_t index = 0; index < num_elements; ++index) {
-        der_t copy = whole;
-        std::vector<der_t*> elements;
-        list_elements(copy, elements);
-        num_elements = elements.size();
-        SCOPED_TRACE("element " + std::to_string(index) + ": " + to_hex(encode(*elements.at(index))));
-        check(copy, *elements[index]);
-    }
-}
-
-// Runs check(whole without it, the element) for every element but the outermost.
-template <typename CHECK> void for_each_element_left_out(const der_t& whole, CHECK check) {
-    for_each_element(whole, [&](der_t& copy, der_t& element) {
-        if (&element == &copy) {
-            return;
-        }
-        const der_t left_out = element;
-        element = der_raw("");
-        check(copy, left_out);
-    });
-}
-
-inline const std::string ROOM_BEHIND(0x2000, '\0');
-
-// Runs check(whole, element) for every element with every length that no reader may follow: the indefinite form, more
-// than four octets, a length past what encloses the element, and lengths near 2^32. `whole` is to be read with
-// ROOM_BEHIND, so that the length past what encloses the element stays inside the input (and is fine for the outermost
-// element, which is left alone).
-template <typename CHECK> void for_each_bad_length(const der_t& whole, CHECK check) {
-    for (const char* const length : {"80", "85 00 00 00 00 01", "82 10 00", "84 FF FF FF F9", "84 FF FF FF FA",
-                                     "84 FF FF FF FB", "84 FF FF FF FE", "84 FF FF FF FF"}) {
-        SCOPED_TRACE("length " + std::string(length));
-        for_each_element(whole, [&](der_t& copy, der_t& element) {
-            if (&element == &copy && length == std::string("82 10 00")) {
-                return;
-            }
-            element.length = from_hex(length);
-            check(copy, element);
-        });
-    }
-}
-
-// Runs check(whole) for every element with a length of more octets than it needs.
-template <typename CHECK> void for_each_long_length(const der_t& whole, CHECK check) {
-    for_each_element(whole, [&](der_t& copy, der_t& element) {
-        element.length = long_length(encode_content(element).size());
-        check(copy);
-    });
 }
 
 #endif

@@ -1,6 +1,6 @@
 // Algorithm codes as failures should show them.
-#ifndef DERKIT_TESTS_ALGORITHM_CODE_H
-#define DERKIT_TESTS_ALGORITHM_CODE_H
+#ifndef DERKIT_TESTING_ALGORITHM_CODE_H
+#define DERKIT_TESTING_ALGORITHM_CODE_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // A processor that has less than the one that the tests run on, for code that asks what there is.
-#ifndef DERKIT_TESTS_PROCESSOR_H
-#define DERKIT_TESTS_PROCESSOR_H
+#ifndef DERKIT_TESTING_PROCESSOR_H
+#define DERKIT_TESTING_PROCESSOR_H
 
 // What __builtin_cpu_supports() looks at, which the compilers' run-time libraries lay out alike.
 struct cpu_model_t {

@@ -1,11 +1,11 @@
 // Encodings of keys and containers for tests (RFC 8018, RFC 5208, RFC 2315, RFC 7292), every part open to change.
-#ifndef DERKIT_TESTS_PKCS_DER_H
-#define DERKIT_TESTS_PKCS_DER_H
+#ifndef DERKIT_TESTING_PKCS_DER_H
+#define DERKIT_TESTING_PKCS_DER_H
 
 #include <string>
 #include <string_view>
 
-#include "support/der.h"
+#include "testing/der.h"
 
 inline constexpr const char* OID_PBES2 = "1.2.840.113549.1.5.13";
 inline constexpr const char* OID_PBKDF2 = "1.2.840.113549.1.5.12";

@@ -1,7 +1,7 @@
 // Inputs next to a page that may not be touched: a read that goes one octet too far ends the program, on every target
 // and whatever the compiler made of the code.
-#ifndef DERKIT_TESTS_GUARD_PAGE_H
-#define DERKIT_TESTS_GUARD_PAGE_H
+#ifndef DERKIT_TESTING_GUARD_PAGE_H
+#define DERKIT_TESTING_GUARD_PAGE_H
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 // Views in tests: what they show, and whose bytes they point to.
-#ifndef DERKIT_TESTS_VIEWS_H
-#define DERKIT_TESTS_VIEWS_H
+#ifndef DERKIT_TESTING_VIEWS_H
+#define DERKIT_TESTING_VIEWS_H
 
 #include <cstddef>
 #include <functional>
@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "derkit/pkcs12_helper.h"
-#include "support/bytes.h"
+#include "testing/bytes.h"
 
 template <typename VIEW> std::string_view chars_of(const VIEW& view) {
     return as_chars(view.data, view.size);

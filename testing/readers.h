@@ -1,7 +1,7 @@
 // Every exported function that reads bytes or text of its caller, each behind one face, with inputs that it takes. What
 // a function gave becomes a text in which views are offsets, so that answers from different places can be compared.
-#ifndef DERKIT_TESTS_READERS_H
-#define DERKIT_TESTS_READERS_H
+#ifndef DERKIT_TESTING_READERS_H
+#define DERKIT_TESTING_READERS_H
 
 #include <algorithm>
 #include <cstring>
@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "derkit/derkit.h"
-#include "support/bytes.h"
-#include "support/der.h"
-#include "support/pkcs_der.h"
-#include "support/recording_crypto.h"
-#include "support/views.h"
+#include "testing/bytes.h"
+#include "testing/der.h"
+#include "testing/pkcs_der.h"
+#include "testing/recording_crypto.h"
+#include "testing/views.h"
 
 struct read_answer_t {
     bool accepted = false;

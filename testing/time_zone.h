@@ -1,6 +1,6 @@
 // The process's time zone, for as long as a test needs it.
-#ifndef DERKIT_TESTS_TIME_ZONE_H
-#define DERKIT_TESTS_TIME_ZONE_H
+#ifndef DERKIT_TESTING_TIME_ZONE_H
+#define DERKIT_TESTING_TIME_ZONE_H
 
 #include <cstdlib>
 #include <ctime>

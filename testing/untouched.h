@@ -1,13 +1,13 @@
 // Records that held something before a reader got them: it leaves a field alone that it does not come to.
-#ifndef DERKIT_TESTS_UNTOUCHED_H
-#define DERKIT_TESTS_UNTOUCHED_H
+#ifndef DERKIT_TESTING_UNTOUCHED_H
+#define DERKIT_TESTING_UNTOUCHED_H
 
 #include <string>
 #include <string_view>
 
 #include "derkit/asn_types.h"
-#include "support/bytes.h"
-#include "support/views.h"
+#include "testing/bytes.h"
+#include "testing/views.h"
 
 // What the fields hold; in a table of expected bytes it stands for a field that still holds it.
 inline const std::string UNTOUCHED_BYTES = "-";

@@ -1,8 +1,6 @@
-// Bytes in tests: hex in and out, comparison that shows both sides, inputs on heap blocks of their exact size.
-#ifndef DERKIT_TESTS_BYTES_H
-#define DERKIT_TESTS_BYTES_H
-
-#include <gtest/gtest.h>
+// Bytes in hexadecimal text and back, and inputs on heap blocks of their exact size.
+#ifndef DERKIT_TESTING_BYTES_H
+#define DERKIT_TESTING_BYTES_H
 
 #include <algorithm>
 #include <memory>
@@ -58,14 +56,6 @@ inline std::string to_hex(const unsigned char* data, std::size_t size) {
     return to_hex(as_chars(data, size));
 }
 
-// EXPECT_TRUE(same_bytes(expected, actual)) << which case: a failure shows both sides as hex.
-inline testing::AssertionResult same_bytes(std::string_view expected, std::string_view actual) {
-    if (expected == actual) {
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure() << "expected [" << to_hex(expected) << "] but got [" << to_hex(actual) << "]";
-}
-
 // A copy of bytes in a heap block of exactly their size, so that a sanitizer sees every read outside.
 class exact_bytes_t {
   public:
@@ -79,21 +69,6 @@ class exact_bytes_t {
   private:
     std::unique_ptr<unsigned char[]> block_;
     std::size_t size_;
-};
-
-// Runs `check` on every proper prefix of `bytes`, each in a block of its own size.
-template <typename CHECK> void for_each_prefix(std::string_view bytes, CHECK check) {
-    for (std::size_t size = 0; size < bytes.size(); ++size) {
-        SCOPED_TRACE("the first " + std::to_string(size) + " bytes of " + to_hex(bytes));
-        check(exact_bytes_t(bytes.substr(0, size)));
-    }
-}
-
-// Names a parameterised case after its `name` member.
-struct case_name_t {
-    template <typename CASE> std::string operator()(const testing::TestParamInfo<CASE>& info) const {
-        return info.param.name;
-    }
 };
 
 #endif

@@ -1,14 +1,14 @@
 // Bags of containers in tests.
-#ifndef DERKIT_TESTS_BAGS_H
-#define DERKIT_TESTS_BAGS_H
+#ifndef DERKIT_TESTING_BAGS_H
+#define DERKIT_TESTING_BAGS_H
 
 #include <list>
 #include <string>
 #include <string_view>
 
 #include "derkit/pkcs12_helper.h"
-#include "support/bytes.h"
-#include "support/views.h"
+#include "testing/bytes.h"
+#include "testing/views.h"
 
 inline pkcs12_bag_t bag_of(unsigned int type, std::string_view value, std::string_view name = {},
                            std::string_view id = {}) {

@@ -2,8 +2,8 @@
 // fail when told to. Include it in the one source of a program.
 //
 // A sanitizer's own checks go on: the blocks come from its malloc(), and its operators give way to these.
-#ifndef DERKIT_TESTS_FAILING_ALLOCATOR_H
-#define DERKIT_TESTS_FAILING_ALLOCATOR_H
+#ifndef DERKIT_TESTING_FAILING_ALLOCATOR_H
+#define DERKIT_TESTING_FAILING_ALLOCATOR_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // The C library's character tables, as a second opinion on ours.
-#ifndef DERKIT_TESTS_ICONV_H
-#define DERKIT_TESTS_ICONV_H
+#ifndef DERKIT_TESTING_ICONV_H
+#define DERKIT_TESTING_ICONV_H
 
 #include <iconv.h>
 

@@ -1,11 +1,11 @@
 // OID maps for tests.
-#ifndef DERKIT_TESTS_PARSED_MAP_H
-#define DERKIT_TESTS_PARSED_MAP_H
+#ifndef DERKIT_TESTING_PARSED_MAP_H
+#define DERKIT_TESTING_PARSED_MAP_H
 
 #include <string_view>
 
 #include "derkit/asn_oidmap.h"
-#include "support/bytes.h"
+#include "testing/bytes.h"
 
 // A parsed map that ends with its scope. The text stands in a block of its own size, which is gone after parsing:
 // a map keeps no view of it.
