@@ -21,9 +21,9 @@ inline std::string demangled(const std::string& symbol) {
 
 // "printable_dn_reverse", "i2s::LogTimeToString", "IntToString::getInt"; overloads once, variables not.
 inline std::set<std::string> exported_functions() {
-    const std::filesystem::path tests = std::filesystem::path(__FILE__).parent_path().parent_path();
+    const std::filesystem::path root = std::filesystem::path(__FILE__).parent_path().parent_path();
     const char* const list = sizeof(void*) == 4 ? "libderkit.i386.symbols" : "libderkit.x86_64.symbols";
-    std::ifstream in(tests.parent_path() / "exports" / list);
+    std::ifstream in(root / "exports" / list);
     std::set<std::string> names;
     for (std::string symbol; std::getline(in, symbol);) {
         const std::string name = demangled(symbol);
