@@ -116,7 +116,7 @@ template <unsigned int N> struct asn_tag_t_ {
 
     // Appends n content octets.
     void add_bytes(const void* bytes, unsigned int n) {
-        reserve(n);
+        make_room(n, n);
         copy(bytes, n);
         write_header();
     }
@@ -174,32 +174,23 @@ template <unsigned int N> struct asn_tag_t_ {
         add_element(wrapper_tag, child.encoding(), child.encoding_size());
     }
 
-    // Appends one of many members of a SET OF or SEQUENCE OF. Growth is exact, which is quadratic for a long list;
-    // this doubles the room instead, so that a list costs linear time.
+    // Appends one of many members of a SET OF or SEQUENCE OF.
     template <unsigned int M> void add_member(const asn_tag_t_<M>& child) {
-        if (needs_growth(child.encoding_size())) {
-            reserve(std::max(child.encoding_size(), std::min(content_size, MAX_CONTENT_SIZE - content_size)));
-        }
+        reserve(child.encoding_size());
         add_node(child);
     }
 
-    // Makes room for n more content octets in one growth step. Neither content nor header change.
+    // Makes room for n more content octets. Neither content nor header change. An append grows a node by just what it
+    // needs, which is quadratic for a long list; this at least doubles the content's room, so that a list costs linear
+    // time.
     void reserve(unsigned int n) {
-        if (n > MAX_CONTENT_SIZE - content_size) {
-            throw std::bad_alloc();
-        }
-        if (needs_growth(n)) {
-            grow(content_size + n + HEADER_ROOM + GROWTH_SLACK);
-        }
+        make_room(n, std::max(n, std::min(content_size, MAX_CONTENT_SIZE - content_size)));
     }
 
-    // Makes room for n octets and some headers beside them, as far as a node can hold them: it saves growing again and
-    // is no limit.
-    void reserve_about(unsigned long long n) {
-        constexpr unsigned int USUAL_BESIDE = 192;
-        const unsigned long long wanted = n + USUAL_BESIDE;
-        if (wanted <= MAX_CONTENT_SIZE - content_size) {
-            reserve(static_cast<unsigned int>(wanted));
+    // Reserves an estimate of the content to come; one that no node can hold is ignored.
+    void reserve_estimate(unsigned long long n) {
+        if (n <= MAX_CONTENT_SIZE - content_size) {
+            reserve(static_cast<unsigned int>(n));
         }
     }
 
@@ -226,11 +217,17 @@ template <unsigned int N> struct asn_tag_t_ {
         if (n > MAX_CONTENT_SIZE - size_of_headers) {
             throw std::bad_alloc();
         }
-        reserve(size_of_headers + n);
+        make_room(size_of_headers + n, size_of_headers + n);
     }
 
-    bool needs_growth(unsigned int n) const {
-        return capacity < HEADER_ROOM || capacity - HEADER_ROOM < content_size + n;
+    // Sees to it that n more content octets fit; if they do not, the node grows by room for `growth` octets.
+    void make_room(unsigned int n, unsigned int growth) {
+        if (n > MAX_CONTENT_SIZE - content_size) {
+            throw std::bad_alloc();
+        }
+        if (capacity < HEADER_ROOM || capacity - HEADER_ROOM < content_size + n) {
+            grow(content_size + growth + HEADER_ROOM + GROWTH_SLACK);
+        }
     }
 
     void free_heap_block() {

@@ -119,13 +119,12 @@ void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
     asn_write_pkcs5_PBES2(pbe, algorithm);
 
     asn_tag_t_<4096> info(asn_tag_t::SEQUENCE);
-    info.reserve_about(algorithm.encoding_size() + ciphertext.size());
     info.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs7_id_data);
     info.add_node(algorithm);
     info.add_element(asn_tag_t::CONTEXT_0_PRIMITIVE, ciphertext);
 
     asn_tag_t_<0> encrypted_data(asn_tag_t::SEQUENCE);
-    encrypted_data.reserve_about(info.encoding_size());
+    encrypted_data.reserve(info.encoding_size());
     encrypted_data.add_element(asn_tag_t::INTEGER, ENCRYPTED_DATA_VERSION);
     encrypted_data.add_node(info);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, sizeof g_oid_pkcs7_id_encrypted_data, encrypted_data,
@@ -179,8 +178,9 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std:
     pkcs12_mac_t fresh_mac;
     const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
 
+    constexpr unsigned long long SIZE_BESIDE_CONTENT = 192; // version, headers and MacData, estimated
     asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-    pfx.reserve_about(octets.encoding_size());
+    pfx.reserve_estimate(octets.encoding_size() + SIZE_BESIDE_CONTENT);
     pfx.add_element(asn_tag_t::INTEGER, PFX_VERSION);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, pfx);
     asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);

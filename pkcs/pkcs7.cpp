@@ -20,7 +20,6 @@ bool asn_read_pkcs7_data(const void* data, unsigned int size, blob_t& out) {
 void asn_write_pkcs7_ContentInfo(const unsigned char* oid, unsigned int oid_size, const asn_tag_t_<0>& content,
                                  asn_tag_t_<0>& out) {
     asn_tag_t_<4096> info(asn_tag_t::SEQUENCE);
-    info.reserve_about(content.encoding_size());
     info.add_element(asn_tag_t::OBJECT_IDENTIFIER, oid, oid_size);
     info.add_wrapped(asn_tag_t::CONTEXT_0, content);
     out.add_node(info);
