@@ -90,7 +90,9 @@ inline std::uint32_t oid_hash(const void* key, unsigned int size, std::uint32_t 
     } else if (size != 0) { // all of the one, two or three octets
         last = static_cast<std::uint32_t>(octets[0] << 16 | octets[size / 2] << 8 | octets[size - 1]);
     }
-    return (first | ignored_bits) * 0x9E3779B1 ^ ((last | ignored_bits) + size) * 0x85EBCA6B;
+    constexpr std::uint32_t GOLDEN_RATIO = 0x9E3779B1; // of 2^32: neighbours come to lie far apart
+    const std::uint32_t start = (first | ignored_bits) * GOLDEN_RATIO;
+    return ((start ^ start >> 15) + (last | ignored_bits) + size) * GOLDEN_RATIO;
 }
 
 // A hash table that shortens the search in an ordered index. It answers only when it holds the key; otherwise the index

@@ -501,21 +501,18 @@ TEST(builder_element, integer_has_the_content_that_asn_write_INTEGER_gives) {
     }
 }
 
-TEST(builder_reserve_about, leaves_room_for_headers_beside_the_content) {
+TEST(builder_reserve_estimate, is_a_reservation_if_a_node_can_hold_it) {
     asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
-    node.reserve_about(1000);
-    const unsigned char* const buffer = node.buffer;
-    add_content(node, some_content(1100));
-    EXPECT_EQ(node.buffer, buffer);
-    EXPECT_TRUE(same_bytes(as_nodes({asn_tag_t::SEQUENCE}, some_content(1100)), encoding_of(node)));
-}
-
-TEST(builder_reserve_about, asks_for_nothing_that_no_node_can_hold) {
-    asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
-    for (const unsigned long long n : {0xFFFFFFE9ULL, 0xFFFFFFFFULL, 0x100000001ULL}) {
-        EXPECT_NO_THROW(node.reserve_about(n));
+    for (const unsigned long long n : {0xFFFFFFEAULL, 0xFFFFFFFFULL, 0x100000001ULL}) {
+        EXPECT_NO_THROW(node.reserve_estimate(n));
         EXPECT_EQ(node.capacity, 0u);
     }
+    node.reserve_estimate(1000);
+    EXPECT_EQ(node.capacity, 1000u + 22);
+    node.add_bytes(nullptr, 0);
+    node.content_size = 10;
+    EXPECT_NO_THROW(node.reserve_estimate(0xFFFFFFE9ULL - 9));
+    EXPECT_EQ(node.capacity, 1000u + 22);
 }
 
 // ---- length octets ----
