@@ -3,19 +3,9 @@
 #include "asn/asn_builder.h"
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
+#include "pkcs/pkcs_oids.h"
 
 namespace {
-
-// 1.2.840.113549.1.5.13
-constexpr unsigned char g_oid_PBES2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x0D};
-// 1.2.840.113549.1.5.12
-constexpr unsigned char g_oid_PBKDF2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x0C};
-// 1.2.643.2.2.10
-constexpr unsigned char g_oid_HMAC_GOSTR3411[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x0A};
-// 1.2.643.2.2.21
-constexpr unsigned char g_oid_gost28147_89[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x15};
-// 1.2.643.2.2.31.1
-constexpr unsigned char g_oid_encryptionParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x1F, 0x01};
 
 // The content of keyDerivationFunc.
 //
