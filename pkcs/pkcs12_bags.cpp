@@ -44,13 +44,13 @@ bool read_certificate(const blob_t& bag_value, blob_t& certificate) {
     return cert_value.ok();
 }
 
-// A key that is encrypted in another way, or that cannot be decrypted, is no error: its bag is left out.
+// A key that is encrypted in another way, or that cannot be decrypted, is not an error: its bag is left out.
 void read_shrouded_key(const blob_t& bag_value, pkcs12_bag_t& bag, const pkcs12_easy_wrap_t& wrap) {
     pkcs8_encrypted_pki_gost_t key;
     if (!asn_read_pkcs8_encrypted_pki_gost(bag_value.data, bag_value.size, key)) {
         return;
     }
-    // In a list node from the start, so that the bytes that the bag views stay where they are.
+    // In a list node from the start: the bag views these bytes, which must not move.
     std::list<std::string> plaintext(1);
     if (!wrap.crypto->decrypt(key.pbe, key.encrypted_data.data, key.encrypted_data.size, plaintext.front())) {
         return;

@@ -12,7 +12,7 @@ constexpr unsigned int DEFAULT_ITERATIONS = 1;
 
 // MacData ::= SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER DEFAULT 1 }       RFC 7292 4
 // DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
-// The algorithm is not judged, bytes at the end are ignored, and an empty INTEGER stands for the default.
+// The algorithm is not judged, bytes at the end are ignored, and an empty INTEGER means the default.
 bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& mac) {
     asn_cursor_t in(data, size);
     asn_cursor_t digest_info = in.enter(asn_tag_t::SEQUENCE);

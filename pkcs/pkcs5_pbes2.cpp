@@ -34,8 +34,8 @@ bool read_pbkdf2(asn_cursor_t derivation, pkcs5_pbe_gost_t& out) {
 //   keyDerivationFunc AlgorithmIdentifier, encryptionScheme AlgorithmIdentifier }
 // Gost28147-89-Parameters ::= SEQUENCE {                                                            RFC 4490 5.1.1
 //   iv OCTET STRING, encryptionParamSet OBJECT IDENTIFIER }
-// The encryption parameter set must be there and is not compared. Everything is read before the first two OIDs are
-// judged; only then the key derivation is taken apart. Elements behind those listed are ignored.
+// The encryption parameter set must be there but is not compared. The key derivation is read after everything else has
+// been read and the first two OIDs have been judged. Further elements are ignored.
 bool asn_read_pkcs5_PBES2(const void* data, unsigned int size, pkcs5_pbe_gost_t& out) {
     asn_cursor_t in(data, size);
     const blob_t algorithm = in.read(asn_tag_t::OBJECT_IDENTIFIER);

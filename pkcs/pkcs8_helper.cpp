@@ -50,8 +50,8 @@ key_oids_t oids_of(unsigned int key_type) {
 // PrivateKeyInfo ::= SEQUENCE {                                                                     RFC 5208 5
 //   version Version, privateKeyAlgorithm AlgorithmIdentifier,
 //   privateKey OCTET STRING, attributes [0] IMPLICIT Attributes OPTIONAL }
-// Any version is accepted. The algorithm's parameters must be there and are not looked at. Attributes and whatever
-// follows are ignored.
+// Any version is accepted. The algorithm's parameters must be there but are not read. Attributes and whatever follows
+// are ignored.
 bool asn_read_pkcs8_priv_key_info(const unsigned char* data, unsigned int size, asn_pkcs8_priv_key_info_t& out) {
     asn_cursor_t in(data, size);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
@@ -102,7 +102,7 @@ void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
 
 // EncryptedPrivateKeyInfo ::= SEQUENCE {                                                            RFC 5208 6
 //   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
-// The encrypted data is taken before the algorithm is judged; whatever follows is ignored.
+// The encrypted data is read before the algorithm is judged; whatever follows is ignored.
 bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int size, pkcs8_encrypted_pki_gost_t& out) {
     asn_cursor_t in(data, size);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
