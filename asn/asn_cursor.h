@@ -84,13 +84,12 @@ struct asn_cursor_t {
     // Reads an element whose content does not matter.
     void skip(asn_tag_t::Type tag) { read(tag); }
 
-    // Returns a cursor from here up to the end of `outer`, from which this cursor was entered: the step of lenient
-    // readers whose last field may run past its SEQUENCE. A failed one when either has failed.
+    // Returns this cursor with its end moved to that of `outer`: for a last field that may run past its SEQUENCE up to
+    // the end of the input. This cursor was entered from `outer`, which has not moved since. A failed one stays failed.
     asn_cursor_t up_to_end_of(const asn_cursor_t& outer) const {
-        asn_cursor_t longer(p, 0);
-        longer.ok_ = ok_ && outer.ok_;
-        if (longer.ok_) {
-            longer.size = static_cast<unsigned int>(outer.p + outer.size - p);
+        asn_cursor_t longer = *this;
+        if (ok_) {
+            longer.size += outer.size;
         }
         return longer;
     }
