@@ -14,6 +14,7 @@
 template <std::size_t SIZE> struct oid_text_t {
     char text[SIZE] = {};
 
+    // cppcheck-suppress noExplicitConstructor ; template arguments are string literals
     consteval oid_text_t(const char (&literal)[SIZE]) { std::copy_n(literal, SIZE, text); }
     constexpr std::string_view view() const { return {text, SIZE - 1}; }
 };
