@@ -113,6 +113,20 @@ void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
                                 authenticated_safe);
 }
 
+void write_authenticated_safe(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, asn_tag_t_<0>& octets) {
+    asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
+    if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
+        authenticated_safe.add_bytes(nullptr, 0); // one without entries is an element too
+    }
+    if (!easy.plain_bags.empty()) {
+        write_plain_entry(easy.plain_bags, authenticated_safe);
+    }
+    if (!easy.encrypted_bags.empty()) {
+        write_encrypted_entry(easy.encrypted_bags, crypto, authenticated_safe);
+    }
+    octets.add_node(authenticated_safe);
+}
+
 } // namespace
 
 // PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData OPTIONAL }              RFC 7292 4
@@ -144,19 +158,8 @@ bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* cry
 }
 
 void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out) {
-    asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
-    if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
-        authenticated_safe.add_bytes(nullptr, 0); // an empty one, 30 00
-    }
-    if (!easy.plain_bags.empty()) {
-        write_plain_entry(easy.plain_bags, authenticated_safe);
-    }
-    if (!easy.encrypted_bags.empty()) {
-        write_encrypted_entry(easy.encrypted_bags, crypto, authenticated_safe);
-    }
     asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
-    octets.add_node(authenticated_safe);
-
+    write_authenticated_safe(easy, crypto, octets);
     pkcs12_mac_t fresh_mac;
     const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
 
