@@ -1,6 +1,6 @@
 // OBJECT IDENTIFIERs, written dotted and encoded by the compiler (X.690 8.19).
 //
-//     inline constexpr const auto& g_oid_name = oid<"2.5.4.41">; // const unsigned char[3] with static storage
+//     inline constexpr const auto& g_oid_name = oid<"1.2.3.4">; // const unsigned char[3] with static storage
 //
 // Text that is not an OID does not compile.
 #ifndef DERKIT_ASN_OID_LITERAL_H
@@ -82,22 +82,20 @@ template <std::size_t SIZE> consteval oid_encoding_t<SIZE> encode_oid(const oid_
     return encoding;
 }
 
+template <oid_text_t TEXT> inline constexpr auto oid_encoding = encode_oid(TEXT);
+
 template <oid_text_t TEXT>
-concept is_oid = encode_oid(TEXT)
-.size != 0;
+concept is_oid = (oid_encoding<TEXT>.size != 0);
 
 template <oid_text_t TEXT>
 requires is_oid<TEXT>
 consteval auto make_oid_content() {
-    constexpr auto ENCODING = encode_oid(TEXT);
-    octets_t<ENCODING.size> content = {};
-    std::copy_n(ENCODING.octets, ENCODING.size, content.octets);
+    octets_t<oid_encoding<TEXT>.size> content = {};
+    std::copy_n(oid_encoding<TEXT>.octets, oid_encoding<TEXT>.size, content.octets);
     return content;
 }
 
-template <oid_text_t TEXT>
-requires is_oid<TEXT>
-inline constexpr auto oid_content = make_oid_content<TEXT>();
+template <oid_text_t TEXT> inline constexpr auto oid_content = make_oid_content<TEXT>();
 
 // The content octets.
 template <oid_text_t TEXT>
