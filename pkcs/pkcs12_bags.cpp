@@ -104,12 +104,12 @@ void asn_write_pkcs12_attr(const unsigned char (&oid)[N], asn_tag_t::Type value_
     out.add_node(attribute);
 }
 
-// What the bags take, as a rule.
-unsigned long long usual_size(const std::list<pkcs12_bag_t>& bags) {
-    constexpr unsigned long long USUAL_OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
+// Estimated encoded size of the bags.
+unsigned long long estimated_size(const std::list<pkcs12_bag_t>& bags) {
+    constexpr unsigned long long OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
     unsigned long long size = 0;
     for (const pkcs12_bag_t& bag : bags) {
-        size += bag.value.size + USUAL_OVERHEAD;
+        size += bag.value.size + OVERHEAD;
     }
     return size;
 }
@@ -132,7 +132,7 @@ bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypt
 
 void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
     asn_tag_t_<0> safe_contents(asn_tag_t::SEQUENCE);
-    safe_contents.reserve_about(usual_size(bags));
+    safe_contents.reserve_estimate(estimated_size(bags));
     safe_contents.add_bytes(nullptr, 0); // a list without bags is an element too
     for (const pkcs12_bag_t& bag : bags) {
         asn_write_pkcs12_bag(bag, safe_contents);

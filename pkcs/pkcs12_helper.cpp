@@ -163,8 +163,9 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std:
     pkcs12_mac_t fresh_mac;
     const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
 
+    constexpr unsigned long long SIZE_BESIDE_CONTENT = 192; // version, headers and MacData, estimated
     asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-    pfx.reserve_about(octets.encoding_size());
+    pfx.reserve_estimate(octets.encoding_size() + SIZE_BESIDE_CONTENT);
     pfx.add_element(asn_tag_t::INTEGER, PFX_VERSION);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, pfx);
     asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);
