@@ -73,7 +73,6 @@ struct reader_rules_t {
     bool takes_content = false;          // the input lacks the sample's outermost header
     bool shows_headers = false;          // fields hold elements with their headers
     std::vector<der_t> optional = {};    // may be left out, or be of another type
-    std::vector<der_t> lenient = {};     // the same, and one that cannot be read counts as left out
     std::vector<der_t> any_type = {};    // must be there, of whatever type
     std::vector<der_t> reaches_out = {}; // bounded by the input, not by what encloses it
     std::vector<der_t> open_end = {};    // what follows in it counts
@@ -92,9 +91,6 @@ template <typename READ> struct reader_check_t {
 
     std::string input(const der_t& whole) const { return rules.takes_content ? encode_content(whole) : encode(whole); }
     bool accepts(const std::string& bytes) const { return is_accepted(read(bytes)); }
-    bool may_be_absent(const der_t& element) const {
-        return is_one_of(rules.optional, element) || is_one_of(rules.lenient, element);
-    }
 
     void refuses_every_prefix() const {
         const std::string whole = input(sample);
@@ -110,7 +106,7 @@ template <typename READ> struct reader_check_t {
 
     void needs_every_element() const {
         for_each_element_left_out(sample, [&](const der_t& whole, const der_t& element) {
-            EXPECT_EQ(may_be_absent(element), accepts(input(whole)));
+            EXPECT_EQ(is_one_of(rules.optional, element), accepts(input(whole)));
         });
     }
 
@@ -118,7 +114,7 @@ template <typename READ> struct reader_check_t {
         for (const int other : {0x20, 0x01}) {
             for_each_element(sample, [&](der_t& whole, der_t& element) {
                 const bool is_read = &element != &whole || !rules.takes_content;
-                const bool is_free = may_be_absent(element) || is_one_of(rules.any_type, element);
+                const bool is_free = is_one_of(rules.optional, element) || is_one_of(rules.any_type, element);
                 element.tag ^= other;
                 EXPECT_EQ(!is_read || is_free, accepts(input(whole))) << "bits " << other;
             });
@@ -131,12 +127,11 @@ template <typename READ> struct reader_check_t {
             if (!is_read) {
                 return;
             }
-            const bool lenient = is_one_of(rules.lenient, element);
-            EXPECT_EQ(lenient, accepts(input(whole)));
+            EXPECT_FALSE(accepts(input(whole)));
             const bool is_enclosed = !rules.takes_content || !is_direct_member(whole, element);
             const bool reaches = is_one_of(rules.reaches_out, element) && element.length == from_hex("82 10 00");
             if (is_enclosed) {
-                EXPECT_EQ(lenient || reaches, accepts(input(whole) + ROOM_BEHIND));
+                EXPECT_EQ(reaches, accepts(input(whole) + ROOM_BEHIND));
             }
         });
     }
