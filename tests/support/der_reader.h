@@ -72,8 +72,8 @@ template <typename READ> void expect_reads(READ read, std::initializer_list<read
 struct reader_rules_t {
     bool takes_content = false;          // the input lacks the sample's outermost header
     bool shows_headers = false;          // fields hold elements with their headers
-    std::vector<der_t> optional = {};    // may be left out, or be of another type
-    std::vector<der_t> any_type = {};    // must be there, of whatever type
+    std::vector<der_t> optional = {};    // may be left out
+    std::vector<der_t> any_type = {};    // may be of another type
     std::vector<der_t> reaches_out = {}; // bounded by the input, not by what encloses it
     std::vector<der_t> open_end = {};    // what follows in it counts
 };
@@ -114,7 +114,7 @@ template <typename READ> struct reader_check_t {
         for (const int other : {0x20, 0x01}) {
             for_each_element(sample, [&](der_t& whole, der_t& element) {
                 const bool is_read = &element != &whole || !rules.takes_content;
-                const bool is_free = is_one_of(rules.optional, element) || is_one_of(rules.any_type, element);
+                const bool is_free = is_one_of(rules.any_type, element);
                 element.tag ^= other;
                 EXPECT_EQ(!is_read || is_free, accepts(input(whole))) << "bits " << other;
             });

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "derkit/asn_helper.h"
 #include "support/algorithms.h"
@@ -189,8 +190,9 @@ TEST(rsassa_pss, follows_the_rules_of_readers) {
     const der_t mask = der_element(0xA1, {der_sequence({der_oid("1.2.840.113549.1.1.8"), mask_parameters})});
     const der_t salt_length = der_element(0xA2, {der_integer("40")});
     const der_t trailer = der_element(0xA3, "not looked at");
+    const std::vector<der_t> optional = {hash, mask, salt_length, hash_parameters, mask_parameters};
     expect_rules_of_readers(read_pss, der_sequence({hash, mask, salt_length}),
-                            {.optional = {hash, mask, salt_length, hash_parameters, mask_parameters}});
+                            {.optional = optional, .any_type = optional});
     EXPECT_EQ("0x00060002", pss_code(encode(der_sequence({hash, mask, salt_length, trailer}))));
 }
 
