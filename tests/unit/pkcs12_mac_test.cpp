@@ -41,7 +41,7 @@ pkcs12_mac_t mac_of(std::string_view digest, std::string_view salt, unsigned int
 // A SEQUENCE with 02 01 03 to which the MAC was appended.
 std::string write_mac(const pkcs12_mac_t& mac) {
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
-    out.add_element(asn_tag_t::INTEGER, from_hex("03"));
+    out.add_bytes("\x02\x01\x03", 3);
     asn_write_pkcs12_MacData(mac, out);
     return std::string(as_chars(out.encoding(), out.encoding_size()));
 }

@@ -32,7 +32,7 @@ std::string write_content_info(const char* type, asn_tag_t::Type tag, std::strin
     asn_tag_t_<0> element(tag);
     element.add_bytes(content.data(), static_cast<unsigned int>(content.size()));
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
-    out.add_element(asn_tag_t::INTEGER, from_hex("03"));
+    out.add_bytes("\x02\x01\x03", 3);
     const std::string before(as_chars(element.encoding(), element.encoding_size()));
     asn_write_pkcs7_ContentInfo(reinterpret_cast<const unsigned char*>(oid.data()),
                                 static_cast<unsigned int>(oid.size()), element, out);
