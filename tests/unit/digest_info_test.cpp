@@ -66,7 +66,7 @@ const digest_info_case_t WRITTEN[] = {
     {"kilobytes", 0x00020000, 5000, "30 82 13 97 30 09 06 05 2B 0E 03 02 1A 05 00 04 82 13 88"},
 };
 
-TEST(digest_info, is_written_with_a_header_for_its_hash) {
+TEST(pkcs1_digest_info, is_written_with_a_header_for_its_hash) {
     for (const digest_info_case_t& c : WRITTEN) {
         const std::string digest = counting_bytes(c.digest_size, 0);
         EXPECT_TRUE(same_bytes(from_hex(c.header) + digest, digest_info(digest, c.hash))) << c.name;
@@ -75,14 +75,14 @@ TEST(digest_info, is_written_with_a_header_for_its_hash) {
 
 // Reading
 
-TEST(digest_info, follows_the_rules_of_readers) {
+TEST(pkcs1_digest_info, follows_the_rules_of_readers) {
     const der_t parameters = der_null();
     expect_rules_of_readers(read_digest_info,
                             der_sequence({der_sequence({der_oid("2.5.4.3"), parameters}), der_octet_string("digest")}),
                             {.any_type = {parameters}});
 }
 
-TEST(digest_info, reads_any_oid_and_any_parameters) {
+TEST(pkcs1_digest_info, reads_any_oid_and_any_parameters) {
     expect_reads(read_digest_info,
                  {
                      {"SHA-1", "30 10 30 09 06 05 2B 0E 03 02 1A 05 00 04 03 61 62 63", "yes 2B 0E 03 02 1A"},
@@ -92,7 +92,7 @@ TEST(digest_info, reads_any_oid_and_any_parameters) {
                  });
 }
 
-TEST(digest_info, is_refused_and_keeps_the_oid_or_empties_the_record) {
+TEST(pkcs1_digest_info, is_refused_and_keeps_the_oid_or_empties_the_record) {
     expect_reads(read_digest_info,
                  {
                      {"nothing", "", "no null"},
@@ -112,7 +112,7 @@ TEST(digest_info, is_refused_and_keeps_the_oid_or_empties_the_record) {
                  });
 }
 
-TEST(digest_info, has_its_hash_read_back) {
+TEST(pkcs1_digest_info, has_its_hash_read_back) {
     for (const digest_info_case_t& c : WRITTEN) {
         const std::string written = digest_info(counting_bytes(c.digest_size, 0), c.hash);
         asn_algorid_t out;

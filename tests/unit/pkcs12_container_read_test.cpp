@@ -459,7 +459,7 @@ TEST(container_plaintexts, are_kept_when_decryption_throws) {
 
 // A container that is used again
 
-TEST(container, read_into_twice_holds_both) {
+TEST(pkcs12_container, read_into_twice_holds_both) {
     const std::string plaintext = entry_plaintext({cert_bag("c")});
     container_reading_t first(bytes_of({data_entry({key_bag("p"), shrouded("k")}), encrypted_entry_of(plaintext)}));
     read_container(first);
@@ -475,7 +475,7 @@ TEST(container, read_into_twice_holds_both) {
     EXPECT_EQ("other digest", chars_of(first.easy.mac.digest));
 }
 
-TEST(container, keeps_its_bags_when_a_second_reading_fails) {
+TEST(pkcs12_container, keeps_its_bags_when_a_second_reading_fails) {
     container_reading_t reading(bytes_of({data_entry({key_bag("p"), shrouded("k")})}));
     read_container(reading);
     const exact_bytes_t bad(bytes_of({data_entry({cert_bag("q"), shrouded("l"), der_null()})}));
@@ -485,7 +485,7 @@ TEST(container, keeps_its_bags_when_a_second_reading_fails) {
     EXPECT_EQ((buffers_t{"k", "l"}), reading.easy.decrypted_buffers);
 }
 
-TEST(container, keeps_its_mac_as_far_as_a_second_reading_does_not_fill_it) {
+TEST(pkcs12_container, keeps_its_mac_as_far_as_a_second_reading_does_not_fill_it) {
     container_reading_t reading(bytes_of({}));
     read_container(reading);
     const exact_bytes_t bad_version(encode(pfx_with(&pfx_t::version, der_integer("00 03"))));
@@ -499,7 +499,7 @@ TEST(container, keeps_its_mac_as_far_as_a_second_reading_does_not_fill_it) {
     EXPECT_EQ(2000U, reading.easy.mac.iterations);
 }
 
-TEST(container, keeps_its_views_when_it_moves) {
+TEST(pkcs12_container, keeps_its_views_when_it_moves) {
     container_reading_t reading(
         bytes_of({data_entry({key_bag("p"), shrouded("k")}), encrypted_entry({cert_bag("c")})}));
     const std::string before = read_container(reading);

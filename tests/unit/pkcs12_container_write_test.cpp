@@ -59,7 +59,7 @@ std::string container_of(der_members_t entries, const der_t& mac_data = der_raw(
 
 // The bytes
 
-TEST(container_writer, writes_byte_for_byte) {
+TEST(pkcs12_container_writer, writes_byte_for_byte) {
     recording_crypto_t crypto;
     EXPECT_TRUE(same_bytes(from_hex("30 34 02 01 03 30 11 06 09 2A 86 48 86 F7 0D 01 07 01 A0 04 04 02 30 00") +
                                from_hex(MADE_MAC),
@@ -83,7 +83,7 @@ TEST(container_writer, writes_byte_for_byte) {
                    write(easy_of({}, {bag_of(0, "")}), crypto)));
 }
 
-TEST(container_writer, writes_plain_bags_before_encrypted_ones) {
+TEST(pkcs12_container_writer, writes_plain_bags_before_encrypted_ones) {
     recording_crypto_t crypto;
     EXPECT_TRUE(same_bytes(
         container_of({data_entry({cert_bag("c", der_set({friendly_name("n"), local_key_id("i")})), key_bag("k")}),
@@ -92,7 +92,7 @@ TEST(container_writer, writes_plain_bags_before_encrypted_ones) {
     EXPECT_EQ("encrypt make_mac", crypto.operations());
 }
 
-TEST(container_writer, takes_bags_of_any_length) {
+TEST(pkcs12_container_writer, takes_bags_of_any_length) {
     for (const std::size_t size : sizes_t{0, 1, 50, 60, 100, 110, 120, 128, 200, 256, 1000, 30000}) {
         const std::string value = counting_bytes(size, 1);
         recording_crypto_t crypto;
@@ -103,7 +103,7 @@ TEST(container_writer, takes_bags_of_any_length) {
 }
 
 // The kept plaintexts are written only as far as bags view them.
-TEST(container_writer, does_not_write_the_kept_plaintexts) {
+TEST(pkcs12_container_writer, does_not_write_the_kept_plaintexts) {
     pkcs12_easy_t easy;
     easy.decrypted_buffers = {"plaintext"};
     recording_crypto_t crypto;
@@ -112,7 +112,7 @@ TEST(container_writer, does_not_write_the_kept_plaintexts) {
 
 // The cryptography
 
-TEST(container_writer, has_the_mac_made_over_the_whole_octet_string_after_encryption) {
+TEST(pkcs12_container_writer, has_the_mac_made_over_the_whole_octet_string_after_encryption) {
     recording_crypto_t crypto;
     write(easy_of({bag_of(1, "c")}, {bag_of(0, "k"), bag_of(1, "d")}), crypto);
     ASSERT_EQ("encrypt make_mac", crypto.operations());
@@ -125,7 +125,7 @@ TEST(container_writer, has_the_mac_made_over_the_whole_octet_string_after_encryp
 }
 
 // recording_crypto_t fills the fresh record even when it refuses; none of that is written.
-TEST(container_writer, writes_the_stored_mac_only_when_none_is_made) {
+TEST(pkcs12_container_writer, writes_the_stored_mac_only_when_none_is_made) {
     pkcs12_easy_t easy;
     easy.mac.digest_alg = view_of("ignored");
     easy.mac.digest = view_of("stored digest");
@@ -139,7 +139,7 @@ TEST(container_writer, writes_the_stored_mac_only_when_none_is_made) {
     EXPECT_TRUE(same_bytes(container_of({}, mac_data_of("", "", "00")), write(pkcs12_easy_t(), crypto)));
 }
 
-TEST(container_writer, does_not_look_at_what_encrypt_answers) {
+TEST(pkcs12_container_writer, does_not_look_at_what_encrypt_answers) {
     recording_crypto_t yes;
     recording_crypto_t no;
     no.encrypt_answer = answer_t::NO;
@@ -148,7 +148,7 @@ TEST(container_writer, does_not_look_at_what_encrypt_answers) {
 }
 
 // Every zero octet of a count is left out.
-TEST(container_writer, writes_counts_of_256_and_2048_without_their_zero_octets) {
+TEST(pkcs12_container_writer, writes_counts_of_256_and_2048_without_their_zero_octets) {
     recording_crypto_t crypto;
     crypto.pbe_iterations = 256;
     crypto.mac_iterations = 2048;
@@ -157,7 +157,7 @@ TEST(container_writer, writes_counts_of_256_and_2048_without_their_zero_octets) 
     EXPECT_NE(std::string::npos, written.find(crypto.pbe_salt + from_hex("02 01 01 30 0A"))) << to_hex(written);
 }
 
-TEST(container_writer, leaves_the_output_alone_when_the_cryptography_throws) {
+TEST(pkcs12_container_writer, leaves_the_output_alone_when_the_cryptography_throws) {
     for (answer_t recording_crypto_t::*const operation :
          {&recording_crypto_t::encrypt_answer, &recording_crypto_t::make_mac_answer}) {
         recording_crypto_t crypto;
@@ -169,7 +169,7 @@ TEST(container_writer, leaves_the_output_alone_when_the_cryptography_throws) {
     }
 }
 
-TEST(container_writer, leaves_the_output_alone_when_there_is_no_memory) {
+TEST(pkcs12_container_writer, leaves_the_output_alone_when_there_is_no_memory) {
     pkcs12_bag_t too_large = bag_of(0, "k");
     too_large.value.size = 0xFFFFFFFF;
     const pkcs12_easy_t containers[] = {easy_of({too_large}), easy_of({bag_of(0, "k")}, {too_large})};

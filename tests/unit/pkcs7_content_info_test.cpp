@@ -42,13 +42,13 @@ std::string write_content_info(const char* type, asn_tag_t::Type tag, std::strin
 
 // Reading
 
-TEST(content_info, follows_the_rules_of_readers) {
+TEST(pkcs7_content_info, follows_the_rules_of_readers) {
     const der_t content = der_element(0xA0, "content");
     expect_rules_of_readers(read_content_info, der_sequence({der_oid(OID_DATA), content}), {.takes_content = true});
     expect_rules_of_readers(read_data, der_octet_string("octets"));
 }
 
-TEST(content_info, has_any_type_and_content) {
+TEST(pkcs7_content_info, has_any_type_and_content) {
     expect_reads(read_content_info, {
                                         {"data", "06 09 2A 86 48 86 F7 0D 01 07 01 A0 04 04 02 AA BB",
                                          "yes 2A 86 48 86 F7 0D 01 07 01 | 04 02 AA BB"},
@@ -61,7 +61,7 @@ TEST(content_info, has_any_type_and_content) {
                                     });
 }
 
-TEST(content_info, keeps_its_type_when_it_is_refused) {
+TEST(pkcs7_content_info, keeps_its_type_when_it_is_refused) {
     expect_reads(read_content_info, {
                                         {"nothing", "", "no - | -"},
                                         {"its sequence", "30 07 06 01 2A A0 02 05 00", "no - | -"},
@@ -97,7 +97,7 @@ struct content_info_written_case_t {
     const char* wrapper; // and the header of the OCTET STRING
 };
 
-TEST(content_info, is_written_with_the_length_of_its_payload_and_reads_back) {
+TEST(pkcs7_content_info, is_written_with_the_length_of_its_payload_and_reads_back) {
     const content_info_written_case_t cases[] = {
         {"empty", 0, "30 0F", "A0 02 04 00"},
         {"short", 3, "30 12", "A0 05 04 03"},
@@ -125,7 +125,7 @@ TEST(content_info, is_written_with_the_length_of_its_payload_and_reads_back) {
     }
 }
 
-TEST(content_info, is_written_around_any_element) {
+TEST(pkcs7_content_info, is_written_around_any_element) {
     EXPECT_TRUE(same_bytes(from_hex("30 14 02 01 03 30 0F 06 09 2A 86 48 86 F7 0D 01 07 06 A0 02 30 00"),
                            write_content_info(OID_ENCRYPTED_DATA, asn_tag_t::SEQUENCE, "")));
 }
