@@ -13,78 +13,81 @@ namespace {
 
 constexpr std::size_t PTR = sizeof(void*);
 
-template <typename RECORD> constexpr bool is_plain_record(std::size_t num_pointers) {
-    return std::is_standard_layout_v<RECORD> && std::is_trivially_copyable_v<RECORD> &&
-           std::is_trivially_destructible_v<RECORD> && std::is_nothrow_default_constructible_v<RECORD> &&
-           sizeof(RECORD) == num_pointers * PTR;
+template <typename RECORD, std::size_t NUM_POINTERS> constexpr bool is_plain_record() {
+    static_assert(std::is_standard_layout_v<RECORD>);
+    static_assert(std::is_trivially_copyable_v<RECORD>);
+    static_assert(std::is_trivially_destructible_v<RECORD>);
+    static_assert(std::is_nothrow_default_constructible_v<RECORD>);
+    static_assert(sizeof(RECORD) == NUM_POINTERS * PTR);
+    return true;
 }
 
 } // namespace
 
-static_assert(is_plain_record<blob_t>(2));
+static_assert(is_plain_record<blob_t, 2>());
 static_assert(offsetof(blob_t, size) == 0 && offsetof(blob_t, data) == PTR);
 
-static_assert(is_plain_record<OIDdescr_t>(8));
+static_assert(is_plain_record<OIDdescr_t, 8>());
 static_assert(offsetof(OIDdescr_t, oid_asn) == 0 && offsetof(OIDdescr_t, oid_asn_size) == PTR);
 static_assert(offsetof(OIDdescr_t, oid_str) == 2 * PTR && offsetof(OIDdescr_t, oid_str_size) == 3 * PTR);
 static_assert(offsetof(OIDdescr_t, oid_sn) == 4 * PTR && offsetof(OIDdescr_t, oid_sn_size) == 5 * PTR);
 static_assert(offsetof(OIDdescr_t, oid_ln) == 6 * PTR && offsetof(OIDdescr_t, oid_ln_size) == 7 * PTR);
 
-static_assert(is_plain_record<oid_map_handle_t>(1));
+static_assert(is_plain_record<oid_map_handle_t, 1>());
 static_assert(offsetof(oid_map_handle_t, map) == 0);
 
-static_assert(is_plain_record<pkcs8_pki_gost_t>(3));
+static_assert(is_plain_record<pkcs8_pki_gost_t, 3>());
 static_assert(offsetof(pkcs8_pki_gost_t, key_type) == 0 && offsetof(pkcs8_pki_gost_t, private_key) == PTR);
 
-static_assert(is_plain_record<asn_pkcs8_priv_key_info_t>(4));
+static_assert(is_plain_record<asn_pkcs8_priv_key_info_t, 4>());
 static_assert(offsetof(asn_pkcs8_priv_key_info_t, algorithm) == 0);
 static_assert(offsetof(asn_pkcs8_priv_key_info_t, private_key) == 2 * PTR);
 
-static_assert(is_plain_record<pkcs5_pbe_gost_t>(5));
+static_assert(is_plain_record<pkcs5_pbe_gost_t, 5>());
 static_assert(offsetof(pkcs5_pbe_gost_t, salt) == 0 && offsetof(pkcs5_pbe_gost_t, iterations) == 2 * PTR);
 static_assert(offsetof(pkcs5_pbe_gost_t, iv) == 3 * PTR);
 
-static_assert(is_plain_record<pkcs8_encrypted_pki_gost_t>(7));
+static_assert(is_plain_record<pkcs8_encrypted_pki_gost_t, 7>());
 static_assert(offsetof(pkcs8_encrypted_pki_gost_t, pbe) == 0);
 static_assert(offsetof(pkcs8_encrypted_pki_gost_t, encrypted_data) == 5 * PTR);
 
-static_assert(is_plain_record<bmp_string_t>(2));
+static_assert(is_plain_record<bmp_string_t, 2>());
 static_assert(offsetof(bmp_string_t, size) == 0 && offsetof(bmp_string_t, data) == PTR);
 
-static_assert(is_plain_record<pkcs12_bag_t>(7));
+static_assert(is_plain_record<pkcs12_bag_t, 7>());
 static_assert(offsetof(pkcs12_bag_t, type) == 0 && offsetof(pkcs12_bag_t, value) == PTR);
 static_assert(offsetof(pkcs12_bag_t, friendly_name) == 3 * PTR && offsetof(pkcs12_bag_t, local_key_id) == 5 * PTR);
 
-static_assert(is_plain_record<pkcs12_mac_t>(7));
+static_assert(is_plain_record<pkcs12_mac_t, 7>());
 static_assert(offsetof(pkcs12_mac_t, digest_alg) == 0 && offsetof(pkcs12_mac_t, digest) == 2 * PTR);
 static_assert(offsetof(pkcs12_mac_t, salt) == 4 * PTR && offsetof(pkcs12_mac_t, iterations) == 6 * PTR);
 
-static_assert(is_plain_record<oid_ref_t>(2));
+static_assert(is_plain_record<oid_ref_t, 2>());
 static_assert(offsetof(oid_ref_t, data) == 0 && offsetof(oid_ref_t, size) == PTR);
 
-static_assert(is_plain_record<asn_algorid_t>(2));
+static_assert(is_plain_record<asn_algorid_t, 2>());
 static_assert(offsetof(asn_algorid_t, oid) == 0);
 
-static_assert(is_plain_record<asn_ike_signalg_t>(4));
+static_assert(is_plain_record<asn_ike_signalg_t, 4>());
 static_assert(offsetof(asn_ike_signalg_t, oid) == 0 && offsetof(asn_ike_signalg_t, parameters) == 2 * PTR);
 
-static_assert(is_plain_record<asn_pubkey_t>(6));
+static_assert(is_plain_record<asn_pubkey_t, 6>());
 static_assert(offsetof(asn_pubkey_t, algorithm) == 0 && offsetof(asn_pubkey_t, parameters) == 2 * PTR);
 static_assert(offsetof(asn_pubkey_t, key) == 4 * PTR);
 
-static_assert(is_plain_record<asn_rsa_pubkey_t>(4));
+static_assert(is_plain_record<asn_rsa_pubkey_t, 4>());
 static_assert(offsetof(asn_rsa_pubkey_t, modulus) == 0 && offsetof(asn_rsa_pubkey_t, exponent) == 2 * PTR);
 
-static_assert(is_plain_record<asn_gost_pubkey_t>(8));
+static_assert(is_plain_record<asn_gost_pubkey_t, 8>());
 static_assert(offsetof(asn_gost_pubkey_t, public_key_param_set) == 0);
 static_assert(offsetof(asn_gost_pubkey_t, digest_param_set) == 2 * PTR);
 static_assert(offsetof(asn_gost_pubkey_t, encryption_param_set) == 4 * PTR);
 static_assert(offsetof(asn_gost_pubkey_t, key) == 6 * PTR);
 
-static_assert(is_plain_record<asn_dsa_certsign_t>(4));
+static_assert(is_plain_record<asn_dsa_certsign_t, 4>());
 static_assert(offsetof(asn_dsa_certsign_t, r) == 0 && offsetof(asn_dsa_certsign_t, s) == 2 * PTR);
 
-static_assert(is_plain_record<IntToString>(2));
+static_assert(is_plain_record<IntToString, 2>());
 static_assert(offsetof(IntToString, value) == 0 && offsetof(IntToString, name) == PTR);
 
 // The size of a list is the standard library's. A container does not copy: the bags of a copy would view the source.

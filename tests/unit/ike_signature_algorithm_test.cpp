@@ -198,25 +198,16 @@ TEST(rsassa_pss, follows_the_rules_of_readers) {
 
 TEST(rsassa_pss, is_unknown_with_malformed_parameters) {
     for (const char* const parameters : {
-             "05 00",                                     // no sequence
-             "30 02 05",                                  // past the end
-             "30 02 A0 00",                               // [0] without anything
-             "30 01 A0",                                  // half its header
-             "30 09 A0 07 06 05 2B 0E 03 02 12",          // no sequence in it
-             "30 06 A0 04 30 02 05 00",                   // no OID
-             "30 04 A0 02 30 00",                         // nothing in its sequence
-             "30 0C A0 0A 30 08 06 05 2B 0E 03 02 12 05", // half a header for its parameters
-             "30 02 A1 00",                               // [1] without anything
-             "30 01 A1",                                  // half its header
-             "30 04 A1 02 05 00",                         // no sequence in it
-             "30 04 A1 02 30 00",                         // nothing in its sequence
-             "30 0A A1 08 30 06 06 03 55 04 03 30",       // half a header for its parameters
-             "30 0F A0 0B 30 09 06 05 2B 0E 03 02 12 05 00 A1 00",
-             "30 02 A2 00",          // [2] without anything
-             "30 01 A2",             // half its header
-             "30 05 A2 03 04 01 20", // no INTEGER in it
-             "30 05 A2 03 02 02 20", // past its field
-             "30 0F A0 0B 30 09 06 05 2B 0E 03 02 12 05 00 A2 00",
+             "05 00",                                              // no SEQUENCE
+             "30 01 A0",                                           // half a header of [0]
+             "30 09 A0 07 06 05 2B 0E 03 02 12",                   // no SEQUENCE in it
+             "30 04 A0 02 30 00",                                  // no OID
+             "30 0C A0 0A 30 08 06 05 2B 0E 03 02 12 05",          // half a header of its parameters
+             "30 0F A0 0B 30 09 06 05 2B 0E 03 02 12 05 00 A1 00", // nothing in [1] after a good hash
+             "30 0A A1 08 30 06 06 03 55 04 03 30",                // half a header of its parameters
+             "30 0F A0 0B 30 09 06 05 2B 0E 03 02 12 05 00 A2 00", // nothing in [2] after a good hash
+             "30 05 A2 03 04 01 20",                               // no INTEGER in it
+             "30 05 A2 03 02 02 20",                               // INTEGER past its field
          }) {
         EXPECT_EQ("0x00000000", pss_code(from_hex(parameters))) << parameters;
     }
