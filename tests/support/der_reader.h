@@ -147,16 +147,16 @@ template <typename READ> struct reader_check_t {
 
     void ignores_what_follows() const {
         const std::string expected = read(input(sample));
-        for (const char* const behind : {"05 00", "02 01 20", "FF", "04 7F"}) {
-            SCOPED_TRACE(behind);
+        for (const char* const trailing : {"05 00", "02 01 20", "FF", "04 7F"}) {
+            SCOPED_TRACE(trailing);
             for_each_element(sample, [&](der_t& whole, der_t& element) {
                 if (!element.members.empty() && !is_one_of(rules.open_end, element)) {
-                    element.members.push_back(der_raw(behind));
+                    element.members.push_back(der_raw(trailing));
                     EXPECT_EQ(expected, read(input(whole)));
                 }
             });
             if (!rules.takes_content && !is_one_of(rules.open_end, sample)) {
-                EXPECT_EQ(expected, read(input(sample) + from_hex(behind)));
+                EXPECT_EQ(expected, read(input(sample) + from_hex(trailing)));
             }
         }
     }

@@ -48,7 +48,7 @@ const digest_info_case_t WRITTEN[] = {
     {"the same of QEV", 0x01090000, 32, "30 31 30 0D 06 09 2B 06 01 04 01 9C 56 01 05 05 00 04 20"},
     {"GOST R 34.11-2012, 256 bits", 0x000A0000, 32, "30 30 30 0C 06 08 2A 85 03 07 01 01 02 02 05 00 04 20"},
     {"GOST R 34.11-2012, 512 bits", 0x000B0000, 64, "30 50 30 0C 06 08 2A 85 03 07 01 01 02 03 05 00 04 40"},
-    // An unknown hash has an empty OID. The code is looked up as it is: a signature does not stand for its hash.
+    // An unknown hash has an empty OID. The code is looked up as it is: a signature is not taken for its hash.
     {"no algorithm", 0x00000000, 3, "30 0B 30 04 06 00 05 00 04 03"},
     {"all bits", 0xFFFFFFFF, 3, "30 0B 30 04 06 00 05 00 04 03"},
     {"hash without OID", 0x04090000, 3, "30 0B 30 04 06 00 05 00 04 03"},
@@ -100,7 +100,7 @@ TEST(pkcs1_digest_info, is_refused_and_keeps_the_oid_or_empties_the_record) {
                      {"past the end", "30 0C 30 07 06 03 55 04 03 05 00 04 00", "no null"},
                      {"empty sequence", "30 00", "no null"},
                      {"algorithm not inside", "30 00 30 07 06 03 55 04 03 05 00 04 00", "no null"},
-                     {"digest in front", "30 0B 04 00 30 07 06 03 55 04 03 05 00", "no null"},
+                     {"digest before the algorithm", "30 0B 04 00 30 07 06 03 55 04 03 05 00", "no null"},
                      {"no OID", "30 06 30 02 05 00 04 00", "no null"},
                      {"empty algorithm", "30 04 30 00 04 00", "no null"},
                      {"no parameters", "30 09 30 05 06 03 55 04 03 04 00", "no 55 04 03"},

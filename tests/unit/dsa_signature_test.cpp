@@ -49,7 +49,7 @@ TEST(dsa_signature, keeps_what_was_read_when_it_is_refused) {
     expect_reads(read_dsa, {
                                {"nothing", "", "no - | -"},
                                {"empty sequence", "30 00", "no - | -"},
-                               {"r behind the sequence", "30 00 02 01 11 02 01 33", "no - | -"},
+                               {"r after the sequence", "30 00 02 01 11 02 01 33", "no - | -"},
                                {"no r", "30 06 04 01 11 02 01 33", "no - | -"},
                                {"no s", "30 04 02 02 00 C1", "no 00 C1 | -"},
                                {"s of another type", "30 07 02 02 00 C1 04 01 33", "no 00 C1 | -"},

@@ -67,7 +67,7 @@ TEST(gost_public_key, has_no_encryption_set_when_there_is_no_oid_in_third_place)
     expect_reads(read_sets, {
                                 {"another type", "30 08 06 01 2A 06 01 2B 05 00", without},
                                 {"in fourth place", "30 0B 06 01 2A 06 01 2B 05 00 06 01 2C", without},
-                                {"behind the sequence", "30 06 06 01 2A 06 01 2B 06 01 2C", without},
+                                {"after the sequence", "30 06 06 01 2A 06 01 2B 06 01 2C", without},
                                 {"past the sequence", "30 08 06 01 2A 06 01 2B 06 01 2C", without},
                                 {"half a header", "30 07 06 01 2A 06 01 2B 06", without},
                                 {"indefinite length", "30 0B 06 01 2A 06 01 2B 06 80 2C 00 00", without},
@@ -80,11 +80,11 @@ TEST(gost_public_key, keeps_what_was_read_when_its_sets_are_refused) {
                                 {"nothing", "", "no - | - | - | -"},
                                 {"null", "05 00", "no - | - | - | -"},
                                 {"empty sequence", "30 00", "no - | - | - | -"},
-                                {"sets behind the sequence", "30 00 06 01 2A 06 01 2B", "no - | - | - | -"},
+                                {"sets after the sequence", "30 00 06 01 2A 06 01 2B", "no - | - | - | -"},
                                 {"sequence in second place", "05 00 30 06 06 01 2A 06 01 2B", "no - | - | - | -"},
                                 {"no first set", "30 06 04 01 2A 06 01 2B", "no - | - | - | -"},
                                 {"one set", "30 03 06 01 2A", "no 06 01 2A | - | - | -"},
-                                {"second behind the sequence", "30 03 06 01 2A 06 01 2B", "no 06 01 2A | - | - | -"},
+                                {"second after the sequence", "30 03 06 01 2A 06 01 2B", "no 06 01 2A | - | - | -"},
                                 {"second of another type", "30 06 06 01 2A 05 01 2B", "no 06 01 2A | - | - | -"},
                                 {"second in third place", "30 08 06 01 2A 05 00 06 01 2B", "no 06 01 2A | - | - | -"},
                             });
@@ -94,7 +94,7 @@ TEST(gost_public_key, has_the_content_of_the_octet_string_for_a_point) {
     expect_reads(read_point, {
                                  {"some octets", "04 03 00 AA BB", "yes 06 01 2A | 06 01 2B | 06 01 2C | 00 AA BB"},
                                  {"none", "04 00", "yes 06 01 2A | 06 01 2B | 06 01 2C | empty"},
-                                 {"bytes behind", "04 01 AA CC", "yes 06 01 2A | 06 01 2B | 06 01 2C | AA"},
+                                 {"bytes after it", "04 01 AA CC", "yes 06 01 2A | 06 01 2B | 06 01 2C | AA"},
                              });
 }
 

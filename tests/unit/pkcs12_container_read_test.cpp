@@ -96,8 +96,8 @@ TEST(container_reader, refuses_another_type_of_content) {
     });
 }
 
-der_t pfx_with_mac(der_members_t digest_info, const der_t& behind) {
-    return pfx_with(&pfx_t::mac_data, der_sequence({der_sequence(std::move(digest_info)), behind}));
+der_t pfx_with_mac(der_members_t digest_info, const der_t& rest) {
+    return pfx_with(&pfx_t::mac_data, der_sequence({der_sequence(std::move(digest_info)), rest}));
 }
 
 TEST(container_reader, refuses_a_container_without_a_mac) {

@@ -23,8 +23,8 @@ std::string read_mac(std::string_view bytes) {
 }
 
 // What follows the salt is read as these iterations.
-std::string read_count(std::string_view behind_the_salt) {
-    const std::string text = read_mac(from_hex("30 07 30 02 05 00 04 01 DD 04 01 AA") + std::string(behind_the_salt));
+std::string read_count(std::string_view after_the_salt) {
+    const std::string text = read_mac(from_hex("30 07 30 02 05 00 04 01 DD 04 01 AA") + std::string(after_the_salt));
     const std::string fields = "05 00 | DD | AA | ";
     const std::size_t start = text.find(fields);
     return start == std::string::npos ? text : text.substr(0, start) + text.substr(start + fields.size());

@@ -65,7 +65,7 @@ TEST(rsa_public_key, keeps_what_was_read_when_it_is_refused) {
     expect_reads(read_rsa, {
                                {"nothing", "", "no - | -"},
                                {"empty sequence", "30 00", "no - | -"},
-                               {"modulus behind the sequence", "30 00 02 01 05 02 01 03", "no - | -"},
+                               {"modulus after the sequence", "30 00 02 01 05 02 01 03", "no - | -"},
                                {"no modulus", "30 06 04 01 05 02 01 03", "no - | -"},
                                {"no exponent", "30 04 02 02 00 C3", "no C3 | -"},
                                {"exponent of another type", "30 07 02 02 00 C3 04 01 03", "no C3 | -"},
