@@ -1,4 +1,4 @@
-// Readings of containers and of their bags, and what they came to, as a line of text.
+// One reading of a container or of its bags, with its outcome as a line of text.
 #ifndef DERKIT_TESTS_CONTAINER_READING_H
 #define DERKIT_TESTS_CONTAINER_READING_H
 
@@ -11,6 +11,7 @@
 #include "derkit/pkcs12_helper.h"
 #include "testing/bags.h"
 #include "testing/bytes.h"
+#include "testing/pkcs_der.h"
 #include "testing/recording_crypto.h"
 
 // One reading into a container of its own. The input lives as long as this.
@@ -27,21 +28,26 @@ struct container_reading_t {
     std::string text() const {
         EXPECT_TRUE(all_kept(input, easy));
         const std::string operations = crypto.operations();
-        std::string text = accepted ? "yes" : "no";
-        text += bags(" ", easy.plain_bags) + (easy.encrypted_bags.empty() ? "" : " /" + bags(" ", easy.encrypted_bags));
-        return operations.empty() ? text : text + " (" + operations + ")";
+        return (accepted ? "yes" : "no") + bags(easy.plain_bags) +
+               (easy.encrypted_bags.empty() ? "" : " /" + bags(easy.encrypted_bags)) +
+               (operations.empty() ? "" : " (" + operations + ")");
     }
 
   private:
-    static std::string bags(const char* separator, const std::list<pkcs12_bag_t>& list) {
-        std::string text;
+    static std::string bags(const std::list<pkcs12_bag_t>& list) {
+        std::string line;
         for (const pkcs12_bag_t& bag : list) {
-            text += separator + bag_text(bag);
+            line += " " + bag_text(bag);
         }
-        return text;
+        return line;
     }
 };
 
 using buffers_t = std::list<std::string>;
+
+// A key that recording_crypto_t decrypts to this.
+inline der_t shrouded(std::string_view key, const der_t& attributes = der_raw("")) {
+    return shrouded_key_bag(toy_cipher(key), attributes);
+}
 
 #endif

@@ -5,6 +5,7 @@
 #include <list>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "asn/asn_builder.h"
@@ -29,10 +30,6 @@ std::string read_bags(std::string_view bytes, bool from_encrypted = false) {
 
 std::string bytes_of(der_members_t bags) {
     return encode(safe_contents(std::move(bags)));
-}
-
-der_t shrouded(std::string_view key, const der_t& attributes = der_raw("")) {
-    return shrouded_key_bag(toy_cipher(key), attributes);
 }
 
 // Where bags go

@@ -35,10 +35,6 @@ der_t pfx_with(der_t pfx_t::*field, const der_t& element) {
     return pfx.whole();
 }
 
-der_t shrouded(std::string_view key) {
-    return shrouded_key_bag(toy_cipher(key));
-}
-
 der_t encrypted_entry_of(std::string_view plaintext) {
     encrypted_data_t data;
     data.encrypted_content = der_element(0x80, toy_cipher(plaintext));
