@@ -73,6 +73,26 @@ TEST(dn_get_attr, pair_or_value_is_appended) {
     });
 }
 
+// All of them
+
+TEST(dn_operations, refuse_what_does_not_parse) {
+    for_each_vector("dn-syntax.txt", [](const vector_t& vector) {
+        const std::string text = vector.text("text");
+        const bool parses = vector.field("parses") == "yes";
+        EXPECT_EQ(parses, reversed(text).has_value());
+        const exact_bytes_t dn = zero_terminated(text);
+        std::string value;
+        const std::string attributes = vector.text("attributes");
+        const std::size_t name = attributes.find("(CN)");
+        const std::size_t country = attributes.find("(C)");
+        EXPECT_EQ(parses && name != std::string::npos,
+                  printable_dn_get_attr(dn.chars(), "CN", value, PDN_GET_ATTR_VALUE));
+        const bool in_order = country == std::string::npos || country < name;
+        EXPECT_EQ(parses && in_order, printable_dn_C_before_CN(dn.chars()));
+        EXPECT_TRUE(printable_dn_contain_attrs(dn.chars(), dn.chars())); // which does not parse
+    });
+}
+
 // Comparing
 
 TEST(dn_contain_attrs, texts) {
