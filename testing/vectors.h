@@ -49,6 +49,9 @@ class vector_t {
         for (std::size_t i = 0; i < escaped.size(); ++i) {
             if (escaped[i] == '{') {
                 const std::size_t end = escaped.find('}', i);
+                if (end == std::string::npos) {
+                    throw std::runtime_error(where_ + ": a '{' that is not closed");
+                }
                 text += from_hex(std::string_view(escaped).substr(i + 1, end - i - 1));
                 i = end;
             } else {
