@@ -1,9 +1,9 @@
-// Cases in plain text files, tests/data/vectors/*.txt: add a line, and every test of that subject runs it. Python reads
-// the same files by tests/data/vectors.py.
+// Cases in plain text files, tests/data/vectors/*.txt. Every test of a subject runs every line of its files. Python reads
+// them with tests/data/vectors.py.
 //
-// One case a line, its fields separated by " | ". Lines that start with '#' are comments; the first other line names the
-// fields. Fields at the end of a line may be left out, "-" says that there is none. In text "{0D 0A}" stands for octets,
-// "{}" for none, and blanks at either end, '|' and '{' are written that way; bytes are hexadecimal.
+// Each line is a case; its fields are separated by '|'. Lines that start with '#' are comments; the first other line names
+// the fields. Trailing fields may be left out, and "-" means none. Bytes are hexadecimal. In text, "{0D 0A}" means these
+// octets and "{}" the empty text; blanks at either end, '|', '{' and '}' are always written as octets.
 #ifndef DERKIT_TESTING_VECTORS_H
 #define DERKIT_TESTING_VECTORS_H
 

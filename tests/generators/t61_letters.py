@@ -14,7 +14,7 @@ import string
 import sys
 import unicodedata
 
-PREFIXES = [  # T.61, combining mark, character that stands for the mark alone
+PREFIXES = [  # T.61, combining mark, spacing character for the mark
     (0xC1, "GRAVE ACCENT", "GRAVE ACCENT"),
     (0xC2, "ACUTE ACCENT", "ACUTE ACCENT"),
     (0xC3, "CIRCUMFLEX ACCENT", "CIRCUMFLEX ACCENT"),
@@ -36,7 +36,7 @@ LETTERS[unicodedata.lookup("LATIN SMALL LETTER AE")] = 0xF1
 
 HEAD = """\
 # Made by tests/generators/t61_letters.py. T.61's diacritic prefixes, each with its combining mark, its spacing form
-# ("-": none) and the letters that it composes with, as T.61 byte=code point. See vectors.h and vectors.py for the format.
+# ("-": none) and the letters that it composes with, as T.61 byte=code point. Format: testing/vectors.h.
 prefix | mark | spacing | letters
 """
 

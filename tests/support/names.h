@@ -16,7 +16,7 @@
 inline constexpr oid_map_handle_t NO_MAP = {};
 inline constexpr PrintableDnOrder DN_ORDERS[] = {PDN_ORDER_AS_ENCODED, PDN_ORDER_REVERSED};
 
-// The characters that stand behind a backslash in the text of a value.
+// The characters that are escaped in the text of a value.
 inline constexpr std::string_view DN_SPECIALS = "\"#+,;<=>\\";
 
 // The map that a case names.

@@ -245,8 +245,8 @@ struct zone_case_t {
 };
 class cert_time_at_present : public testing::TestWithParam<zone_case_t> {};
 
-// Offsets of local time that the present moment's UTC fields can stand for, read as local time: one, or two in the
-// hours around a change.
+// The offsets that the present moment's UTC fields may have when read as local time: one, or two in the hours around a
+// change.
 std::vector<long> offsets_at_present(const zone_case_t& zone) {
     const std::time_t now = std::time(nullptr);
     std::vector<long> offsets;

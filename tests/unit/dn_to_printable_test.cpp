@@ -155,7 +155,7 @@ TEST(dn_value_print, nine_characters_are_escaped_in_strings_that_are_converted) 
 }
 
 // First, last, side by side, alone: all texts of up to four of these characters.
-TEST(dn_value_print, special_characters_are_escaped_wherever_they_stand) {
+TEST(dn_value_print, special_characters_are_escaped_at_every_place) {
     std::vector<std::string> texts = {""};
     for (std::size_t i = 0; texts[i].size() < 4; ++i) {
         for (const char c : {',', '"', ' ', 'a'}) {
@@ -202,7 +202,7 @@ TEST(dn_value_print, t61_strings_are_converted_and_then_escaped) {
 }
 
 // The octet after the string, the 31 of the next SET, would make a digit with an acute of it.
-TEST(dn_value_print, t61_prefix_at_the_end_stands_alone) {
+TEST(dn_value_print, t61_prefix_at_the_end_is_not_joined_to_the_next_element) {
     const std::string der = element(0x30, rdn_of(from_hex("14 01 C2")) + COUNTRY_RU);
     expect_printed(der, PDN_ORDER_AS_ENCODED, NO_MAP, true, "2.5.4.3=\xC2\xB4,2.5.4.6=RU");
 }
@@ -218,7 +218,7 @@ TEST(dn_value_print, numeric_string_takes_digits_and_spaces_alone) {
 
 // Spoiled names
 
-// Cut inside an element while all lengths around it fit what is left.
+// Elements cut inside, with the lengths of the enclosing ones adjusted.
 TEST(dn_print_spoiled, elements_cut_inside_are_refused) {
     const std::string attribute = TYPE_2_5_4_3 + from_hex("13 03 61 62 63");
     for (std::size_t size = 0; size < attribute.size(); ++size) {
@@ -270,7 +270,7 @@ TEST(dn_print_spoiled, lengths_beyond_the_end_are_refused_at_every_level) {
     }
 }
 
-// A failure after the '+' may leave that or not, but the finished member stays.
+// The finished member stays; the '+' after it may or may not.
 TEST(dn_print_spoiled, second_member_that_cannot_be_read_leaves_the_first_in_encoded_order) {
     const std::string member = attribute_of(from_hex("13 01 61"));
     for (const char* const stray : {"00", "30", "05 00", "30 00", "30 02 06 00"}) {

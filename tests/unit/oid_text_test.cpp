@@ -178,7 +178,7 @@ TEST(oid_text_output, is_whole_wherever_the_longest_arcs_stand) {
     }
 }
 
-// Text and DER stand for each other as long as no second arc of 40 or more is involved.
+// Text and DER correspond one to one unless a second arc is 40 or more.
 TEST(oid_text_round_trip, holds_for_every_pair_of_first_arcs_below_40) {
     for (unsigned int first = 0; first <= 2; ++first) {
         for (unsigned int second = 0; second < 40; ++second) {

@@ -64,7 +64,7 @@ TEST(dn_encode, values) {
     });
 }
 
-// Alone, and between other RDNs and attributes unless it is the syntax that is broken.
+// Each text alone, and between other RDNs and attributes unless it breaks the syntax.
 TEST(dn_encode, no_text_that_breaks_a_rule) {
     for_each_vector("texts-refused.txt", [](const vector_t& vector) {
         const std::string text = vector.text("text");
@@ -92,7 +92,7 @@ TEST(dn_value_encode, every_octet_chooses_its_string_type) {
     }
 }
 
-// The widest string type wins, wherever it stands.
+// The widest string type wins in either order.
 TEST(dn_value_encode, pairs_of_octets_take_the_wider_string_type) {
     const auto width = [](int octet) { return octet >= 0x80 ? 2 : string_type_of(octet) == IA5_STRING ? 1 : 0; };
     const unsigned char tags[] = {PRINTABLE_STRING, IA5_STRING, UTF8_STRING};

@@ -129,7 +129,7 @@ TEST(wide_string_code_points, that_are_cut_are_refused) {
     }
 }
 
-// A bag's name is not converted: it is returned as it stands, whatever it holds.
+// A bag's name is not converted but returned as it is.
 TEST(wide_string_code_points, of_a_bags_name_are_not_looked_at) {
     for (const std::string hex : {"00", "00 41 00", "D8 00", "DC 00 D8 00", "00 00", "00 41 00 00 00 42", "FF FF"}) {
         const exact_bytes_t input(
