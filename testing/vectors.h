@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -38,6 +39,15 @@ class vector_t {
         const auto index = static_cast<std::size_t>(found - names_.begin());
         return index < fields_.size() ? fields_[index] : "";
     }
+
+    // A field that is one of a few words; any other is a slip of the pen.
+    std::string one_of(std::string_view name, std::initializer_list<std::string_view> words) const {
+        if (std::find(words.begin(), words.end(), field(name)) == words.end()) {
+            throw std::runtime_error(where_ + ": \"" + field(name) + "\" is not allowed in " + std::string(name));
+        }
+        return field(name);
+    }
+    bool yes(std::string_view name) const { return one_of(name, {"yes", "no"}) == "yes"; }
 
     bool has(std::string_view name) const { return !field(name).empty() && field(name) != "-"; }
 

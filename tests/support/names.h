@@ -21,7 +21,13 @@ inline constexpr std::string_view DN_SPECIALS = "\"#+,;<=>\\";
 
 // The map that a case names.
 inline oid_map_handle_t map_of(const vector_t& vector) {
-    return vector.field("map") == "built-in" ? OID_MAP_HANDLE_DEFAULT : NO_MAP;
+    return vector.one_of("map", {"built-in", "none"}) == "built-in" ? OID_MAP_HANDLE_DEFAULT : NO_MAP;
+}
+
+// Whether the text of a name or a value encodes to the DER of the case.
+inline bool encodes(const vector_t& vector) {
+    const std::string way = vector.one_of("way", {"both", "encode", "print", "one-way"});
+    return way == "both" || way == "encode";
 }
 
 inline std::string element(unsigned char tag, std::string_view content) {

@@ -1,5 +1,8 @@
 // DER names to text.
+#include <algorithm>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "derkit/t61.h"
 #include "support/names.h"

@@ -60,7 +60,8 @@ std::string oid_of_line(const std::string& text) {
 // By itself, as the type of an attribute, and on the line of a map.
 TEST(oid_text, encodes) {
     for_each_vector("oids.txt", [](const vector_t& vector) {
-        if (vector.field("way") != "both" && vector.field("way") != "encode") {
+        const std::string way = vector.one_of("way", {"both", "encode", "print", "cut"});
+        if (way == "print" || way == "cut") {
             return;
         }
         const std::string text = vector.text("text");
@@ -73,11 +74,13 @@ TEST(oid_text, encodes) {
     });
 }
 
+const std::initializer_list<std::string_view> RULES = {"one arc", "empty arc", "first arc", "range", "character"};
+
 TEST(oid_text, refuses_what_breaks_a_rule) {
     for_each_vector("oids-refused.txt", [](const vector_t& vector) {
         const std::string text = vector.text("text");
         EXPECT_TRUE(same_bytes("", encode_oid(text).content));
-        if (vector.field("rule") != "character") { // blanks and zeros have a meaning of their own there
+        if (vector.one_of("rule", RULES) != "character") { // blanks and zeros have a meaning of their own there
             expect_not_encoded(text + "=a", NO_MAP);
             EXPECT_EQ("", oid_of_line(text));
         }

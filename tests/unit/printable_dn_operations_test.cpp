@@ -78,7 +78,7 @@ TEST(dn_get_attr, pair_or_value_is_appended) {
 TEST(dn_operations, refuse_what_does_not_parse) {
     for_each_vector("dn-syntax.txt", [](const vector_t& vector) {
         const std::string text = vector.text("text");
-        const bool parses = vector.field("parses") == "yes";
+        const bool parses = vector.yes("parses");
         EXPECT_EQ(parses, reversed(text).has_value());
         const exact_bytes_t dn = zero_terminated(text);
         std::string value;
@@ -99,14 +99,14 @@ TEST(dn_contain_attrs, texts) {
     for_each_vector("dn-containment.txt", [](const vector_t& vector) {
         const exact_bytes_t dn = zero_terminated(vector.text("text"));
         const exact_bytes_t rdns = zero_terminated(vector.text("RDNs"));
-        EXPECT_EQ(vector.field("contained") == "yes", printable_dn_contain_attrs(dn.chars(), rdns.chars()));
+        EXPECT_EQ(vector.yes("contained"), printable_dn_contain_attrs(dn.chars(), rdns.chars()));
     });
 }
 
 TEST(dn_C_before_CN, texts) {
     for_each_vector("dn-country-first.txt", [](const vector_t& vector) {
         const exact_bytes_t dn = zero_terminated(vector.text("text"));
-        EXPECT_EQ(vector.field("in order") == "yes", printable_dn_C_before_CN(dn.chars()));
+        EXPECT_EQ(vector.yes("in order"), printable_dn_C_before_CN(dn.chars()));
     });
 }
 

@@ -1,6 +1,9 @@
 // How the text of a DN is taken apart into attributes.
 #include "asn/asn_printable_syntax.h"
 
+#include <string>
+#include <vector>
+
 #include "support/names.h"
 #include "support/vectors.h"
 
@@ -24,7 +27,7 @@ TEST(dn_syntax, texts) {
     for_each_vector("dn-syntax.txt", [](const vector_t& vector) {
         const exact_bytes_t dn = zero_terminated(vector.text("text"));
         std::vector<RDNdescr_t> attributes;
-        EXPECT_EQ(vector.field("parses") == "yes", printable_dn_parse(dn.chars(), attributes) != 0);
+        EXPECT_EQ(vector.yes("parses"), printable_dn_parse(dn.chars(), attributes) != 0);
         EXPECT_TRUE(same_bytes(vector.text("attributes"), show(attributes))) << show(attributes);
     });
 }
