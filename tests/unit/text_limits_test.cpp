@@ -45,7 +45,7 @@ std::string big_endian(char32_t code_point, int width) {
     return bytes;
 }
 
-// 256 characters, so that each is told from its neighbours and iconv need not be opened for each.
+// 256 characters.
 std::string block_of(char32_t first, int width) {
     std::string content;
     for (char32_t code_point = first; code_point < first + 0x100; ++code_point) {
@@ -69,10 +69,6 @@ std::string by_iconv(const char* encoding, std::string_view content) {
 }
 
 TEST(wide_string_code_points, of_the_basic_plane_all_convert_but_surrogates) {
-    for (char32_t code_point = 0; code_point <= 0xFFFF; ++code_point) {
-        const std::string value = printed_value(BMP_STRING, big_endian(code_point, 2));
-        ASSERT_EQ(is_surrogate(code_point), value == REFUSED) << static_cast<unsigned int>(code_point);
-    }
     for (char32_t first = 0x100; first <= 0xFFFF; first += 0x100) {
         const std::string content = block_of(first, 2);
         const std::string expected = is_surrogate(first) ? REFUSED : by_iconv("UTF-16BE", content);
@@ -86,7 +82,11 @@ TEST(wide_string_code_points, of_all_planes_convert_but_surrogates) {
         const std::string expected = is_surrogate(first) ? REFUSED : by_iconv("UTF-32BE", content);
         ASSERT_TRUE(same_bytes(expected, printed_value(UNIVERSAL_STRING, content))) << static_cast<unsigned int>(first);
     }
+}
+
+TEST(wide_string_code_points, of_every_surrogate_are_refused) {
     for (char32_t surrogate = 0xD800; surrogate <= 0xDFFF; ++surrogate) {
+        ASSERT_EQ(REFUSED, printed_value(BMP_STRING, big_endian(surrogate, 2)));
         ASSERT_EQ(REFUSED, printed_value(UNIVERSAL_STRING, big_endian(surrogate, 4)));
     }
 }
