@@ -15,7 +15,7 @@
 #include "testing/bytes.h"
 #include "testing/der.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 
 struct read_answer_t {
@@ -212,7 +212,7 @@ inline void note_bags(answer_builder_t& answer, const char* where, const std::li
 
 inline read_answer_t read_container(const unsigned char* data, unsigned int size) {
     answer_builder_t answer(data, size);
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     answer.accept(asn_read_pkcs12_easy(data, size, &crypto, easy));
     answer.keep(easy.decrypted_buffers);
@@ -688,7 +688,7 @@ inline std::vector<reader_t> all_readers() {
                      bag.friendly_name = view_of<bmp_string_t>(chars_of(bytes));
                      easy.plain_bags = easy.encrypted_bags = {bag};
                      easy.mac.digest = easy.mac.salt = bytes;
-                     recording_crypto_t crypto;
+                     scripted_crypto_t crypto;
                      crypto.make_mac_answer = answer_t::NO;
                      asn_write_pkcs12_easy(easy, &crypto, out);
                  },

@@ -14,6 +14,7 @@
 #include "asn/oid_map_keys.h"
 #include "derkit/derkit.h"
 #include "testing/pkcs_der.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 
 namespace {
@@ -246,28 +247,13 @@ call_t read_public_key(const std::string& params, std::string_view key) {
     };
 }
 
-// Encrypts and decrypts by copying.
-class copying_crypto_t final : public pbe_crypto_t {
-  public:
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return true; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
-        out.assign(static_cast<const char*>(data), size);
-        return true;
-    }
-    bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t&, std::string& out) override {
-        out.assign(static_cast<const char*>(data), size);
-        return true;
-    }
-};
-
 // A container of these entries.
 call_t read_container(std::string_view entries, bool expected = true) {
     const std::string content = element(0x04, element(0x30, entries));
     const std::string auth_safe = element(0x30, encode(der_oid(OID_DATA)) + element(0xA0, content));
     const std::string pfx = encode(der_integer("03")) + auth_safe + encode(mac_data_t().whole());
     return [=, der = element(0x30, pfx), easy = std::make_shared<pkcs12_easy_t>()] {
-        copying_crypto_t crypto;
+        scripted_crypto_t crypto = copying_crypto();
         return asn_read_pkcs12_easy(der.data(), size_of(der), &crypto, *easy) == expected;
     };
 }
@@ -296,7 +282,7 @@ call_t write_container(std::size_t size, bool encrypted, std::size_t value_size)
         (encrypted ? easy->encrypted_bags : easy->plain_bags).push_back(bag);
     }
     return [=, out = std::string()]() mutable {
-        copying_crypto_t crypto;
+        scripted_crypto_t crypto = copying_crypto();
         asn_write_pkcs12_easy(*easy, &crypto, out);
         return out.size() > size;
     };

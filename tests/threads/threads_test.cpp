@@ -19,6 +19,7 @@
 
 #include "derkit/derkit.h"
 #include "testing/pkcs_der.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 
 namespace {
@@ -178,20 +179,6 @@ std::string text(const pkcs5_pbe_gost_t& params) {
 std::string text(const pkcs12_mac_t& mac) {
     return text(mac.digest_alg) + text(mac.digest) + text(mac.salt) + std::to_string(mac.iterations);
 }
-
-class copying_crypto_t final : public pbe_crypto_t {
-  public:
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
-        out.assign(static_cast<const char*>(data), size);
-        return true;
-    }
-    bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t&, std::string& out) override {
-        out.assign(static_cast<const char*>(data), size);
-        return true;
-    }
-};
 
 std::string container(unsigned int variant) {
     encrypted_data_t encrypted;
@@ -539,7 +526,7 @@ const call_t CALLS[] = {
     {"asn_read_pkcs12_easy",
      [](unsigned int variant) {
          const std::string der = container(variant);
-         copying_crypto_t crypto;
+         scripted_crypto_t crypto = copying_crypto();
          pkcs12_easy_t easy;
          const bool done = asn_read_pkcs12_easy(der.data(), size_of(der), &crypto, easy);
          return text(done) + text(easy.plain_bags) + text(easy.encrypted_bags) + text(easy.mac);
@@ -551,7 +538,7 @@ const call_t CALLS[] = {
          easy.plain_bags.resize(1 + variant);
          easy.plain_bags.back().value = view_of(bytes);
          easy.encrypted_bags = easy.plain_bags;
-         copying_crypto_t crypto;
+         scripted_crypto_t crypto = copying_crypto();
          std::string out;
          asn_write_pkcs12_easy(easy, &crypto, out);
          return out;

@@ -20,7 +20,7 @@
 #include "testing/exported_functions.h"
 #include "testing/failing_allocator.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 #include "testing/time_zone.h"
 #include "testing/views.h"
 
@@ -232,9 +232,9 @@ pkcs5_pbe_gost_t long_pbe() {
     return pbe;
 }
 
-// A key with its chain of certificates, as it is written with recording_crypto_t.
+// A key with its chain of certificates, as it is written with scripted_crypto_t.
 std::string written_container() {
-    const recording_crypto_t crypto;
+    const scripted_crypto_t crypto;
     const der_t attributes = der_set({friendly_name(LONG), local_key_id(LONG)});
     const std::string plaintext =
         entry_plaintext({key_bag(encode(gost_key(counting_bytes(64, 1))), attributes), cert_bag(CERTIFICATE)});
@@ -253,7 +253,7 @@ const std::string KEY_OCTETS = counting_bytes(64, 1);
 const std::string KEY = encode(gost_key(KEY_OCTETS));
 
 bool write_container(std::string& out) {
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     easy.plain_bags = {bag_of(1, CERTIFICATE, LONG, LONG), bag_of(1, CERTIFICATE)};
     easy.encrypted_bags = {bag_of(0, KEY, LONG, LONG), bag_of(1, CERTIFICATE)};
@@ -531,7 +531,7 @@ class container_without_memory : public testing::Test {
     }
 
     bool read(pkcs12_easy_t& easy) const {
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         return asn_read_pkcs12_easy(input_.data(), input_.size(), &crypto, easy);
     }
 

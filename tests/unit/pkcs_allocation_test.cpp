@@ -14,7 +14,7 @@
 #include "testing/der.h"
 #include "testing/failing_allocator.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 
 namespace {
@@ -34,19 +34,6 @@ der_t encrypted_entry(der_members_t bags) {
     data.encrypted_content = der_element(0x80, toy_cipher(entry_plaintext(std::move(bags))));
     return data.entry();
 }
-
-// Decrypts like recording_crypto_t; its own allocations do not count.
-class uncounted_crypto_t final : public pbe_crypto_t {
-  public:
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
-        const unwatched_allocations_t unwatched;
-        out = toy_cipher(std::string_view(static_cast<const char*>(data), size));
-        return true;
-    }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-};
 
 // Readers
 
@@ -118,7 +105,13 @@ TEST(container_memory, is_that_of_list_nodes) {
         encode(pfx_t({data_entry({key_bag(counting_bytes(100, 1)), cert_bag("c"), shrouded(counting_bytes(100, 1))}),
                       encrypted_entry({cert_bag("d"), shrouded("k"), key_bag("e")})})
                    .whole()));
-    uncounted_crypto_t crypto;
+    scripted_crypto_t crypto;
+    crypto.records = false;
+    crypto.on_decrypt = [](const pkcs5_pbe_gost_t&, std::string_view data, std::string& out) {
+        const unwatched_allocations_t unwatched;
+        toggle_bits(data, out);
+        return true;
+    };
     pkcs12_easy_t easy;
     const std::size_t allocated =
         allocations_of([&] { EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy)); });
