@@ -13,10 +13,10 @@
 #include "support/expect.h"
 #include "testing/bags.h"
 #include "testing/bytes.h"
+#include "testing/calls.h"
 #include "testing/der.h"
 #include "testing/failing_allocator.h"
 #include "testing/pkcs_der.h"
-#include "testing/readers.h"
 #include "testing/scripted_crypto.h"
 #include "testing/views.h"
 #include "util/string_room.h"
@@ -552,22 +552,22 @@ INSTANTIATE_TEST_SUITE_P(of_octets, sparse_input, testing::Values(0x7FFFFFFFU, 0
 // The smallest inputs, of every reader, whatever the octet.
 
 TEST(smallest_input, of_no_octets_may_be_anywhere) {
-    for (const reader_t& reader : all_readers()) {
-        if (reader.kind == input_kind_t::SIZED) {
+    for (const call_t& call : all_calls()) {
+        if (call.input == input_t::BYTES) {
             const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
             const exact_bytes_t empty("");
-            EXPECT_EQ(reader.read(empty.data(), 0), reader.read(nowhere, 0)) << reader.name;
+            EXPECT_EQ(answer_to(call, empty.data(), 0), answer_to(call, nowhere, 0)) << call.name;
         }
     }
 }
 
 TEST(smallest_input, of_one_octet_is_no_record) {
-    for (const record_reader_t& reader : record_readers()) {
+    for (const call_t& call : record_calls()) {
         for (unsigned int octet = 0; octet < 256; ++octet) {
             const exact_bytes_t input(std::string(1, static_cast<char>(octet)));
-            const read_answer_t answer = reader.read(input.data(), input.size());
-            EXPECT_FALSE(answer.accepted) << reader.name << " " << octet;
-            EXPECT_TRUE(answer.views_inside) << reader.name << " " << octet;
+            const call_answer_t answer = answer_to(call, input.data(), input.size());
+            EXPECT_FALSE(answer.accepted) << call.name << " " << octet;
+            EXPECT_TRUE(answer.views_inside) << call.name << " " << octet;
         }
     }
 }
