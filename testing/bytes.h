@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-// "30 0D 06" to three bytes; blanks may stand anywhere.
+// "30 0D 06" to three bytes; blanks are allowed anywhere.
 inline std::string from_hex(std::string_view hex) {
     const std::string_view digits = "0123456789ABCDEFabcdef";
     std::string bytes;

@@ -166,7 +166,7 @@ der_members_t bags_sample() {
             key_bag("key", attributes), safe_bag(OID_SECRET_BAG, der_null())};
 }
 
-// Put together quickly: it is asked for with every change of every octet.
+// Built quickly, since it is needed for every change of every octet.
 std::string container_of_entries(std::string_view entries) {
     static const std::string VERSION = encode(der_integer("03"));
     static const std::string DATA = encode(der_oid(OID_DATA));
@@ -208,7 +208,7 @@ bool read_container(run_t& run, const exact_bytes_t* file = nullptr) {
     return done;
 }
 
-// Bags of the input's parts, which end with vertical bars, both plain and encrypted.
+// Writes a plain and an encrypted bag for each part of the input; vertical bars separate them.
 bool write_container(run_t& run) {
     pkcs12_easy_t easy;
     for (std::string_view rest = run.text(); !rest.empty();) {
@@ -281,7 +281,7 @@ std::vector<call_t> pkcs12_calls() {
          .left = as_it_was,
          .blocks = ANY_NUMBER,
          .record = pfx_t({data_entry(bags_sample()), encrypted_entry(bags_sample())}).whole()},
-        // What is encrypted lies in a string of the container's, not in the input.
+        // The plaintext is in a string of the container's, not in the input.
         {.name = "plaintext_of_a_container",
          .function = "asn_read_pkcs12_easy",
          .run =

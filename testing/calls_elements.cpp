@@ -84,7 +84,7 @@ std::vector<call_t> element_calls() {
                  run.note(as_chars(out, written));
                  return written != 0;
              },
-         .shapes = {{"zeros in front of an arc", [](size_type size) { return "1." + std::string(size, '0') + "1"; }},
+         .shapes = {{"zeros before an arc", [](size_type size) { return "1." + std::string(size, '0') + "1"; }},
                     {"arcs", [](size_type size) { return repeated("1.2.3.", size) + "4"; }, LARGE, false},
                     {"dots", [](size_type size) { return "1" + std::string(size, '.'); }, LARGE, false}}},
         {.function = "oid_asn_to_str_",

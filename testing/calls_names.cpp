@@ -150,8 +150,8 @@ std::vector<call_t> text_to_name_calls() {
          .shapes = {{"RDNs", [](size_type size) { return repeated("CN=a,", size) + "CN=a"; }},
                     {"attributes of one RDN", [](size_type size) { return repeated("CN=a+", size) + "CN=a"; }, BRIEF},
                     {"separators", [](size_type size) { return repeated(SEPARATORS, size); }, LARGE, false},
-                    {"separators in front of a type",
-                     [](size_type size) { return "CN=a," + repeated(",+", size) + "CN=a"; }, LARGE, false},
+                    {"separators before a type", [](size_type size) { return "CN=a," + repeated(",+", size) + "CN=a"; },
+                     LARGE, false},
                     {"escapes", [](size_type size) { return "CN=" + repeated(ESCAPES, size); }, BRIEF},
                     {"hexadecimal escapes", [](size_type size) { return "CN=" + repeated("\\2C", size); }, BRIEF},
                     {"quotes", [](size_type size) { return "CN=\"" + repeated("\\\",", size) + "\""; }, BRIEF},
@@ -189,7 +189,7 @@ std::vector<call_t> text_to_name_calls() {
     };
 }
 
-// Two texts with a zero between them would not stand next to a guard page: each function has a row for each text.
+// A function of two texts has a row for each, so that each comes next to a guard page.
 std::vector<call_t> operation_calls() {
     return {
         {.function = "printable_dn_reverse",

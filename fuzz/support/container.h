@@ -1,4 +1,4 @@
-// What a container holds, for fuzzing: its bags and MAC as text that can be compared.
+// The bags and MAC of a container as text that can be compared.
 #ifndef DERKIT_FUZZ_CONTAINER_H
 #define DERKIT_FUZZ_CONTAINER_H
 

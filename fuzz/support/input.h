@@ -1,4 +1,4 @@
-// Inputs of fuzz targets: on heap blocks of their exact size, alone and with other bytes behind them.
+// Inputs of fuzz targets: on heap blocks of their exact size, alone and followed by other bytes.
 #ifndef DERKIT_FUZZ_INPUT_H
 #define DERKIT_FUZZ_INPUT_H
 
@@ -12,7 +12,7 @@
 #include "support/target.h"
 #include "testing/views.h"
 
-// What a reader answered, as text that can be compared: numbers, bytes, and views as their places in the input.
+// A reader's answer as text that can be compared: numbers, bytes, and views as their places in the input.
 class read_text_t {
   public:
     explicit read_text_t(const exact_bytes_t& input) : input_(input) {}
@@ -46,12 +46,12 @@ class read_text_t {
     std::string text_;
 };
 
-// The answer of `reader` to a block of exactly these bytes. It must be the same whatever stands behind them.
+// The answer of `reader` to a block of exactly these bytes. It must be the same whatever follows them.
 template <typename READER> std::string answer_of(READER reader, std::string_view input) {
     using namespace std::string_view_literals;
     const std::string answer = reader(exact_bytes_t(input));
-    for (const std::string_view behind : {"\x00\x00\x00\x00\x00\x00\x00\x00"sv, "\x02\x01\x05\x04\x03\x30\x01="sv}) {
-        require_same(answer, reader(exact_bytes_t(input, behind)), "what stands behind an input does not matter");
+    for (const std::string_view after : {"\x00\x00\x00\x00\x00\x00\x00\x00"sv, "\x02\x01\x05\x04\x03\x30\x01="sv}) {
+        require_same(answer, reader(exact_bytes_t(input, after)), "what follows an input does not matter");
     }
     return answer;
 }
@@ -68,7 +68,7 @@ template <typename READER> std::string answer_to_text(READER reader, std::string
     return answer_of(reader, terminated);
 }
 
-// Takes values off the front of an input; what it does not have is 0 or empty.
+// Takes values from the start of an input; missing ones are 0 or empty.
 class taker_t {
   public:
     explicit taker_t(std::string_view input) : rest_(input) {}

@@ -36,7 +36,7 @@ std::string look_up(const exact_bytes_t& oid) {
     return read_text_t(oid).number(hash).number(key).number(signature).text();
 }
 
-// This reader takes a string, so there is nothing behind the input that it could see.
+// This reader takes a string, so nothing follows the input.
 void read_digest_info(std::string_view input) {
     const std::string bytes(input);
     asn_algorid_t out;
@@ -60,7 +60,7 @@ void check_written_digest_info(std::string_view digest, pki_alg_t hash) {
             "a DigestInfo that is cut short is refused");
 }
 
-// What stands behind the OID up to the end of the input are the parameters.
+// The parameters are all that follows the OID, up to the end of the input.
 std::string read_signature_algorithm(const exact_bytes_t& in) {
     asn_ike_signalg_t out;
     const int done = asn_read_ike_signalg(in.data(), in.size(), out);
@@ -68,7 +68,7 @@ std::string read_signature_algorithm(const exact_bytes_t& in) {
     read_text_t answer(in);
     answer.number(static_cast<unsigned int>(done)).view(out.oid).view(out.parameters);
     if (done != 0) {
-        require(out.parameters.data == out.oid.data + out.oid.size, "parameters start behind the OID");
+        require(out.parameters.data == out.oid.data + out.oid.size, "parameters start after the OID");
         require(out.parameters.data + out.parameters.size == in.data() + in.size(), "parameters run to the end");
         answer.number(out.to_pki_alg());
     }

@@ -42,8 +42,8 @@ bool is_hex_value(const RDNdescr_t& attribute) {
     return attribute.value_begin != attribute.value_end && *attribute.value_begin == '#';
 }
 
-// Not so a dotted type that is too long or has a first arc above 2, nor one that comes back by name because its octets
-// were padded or wrapped.
+// A dotted type does not when it is too long, has a first arc above 2, or comes back as a name because its octets were
+// padded or wrapped.
 bool has_type_that_comes_back(const RDNdescr_t& attribute, oid_map_handle_t map) {
     const bool is_name = *attribute.type_begin < '0' || *attribute.type_begin > '9';
     unsigned char der[512];
@@ -71,7 +71,7 @@ void check_text(std::string_view der, const std::string& text, const std::string
     if (!goes_back) {
         return;
     }
-    // Of a '#' value, bytes behind the element and needless length octets are dropped; then it stays.
+    // A '#' value loses bytes after the element and needless length octets; then it no longer changes.
     std::string once_more;
     require(printable_dn_normalize(again, once_more, nullptr, map), "normalised text goes back to DER");
     require_same(again, once_more, "normalised twice is as normalised once");
@@ -98,7 +98,7 @@ void check_hex(std::string_view bytes) {
     require(separated.size() == (bytes.empty() ? 0 : 3 * bytes.size() - 1), "separators stand between bytes");
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const std::string digits = plain.substr(4 + 2 * i, 2);
-        require(std::stoul(digits, nullptr, 16) == static_cast<unsigned char>(bytes[i]), "two digits give the byte");
+        require(std::stoul(digits, nullptr, 16) == static_cast<unsigned char>(bytes[i]), "two digits are the byte");
         require_same(digits + (i + 1 < bytes.size() ? ":" : ""), separated.substr(3 * i, 3), "digits are the same");
     }
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-// An RDN with the blanks in front of it.
+// An RDN with the blanks before it.
 std::string_view text_of_rdn(std::string_view dn, const RDNdescr_t& first, const RDNdescr_t& last) {
     const char* begin = first.type_begin;
     while (begin != dn.data() && (begin[-1] == ' ' || begin[-1] == '\t')) {
@@ -98,12 +98,12 @@ void check_operations(std::string_view text) {
     std::string changed = dn;
     printable_dn_reverse(changed.data());
     require_same(reversed(dn, attributes), changed, "RDNs change their order and keep their text");
-    // A backslash at the end escapes nothing; reversed, it would escape the comma behind it.
+    // A backslash at the end escapes nothing; reversed, it would escape the comma after it.
     if (dn.empty() || dn.back() != '\\') {
         printable_dn_reverse(changed.data());
         require_same(dn, changed, "reversed twice is as before");
     }
-    require(printable_dn_C_before_CN(dn.c_str()) == expect_C_before_CN(attributes), "C stands before CN or is absent");
+    require(printable_dn_C_before_CN(dn.c_str()) == expect_C_before_CN(attributes), "C is before CN or absent");
     check_attributes(dn.c_str(), attributes);
 }
 
@@ -140,11 +140,11 @@ void check_encoded(const std::string& dn, oid_map_handle_t map) {
     std::string text = "kept";
     std::string normal_der = "kept";
     require(printable_dn_normalize(dn, text, &normal_der, map) == prints, "a name normalises when its DER prints");
-    require_same(der.empty() ? "kept" : der, normal_der, "normalising gives the DER");
-    require_same(der.empty() ? "kept" : printed, text, "normalising gives the printed DER");
+    require_same(der.empty() ? "kept" : der, normal_der, "normalising returns the DER");
+    require_same(der.empty() ? "kept" : printed, text, "normalising returns the printed DER");
     std::string alone;
     require(printable_dn_normalize(dn, alone, nullptr, map) == prints && (!prints || alone == text),
-            "normalising without DER gives the same text");
+            "normalising without DER returns the same text");
     if (!prints) {
         return; // a '#' value brought a string that its type does not allow
     }

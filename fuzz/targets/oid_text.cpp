@@ -23,7 +23,7 @@ std::string encode(const exact_bytes_t& text) {
     const unsigned int size = oid_str_to_asn_(text.chars(), text.chars() + text.size(), out->bytes);
     require(size <= MAX_DER_SIZE, "room for a header stays free");
     require(std::all_of(out->bytes + MAX_DER_SIZE, std::end(out->bytes), [](auto octet) { return octet == PATTERN; }),
-            "nothing is written behind the room for content");
+            "nothing is written after the room for content");
     return std::string(reinterpret_cast<const char*>(out->bytes), size);
 }
 
@@ -31,7 +31,7 @@ std::string encode(std::string_view text) {
     return encode(exact_bytes_t(text));
 }
 
-// A digit that tells success, and the text.
+// A digit for success, and the text.
 std::string print(const exact_bytes_t& der) {
     std::string out = "kept";
     const int done = oid_asn_to_str_(der.data(), der.data() + der.size(), out);
@@ -40,7 +40,7 @@ std::string print(const exact_bytes_t& der) {
     return std::to_string(done) + out.substr(4);
 }
 
-// A first arc above 2, which the plain division by 40 can give, does not go back.
+// A first arc above 2, which a plain division by 40 can produce, does not go back.
 bool can_be_encoded(std::string_view text) {
     return text.size() >= 2 && text[0] <= '2' && text[1] == '.';
 }

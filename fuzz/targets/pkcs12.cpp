@@ -1,5 +1,5 @@
-// Whole containers: reading with a crypto object that hands back parts of the input, refuses or throws, and writing
-// what was read.
+// Whole containers: reading with a crypto object that returns parts of the input, refuses or throws, and writing what
+// was read.
 #include <string>
 
 #include "derkit/pkcs12_helper.h"

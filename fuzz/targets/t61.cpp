@@ -10,7 +10,7 @@ namespace {
 
 constexpr int MAX_UTF8_SIZE = 6;
 
-// A digit that tells success, and the text.
+// A digit for success, and the text.
 std::string convert(const exact_bytes_t& in) {
     std::string out = "kept";
     const bool done = ldap_t61s_to_utf8s(in.chars(), in.size(), out);
@@ -19,7 +19,7 @@ std::string convert(const exact_bytes_t& in) {
     return std::to_string(done) + out.substr(4);
 }
 
-// A diacritic takes the byte behind it along. So a text converts when each of its steps does, to what they give.
+// A diacritic and the byte after it are one step. A text converts when each of its steps does, to their results.
 void check_steps(std::string_view text, const std::string& answer) {
     std::string expected = "1";
     while (!text.empty() && expected[0] == '1') {
@@ -68,7 +68,7 @@ void check_code_point(unsigned int code_point) {
             require(decode(buffer.text().substr(0, static_cast<std::size_t>(size))) == code_point,
                     "the bytes hold the code point");
             require(buffer.text().find_first_not_of('?', static_cast<std::size_t>(size)) == std::string_view::npos,
-                    "nothing is written behind them");
+                    "nothing is written after them");
         }
     }
 }

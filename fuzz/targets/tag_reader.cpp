@@ -12,7 +12,7 @@ constexpr unsigned int UNTOUCHED = 0xA5A5A5A5;
 constexpr unsigned int MAX_HEADER_SIZE = 6;
 constexpr int MAX_DEPTH = 6;
 
-// From here on header and content length wrap in 32 bits, and the content can lie outside.
+// The first length whose sum with a header wraps in 32 bits, so that the content can be outside.
 constexpr unsigned int FIRST_WRAPPING_LENGTH = 0xFFFFFFFF - MAX_HEADER_SIZE + 1;
 
 std::string read_header(asn_tag_t::Type tag, const exact_bytes_t& in) {
@@ -22,7 +22,7 @@ std::string read_header(asn_tag_t::Type tag, const exact_bytes_t& in) {
     answer.number(length);
     if (content != nullptr) {
         const std::size_t offset = static_cast<std::size_t>(content - in.data());
-        require(offset >= 2 && offset <= MAX_HEADER_SIZE && offset <= in.size(), "content starts behind its header");
+        require(offset >= 2 && offset <= MAX_HEADER_SIZE && offset <= in.size(), "content starts after its header");
         require(length >= FIRST_WRAPPING_LENGTH || length <= in.size() - offset, "content lies in the input");
         answer.number(offset);
     }
@@ -62,7 +62,7 @@ void check_elements(const blob_t& bytes, int depth) {
             return;
         }
         require(lies_in(content, left) && lies_in(in.rest(), left), "a cursor stays in its input");
-        require(chars_of(content).end() == chars_of(in.rest()).begin(), "a cursor moves behind the content");
+        require(chars_of(content).end() == chars_of(in.rest()).begin(), "a cursor moves past the content");
         check_written(static_cast<asn_tag_t::Type>(left[0]), content);
         if (depth < MAX_DEPTH) {
             check_elements(content, depth + 1);

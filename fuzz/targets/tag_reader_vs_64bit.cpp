@@ -22,13 +22,13 @@ void compare_header(asn_tag_t::Type tag, const exact_bytes_t& in) {
     unsigned int length = UNTOUCHED;
     const unsigned char* const content = asn1_read_tag(tag, in.data(), in.size(), &length);
     if (!expected) {
-        require(content == nullptr && length == UNTOUCHED, "no header gives nothing");
+        require(content == nullptr && length == UNTOUCHED, "without a header nothing is stored");
         return;
     }
     require(length == expected->length, "the length is stored before it is judged");
     const bool accepted = expected->fits || (wraps(*expected) && (expected->size + length) % 0x100000000 <= in.size());
     require((content != nullptr) == accepted, "an element is accepted when it fits");
-    require(content == nullptr || content == in.data() + expected->size, "content starts behind the header");
+    require(content == nullptr || content == in.data() + expected->size, "content starts after the header");
 }
 
 // The cursor must not wrap: it agrees with 64 bits everywhere.
@@ -46,8 +46,8 @@ void compare_elements(std::string_view bytes, int depth) {
         const std::string_view inside =
             left.substr(static_cast<std::size_t>(expected->size), static_cast<std::size_t>(expected->length));
         require(chars_of(content).data() == inside.data() && content.size == inside.size(),
-                "a cursor gives the content");
-        require(in.size == left.size() - expected->size - expected->length, "a cursor moves behind the element");
+                "a cursor returns the content");
+        require(in.size == left.size() - expected->size - expected->length, "a cursor moves past the element");
         if (depth < MAX_DEPTH) {
             compare_elements(inside, depth + 1);
         }

@@ -1,5 +1,5 @@
-// Containers under cryptography that misbehaves, inputs that go before the container does, and writers whose output is
-// also their input.
+// Containers with misbehaving cryptography, inputs that are freed before the container, and writers whose output is also
+// their input.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -54,7 +54,7 @@ bool read(const exact_bytes_t& input, pbe_crypto_t& crypto, pkcs12_easy_t& easy)
 
 // Exceptions
 
-// Whatever is thrown, in whichever call: it comes out as it is, and what was read stays.
+// An exception from any call comes out unchanged, and what was read stays.
 TEST(throwing_crypto, is_heard_and_leaves_whole_bags) {
     const exact_bytes_t input(usual_pfx());
     constexpr std::size_t NUM_DECRYPTIONS = 5;
@@ -119,11 +119,11 @@ TEST(empty_plaintext, is_an_empty_key_and_no_entry) {
 
     const exact_bytes_t entry(pfx_of({encrypted_bags({cert_bag("c")}), data_entry({cert_bag("d")})}));
     EXPECT_FALSE(read(entry, crypto, easy));
-    EXPECT_EQ("cert[63]", bags_text(easy.plain_bags)) << "nothing behind the entry is read";
+    EXPECT_EQ("cert[63]", bags_text(easy.plain_bags)) << "nothing after the entry is read";
     EXPECT_TRUE(all_kept(key, easy));
 }
 
-// Every prefix of a plaintext, for it can be cut anywhere. The container keeps it whether it could be read or not.
+// Every prefix of a plaintext. The container keeps it whether it could be read or not.
 TEST(short_plaintext, is_refused_at_every_size) {
     const exact_bytes_t input(pfx_of({encrypted_bags({cert_bag("c")})}));
     const std::string whole = entry_plaintext({cert_bag("c"), key_bag(KEY, der_set({local_key_id("id")}))});
@@ -151,8 +151,8 @@ TEST(huge_plaintext, is_read_like_any_other) {
     EXPECT_TRUE(all_kept(input, easy));
 }
 
-// Lengths of more octets than they need move everything behind them by one octet at a time: 16-bit characters and
-// numbers come to stand at every kind of address. The sanitizers would hear of a read that wants another one.
+// Lengths of more octets than they need move everything after them one octet at a time, so that 16-bit characters and
+// numbers come to every kind of address. The sanitizers report a misaligned read.
 TEST(misaligned_plaintext, is_read_at_every_address) {
     const exact_bytes_t input(pfx_of({encrypted_bags({})}));
     for (std::size_t shift = 0; shift <= 4; ++shift) {
@@ -172,8 +172,8 @@ TEST(misaligned_plaintext, is_read_at_every_address) {
 
 // References that are kept
 
-// What it was given lies in the input or in a plaintext that the container keeps, and the string that it filled is the
-// one that is kept: all of it is there as long as input and container are.
+// Its arguments are in the input or in a plaintext that the container keeps, and the string that it filled is the one
+// that is kept: all of it lasts as long as input and container.
 TEST(crypto_that_keeps_references, finds_them_valid_after_the_reading) {
     struct kept_t {
         blob_t salt;
@@ -296,7 +296,7 @@ TEST(crypto_whose_records_view_what_it_was_given, is_written_down) {
     }
 }
 
-// Containers and inputs, each gone before the other
+// Containers and inputs, each freed before the other
 
 TEST(container, read_into_twice_from_two_inputs_outlives_both) {
     const guarded_pages_t first;
@@ -310,7 +310,7 @@ TEST(container, read_into_twice_from_two_inputs_outlives_both) {
     EXPECT_EQ(2U, easy->plain_bags.size());
     EXPECT_EQ(10U, easy->encrypted_bags.size());
     EXPECT_EQ(10U, easy->decrypted_buffers.size());
-    // From here on a look at an input ends the program.
+    // From here on a read of an input ends the program.
     first.forbid();
     second.forbid();
     pkcs12_easy_t moved = std::move(*easy);
@@ -333,7 +333,7 @@ TEST(container, may_go_before_its_input) {
     EXPECT_EQ(before, std::string(input.chars(), input.size()));
 }
 
-// A failed reading in between, with a MAC that is then the broken file's.
+// With a failed reading in between, after which the MAC is the broken file's.
 TEST(container, read_into_again_after_a_failure_holds_all_that_was_read) {
     const exact_bytes_t good(usual_pfx());
     const exact_bytes_t broken(pfx_of({data_entry({cert_bag("b"), shrouded("x")}), der_null()}));
@@ -362,9 +362,9 @@ TEST(container, is_written_from_views_of_plaintexts) {
     EXPECT_EQ(bags_text(easy.encrypted_bags), bags_text(again.encrypted_bags));
 }
 
-// Outputs that are inputs too
+// Outputs that are also inputs
 
-// A writer assigns its output at the end: what it is given may lie in the output.
+// A writer assigns its output at the end, so its input may be in the output.
 struct aliasing_case_t {
     const char* name;
     std::string input;

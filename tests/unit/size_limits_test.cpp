@@ -23,12 +23,12 @@
 
 namespace {
 
-// Where one length octet more is needed, or the one behind it becomes zero.
+// Where one more length octet is needed, or the last one becomes zero.
 const sizes_t SIZES = {0, 1, 126, 127, 128, 129, 254, 255, 256, 257, 65533, 65534, 65535, 65536, 65537, 65792};
 const sizes_t LARGE_SIZES = {0xFFFFFF, 0x1000000};
 
-// The length octets that writers put in front of so much content: minimal (X.690 10.1) below 65,536; from there on they
-// go from the lowest up to the first zero octet, the lowest itself excepted.
+// The length octets that writers put before content: minimal (X.690 10.1) below 65,536; from there on only those from
+// the lowest up to the first zero octet, the lowest itself excepted.
 struct written_length_t {
     std::size_t content_size;
     const char* octets;
@@ -61,7 +61,7 @@ const written_length_t WRITTEN_LENGTHS[] = {
 
 // Reading
 
-// Octets that show when a view is off by one, without the cost of making each.
+// Octets that show a view that is off by one, made quickly.
 std::string marked_bytes(std::size_t size) {
     std::string bytes(size, 'x');
     if (size != 0) {
@@ -139,7 +139,7 @@ TEST(names, print_values_of_every_size) {
 
 // Writing
 
-// An element as writers put it: with the length octets of the table.
+// An element as writers encode it: with the length octets of the table.
 std::string written(char tag, const std::string& content) {
     for (const written_length_t& row : WRITTEN_LENGTHS) {
         if (row.content_size == content.size()) {
@@ -245,7 +245,7 @@ TEST(container_writer, shortens_the_length_of_safe_contents_of_65536_octets) {
     EXPECT_TRUE(all_kept(input, back));
 }
 
-// One octet less, and 65,792 (01 01 00), whose octets are none of them zero but the lowest, come back.
+// One octet less, and 65,792 (01 01 00), which has no zero octet but the lowest, come back.
 TEST(container_writer, comes_back_around_sizes_that_do_not) {
     for (const std::size_t size : sizes_t{65000, 65400, 65800, 66000, 0x10FFFF - 200}) {
         const std::string value = marked_bytes(size);
@@ -288,7 +288,7 @@ TEST(digest_info_writer, writes_digests_of_every_size_by_the_table) {
 
 // More than a builder holds
 
-// Views of more than there is: refused before anything is looked at.
+// Views of more than there is: refused before any octet is read.
 TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
     const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
     blob_t huge;
@@ -335,8 +335,8 @@ TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
     }
 }
 
-// What fits by itself but is too much with what stands around it. No memory of that size is made: allocations past a
-// gigabyte fail here as the builder's own refusal does, so no octet is read either.
+// Content that fits alone but not with what surrounds it. Allocations past a gigabyte fail here as the builder's own
+// refusal does, so no octet is read.
 TEST(writers, refuse_sums_that_pass_32_bits) {
     constexpr std::size_t GIGABYTE = 1U << 30;
     blob_t huge;
@@ -354,7 +354,7 @@ TEST(writers, refuse_sums_that_pass_32_bits) {
 
 // Inputs of up to 2^32 - 1 octets
 
-// Address space that takes no memory until it is touched. Not every machine has that much.
+// Address space that takes no memory until it is touched. Not every machine has enough.
 class sparse_input_t {
   public:
     explicit sparse_input_t(std::size_t size) : size_(size) {
@@ -374,7 +374,7 @@ class sparse_input_t {
     unsigned char* data() const { return data_; }
     unsigned int size() const { return static_cast<unsigned int>(size_); }
 
-    // Copies bytes to the front and gives what is behind them.
+    // Copies bytes to the start and returns the number of octets after them.
     unsigned int put(std::string_view bytes) const {
         std::memcpy(data_, bytes.data(), bytes.size());
         return static_cast<unsigned int>(size_ - bytes.size());
@@ -394,7 +394,7 @@ struct part_t {
     std::string octets;
 };
 
-// The front of an input of `size` octets.
+// The start of an input of `size` octets.
 std::string open_ended(const std::vector<part_t>& parts, unsigned int size) {
     constexpr unsigned int HEADER_SIZE = 6;
     std::string bytes;
@@ -506,7 +506,7 @@ TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
 }
 
 TEST_P(sparse_input, holds_a_container) {
-    // A small container with all that room behind it; and one that says it fills the room, with its MAC out of it.
+    // A small container with all that room after it; and one that claims to fill the room, with its MAC outside.
     const std::string small = encode(pfx_t({data_entry({cert_bag("c")})}).whole());
     input.put(small);
     scripted_crypto_t crypto;
@@ -519,7 +519,7 @@ TEST_P(sparse_input, holds_a_container) {
     EXPECT_EQ("verify_mac", crypto.operations()) << "of the small one alone";
 }
 
-// No time is spent on sizes alone, and no memory taken for them: of strings nothing larger than 16 megabytes is made.
+// A size alone costs neither time nor memory: no string exceeds 16 megabytes.
 TEST_P(sparse_input, costs_no_memory_by_its_size) {
     const unsigned int size = input.size();
     const std::string type = encode(der_oid("2.5.4.3"));
@@ -549,7 +549,7 @@ TEST_P(sparse_input, costs_no_memory_by_its_size) {
 INSTANTIATE_TEST_SUITE_P(of_octets, sparse_input, testing::Values(0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU),
                          testing::PrintToStringParamName());
 
-// The smallest inputs, of every reader, whatever the octet.
+// The smallest inputs, for every reader and every octet.
 
 TEST(smallest_input, of_no_octets_may_be_anywhere) {
     for (const call_t& call : all_calls()) {
@@ -572,7 +572,7 @@ TEST(smallest_input, of_one_octet_is_no_record) {
     }
 }
 
-// A sum that no string can have, which no call has memory enough to ask for where pointers have 64 bits.
+// A sum that no string can reach; where pointers have 64 bits no call has enough memory to get there.
 TEST(size_limits, text_that_no_string_can_hold_counts_as_memory_that_cannot_be_had) {
     std::string out = "kept";
     const unsigned long long largest = out.max_size() - out.size();
