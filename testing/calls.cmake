@@ -12,3 +12,6 @@ target_include_directories(derkit_calls PUBLIC ${PROJECT_SOURCE_DIR}/include ${P
 target_compile_definitions(derkit_calls PRIVATE DERKIT_EXPORTS="${DERKIT_EXPORTS}")
 target_link_libraries(derkit_calls PRIVATE derkit_warnings)
 target_compile_options(derkit_calls PRIVATE -O0 -g1)
+# Most of the time that the large inputs of the cost test take.
+set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/calls.cpp TARGET_DIRECTORY derkit_calls
+  PROPERTIES COMPILE_OPTIONS -O2)
