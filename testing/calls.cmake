@@ -1,17 +1,18 @@
 # The catalogue of calls (calls.h), compiled once for all that run over it.
 include_guard(GLOBAL)
-add_library(derkit_calls OBJECT
-  ${CMAKE_CURRENT_LIST_DIR}/calls.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/calls_algorithms.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/calls_containers.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/calls_elements.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/calls_names.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/calls_texts.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/exported_functions.cpp)
-target_include_directories(derkit_calls PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
-target_compile_definitions(derkit_calls PRIVATE DERKIT_EXPORTS="${DERKIT_EXPORTS}")
-target_link_libraries(derkit_calls PRIVATE derkit_warnings)
-target_compile_options(derkit_calls PRIVATE -O0 -g1)
-# Most of the time that the large inputs of the cost test take.
-set_source_files_properties(${CMAKE_CURRENT_LIST_DIR}/calls.cpp TARGET_DIRECTORY derkit_calls
-  PROPERTIES COMPILE_OPTIONS -O2)
+set(DERKIT_TESTING ${CMAKE_CURRENT_LIST_DIR})
+
+# derkit_add_calls(NAME OPTION...): the catalogue's objects, compiled with these options.
+function(derkit_add_calls name)
+  set(sources calls calls_algorithms calls_containers calls_elements calls_names calls_texts exported_functions)
+  list(TRANSFORM sources REPLACE "(.+)" "${DERKIT_TESTING}/\\1.cpp")
+  add_library(${name} OBJECT ${sources})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${name} PRIVATE DERKIT_EXPORTS="${DERKIT_EXPORTS}")
+  target_link_libraries(${name} PRIVATE derkit_warnings)
+  target_compile_options(${name} PRIVATE -O0 -g1 ${ARGN})
+  # It makes the inputs of the cost test, which are large.
+  set_source_files_properties(${DERKIT_TESTING}/calls.cpp TARGET_DIRECTORY ${name} PROPERTIES COMPILE_OPTIONS -O2)
+endfunction()
+
+derkit_add_calls(derkit_calls)
