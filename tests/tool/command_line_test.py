@@ -6,7 +6,7 @@ import subprocess
 import unittest
 
 import der
-from tool import ToolTest, run
+from tool import ToolTest, run, thin
 
 
 class Outputs(ToolTest):
@@ -19,13 +19,13 @@ class Outputs(ToolTest):
         ]
 
     def test_a_full_disk_is_an_error(self):
-        for arguments in self.commands():
+        for arguments in thin(self.commands(), 4):
             with open("/dev/full", "wb") as full:
                 done = run(*arguments, stdout=full)
             self.assertEqual((done.status, done.errors), (1, ["derkit: standard output: No space left on device"]), arguments)
 
     def test_a_closed_pipe_is_a_quiet_error(self):
-        for arguments in self.commands():
+        for arguments in thin(self.commands(), 4):
             reader, writer = os.pipe()
             os.close(reader)
             done = run(*arguments, stdout=writer)
@@ -48,12 +48,12 @@ class Usage(ToolTest):
         self.assertRegex(self.succeeds("--version"), r"^derkit \d+\.\d+\.\d+\n$")
 
     def test_a_command_line_that_makes_no_sense(self):
-        self.check_usage([(arguments, "") for arguments in [
+        self.check_usage([(arguments, "") for arguments in thin([
             [], ["bogus"], ["--bogus"], ["cert"], ["dn"], ["oid"], ["alg"], ["dn", "CN=x", "CN=y"], ["cert", "--bogus", "x"],
             ["cert", "--order", "sideways", "x"], ["cert", "--oid-map"], ["dn", "--der", "--hex", "CN=x"],
             ["dn", "--der", "--json", "CN=x"], ["dn", "--hex", "--json", "CN=x"], ["dn", "--der", "--get", "CN", "CN=x"],
             ["alg", "--oid-map", "x", "RSA"],
-        ]])
+        ], 4)])
 
 
 if __name__ == "__main__":

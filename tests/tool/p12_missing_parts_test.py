@@ -146,9 +146,8 @@ class MissingParts(ToolTest):
         return super().tool(*arguments, "--password-env", "P12_PASSWORD", env={"P12_PASSWORD": PASSWORD})
 
     def test_are_told_and_the_rest_is_shown(self):
-        tags = thin(UNIVERSAL_TAGS)
         for part in PARTS:
-            for way, container, (expected, problem) in spoiled_containers(part, tags):
+            for way, container, (expected, problem) in spoiled_containers(part, [] if FEW_CASES else UNIVERSAL_TAGS):
                 with self.subTest(part=part, way=way):
                     path = self.file("spoiled.p12", container)
                     done = self.tool("show", "--json", path)
@@ -158,8 +157,8 @@ class MissingParts(ToolTest):
 
     def test_let_nothing_be_extracted_or_all(self):
         all_files = ["certificate-1.pem", "certificate-2.pem", "key-1.pem", "key-2.pem"]
-        for part in PARTS:
-            for way, container, (_, problem) in spoiled_containers(part, [] if FEW_CASES else [der.OCTET_STRING]):
+        for part in thin(PARTS, 4):
+            for way, container, (_, problem) in spoiled_containers(part, [der.OCTET_STRING]):
                 with self.subTest(part=part, way=way):
                     out = self.folder / f"{part}-{way}"
                     done = self.tool("extract", self.file("spoiled.p12", container), "--out", out)
