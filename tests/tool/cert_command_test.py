@@ -8,7 +8,7 @@ import unittest
 import der
 import openssl
 from der import BMP_STRING, COMMON_NAME, IA5_STRING, NUMERIC_STRING, T61_STRING, UTF8_STRING, VISIBLE_STRING, pem, sequence
-from tool import FEW_CASES, Run, ToolTest, objects, only_with_all_cases, run, thin
+from tool import FEW_CASES, ToolTest, objects, only_with_all_cases, run, thin
 
 # Lines of a certificate that follow its names; names have a "=" or nothing.
 FACT = re.compile(r"(?:[^=]*: )?(?:serial|not_before|not_after|signature_algorithm|public_key|curve)\w*: ")

@@ -4,14 +4,14 @@
 Keys are built by hand or made by openssl with the GOST engine; the tool must show of them what openssl shows.
 """
 
-import re
 import unittest
 
 import der
 import openssl
 import pfx
-from der import KEY_32, NULL, octet_string, oid, param_sets, pem, private_key, sequence, unpem
-from tool import ToolTest, fields, objects
+from der import KEY_32, NULL, octet_string, oid, param_sets, pem, private_key, sequence
+from keys import WRONG_PASSWORD, KeyTest, encrypt, make_key, octets_of
+from tool import fields
 
 GOST_2001, GOST_2012_256, GOST_2012_512 = der.GOST_2001, der.GOST_2012_256, der.GOST_2012_512
 # No octet of them is zero.
@@ -20,67 +20,10 @@ MASK_32 = bytes(range(0xA1, 0xC1))
 MASK_64 = bytes(range(0xA1, 0xE1))
 HIGH_32, HIGH_64 = b"\xfe" + KEY_32[1:], b"\xfe" + KEY_64[1:]  # with the top bit set
 NEITHER = "neither a PrivateKeyInfo nor an EncryptedPrivateKeyInfo, as PEM or DER"
-WRONG_PASSWORD = "wrong password, or damaged: what it decrypts to is no PrivateKeyInfo"
 
 
 def integer(content):
     return der.element(der.INTEGER, content)
-
-
-class KeyTest(ToolTest):
-    COMMAND = ("key",)
-
-    def show_all(self, ders, *options, label="PRIVATE KEY", **how):
-        """Runs over one file of all keys; returns (fields, problem) of each, None for what is not there."""
-        blocks = [pem(data, label) for data in ders]
-        done = self.tool("--json", *options, "-", stdin=b"".join(blocks), **how)
-        shown = {found.pop("index"): found for found in objects(done.text)}
-        problems = {}
-        for line in done.errors:
-            index, line_number, problem = re.fullmatch(
-                r"derkit: \(standard input\): key (\d+) \(line (\d+)\): (.*)", line).groups()
-            problems[int(index)] = problem
-            self.assertEqual(int(line_number), b"".join(blocks[: int(index) - 1]).count(b"\n") + 1)
-        self.assertEqual((len(problems), done.status), (len(done.errors), 1 if done.errors else 0))
-        return [(shown.get(i), problems.get(i)) for i in range(1, len(blocks) + 1)]
-
-    def check_all(self, cases, *options, **how):
-        """Each case is (DER, problem, expected fields); a field that is None must not be there."""
-        for (data, problem, expected), (shown, told) in zip(cases, self.show_all([c[0] for c in cases], *options, **how)):
-            with self.subTest(data=data.hex()):
-                self.assertEqual({name: shown.get(name) for name in expected}, expected)
-                self.assertEqual(told, problem)
-
-    def assert_fields(self, got, **expected):
-        self.assertEqual({name: got.get(name) for name in expected}, expected)
-
-    def shows_and_fails(self, *arguments, **how):
-        """Returns the fields and the one message."""
-        done = self.tool(*arguments, **how)
-        self.assertEqual((done.status, len(done.errors)), (1, 1), (arguments, done.errors))
-        return fields(done.text), done.errors[0].removeprefix("derkit: ")
-
-    def password_file(self, password):
-        return ["--password-file", self.file("password", password + "\n")]
-
-
-def make_key(algorithm="gost2001", param_set="A", **settings):
-    key = openssl.gost("genpkey", "-algorithm", algorithm, "-pkeyopt", "paramset:" + param_set, settings=settings)
-    return unpem(key)[0]
-
-
-def encrypt(key, password="secret", *options, **settings):
-    """Encrypts with the cipher that the library reads unless options name another one."""
-    options = options or ["-v2", "gost89"]
-    command = ["pkcs8", "-topk8", "-inform", "DER", "-outform", "DER", *options, "-passout", "env:KEY_PASSWORD"]
-    return openssl.gost(*command, stdin=key, settings=settings, KEY_PASSWORD=password)
-
-
-def octets_of(key):
-    """Returns the key as openssl prints it, in the order of octets in which it is kept."""
-    text = openssl.gost("pkey", "-inform", "DER", "-noout", "-text", stdin=key).decode()
-    number = text.splitlines()[0].removeprefix("Private key: ")
-    return bytes.fromhex(number.rjust(2 * (64 if len(number) > 64 else 32), "0"))[::-1]
 
 
 class Shapes(KeyTest):

@@ -5,7 +5,7 @@ import signal
 import unittest
 
 import der
-from key_command_test import WRONG_PASSWORD, KeyTest, encrypt, make_key
+from keys import WRONG_PASSWORD, KeyTest, encrypt, make_key
 from tool import Terminal, thin
 
 MAX_SIZE = 4095
