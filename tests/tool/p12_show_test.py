@@ -74,24 +74,10 @@ class ContainersOfOpenssl(P12Test):
             "object": "mac", "algorithm": "GOST R 34.11-94", "algorithm_oid": "1.2.643.2.2.9", "size": 32, "salt_size": 8,
             "iterations": 2001,
         })
-        encryption = {
-            "scheme": "PBES2",
-            "scheme_oid": "1.2.840.113549.1.5.13",
-            "kdf": "PBKDF2",
-            "kdf_oid": "1.2.840.113549.1.5.12",
-            "prf": "HMAC GOST R 34.11-94",
-            "prf_oid": "1.2.643.2.2.10",
-            "salt_size": 8,
-            "iterations": 2001,
-            "cipher": "GOST 28147-89",
-            "cipher_oid": "1.2.643.2.2.21",
-            "cipher_param_set": "id-Gost28147-89-CryptoPro-A-ParamSet",
-            "cipher_param_set_oid": "1.2.643.2.2.31.1",
-            "iv_size": 8,
-        }
-        encrypted_data = {"content_type": "encryptedData", "content_type_oid": "1.2.840.113549.1.7.6"}
-        data = {"content_type": "data", "content_type_oid": "1.2.840.113549.1.7.1"}
-        shrouded = {"type": "pkcs8ShroudedKeyBag", "type_oid": "1.2.840.113549.1.12.10.1.2"}
+        encryption = pfx.SHOWN_PBES2 | {"iterations": 2001}
+        encrypted_data = {"content_type": "encryptedData", "content_type_oid": pfx.ENCRYPTED_DATA}
+        data = {"content_type": "data", "content_type_oid": pfx.DATA}
+        shrouded = {"type": "pkcs8ShroudedKeyBag", "type_oid": pfx.SHROUDED_KEY_BAG}
         sizes = [found.pop("size") for found in (certificates, keys, key)]
         self.assertEqual(certificates, {"object": "entry", "entry": 1, **encrypted_data, **encryption})
         self.assertEqual(keys, {"object": "entry", "entry": 2, **data})

@@ -28,6 +28,23 @@ GOST_34_11_94 = "1.2.643.2.2.9"
 GOST_28147_89 = "1.2.643.2.2.21"
 CRYPTOPRO_A = "1.2.643.2.2.31.1"
 
+# What the tool shows of an encryption by openssl.
+SHOWN_PBES2 = {
+    "scheme": "PBES2",
+    "scheme_oid": PBES2,
+    "kdf": "PBKDF2",
+    "kdf_oid": PBKDF2,
+    "prf": "HMAC GOST R 34.11-94",
+    "prf_oid": HMAC_GOST_94,
+    "salt_size": 8,
+    "iterations": 2048,
+    "cipher": "GOST 28147-89",
+    "cipher_oid": GOST_28147_89,
+    "cipher_param_set": "id-Gost28147-89-CryptoPro-A-ParamSet",
+    "cipher_param_set_oid": CRYPTOPRO_A,
+    "iv_size": 8,
+}
+
 SALT = bytes(range(0x51, 0x59))
 IV = bytes(range(0x61, 0x69))
 
