@@ -33,7 +33,7 @@ def both(name, issuer=None):
 
 
 def shown(value):
-    """Returns the text of a value, from its UTF-8 octets, as the rule has it."""
+    """Returns how a value is shown, given its UTF-8 octets."""
 
     def show(character):
         if 0xDC80 <= ord(character) <= 0xDCFF:  # an octet that Python's decoder refused
@@ -133,7 +133,7 @@ class Names(CertTest):
 
 
 class PemFiles(CertTest):
-    def test_every_form_that_people_send_is_read(self):
+    def test_every_usual_form_is_read(self):
         one, two = pem(ONE), pem(TWO)
         trusted = pem(ONE + sequence(b"\x0c\x01x"), "TRUSTED CERTIFICATE")
         forms = {

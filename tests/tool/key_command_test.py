@@ -211,7 +211,7 @@ class Fields(KeyTest):
             for dotted, name in names.items()
         ])
 
-    def test_attributes_and_public_key_are_told(self):
+    def test_attributes_and_public_key_are_reported(self):
         attributes = der.element(der.CONTEXT_0, der.attribute("1.2.3", der.UTF8_STRING, b"x"))
         public_key = der.element(0x81, bytes(65))
         self.check_all([
@@ -389,7 +389,7 @@ class KeysByOpenssl(KeyTest):
 
 
 class Declined(KeyTest):
-    """What cannot be decrypted here, whatever the password, is shown from the outside and fails."""
+    """Keys that cannot be decrypted here, whatever the password: the outside is shown, and the run fails."""
 
     def check_declined(self, cases):
         """Each case is (DER, pattern of the problem, expected fields)."""

@@ -100,7 +100,7 @@ class P12Test(ToolTest):
         return objects(done.text), [line.removeprefix(begin) for line in done.errors]
 
     def check_refused(self, container, problem, **how):
-        """Neither show nor extract reads anything of it."""
+        """Checks that neither show nor extract reads anything of it."""
         path, out = self.file("refused.p12", container), self.folder / "out"
         self.check_failures([(["show", path], f"{path}: {problem}"),
                              (["extract", path, "--out", out], f"{path}: {problem}")], **how)
@@ -113,7 +113,7 @@ class P12Test(ToolTest):
                 self.check_refused(container, problem, **how)
 
     def check_extracted(self, container, keys, certificates, **how):
-        """Exactly these are extracted, as DER."""
+        """Checks that exactly these are extracted; all are DER."""
         out = Path(tempfile.mkdtemp(dir=self.folder)) / "out"
         self.succeeds("extract", self.file("extracted.p12", container), "--out", out, **how)
         expected = {f"key-{i}.pem": der.pem(key, "PRIVATE KEY") for i, key in enumerate(keys, 1)}

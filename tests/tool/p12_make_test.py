@@ -140,7 +140,7 @@ class MadeContainers(MakeTest):
         self.check_failures([(self.arguments(), f"{self.out}: No such file or directory")])
 
     def test_a_container_that_would_not_come_back_is_not_written(self):
-        """A length of 64 KiB or more that has a zero octet loses it."""
+        """The library drops a zero octet of a length of 64 KiB or more."""
         key = self.file("key.der", der.private_key())
         for profile in "standard", "native":
             path = self.file("big.der", certificate_of_size(0x10000))

@@ -21,7 +21,7 @@ UNIVERSAL_TAGS = [number | 0x20 if number in CONSTRUCTED_TYPES else number for n
 
 
 class Parts:
-    """Encodes a container, and the element that it is told the name of in another way."""
+    """Encodes a container, and one named element of it in another way."""
 
     def __init__(self, spoiled=None, spoil=None):
         self.spoiled, self.spoil = spoiled, spoil
@@ -77,11 +77,11 @@ def under(other):
 
 
 def damaged(problem):
-    """Nothing is read, and the place is named."""
+    """Returns what is expected when nothing is read and the place of the damage is named."""
     return {}, f"damaged: {problem}"
 
 
-# What is shown: keys, and subjects of certificates with their names.
+# What is shown (the number of keys, and subjects of certificates with their friendly names), and the problem.
 WHOLE = {"keys": 2, "CN=clear": "name", "CN=hidden": None}, None
 NAMELESS = {"keys": 2, "CN=clear": None, "CN=hidden": None}, None
 UNDECRYPTABLE = "cannot be decrypted: it is damaged, or encrypted under another password than the MAC"
@@ -89,8 +89,8 @@ NO_MAC = {}, "has no MAC; containers without one are not read"
 NOT_A_KEY = WHOLE[0], "key 1: not a PrivateKeyInfo: SEQUENCE is missing or malformed"
 BAG = "entry 1, bag"
 
-# Of each part: what is told when it is removed, replaced by NULL or under another tag; when it is emptied; and the
-# universal tag that it has itself.
+# For each part: what is expected when it is removed, replaced by NULL or under another tag; what when it is empty;
+# and its own universal tag.
 PARTS = {
     "mac_data": (NO_MAC, ({}, "not a PKCS#12 container: MacData is malformed"), der.SEQUENCE),
     "mac_iterations": (WHOLE, WHOLE, der.INTEGER),
@@ -119,7 +119,7 @@ PARTS = {
 
 
 def spoiled_containers(part, tags):
-    """Yields the name of the way, the container, and what must be told of it."""
+    """Yields the way of spoiling, the container, and what must be shown and said of it."""
     missing, empty, own_tag = PARTS[part]
     ways = [
         ("removed", lambda tag, content: b"", missing),
@@ -145,7 +145,7 @@ class MissingParts(ToolTest):
     def tool(self, *arguments):
         return super().tool(*arguments, "--password-env", "P12_PASSWORD", env={"P12_PASSWORD": PASSWORD})
 
-    def test_are_told_and_the_rest_is_shown(self):
+    def test_they_are_named_and_the_rest_is_shown(self):
         for part in PARTS:
             for way, container, (expected, problem) in spoiled_containers(part, [] if FEW_CASES else UNIVERSAL_TAGS):
                 with self.subTest(part=part, way=way):
@@ -155,7 +155,7 @@ class MissingParts(ToolTest):
                     self.assertEqual(done.status, 1 if problem else 0)
                     self.assertEqual(what_is_shown(objects(done.text)), expected)
 
-    def test_let_nothing_be_extracted_or_all(self):
+    def test_all_is_extracted_or_nothing(self):
         all_files = ["certificate-1.pem", "certificate-2.pem", "key-1.pem", "key-2.pem"]
         for part in thin(PARTS, 4):
             for way, container, (_, problem) in spoiled_containers(part, [der.OCTET_STRING]):

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Tests "derkit p12 show": what a container tells from the outside and to who has its password.
+"""Tests what "derkit p12 show" says of a container, without its password and with it.
 
-What openssl put into a container must be shown, and extracted with the same octets. What show refuses, extract refuses.
+It must show what openssl put into a container, and extract must write the same octets; both refuse the same.
 """
 
 import hashlib
@@ -62,7 +62,7 @@ class ContainersOfOpenssl(P12Test):
     def test_certificates_alone(self):
         self.check_extracted(self.pair.export("-nokeys"), [], [self.pair.certificate])
 
-    def test_a_key_in_the_clear_is_told(self):
+    def test_a_key_in_the_clear_is_reported(self):
         container = self.pair.export("-keypbe", "NONE", "-nocerts")
         shown = [(found["object"], found.get("encrypted")) for found in self.show(container)[1:]]
         self.assertEqual(shown, [("key", "no")])
@@ -290,10 +290,10 @@ class Refusals(P12Test):
 
 
 class PassedOver(P12Test):
-    """What the library passes over is told, and the rest is shown."""
+    """The tool names what the library passes over, and shows the rest."""
 
-    def tells(self, entries, *problems):
-        """Each problem is told by show and by extract, which writes nothing, or the rest under --partial."""
+    def check_passed_over(self, entries, *problems):
+        """Checks that show and extract name each problem; extract writes nothing, or the rest with --partial."""
         container = pfx.container("x", pfx.data_entry(pfx.cert_bag(der.certificate("good"))), *entries)
         shown, told = self.show_with_problems(container, password="x")
         self.assertEqual(told, list(problems))
@@ -310,11 +310,11 @@ class PassedOver(P12Test):
 
     def test_other_content_types(self):
         types = {pfx.SIGNED_DATA: "signedData", pfx.ENVELOPED_DATA: "envelopedData", "1.2.3.4": "1.2.3.4"}
-        self.tells([pfx.content_info(content_type, sequence()) for content_type in types],
+        self.check_passed_over([pfx.content_info(content_type, sequence()) for content_type in types],
                    *(f"entry {i} ({name}) is not read" for i, name in enumerate(types.values(), 2)))
 
     def test_other_bags_in_the_clear_and_encrypted(self):
-        """Bags inside a safeContentsBag are not taken for read either."""
+        """Bags inside a safeContentsBag do not count as read either."""
         nested = sequence(pfx.key_bag(private_key()))
         bags = [
             (pfx.CRL_BAG, "crlBag", sequence()),
@@ -324,7 +324,7 @@ class PassedOver(P12Test):
             ("1.2.3.4", "1.2.3.4", sequence()),
         ]
         encoded = [pfx.bag(bag_type, content) for bag_type, _, content in bags]
-        self.tells([pfx.data_entry(*encoded), pfx.encrypt_entry("x", *encoded)], *(
+        self.check_passed_over([pfx.data_entry(*encoded), pfx.encrypt_entry("x", *encoded)], *(
             f"entry {entry}, bag {i} ({name}) is not read" for entry in (2, 3) for i, (_, name, _) in enumerate(bags, 1)))
 
     def test_encryption_of_other_kinds(self):
@@ -369,7 +369,7 @@ class PassedOver(P12Test):
                 f"entry {first + 1}, bag 1 (pkcs8ShroudedKeyBag) {problem}",
                 f"entry {first + 2}, bag 1 (pkcs8ShroudedKeyBag) {problem}",
             ]
-        self.tells(entries, *problems)
+        self.check_passed_over(entries, *problems)
         outside = [pfx.encrypted_entry(algorithm, b"") for algorithm, _ in algorithms]
         shown = self.show(pfx.container("x", *outside), password=None)[1:]
         self.assertEqual([found["not_read"] for found in shown], [problem for _, problem in algorithms])
@@ -400,7 +400,7 @@ class PassedOver(P12Test):
             pfx.encrypted_entry(pfx.pbes2(), pfx.encrypt("x", sequence()), content_type=pfx.SIGNED_DATA):
                 "(encryptedData) holds signedData (1.2.840.113549.1.7.2) instead of data",
         }
-        self.tells(entries, *(
+        self.check_passed_over(entries, *(
             f"entry {i}{', ' if problem.startswith('bag') else ' '}{problem}" for i, problem in enumerate(entries.values(), 2)))
 
     def test_the_same_ciphertext_twice_counts_twice(self):

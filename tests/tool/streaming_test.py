@@ -14,7 +14,7 @@ import der
 from der import pem
 from tool import Terminal, ToolTest, only_with_all_cases, run, thin
 
-CHUNK_SIZE = 65536  # of what the tool reads at a time
+CHUNK_SIZE = 65536  # the tool reads so much at a time
 LINE_ENDS = ["\n", "\r\n", "\r"]
 
 
@@ -62,7 +62,7 @@ class Streaming(ToolTest):
             child.stdin.flush()
             self.assertEqual(json.loads(child.stdout.readline())["subject"], f"CN={i:08}")
 
-    def test_blocks_lie_anywhere_in_what_is_read_at_a_time(self):
+    def test_blocks_may_cross_the_end_of_a_chunk(self):
         for line_end in LINE_ENDS:
             blocks = pem(certificate(1), line_end=line_end) + pem(certificate(2), line_end=line_end)
             shifts = thin(range(len(blocks) + 2))
@@ -72,7 +72,7 @@ class Streaming(ToolTest):
             ]
             self.assertEqual(subjects(self.succeeds(*paths)), ["00000001", "00000002"] * len(paths))
 
-    def test_messages_count_lines_across_what_is_read_at_a_time(self):
+    def test_messages_count_lines_across_chunks(self):
         for line_end in LINE_ENDS:
             broken = pem(b"x" * 100, line_end=line_end).replace(b"eHh4", b"????", 1)
             text = f"text{line_end}".encode() * 40000
@@ -131,10 +131,10 @@ class Progress(ToolTest):
         text = "3 certificates of (standard input)"
         self.assertEqual(self.terminal.shown(), f"\r{text}\r{' ' * len(text)}\r")
 
-    def test_what_stands_on_the_terminal_is_not_disturbed(self):
+    def test_text_on_the_terminal_is_not_disturbed(self):
         child, _ = self.start_long_work(self.terminal.inside, self.terminal.inside)
         self.assertEqual(child.wait(), 0)
-        # What is overwritten from the start of a line is gone.
+        # Text that is overwritten from the start of its line is gone.
         lines = self.terminal.shown().replace("\r\n", "\n").split("\n")
         self.assertTrue(any("3 certificates" in line for line in lines), lines)
         left = [re.sub(r".*\r", "", line) for line in lines]
@@ -145,7 +145,7 @@ class Progress(ToolTest):
         child, _ = self.start_long_work(subprocess.PIPE, subprocess.PIPE)
         self.assertEqual((child.stderr.read(), child.wait()), (b"", 0))
 
-    def test_short_work_is_not_spoken_of(self):
+    def test_short_work_shows_no_progress(self):
         started = time.monotonic()
         child = self.start("-", stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=self.terminal.inside)
         child.communicate(bundle(2))
