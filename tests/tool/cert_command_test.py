@@ -8,14 +8,12 @@ import unittest
 import der
 import openssl
 from der import BMP_STRING, COMMON_NAME, IA5_STRING, NUMERIC_STRING, T61_STRING, UTF8_STRING, VISIBLE_STRING, pem, sequence
-from tool import FEW_CASES, ToolTest, objects, only_with_all_cases, run, thin
+from tool import FEW_CASES, NOT_SHOWN, ToolTest, objects, only_with_all_cases, run, shown, thin
 
 # Lines of a certificate that follow its names; names have a "=" or nothing.
 FACT = re.compile(r"(?:[^=]*: )?(?:serial|not_before|not_after|signature_algorithm|public_key|curve)\w*: ")
 ONE, TWO = der.certificate("1"), der.certificate("2")
 SPECIALS = '"#+,;<=>\\'
-# Controls, bidirectional controls, line and paragraph separators.
-NOT_SHOWN = re.compile("[\x00-\x1f\x7f-\x9f\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069\u2028\u2029]")
 WITHOUT_TEXT = "subject is malformed or has text that its string type does not allow"
 
 
@@ -30,19 +28,6 @@ def names_of(shown):
 def both(name, issuer=None):
     """Returns the lines of a subject and an issuer."""
     return f"subject: {name}\nissuer: {name if issuer is None else issuer}\n"
-
-
-def shown(value):
-    """Returns how a value is shown, given its UTF-8 octets."""
-
-    def show(character):
-        if 0xDC80 <= ord(character) <= 0xDCFF:  # an octet that Python's decoder refused
-            return f"\\{ord(character) - 0xDC00:02X}"
-        if NOT_SHOWN.match(character):
-            return "".join(f"\\{byte:02X}" for byte in character.encode())
-        return "\\" + character if character in SPECIALS else character
-
-    return "".join(map(show, value.decode("utf-8", "surrogateescape")))
 
 
 class CertTest(ToolTest):
@@ -244,7 +229,7 @@ class HostileNames(CertTest):
         for item in [*values, None]:
             if item is None or len(value) > 2000:
                 certificates.append(pem(der.certificate(der.common_name(value), der.name())))
-                texts.append(f"subject: CN={shown(value)}")
+                texts.append(f"subject: CN={shown(value, SPECIALS)}")
                 value = b""
             value += item or b""
         lines = self.names_in(b"".join(certificates), "--round-trip").splitlines()
