@@ -4,16 +4,11 @@
 Most cases come from tests/data/vectors, as do those of the library.
 """
 
-import sys
 import unittest
-from pathlib import Path
 
 import der
 import openssl
-from tool import ToolTest, fields, shown, thin
-
-sys.path.insert(0, str(Path(__file__).parents[1] / "data"))
-import vectors
+from tool import ToolTest, fields, shown, thin, vectors
 
 
 def cases(file, *ways, text="text"):

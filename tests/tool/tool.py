@@ -12,12 +12,16 @@ import re
 import select
 import signal
 import subprocess
+import sys
 import tempfile
 import termios
 import time
 import unittest
 from pathlib import Path
 from typing import NamedTuple
+
+sys.path.insert(0, str(Path(__file__).parents[1] / "data"))
+import vectors  # for tests that share cases with the library's own
 
 TOOL = os.environ["DERKIT_TOOL"]
 COMMAND = [TOOL]
