@@ -178,22 +178,15 @@ class PemFiles(CertTest):
 
 
 class HostileNames(CertTest):
+    # Those of UTF8String stand for what the exhaustive tests below check; only here are they checked in JSON, too.
     CASES = {
         "escape sequence": (UTF8_STRING, b"a\x1b[31mb", "a\\1B[31mb"),
         "line feed and a faked line": (UTF8_STRING, b"x\nissuer: CN\r", "x\\0Aissuer: CN\\0D"),
         "NUL": (UTF8_STRING, b"good.example\x00.evil.example", "good.example\\00.evil.example"),
         "NUL alone": (IA5_STRING, b"\x00", "\\00"),
         "DEL": (IA5_STRING, b"\x7f", "\\7F"),
-        "C1 control": (UTF8_STRING, b"\xc2\x85\xc2\x9b", "\\C2\\85\\C2\\9B"),
         "right-to-left override": (UTF8_STRING, "a\u202eb".encode(), "a\\E2\\80\\AEb"),
-        "isolate": (UTF8_STRING, "\u2066".encode(), "\\E2\\81\\A6"),
-        "Arabic letter mark": (UTF8_STRING, "\u061c".encode(), "\\D8\\9C"),
-        "line separator": (UTF8_STRING, "\u2028".encode(), "\\E2\\80\\A8"),
-        "lone continuation": (UTF8_STRING, b"a\x80b", "a\\80b"),
         "overlong slash": (UTF8_STRING, b"\xc0\xaf\xe0\x80\xaf", "\\C0\\AF\\E0\\80\\AF"),
-        "surrogate": (UTF8_STRING, b"\xed\xa0\x80", "\\ED\\A0\\80"),
-        "beyond Unicode": (UTF8_STRING, b"\xf4\x90\x80\x80\xf8\xff", "\\F4\\90\\80\\80\\F8\\FF"),
-        "cut short": (UTF8_STRING, b"a\xe2\x82", "a\\E2\\82"),
         "cut short before a comma": (UTF8_STRING, b"\xe2,", "\\E2\\,"),
         "Latin-1 in PrintableString": (der.PRINTABLE_STRING, b"M\xfcller", "M\\FCller"),
         "backslash before a control": (UTF8_STRING, b"\\\x01", "\\\\\\01"),
