@@ -12,7 +12,7 @@ import time
 
 from peer import GOST_PARAM_SETS, KEY_ALGORITHMS, SIGNATURE_ALGORITHMS, Comparison, bundled_certificates, certificate
 from peer import derkit, elements, gost, make_dsa_key, make_key, printed_number, printed_signature_algorithm
-from der import unpem
+from der import oid_content, unpem
 
 CURVE_NAMES = {"prime256v1": "secp256r1"}
 # Shown by derkit only if openssl shows it.
@@ -51,20 +51,9 @@ def made():
 
 
 def gmt(text):
-    """openssl's time in derkit's layout."""
+    """Returns openssl's time in derkit's layout."""
     seconds = calendar.timegm(time.strptime(text, "%b %d %H:%M:%S %Y GMT"))
     return "{2:02}.{1:02}.{0} {3:02}:{4:02}:{5:02} GMT".format(*time.gmtime(seconds))
-
-
-def dotted(content):
-    arcs, number = [], 0
-    for octet in content:
-        number = number << 7 | octet & 0x7F
-        if octet < 0x80:
-            arcs.append(number)
-            number = 0
-    first = min(arcs[0] // 40, 2)
-    return ".".join(map(str, [first, arcs[0] - 40 * first, *arcs[1:]]))
 
 
 def signature_name(text):
@@ -73,7 +62,7 @@ def signature_name(text):
 
 
 def key_facts(der, text):
-    algorithm, *parameters = (dotted(e.content) for e in elements(der) if e.tag == "OBJECT")
+    algorithm, *parameters = (e.content for e in elements(der) if e.tag == "OBJECT")
     name = re.search(r"Public Key Algorithm: (.*\S)", text)[1]
     facts = {"public_key_algorithm": derkit_name(KEY_ALGORITHMS, name), "public_key_algorithm_oid": algorithm}
     if name in ("rsaEncryption", "rsassaPss", "dsaEncryption"):
@@ -115,9 +104,10 @@ def same_param_set(openssl_name, oid):
 
 def compare(comparison, case, pem, shown):
     expected = facts_by_openssl(pem)
+    encoded = {key: oid_content(value) for key, value in shown.items() if key in expected and key.endswith("_oid")}
     for key, value in expected.items():
         if key != "param_set":
-            comparison.same(case, key, value, shown.get(key))
+            comparison.same(case, key, value, (shown | encoded).get(key))
         elif not same_param_set(value, shown["param_set_oid"]):
             comparison.fail(f"{case}: parameter set {shown['param_set_oid']} is not {value}")
     for key in set(OPTIONAL_FACTS) - set(expected):

@@ -14,7 +14,7 @@ from openssl import gost
 
 SKIPPED = 77
 BUNDLE = Path("/etc/ssl/certs/ca-certificates.crt")
-FILE_NUMBERS = itertools.count(1)
+KEY_NUMBERS = itertools.count(1)
 
 GOST_PARAM_SETS = {
     "gost2001": ["0", "A", "B", "C", "XA", "XB"],
@@ -48,7 +48,6 @@ SIGNATURE_ALGORITHMS = {
 }
 PSS_CODES = {"sha1": 0x00020002, "sha224": 0x00030002, "sha256": 0x00040002, "sha384": 0x00050002, "sha512": 0x00060002}
 
-
 Element = namedtuple("Element", "offset depth end tag value content der")
 
 
@@ -73,17 +72,9 @@ class Comparison:
         return 1 if self.failures or not self.compared else 0
 
 
-def file(content=None):
-    """Returns a path in a folder for this run alone."""
-    path = Path(openssl.FOLDER.name) / f"file-{next(FILE_NUMBERS)}"
-    if content is not None:
-        path.write_bytes(content)
-    return path
-
-
 def make_key(*source, **options):
-    """Makes a key of an algorithm, or from a source such as "-paramfile"."""
-    path = file()
+    """Makes a file with a key of an algorithm, or from a source such as "-paramfile"."""
+    path = Path(openssl.FOLDER.name) / f"key-{next(KEY_NUMBERS)}"
     source = ["-algorithm", *source] if len(source) == 1 else source
     settings = [part for name, value in options.items() for part in ("-pkeyopt", f"{name}:{value}")]
     gost("genpkey", "-out", path, *source, *settings)

@@ -12,7 +12,7 @@ import sys
 from collections import defaultdict
 
 from peer import GOST_PARAM_SETS, KEY_ALGORITHMS, PSS_CODES, SIGNATURE_ALGORITHMS, Comparison
-from peer import certificate, elements, file, gost, make_dsa_key, make_key, printed_number, printed_signature_algorithm
+from peer import certificate, elements, gost, make_dsa_key, make_key, printed_number, printed_signature_algorithm
 from der import GOST_2001, OBJECT_IDENTIFIER, algorithm, element, param_sets, public_key, unpem
 
 NO_CODE = (0, None)
@@ -29,8 +29,7 @@ def names(der):
 
 def probe(der):
     """Lines of the probe: a reader's result, or the bytes or the code of one of its fields."""
-    command = [os.environ["DERKIT_PUBLIC_KEY_PROBE"], file(der)]
-    out = subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout.decode()
+    out = subprocess.run([os.environ["DERKIT_PUBLIC_KEY_PROBE"]], input=der, stdout=subprocess.PIPE, check=True).stdout.decode()
     return defaultdict(str, (line.split(" ", 1) for line in out.splitlines()))
 
 
