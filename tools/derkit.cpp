@@ -10,9 +10,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/commands.h"
-#include "tools/console.h"
-#include "tools/help.h"
+#include "commands/commands.h"
+#include "commands/help.h"
+#include "io/console.h"
 
 namespace {
 

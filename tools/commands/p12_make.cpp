@@ -1,0 +1,216 @@
+// derkit p12 make: a container of a key and its certificates.
+#include <algorithm>
+#include <array>
+#include <list>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <gcrypt.h>
+
+#include "commands/p12_inputs.h"
+#include "commands/p12_password.h"
+#include "commands/p12_subcommands.h"
+#include "commands/password_option.h"
+#include "derkit/pkcs12_helper.h"
+#include "formats/gost_pbe_crypto.h"
+#include "formats/p12_container.h"
+#include "io/bytes.h"
+#include "io/console.h"
+#include "io/output_file.h"
+#include "io/secret.h"
+#include "io/utf16.h"
+
+namespace {
+
+struct p12_make_options_t {
+    std::string key;
+    std::vector<std::string> certificates;
+    std::string name;
+    std::string profile = "standard";
+    std::string out;
+    password_option_t password;
+    const CLI::Option* ask = nullptr; // of the password
+    bool force = false;
+};
+
+constexpr unsigned int SHA1_SIZE = 20;
+
+// The content of a container, all of it encrypted: the key first. Its parts must outlive it.
+struct p12_parts_t {
+    std::string key;
+    std::vector<std::string> certificates;
+    std::string friendly_name; // UTF-16
+    std::array<unsigned char, SHA1_SIZE> local_key_id = {};
+};
+
+blob_t view(std::string_view bytes) {
+    blob_t blob;
+    blob.size = size_of(bytes);
+    blob.data = octets(bytes);
+    return blob;
+}
+
+pkcs12_bag_t make_bag(unsigned int type, std::string_view value) {
+    pkcs12_bag_t bag;
+    bag.type = type;
+    bag.value = view(value);
+    return bag;
+}
+
+// The key and the first certificate, which belongs to it, are known by the same name and number.
+void mark_as_pair(const p12_parts_t& parts, pkcs12_bag_t& bag) {
+    bag.friendly_name.size = size_of(parts.friendly_name);
+    bag.friendly_name.data = octets(parts.friendly_name);
+    bag.local_key_id.size = SHA1_SIZE;
+    bag.local_key_id.data = parts.local_key_id.data();
+}
+
+std::list<pkcs12_bag_t> make_bags(const p12_parts_t& parts) {
+    std::list<pkcs12_bag_t> bags;
+    bags.push_back(make_bag(KEY_BAG, parts.key));
+    mark_as_pair(parts, bags.back());
+    for (const std::string& certificate : parts.certificates) {
+        bags.push_back(make_bag(CERTIFICATE_BAG, certificate));
+        if (&certificate == &parts.certificates.front()) {
+            mark_as_pair(parts, bags.back());
+        }
+    }
+    return bags;
+}
+
+bool is_same(const opened_bag_t& opened, std::string_view value) {
+    return chars(opened.bag->value) == value;
+}
+
+// A length of 65,536 or more can come out too short.
+bool comes_back(const p12_parts_t& parts, const std::string& bytes, const std::optional<secret_t>& password) {
+    try {
+        const p12_container_t container("", bytes, password);
+        return container.passed_over().empty() && container.keys().size() == 1 &&
+               is_same(container.keys().front(), parts.key) &&
+               std::equal(container.certificates().begin(), container.certificates().end(), parts.certificates.begin(),
+                          parts.certificates.end(), is_same);
+    } catch (const failure_t&) {
+        return false;
+    }
+}
+
+class p12_make_t {
+  public:
+    explicit p12_make_t(const p12_make_options_t& options) : options_(options) {}
+
+    void run() const;
+
+  private:
+    const p12_make_options_t& options_;
+
+    void require_free_inputs() const;
+    secret_t read_password() const;
+    std::string encoded_name() const;
+    std::string encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto) const;
+    void write(const std::string& bytes) const;
+};
+
+void p12_make_t::run() const {
+    require_free_inputs();
+    const std::optional<secret_t> password = read_password();
+    const container_profile_t profile =
+        options_.profile == "native" ? container_profile_t::NATIVE : container_profile_t::STANDARD;
+    gost_pbe_crypto_t crypto(password, profile); // starts libgcrypt, also for the digest below
+    p12_parts_t parts;
+    const wipe_at_end_t wiped(parts.key);
+    parts.friendly_name = encoded_name();
+    for (const std::string& file : options_.certificates) {
+        const std::vector<std::string> certificates = read_certificate_file(file);
+        parts.certificates.insert(parts.certificates.end(), certificates.begin(), certificates.end());
+    }
+    parts.key = read_key_file(options_.key, password);
+    const std::string& first = parts.certificates.front();
+    gcry_md_hash_buffer(GCRY_MD_SHA1, parts.local_key_id.data(), first.data(), first.size());
+
+    const std::string bytes = encode(parts, crypto);
+    if (!comes_back(parts, bytes, password)) {
+        throw failure_t(options_.out, "the container has a size that its header cannot say");
+    }
+    write(bytes);
+}
+
+void p12_make_t::require_free_inputs() const {
+    require_free_stdin(options_.password, options_.key);
+    for (const std::string& file : options_.certificates) {
+        require_free_stdin(options_.password, file);
+    }
+}
+
+// A password that was mistyped unseen would lock the key away, so it is asked for twice.
+secret_t p12_make_t::read_password() const {
+    secret_t password = options_.password.read_or_ask(options_.out);
+    const bool asked = !options_.password.given() || options_.ask->count() != 0;
+    if (asked && options_.password.read_or_ask(options_.out + " again").text() != password.text()) {
+        throw failure_t(options_.out, "the two passwords differ");
+    }
+    return password;
+}
+
+std::string p12_make_t::encoded_name() const {
+    std::optional<std::string> name = utf16_from_utf8(options_.name);
+    if (!name.has_value()) {
+        throw failure_t("--name", "is not UTF-8");
+    }
+    return std::move(*name);
+}
+
+std::string p12_make_t::encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto) const {
+    pkcs12_easy_t easy;
+    easy.encrypted_bags = make_bags(parts);
+    std::string bytes;
+    try {
+        asn_write_pkcs12_easy(easy, &crypto, bytes);
+    } catch (const std::runtime_error& error) {
+        throw failure_t(options_.out, error.what());
+    }
+    return bytes;
+}
+
+void p12_make_t::write(const std::string& bytes) const {
+    output_file_t file(options_.out, secrecy_t::SECRET,
+                       options_.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED);
+    file.write(bytes);
+    file.commit();
+}
+
+} // namespace
+
+void add_p12_make(CLI::App& p12, console_t&) {
+    CLI::App& command = *p12.add_subcommand("make", "Make a container of a private key and its certificates");
+    const auto options = std::make_shared<p12_make_options_t>();
+    command.add_option("--key", options->key, "A PKCS#8 key, PEM or DER, plain or encrypted under the same password")
+        ->type_name("FILE")
+        ->required();
+    command.add_option("--cert", options->certificates, "Certificates, all in a PEM file or one in DER; repeatable")
+        ->type_name("FILE")
+        ->allow_extra_args(false)
+        ->required();
+    command.add_option("--name", options->name, "Friendly name of the key and its certificate")->type_name("TEXT");
+    command
+        .add_option("--profile", options->profile,
+                    "Layout: standard (the default), as RFC 7292 has it, or native, the library's own")
+        ->check(CLI::IsMember({"standard", "native"}))
+        ->type_name("PROFILE");
+    command.add_option("--out", options->out, "The container; only its owner can read it")
+        ->type_name("FILE")
+        ->required();
+    options->password.add_to(command);
+    options->ask = command.get_option("--password-ask");
+    command.add_flag("--force", options->force, "Overwrite a file that is there");
+    command.footer("The key and the certificates are all encrypted (GOST 28147-89), also the names. The first "
+                   "certificate is taken to be that of the key: whether it is, is not checked. An encrypted key must "
+                   "have the password that the container gets. Without a password option it is asked for, twice.\n"
+                   "Example:\n"
+                   "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
+    command.callback([options] { p12_make_t(*options).run(); });
+}

@@ -1,0 +1,169 @@
+// derkit spki: public keys.
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "asn/asn_cursor.h"
+#include "commands/commands.h"
+#include "commands/oid_map_option.h"
+#include "formats/certificate.h"
+#include "formats/pem.h"
+#include "formats/public_key.h"
+#include "io/bytes.h"
+#include "io/console.h"
+#include "io/input_file.h"
+#include "io/input_stream.h"
+
+namespace {
+
+struct spki_options_t {
+    std::string file;
+    oid_map_option_t oid_map;
+    bool json = false;
+};
+
+blob_t view_of(std::string_view bytes) {
+    blob_t view;
+    view.size = size_of(bytes);
+    view.data = octets(bytes);
+    return view;
+}
+
+class spki_command_t {
+  public:
+    spki_command_t(const spki_options_t& options, console_t& console)
+        : options_(options), console_(console), map_(options.oid_map.load()), name_(input_name(options.file)) {}
+
+    void run();
+
+  private:
+    // Which of the file's keys this is.
+    struct place_t {
+        unsigned int index = 1;
+        std::string subject; // of messages
+    };
+
+    const spki_options_t& options_;
+    console_t& console_;
+    oid_map_handle_t map_;
+    std::string name_; // of the file, in messages
+
+    bool run_pem(input_stream_t& input);
+    void run_pem_block(const pem_block_t& block, const place_t& place);
+    void show_of_certificate(std::string_view der, const place_t& place);
+    void show_element(std::string_view der, unsigned long long num_more, const place_t& place);
+    void show(const blob_t& key_info, const place_t& place);
+};
+
+// No DER has a line that begins a PEM block, whereas text may start like DER.
+void spki_command_t::run() {
+    input_stream_t input(options_.file);
+    if (input.look(1).empty()) {
+        throw failure_t(name_, "is empty");
+    }
+    const std::string bytes(look_at_element(input, asn_tag_t::SEQUENCE));
+    if (run_pem(input)) {
+        console_.progress().hide();
+        return;
+    }
+    const place_t place{1, name_};
+    certificate_t certificate;
+    std::string problem;
+    if (read_certificate(bytes, certificate, problem)) {
+        show(certificate.public_key, place);
+    } else {
+        show_element(bytes, input.num_read() - bytes.size(), place);
+    }
+}
+
+// Gives false when the text has no PEM block at all.
+bool spki_command_t::run_pem(input_stream_t& input) {
+    pem_reader_t reader(input);
+    unsigned int num_keys = 0;
+    std::optional<std::string> other_label;
+    while (const std::optional<pem_block_t> block = reader.next()) {
+        if (block->label != "PUBLIC KEY" && !is_certificate_label(block->label)) {
+            other_label = block->label;
+            continue;
+        }
+        ++num_keys;
+        const std::string where = "key " + std::to_string(num_keys) + " (line " + std::to_string(block->line) + ")";
+        run_pem_block(*block, {num_keys, name_ + ": " + where});
+        console_.progress().update([&] { return progress_text(num_keys, "keys", input); });
+    }
+    if (num_keys == 0 && other_label.has_value()) {
+        throw failure_t(name_, "holds no PUBLIC KEY and no certificate, but " + *other_label);
+    }
+    return num_keys != 0;
+}
+
+void spki_command_t::run_pem_block(const pem_block_t& block, const place_t& place) {
+    if (!block.problem.empty()) {
+        console_.fail(place.subject, block.problem);
+    } else if (is_certificate_label(block.label)) {
+        show_of_certificate(block.der, place);
+    } else {
+        show_element(block.der, 0, place);
+    }
+}
+
+void spki_command_t::show_of_certificate(std::string_view der, const place_t& place) {
+    certificate_t certificate;
+    std::string problem;
+    if (read_certificate(der, certificate, problem)) {
+        show(certificate.public_key, place);
+    } else {
+        console_.fail(place.subject, problem);
+    }
+}
+
+// `num_more`: bytes of the file behind `der`.
+void spki_command_t::show_element(std::string_view der, unsigned long long num_more, const place_t& place) {
+    asn_cursor_t in(view_of(der));
+    blob_t key_info;
+    in.read_element(asn_tag_t::SEQUENCE, key_info);
+    if (!in.ok()) {
+        console_.fail(place.subject, "neither a SubjectPublicKeyInfo nor a certificate, as PEM or DER");
+        return;
+    }
+    if (const unsigned long long num_trailing = in.size + num_more; num_trailing != 0) {
+        console_.warn(place.subject, std::to_string(num_trailing) + " bytes behind the key are not looked at");
+    }
+    show(key_info, place);
+}
+
+void spki_command_t::show(const blob_t& key_info, const place_t& place) {
+    public_key_t key;
+    std::string problem;
+    if (!read_public_key(key_info, map_, key, problem)) {
+        console_.fail(place.subject, problem);
+        return;
+    }
+    record_t record;
+    if (options_.json) {
+        record.add("file", shown_text_t(name_));
+        record.add("index", place.index);
+    }
+    add_public_key(key, record);
+    console_.put(record, options_.json);
+}
+
+} // namespace
+
+void add_spki_command(CLI::App& app, console_t& console) {
+    CLI::App& command = *app.add_subcommand("spki", "Show public keys, also those of certificates");
+    const auto options = std::make_shared<spki_options_t>();
+    command
+        .add_option("FILE", options->file,
+                    "PUBLIC KEY or CERTIFICATE as PEM, any number of them, or DER; - is standard input")
+        ->type_name("")
+        ->required();
+    options->oid_map.add_to(command);
+    command.add_flag("--json", options->json, "One JSON object a line");
+    command.footer("Examples:\n"
+                   "  derkit spki public.pem\n"
+                   "  openssl pkey -in key.pem -pubout | derkit spki -");
+    command.callback([options, &console] { spki_command_t(*options, console).run(); });
+}
