@@ -7,15 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include <CLI/CLI.hpp>
-
 #include "commands/commands.h"
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
-#include "formats/oid_text.h"
+#include "formats/named_oid.h"
 #include "io/bytes.h"
-#include "io/console.h"
-#include "io/hex.h"
 
 namespace {
 
@@ -45,8 +41,7 @@ constexpr digest_size_t DIGEST_SIZES[] = {
 
 unsigned int digest_size(pki_alg_t hash) {
     const unsigned int standard_form = hash & 0x00FF0000;
-    const auto* const found = std::find_if(std::begin(DIGEST_SIZES), std::end(DIGEST_SIZES),
-                                           [&](const digest_size_t& row) { return row.hash == standard_form; });
+    const auto* const found = std::ranges::find(DIGEST_SIZES, standard_form, &digest_size_t::hash);
     return found != std::end(DIGEST_SIZES) ? found->size : 0;
 }
 
@@ -91,7 +86,7 @@ oid_ref_t find_oid(pki_alg_t alg) {
     return g_null_oid;
 }
 
-// What stands in front of the digest in its DigestInfo (RFC 8017 9.2, note 1). The lengths in it count the digest.
+// The DER that precedes the digest in its DigestInfo (RFC 8017 9.2, note 1). Its lengths include the digest.
 std::string digest_info_prefix(pki_alg_t hash) {
     std::string digest_info(digest_size(hash), '\0');
     asn_add_alg_to_digest(digest_info, hash);
@@ -108,36 +103,34 @@ std::string code_text(pki_alg_t alg) {
 void run(const alg_options_t& options, console_t& console) {
     const pki_alg_t alg = find_alg(options.alg);
     record_t record;
-    record.add("code", shown_text_t(code_text(alg)));
-    record.add("name", shown_text_t(I2S_PKI_ALG_T->getString(alg, "")));
+    record.add("code", code_text(alg));
+    record.add("name", I2S_PKI_ALG_T->getString(alg, ""));
     const oid_ref_t oid = find_oid(alg);
     if (oid.size != 0) {
-        record.add("oid", shown_text_t(oid_to_text(chars(oid.data, oid.size)).value_or("")));
+        record.add("oid", oid_to_text(chars(oid.data, oid.size)).value_or(""));
     }
     if (PKI_HASH_ALG_TO_OID(alg).size != 0) {
         record.add("digest_size", digest_size(alg));
-        record.add("digest_info_prefix", shown_text_t(to_hex(digest_info_prefix(alg))));
+        record.add("digest_info_prefix", to_hex(digest_info_prefix(alg)));
     }
     const oid_ref_t ike = asn_form_ike_signalg(alg);
     if (ike.size != 0) {
-        record.add("ike_algorithm_identifier", shown_text_t(to_hex(chars(ike.data, ike.size))));
+        record.add("ike_algorithm_identifier", to_hex(chars(ike.data, ike.size)));
     }
     console.put(record, options.json);
 }
 
 } // namespace
 
-void add_alg_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("alg", "Show an algorithm's code, name, OID and encodings");
+void add_alg_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("alg", "Show an algorithm's code, name, OID and encodings");
     const auto options = std::make_shared<alg_options_t>();
-    command.add_option("ALGORITHM", options->alg, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID")
-        ->type_name("")
-        ->required();
+    command.add_argument("ALGORITHM", options->alg, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID");
     command.add_flag("--json", options->json, "One JSON object");
-    command.footer("A hash has digest_size (bytes) and digest_info_prefix: the DER in front of the digest in its "
-                   "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.\n"
-                   "Examples:\n"
-                   "  derkit alg SHA256\n"
-                   "  derkit alg 1.2.840.113549.1.1.11");
-    command.callback([options, &console] { run(*options, console); });
+    command.set_footer("A hash has digest_size (bytes) and digest_info_prefix: the DER in front of the digest in its "
+                       "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.\n"
+                       "Examples:\n"
+                       "  derkit alg SHA256\n"
+                       "  derkit alg 1.2.840.113549.1.1.11");
+    command.set_action([options, &console] { run(*options, console); });
 }

@@ -4,18 +4,14 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
-#include "commands/certificate_facts.h"
 #include "commands/commands.h"
-#include "commands/oid_map_option.h"
-#include "commands/printable_name.h"
+#include "commands/facts.h"
+#include "commands/options.h"
 #include "formats/certificate.h"
+#include "formats/der.h"
 #include "formats/pem.h"
 #include "io/bytes.h"
-#include "io/console.h"
-#include "io/input_file.h"
-#include "io/input_stream.h"
+#include "io/input.h"
 
 namespace {
 
@@ -28,6 +24,25 @@ struct cert_options_t {
     bool round_trip = false;
 };
 
+// Tells whether the name, in this order, goes from its shown text back to DER and from there to the same text and the
+// same types. Types are compared as OIDs too: a map can give two of them one short name.
+bool comes_back_from_text(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map) {
+    const oid_map_handle_t no_map;
+    const std::optional<shown_text_t> text = show_name(name, order, map);
+    std::string der;
+    if (!text.has_value() || !printable_to_asn_dn(text->str().c_str(), der, map)) {
+        return false;
+    }
+    // The text was encoded in its own order, so the way back keeps that.
+    const blob_t encoded = make_blob(der);
+    return show_name(encoded, PDN_ORDER_AS_ENCODED, map) == text &&
+           show_name(encoded, PDN_ORDER_AS_ENCODED, no_map) == show_name(name, order, no_map);
+}
+
+bool comes_back_from_text(const blob_t& name, oid_map_handle_t map) {
+    return comes_back_from_text(name, PDN_ORDER_AS_ENCODED, map) && comes_back_from_text(name, PDN_ORDER_REVERSED, map);
+}
+
 class cert_command_t {
   public:
     cert_command_t(const cert_options_t& options, console_t& console)
@@ -37,13 +52,6 @@ class cert_command_t {
     void run();
 
   private:
-    // Where a certificate stands: a file and, when it has several, which one.
-    struct place_t {
-        std::string file;
-        unsigned int index = 1;
-        std::string subject; // of messages
-    };
-
     const cert_options_t& options_;
     console_t& console_;
     oid_map_handle_t map_;
@@ -55,7 +63,6 @@ class cert_command_t {
     bool run_der(input_stream_t& input, const std::string& file, std::string& problem);
     bool run_pem(input_stream_t& input, const std::string& file);
     void run_pem_block(const pem_block_t& block, const place_t& place);
-    void warn_of_trailing(unsigned long long size, const place_t& place);
     void show(const certificate_t& certificate, const place_t& place);
     void show_field(const char* field, const blob_t& name, const place_t& place, record_t& record);
     void show_counts();
@@ -75,8 +82,8 @@ void cert_command_t::run() {
     console_.progress().hide();
 }
 
-// A file is DER when a certificate can be read from it. Anything else is searched for PEM: text around it may start
-// with any character, with the one that has the code of a SEQUENCE too.
+// A file is DER if a certificate can be read from it. Anything else is searched for PEM, even if it starts like DER: the
+// text around PEM blocks may start with any character.
 void cert_command_t::run_file(const std::string& file) {
     input_stream_t input(file);
     const std::string name = input_name(file);
@@ -92,7 +99,7 @@ void cert_command_t::run_file(const std::string& file) {
     }
 }
 
-// Gives false when there is no certificate, and says why.
+// Returns false if there is no certificate, and says why.
 bool cert_command_t::run_der(input_stream_t& input, const std::string& file, std::string& problem) {
     const std::string bytes(look_at_element(input, asn_tag_t::SEQUENCE));
     certificate_t certificate;
@@ -101,31 +108,19 @@ bool cert_command_t::run_der(input_stream_t& input, const std::string& file, std
     }
     const place_t place{file, 1, file};
     input.pass(bytes.size());
-    warn_of_trailing(certificate.trailing.size + pass_rest(input), place);
+    warn_of_trailing(file, "certificate", certificate.trailing.size + input.pass_rest(), console_);
     show(certificate, place);
     return true;
 }
 
-// Gives false when the text has no PEM block at all.
+// Returns false if the text has no PEM block at all.
 bool cert_command_t::run_pem(input_stream_t& input, const std::string& file) {
     pem_reader_t reader(input);
-    unsigned int num_certificates = 0;
-    std::optional<std::string> other_label;
-    while (const std::optional<pem_block_t> block = reader.next()) {
-        if (!is_certificate_label(block->label)) {
-            other_label = block->label;
-            continue;
-        }
-        ++num_certificates;
-        const std::string which = "certificate " + std::to_string(num_certificates);
-        const std::string where = "line " + std::to_string(block->line);
-        run_pem_block(*block, {file, num_certificates, file + ": " + which + " (" + where + ")"});
-        console_.progress().update([&] { return progress_text(num_certificates, "certificates", input); });
-    }
-    if (num_certificates == 0 && other_label.has_value()) {
-        throw failure_t(file, "holds no certificate, but " + *other_label);
-    }
-    return num_certificates != 0;
+    const auto take = [&](const pem_block_t& block, unsigned int number) {
+        run_pem_block(block, place_in_pem(file, "certificate", number, block.line));
+        console_.progress().update([&] { return input.progress_text(number, "certificates"); });
+    };
+    return take_pem_blocks(reader, is_certificate_label, take).any(file, "no certificate");
 }
 
 void cert_command_t::run_pem_block(const pem_block_t& block, const place_t& place) {
@@ -136,23 +131,13 @@ void cert_command_t::run_pem_block(const pem_block_t& block, const place_t& plac
         return;
     }
     if (block.label != TRUSTED_LABEL) {
-        warn_of_trailing(certificate.trailing.size, place);
+        warn_of_trailing(place.subject, "certificate", certificate.trailing.size, console_);
     }
     show(certificate, place);
 }
 
-void cert_command_t::warn_of_trailing(unsigned long long size, const place_t& place) {
-    if (size != 0) {
-        console_.warn(place.subject, std::to_string(size) + " bytes behind the certificate are not looked at");
-    }
-}
-
 void cert_command_t::show(const certificate_t& certificate, const place_t& place) {
-    record_t record;
-    if (options_.json) {
-        record.add("file", shown_text_t(place.file));
-        record.add("index", place.index);
-    }
+    record_t record = start_record(place, options_.json);
     show_field("subject", certificate.subject, place, record);
     show_field("issuer", certificate.issuer, place, record);
     for (const std::string& problem : add_certificate_facts(certificate, map_, options_.local, record)) {
@@ -196,26 +181,22 @@ void cert_command_t::show_counts() {
 
 } // namespace
 
-void add_cert_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("cert", "Show certificates: names, validity, algorithms, keys");
+void add_cert_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("cert", "Show certificates: names, validity, algorithms, keys");
     const auto options = std::make_shared<cert_options_t>();
-    command.add_option("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input")
-        ->type_name("")
-        ->required();
-    command
-        .add_option("--order", options->order,
-                    "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it")
-        ->check(CLI::IsMember({"as-encoded", "reversed"}))
-        ->type_name("ORDER");
+    command.add_argument("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input");
+    command.add_choice(
+        {"--order", "ORDER", "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it"},
+        options->order, {"as-encoded", "reversed"});
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--local", options->local, "Show the validity in local time too");
     command.add_flag(
         "--round-trip", options->round_trip,
         "Take every name, in both orders, back to DER and print it again; count how often the text stays the same");
-    command.footer("What cannot be used is reported on standard error; the rest is shown all the same.\n"
-                   "Examples:\n"
-                   "  derkit cert server.pem\n"
-                   "  derkit cert --json --order reversed bundle.pem | jq .subject");
-    command.callback([options, &console] { cert_command_t(*options, console).run(); });
+    command.set_footer("What cannot be used is reported on standard error; the rest is shown all the same.\n"
+                       "Examples:\n"
+                       "  derkit cert server.pem\n"
+                       "  derkit cert --json --order reversed bundle.pem | jq .subject");
+    command.set_action([options, &console] { cert_command_t(*options, console).run(); });
 }

@@ -1,25 +1,22 @@
 // derkit dn: a distinguished name from text to its canonical text and to DER.
 #include <memory>
+#include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "commands/commands.h"
-#include "commands/oid_map_option.h"
+#include "commands/options.h"
 #include "derkit/asn_printable.h"
-#include "io/console.h"
-#include "io/hex.h"
+#include "io/bytes.h"
 
 namespace {
 
 struct dn_options_t {
     std::string text;
-    std::string type; // to get
+    std::optional<std::string> get; // the type of the attribute
     oid_map_option_t oid_map;
     bool reverse = false;
     bool der = false;
     bool hex = false;
-    bool get = false;
     bool json = false;
 };
 
@@ -57,17 +54,17 @@ void run(const dn_options_t& options, console_t& console) {
     if (options.json) {
         record_t record;
         record.add("dn", name.text);
-        record.add("der", shown_text_t(to_hex(name.der)));
-        if (options.get) {
-            record.add("value", get_value(name, options.type));
+        record.add("der", to_hex(name.der));
+        if (options.get.has_value()) {
+            record.add("value", get_value(name, *options.get));
         }
         console.put(record, true);
     } else if (options.der) {
         console.put_bytes(name.der);
     } else if (options.hex) {
         console.put(shown_text_t(to_hex(name.der)));
-    } else if (options.get) {
-        console.put(get_value(name, options.type));
+    } else if (options.get.has_value()) {
+        console.put(get_value(name, *options.get));
     } else {
         console.put(name.text);
     }
@@ -75,25 +72,21 @@ void run(const dn_options_t& options, console_t& console) {
 
 } // namespace
 
-void add_dn_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("dn", "Bring a distinguished name to its canonical text or to DER");
+void add_dn_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("dn", "Bring a distinguished name to its canonical text or to DER");
     const auto options = std::make_shared<dn_options_t>();
-    command.add_option("TEXT", options->text, "The name, such as CN=user1,O=Example,C=RU")->type_name("")->required();
+    command.add_argument("TEXT", options->text, "The name, such as CN=user1,O=Example,C=RU");
     command.add_flag("--reverse", options->reverse, "Reverse the order of the RDNs first");
-    CLI::Option* const der = command.add_flag("--der", options->der, "Write the DER Name");
-    CLI::Option* const hex = command.add_flag("--hex", options->hex, "Show the DER Name in hexadecimal");
-    CLI::Option* const get = command.add_option("--get", options->type, "Show the value of the first TYPE, as written");
-    get->type_name("TYPE");
+    command.add_flag("--der", options->der, "Write the DER Name");
+    command.add_flag("--hex", options->hex, "Show the DER Name in hexadecimal");
+    command.add_option({"--get", "TYPE", "Show the value of the first TYPE, as written"}, options->get);
     options->oid_map.add_to(command);
-    CLI::Option* const json = command.add_flag("--json", options->json, "One JSON object, with the DER in hexadecimal");
-    der->excludes(hex)->excludes(get)->excludes(json);
-    hex->excludes(get)->excludes(json);
-    command.footer("--der and --hex exclude each other, --get and --json.\n"
-                   "Examples:\n"
-                   "  derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'\n"
-                   "  derkit dn --get O 'CN=user1,O=Example'");
-    command.callback([options, get, &console] {
-        options->get = get->count() != 0;
-        run(*options, console);
-    });
+    command.add_flag("--json", options->json, "One JSON object, with the DER in hexadecimal");
+    command.exclude("--der", {"--hex", "--get", "--json"});
+    command.exclude("--hex", {"--get", "--json"});
+    command.set_footer("--der and --hex exclude each other, --get and --json.\n"
+                       "Examples:\n"
+                       "  derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'\n"
+                       "  derkit dn --get O 'CN=user1,O=Example'");
+    command.set_action([options, &console] { run(*options, console); });
 }

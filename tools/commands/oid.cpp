@@ -3,17 +3,13 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "commands/commands.h"
-#include "commands/oid_map_option.h"
+#include "commands/options.h"
 #include "derkit/asn_helper.h"
 #include "derkit/asn_oidmap.h"
 #include "derkit/int2str.h"
-#include "formats/oid_text.h"
+#include "formats/named_oid.h"
 #include "io/bytes.h"
-#include "io/console.h"
-#include "io/hex.h"
 
 namespace {
 
@@ -52,33 +48,31 @@ void run(const oid_options_t& options, console_t& console) {
     const oid_map_handle_t map = options.oid_map.load();
     const std::string content = find_oid(options.oid, map);
     record_t record;
-    record.add("oid", shown_text_t(oid_to_text(content).value_or("")));
-    record.add("der", shown_text_t(to_hex(content)));
+    record.add("oid", oid_to_text(content).value_or(""));
+    record.add("der", to_hex(content));
     const OIDdescr_t* const entry = oid_map_find_asn(map, octets(content), size_of(content));
     if (entry != nullptr) {
-        record.add("short_name", shown_text_t(std::string_view(entry->oid_sn, entry->oid_sn_size)));
-        record.add("long_name", shown_text_t(std::string_view(entry->oid_ln, entry->oid_ln_size)));
+        record.add("short_name", std::string_view(entry->oid_sn, entry->oid_sn_size));
+        record.add("long_name", std::string_view(entry->oid_ln, entry->oid_ln_size));
     }
     const char* const algorithm = I2S_PKI_ALG_T->getString(PKI_OID_TO_ALG(content.data(), size_of(content)), nullptr);
     if (algorithm != nullptr) {
-        record.add("algorithm", shown_text_t(algorithm));
+        record.add("algorithm", algorithm);
     }
     console.put(record, options.json);
 }
 
 } // namespace
 
-void add_oid_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("oid", "Show an object identifier as dotted text, DER and names");
+void add_oid_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("oid", "Show an object identifier as dotted text, DER and names");
     const auto options = std::make_shared<oid_options_t>();
-    command.add_option("OID", options->oid, "Dotted text, a short name, or DER content octets in hexadecimal")
-        ->type_name("")
-        ->required();
+    command.add_argument("OID", options->oid, "Dotted text, a short name, or DER content octets in hexadecimal");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object");
-    command.footer("Examples:\n"
-                   "  derkit oid 2.5.4.3\n"
-                   "  derkit oid OU\n"
-                   "  derkit oid 2A864886F70D01010B");
-    command.callback([options, &console] { run(*options, console); });
+    command.set_footer("Examples:\n"
+                       "  derkit oid 2.5.4.3\n"
+                       "  derkit oid OU\n"
+                       "  derkit oid 2A864886F70D01010B");
+    command.set_action([options, &console] { run(*options, console); });
 }

@@ -3,25 +3,22 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
-#include "commands/p12_password.h"
-#include "commands/p12_subcommands.h"
+#include "commands/commands.h"
+#include "commands/options.h"
 #include "formats/certificate.h"
 #include "formats/p12_container.h"
-#include "formats/pem_writer.h"
+#include "formats/pem.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
-#include "io/console.h"
-#include "io/file_set.h"
-#include "io/input_file.h"
+#include "io/input.h"
+#include "io/output.h"
 
 namespace {
 
 struct p12_extract_options_t {
     std::string file;
     std::string directory;
-    p12_password_t password;
+    container_password_option_t password;
     bool force = false;
     bool partial = false;
 };
@@ -38,7 +35,7 @@ class p12_extract_t {
     console_t& console_;
     std::string name_; // of the file, in messages
 
-    void tell_passed_over(const p12_container_t& container);
+    void tell_skipped(const p12_container_t& container);
     void extract(const p12_container_t& container);
     void add_key(const blob_t& value, const std::string& which, file_set_t& files);
     void add_certificate(const blob_t& value, const std::string& which, file_set_t& files);
@@ -46,15 +43,12 @@ class p12_extract_t {
 };
 
 void p12_extract_t::run() {
-    options_.password.check(options_.file);
-    std::string bytes = read_input(options_.file);
-    if (bytes.empty()) {
-        throw failure_t(name_, "is empty");
-    }
+    options_.password.require_free_stdin(options_.file);
+    std::string bytes = read_filled_input(options_.file);
     const std::optional<secret_t> password = options_.password.read(options_.file);
     const p12_container_t container(name_, std::move(bytes), password);
-    tell_passed_over(container);
-    if (!container.passed_over().empty() && !options_.partial) {
+    tell_skipped(container);
+    if (!container.skipped().empty() && !options_.partial) {
         throw failure_t(name_, "nothing is extracted, because not all can be read (--partial extracts the rest)");
     }
     if (container.keys().empty() && container.certificates().empty()) {
@@ -63,8 +57,8 @@ void p12_extract_t::run() {
     extract(container);
 }
 
-void p12_extract_t::tell_passed_over(const p12_container_t& container) {
-    for (const std::string& text : container.passed_over()) {
+void p12_extract_t::tell_skipped(const p12_container_t& container) {
+    for (const std::string& text : container.skipped()) {
         console_.fail(name_, text);
     }
 }
@@ -116,19 +110,20 @@ std::string_view p12_extract_t::without_trailing(const blob_t& value, const blob
 
 } // namespace
 
-void add_p12_extract(CLI::App& p12, console_t& console) {
-    CLI::App& command = *p12.add_subcommand("extract", "Write the keys and certificates of a container as PEM files");
+void add_p12_extract(command_t& p12, console_t& console) {
+    command_t command = p12.add_subcommand("extract", "Write the keys and certificates of a container as PEM files");
     const auto options = std::make_shared<p12_extract_options_t>();
-    command.add_option("FILE", options->file, "A container; - is standard input")->type_name("")->required();
-    command.add_option("--out", options->directory, "Where key-1.pem, certificate-1.pem and so on go; made if missing")
-        ->type_name("DIR")
-        ->required();
+    command.add_argument("FILE", options->file, "A container; - is standard input");
+    command.add_option({"--out", "DIR", "Where key-1.pem, certificate-1.pem and so on go; made if missing"},
+                       options->directory);
     options->password.add_to(command);
     command.add_flag("--force", options->force, "Overwrite files that are there");
     command.add_flag("--partial", options->partial, "Extract what can be read although something cannot");
-    command.footer("Keys are written unencrypted, for their owner's eyes only (mode 0600). After a failure there is "
-                   "no file at all. Without a password option the password is asked for at the terminal.\n"
-                   "Example:\n"
-                   "  derkit p12 extract --out folder container.p12");
-    command.callback([options, &console] { p12_extract_t(*options, console).run(); });
+    command.require({"--out"});
+    command.set_footer(
+        "Keys are written unencrypted, for their owner's eyes only (mode 0600). After a failure there is "
+        "no file at all. Without a password option the password is asked for at the terminal.\n"
+        "Example:\n"
+        "  derkit p12 extract --out folder container.p12");
+    command.set_action([options, &console] { p12_extract_t(*options, console).run(); });
 }

@@ -8,21 +8,18 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <gcrypt.h>
 
-#include "commands/p12_inputs.h"
-#include "commands/p12_password.h"
-#include "commands/p12_subcommands.h"
-#include "commands/password_option.h"
+#include "commands/commands.h"
+#include "commands/options.h"
 #include "derkit/pkcs12_helper.h"
+#include "formats/certificate.h"
 #include "formats/gost_pbe_crypto.h"
 #include "formats/p12_container.h"
+#include "formats/private_key.h"
 #include "io/bytes.h"
-#include "io/console.h"
-#include "io/output_file.h"
+#include "io/output.h"
 #include "io/secret.h"
-#include "io/utf16.h"
 
 namespace {
 
@@ -33,13 +30,12 @@ struct p12_make_options_t {
     std::string profile = "standard";
     std::string out;
     password_option_t password;
-    const CLI::Option* ask = nullptr; // of the password
     bool force = false;
 };
 
 constexpr unsigned int SHA1_SIZE = 20;
 
-// The content of a container, all of it encrypted: the key first. Its parts must outlive it.
+// What goes into a container, all of it encrypted: the key first.
 struct p12_parts_t {
     std::string key;
     std::vector<std::string> certificates;
@@ -47,21 +43,14 @@ struct p12_parts_t {
     std::array<unsigned char, SHA1_SIZE> local_key_id = {};
 };
 
-blob_t view(std::string_view bytes) {
-    blob_t blob;
-    blob.size = size_of(bytes);
-    blob.data = octets(bytes);
-    return blob;
-}
-
 pkcs12_bag_t make_bag(unsigned int type, std::string_view value) {
     pkcs12_bag_t bag;
     bag.type = type;
-    bag.value = view(value);
+    bag.value = make_blob(value);
     return bag;
 }
 
-// The key and the first certificate, which belongs to it, are known by the same name and number.
+// The key and the first certificate, which belongs to it, share a name and a number.
 void mark_as_pair(const p12_parts_t& parts, pkcs12_bag_t& bag) {
     bag.friendly_name.size = size_of(parts.friendly_name);
     bag.friendly_name.data = octets(parts.friendly_name);
@@ -86,11 +75,11 @@ bool is_same(const opened_bag_t& opened, std::string_view value) {
     return chars(opened.bag->value) == value;
 }
 
-// A length of 65,536 or more can come out too short.
+// The library can write a length of 65,536 or more too short.
 bool comes_back(const p12_parts_t& parts, const std::string& bytes, const std::optional<secret_t>& password) {
     try {
         const p12_container_t container("", bytes, password);
-        return container.passed_over().empty() && container.keys().size() == 1 &&
+        return container.skipped().empty() && container.keys().size() == 1 &&
                is_same(container.keys().front(), parts.key) &&
                std::equal(container.certificates().begin(), container.certificates().end(), parts.certificates.begin(),
                           parts.certificates.end(), is_same);
@@ -140,17 +129,16 @@ void p12_make_t::run() const {
 }
 
 void p12_make_t::require_free_inputs() const {
-    require_free_stdin(options_.password, options_.key);
+    options_.password.require_free_stdin(options_.key);
     for (const std::string& file : options_.certificates) {
-        require_free_stdin(options_.password, file);
+        options_.password.require_free_stdin(file);
     }
 }
 
-// A password that was mistyped unseen would lock the key away, so it is asked for twice.
+// A typing error that nobody sees would lock the key away, so the password is asked for twice.
 secret_t p12_make_t::read_password() const {
-    secret_t password = options_.password.read_or_ask(options_.out);
-    const bool asked = !options_.password.given() || options_.ask->count() != 0;
-    if (asked && options_.password.read_or_ask(options_.out + " again").text() != password.text()) {
+    secret_t password = options_.password.read(options_.out);
+    if (options_.password.asks() && options_.password.read(options_.out + " again").text() != password.text()) {
         throw failure_t(options_.out, "the two passwords differ");
     }
     return password;
@@ -185,32 +173,26 @@ void p12_make_t::write(const std::string& bytes) const {
 
 } // namespace
 
-void add_p12_make(CLI::App& p12, console_t&) {
-    CLI::App& command = *p12.add_subcommand("make", "Make a container of a private key and its certificates");
+void add_p12_make(command_t& p12) {
+    command_t command = p12.add_subcommand("make", "Make a container of a private key and its certificates");
     const auto options = std::make_shared<p12_make_options_t>();
-    command.add_option("--key", options->key, "A PKCS#8 key, PEM or DER, plain or encrypted under the same password")
-        ->type_name("FILE")
-        ->required();
-    command.add_option("--cert", options->certificates, "Certificates, all in a PEM file or one in DER; repeatable")
-        ->type_name("FILE")
-        ->allow_extra_args(false)
-        ->required();
-    command.add_option("--name", options->name, "Friendly name of the key and its certificate")->type_name("TEXT");
-    command
-        .add_option("--profile", options->profile,
-                    "Layout: standard (the default), as RFC 7292 has it, or native, the library's own")
-        ->check(CLI::IsMember({"standard", "native"}))
-        ->type_name("PROFILE");
-    command.add_option("--out", options->out, "The container; only its owner can read it")
-        ->type_name("FILE")
-        ->required();
+    command.add_option({"--key", "FILE", "A PKCS#8 key, PEM or DER, plain or encrypted under the same password"},
+                       options->key);
+    command.add_option({"--cert", "FILE", "Certificates, all in a PEM file or one in DER; repeatable"},
+                       options->certificates);
+    command.add_option({"--name", "TEXT", "Friendly name of the key and its certificate"}, options->name);
+    command.add_choice(
+        {"--profile", "PROFILE", "Layout: standard (the default), as RFC 7292 has it, or native, the library's own"},
+        options->profile, {"standard", "native"});
+    command.add_option({"--out", "FILE", "The container; only its owner can read it"}, options->out);
     options->password.add_to(command);
-    options->ask = command.get_option("--password-ask");
     command.add_flag("--force", options->force, "Overwrite a file that is there");
-    command.footer("The key and the certificates are all encrypted (GOST 28147-89), also the names. The first "
-                   "certificate is taken to be that of the key: whether it is, is not checked. An encrypted key must "
-                   "have the password that the container gets. Without a password option it is asked for, twice.\n"
-                   "Example:\n"
-                   "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
-    command.callback([options] { p12_make_t(*options).run(); });
+    command.require({"--key", "--cert", "--out"});
+    command.set_footer("The key and the certificates are all encrypted (GOST 28147-89), also the names. The first "
+                       "certificate is taken to be that of the key: whether it is, is not checked. An encrypted key "
+                       "must have the password that the container gets. Without a password option it is asked for, "
+                       "twice.\n"
+                       "Example:\n"
+                       "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
+    command.set_action([options] { p12_make_t(*options).run(); });
 }

@@ -3,48 +3,42 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
-#include "commands/oid_map_option.h"
-#include "commands/p12_password.h"
-#include "commands/p12_subcommands.h"
-#include "commands/printable_name.h"
-#include "formats/asn_time.h"
+#include "commands/commands.h"
+#include "commands/facts.h"
+#include "commands/options.h"
 #include "formats/certificate.h"
 #include "formats/p12_container.h"
 #include "formats/pfx_outline.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
-#include "io/console.h"
-#include "io/hex.h"
-#include "io/input_file.h"
-#include "io/utf16.h"
+#include "io/input.h"
 
 namespace {
 
 struct p12_show_options_t {
     std::string file;
-    p12_password_t password;
+    container_password_option_t password;
     oid_map_option_t oid_map;
     bool json = false;
 };
 
-void add_if(record_t& record, const char* key, const std::optional<unsigned int>& number) {
-    if (number.has_value()) {
-        record.add(key, *number);
+// PBMAC1 has salt and iterations of its own; those of the container mean nothing then.
+void add_mac(const mac_outline_t& mac, record_t& record) {
+    add_named("algorithm", "algorithm_oid", mac.algorithm.scheme, record);
+    record.add("size", mac.size);
+    if (mac.algorithm.kdf.has_value()) {
+        add_derivation(mac.algorithm, record);
+        add_named("mac", "mac_oid", mac.algorithm.cipher, record);
+    } else {
+        record.add("salt_size", mac.salt_size);
+        record.add("iterations", mac.iterations);
     }
 }
 
-void add_if(record_t& record, const char* key, const std::string& text) {
-    if (!text.empty()) {
-        record.add(key, shown_text_t(text));
-    }
-}
-
-void add_named(record_t& record, const char* key, const char* oid_key, const std::optional<named_oid_t>& named) {
-    if (named.has_value()) {
-        add_if(record, key, named->name);
-        add_if(record, oid_key, named->oid);
+void add_declinable_encryption(const std::optional<pbe_outline_t>& pbe, record_t& record) {
+    if (pbe.has_value()) {
+        add_encryption(*pbe, record);
+        record.add_if("not_read", pbe->declined);
     }
 }
 
@@ -64,9 +58,6 @@ class p12_show_t {
     void show_mac(const pfx_outline_t& outline);
     void show_entry(const entry_outline_t& entry, std::size_t index);
     void show_outer_bag(const bag_outline_t& bag, std::size_t entry_index, std::size_t index);
-    void add_encryption(const pbe_outline_t& pbe, record_t& record) const;
-    void add_derivation(const pbe_outline_t& pbe, record_t& record) const;
-    void add_mac(const mac_outline_t& mac, record_t& record) const;
 
     void show_inside(const p12_container_t& container, oid_map_handle_t map);
     void show_good_mac(const p12_container_t& container);
@@ -75,17 +66,13 @@ class p12_show_t {
     void add_attributes(const opened_bag_t& bag, const std::string& place, record_t& record);
     void put(const record_t& record, const std::string& place);
     void fail(const std::string& place, const std::string& problem);
-    void warn_of_trailing(const pfx_outline_t& outline);
 
     record_t new_record(const char* object) const;
 };
 
 void p12_show_t::run() {
-    options_.password.check(options_.file);
-    std::string bytes = read_input(options_.file);
-    if (bytes.empty()) {
-        throw failure_t(name_, "is empty");
-    }
+    options_.password.require_free_stdin(options_.file);
+    std::string bytes = read_filled_input(options_.file);
     if (!options_.password.given()) {
         show_outside(outline_pfx(bytes));
         return;
@@ -99,7 +86,7 @@ void p12_show_t::run() {
 record_t p12_show_t::new_record(const char* object) const {
     record_t record;
     if (options_.json) {
-        record.add("object", shown_text_t(object));
+        record.add("object", object);
     }
     return record;
 }
@@ -123,33 +110,20 @@ void p12_show_t::show_outside(const pfx_outline_t& outline) {
     if (!outline.problem.empty()) {
         console_.fail(name_, outline.fault());
     }
-    warn_of_trailing(outline);
+    warn_of_trailing(name_, "container", outline.trailing_size, console_);
 }
 
 void p12_show_t::show_mac(const pfx_outline_t& outline) {
     record_t record = new_record("mac");
     if (!outline.mac.has_value()) {
-        record.add("algorithm", shown_text_t("none"));
+        record.add("algorithm", "none");
     } else {
         add_mac(*outline.mac, record);
         if (!outline.mac->declined.empty()) {
-            record.add("not_read", shown_text_t("the MAC " + outline.mac->declined));
+            record.add("not_read", "the MAC " + outline.mac->declined);
         }
     }
     put(record, "mac");
-}
-
-// PBMAC1 has salt and iterations of its own; those of the container mean nothing then.
-void p12_show_t::add_mac(const mac_outline_t& mac, record_t& record) const {
-    add_named(record, "algorithm", "algorithm_oid", mac.algorithm.scheme);
-    record.add("size", mac.size);
-    if (mac.algorithm.kdf.has_value()) {
-        add_derivation(mac.algorithm, record);
-        add_named(record, "mac", "mac_oid", mac.algorithm.cipher);
-    } else {
-        record.add("salt_size", mac.salt_size);
-        record.add("iterations", mac.iterations);
-    }
 }
 
 void p12_show_t::show_entry(const entry_outline_t& entry, std::size_t index) {
@@ -157,11 +131,9 @@ void p12_show_t::show_entry(const entry_outline_t& entry, std::size_t index) {
     if (options_.json) {
         record.add("entry", static_cast<unsigned int>(index + 1));
     }
-    add_named(record, "content_type", "content_type_oid", entry.content_type);
+    add_named("content_type", "content_type_oid", entry.content_type, record);
     record.add("size", entry.size);
-    if (entry.encryption.has_value()) {
-        add_encryption(*entry.encryption, record);
-    }
+    add_declinable_encryption(entry.encryption, record);
     put(record, entry_place(index));
     for (std::size_t i = 0; i < entry.bags.size(); ++i) {
         show_outer_bag(entry.bags[i], index, i);
@@ -174,28 +146,10 @@ void p12_show_t::show_outer_bag(const bag_outline_t& bag, std::size_t entry_inde
         record.add("entry", static_cast<unsigned int>(entry_index + 1));
         record.add("bag", static_cast<unsigned int>(index + 1));
     }
-    add_named(record, "type", "type_oid", bag.type);
+    add_named("type", "type_oid", bag.type, record);
     record.add("size", bag.size);
-    if (bag.encryption.has_value()) {
-        add_encryption(*bag.encryption, record);
-    }
+    add_declinable_encryption(bag.encryption, record);
     put(record, bag_place(entry_place(entry_index), index));
-}
-
-void p12_show_t::add_encryption(const pbe_outline_t& pbe, record_t& record) const {
-    add_named(record, "scheme", "scheme_oid", pbe.scheme);
-    add_derivation(pbe, record);
-    add_named(record, "cipher", "cipher_oid", pbe.cipher);
-    add_named(record, "cipher_param_set", "cipher_param_set_oid", pbe.param_set);
-    add_if(record, "iv_size", pbe.iv_size);
-    add_if(record, "not_read", pbe.declined);
-}
-
-void p12_show_t::add_derivation(const pbe_outline_t& pbe, record_t& record) const {
-    add_named(record, "kdf", "kdf_oid", pbe.kdf);
-    add_named(record, "prf", "prf_oid", pbe.prf);
-    add_if(record, "salt_size", pbe.salt_size);
-    add_if(record, "iterations", pbe.iterations);
 }
 
 void p12_show_t::show_inside(const p12_container_t& container, oid_map_handle_t map) {
@@ -208,17 +162,17 @@ void p12_show_t::show_inside(const p12_container_t& container, oid_map_handle_t 
     for (const opened_bag_t& bag : container.certificates()) {
         show_certificate(bag, ++index, map);
     }
-    for (const std::string& text : container.passed_over()) {
+    for (const std::string& text : container.skipped()) {
         console_.fail(name_, text);
     }
-    warn_of_trailing(container.outline());
+    warn_of_trailing(name_, "container", container.outline().trailing_size, console_);
 }
 
 void p12_show_t::show_good_mac(const p12_container_t& container) {
     record_t record = new_record("mac");
-    record.add("verdict", shown_text_t("good"));
-    record.add("profile", shown_text_t(container.profile() == container_profile_t::NATIVE ? "native" : "standard"));
-    record.add("key", shown_text_t(container.mac_key() == mac_key_t::PBKDF2 ? "PBKDF2" : "PKCS#12 KDF"));
+    record.add("verdict", "good");
+    record.add("profile", container.profile() == container_profile_t::NATIVE ? "native" : "standard");
+    record.add("key", container.mac_key() == mac_key_t::PBKDF2 ? "PBKDF2" : "PKCS#12 KDF");
     add_mac(*container.outline().mac, record);
     put(record, "mac");
 }
@@ -233,10 +187,10 @@ void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
     private_key_t key;
     std::string problem;
     if (read_private_key(chars(bag.bag->value), key, problem)) {
-        record.add("family", shown_text_t(key.family));
-        add_if(record, "shape", key.shape);
-        add_if(record, "bits", key.bits != 0 ? std::optional(key.bits) : std::nullopt);
-        record.add("readable", yes_or_no(key.readable));
+        record.add("family", key.family);
+        record.add_if("shape", key.shape);
+        record.add_if("bits", key.bits != 0 ? std::optional(key.bits) : std::nullopt);
+        record.add_yes_or_no("readable", key.readable);
     } else {
         fail(place, problem);
     }
@@ -263,10 +217,10 @@ void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, o
     } else {
         fail(place, "subject is malformed or has text that its string type does not allow");
     }
-    validity_t validity;
-    if (read_validity(certificate.validity, validity)) {
-        record.add("not_before", shown_text_t(validity.not_before));
-        record.add("not_after", shown_text_t(validity.not_after));
+    validity_texts_t validity;
+    if (read_validity_texts(certificate.validity, validity)) {
+        record.add("not_before", validity.not_before);
+        record.add("not_after", validity.not_after);
     } else {
         fail(place, "validity is malformed");
     }
@@ -274,37 +228,31 @@ void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, o
 }
 
 void p12_show_t::add_attributes(const opened_bag_t& bag, const std::string& place, record_t& record) {
-    record.add("encrypted", yes_or_no(bag.encrypted));
+    record.add_yes_or_no("encrypted", bag.encrypted);
     const bmp_string_t& friendly_name = bag.bag->friendly_name;
     if (friendly_name.size != 0) {
         const std::optional<std::string> text = utf8_from_utf16(chars(friendly_name.data, friendly_name.size));
         if (text.has_value()) {
-            record.add("friendly_name", shown_text_t(*text));
+            record.add("friendly_name", *text);
         } else {
             fail(place, "friendly name is not UTF-16");
         }
     }
-    add_if(record, "local_key_id", to_hex(chars(bag.bag->local_key_id)));
-}
-
-void p12_show_t::warn_of_trailing(const pfx_outline_t& outline) {
-    if (outline.trailing_size != 0) {
-        console_.warn(name_, std::to_string(outline.trailing_size) + " bytes behind the container are not looked at");
-    }
+    record.add_if("local_key_id", to_hex(chars(bag.bag->local_key_id)));
 }
 
 } // namespace
 
-void add_p12_show(CLI::App& p12, console_t& console) {
-    CLI::App& command = *p12.add_subcommand("show", "Show what a container tells of its protection, or what it holds");
+void add_p12_show(command_t& p12, console_t& console) {
+    command_t command = p12.add_subcommand("show", "Show what a container tells of its protection, or what it holds");
     const auto options = std::make_shared<p12_show_options_t>();
-    command.add_option("FILE", options->file, "A container; - is standard input")->type_name("")->required();
+    command.add_argument("FILE", options->file, "A container; - is standard input");
     options->password.add_to(command);
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
-    command.footer("Without a password: the algorithms and their parameters, and what cannot be read (not_read). "
-                   "With one: what is found to be good, and the keys and certificates.\n"
-                   "Example:\n"
-                   "  derkit p12 show --password-ask container.p12");
-    command.callback([options, &console] { p12_show_t(*options, console).run(); });
+    command.set_footer("Without a password: the algorithms and their parameters, and what cannot be read (not_read). "
+                       "With one: what is found to be good, and the keys and certificates.\n"
+                       "Example:\n"
+                       "  derkit p12 show --password-ask container.p12");
+    command.set_action([options, &console] { p12_show_t(*options, console).run(); });
 }

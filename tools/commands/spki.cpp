@@ -3,18 +3,14 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
-#include "asn/asn_cursor.h"
 #include "commands/commands.h"
-#include "commands/oid_map_option.h"
+#include "commands/facts.h"
+#include "commands/options.h"
 #include "formats/certificate.h"
+#include "formats/der.h"
 #include "formats/pem.h"
 #include "formats/public_key.h"
-#include "io/bytes.h"
-#include "io/console.h"
-#include "io/input_file.h"
-#include "io/input_stream.h"
+#include "io/input.h"
 
 namespace {
 
@@ -24,11 +20,8 @@ struct spki_options_t {
     bool json = false;
 };
 
-blob_t view_of(std::string_view bytes) {
-    blob_t view;
-    view.size = size_of(bytes);
-    view.data = octets(bytes);
-    return view;
+bool is_wanted(std::string_view label) {
+    return label == "PUBLIC KEY" || is_certificate_label(label);
 }
 
 class spki_command_t {
@@ -39,12 +32,6 @@ class spki_command_t {
     void run();
 
   private:
-    // Which of the file's keys this is.
-    struct place_t {
-        unsigned int index = 1;
-        std::string subject; // of messages
-    };
-
     const spki_options_t& options_;
     console_t& console_;
     oid_map_handle_t map_;
@@ -68,7 +55,7 @@ void spki_command_t::run() {
         console_.progress().hide();
         return;
     }
-    const place_t place{1, name_};
+    const place_t place{name_, 1, name_};
     certificate_t certificate;
     std::string problem;
     if (read_certificate(bytes, certificate, problem)) {
@@ -78,25 +65,14 @@ void spki_command_t::run() {
     }
 }
 
-// Gives false when the text has no PEM block at all.
+// Returns false if the text has no PEM block at all.
 bool spki_command_t::run_pem(input_stream_t& input) {
     pem_reader_t reader(input);
-    unsigned int num_keys = 0;
-    std::optional<std::string> other_label;
-    while (const std::optional<pem_block_t> block = reader.next()) {
-        if (block->label != "PUBLIC KEY" && !is_certificate_label(block->label)) {
-            other_label = block->label;
-            continue;
-        }
-        ++num_keys;
-        const std::string where = "key " + std::to_string(num_keys) + " (line " + std::to_string(block->line) + ")";
-        run_pem_block(*block, {num_keys, name_ + ": " + where});
-        console_.progress().update([&] { return progress_text(num_keys, "keys", input); });
-    }
-    if (num_keys == 0 && other_label.has_value()) {
-        throw failure_t(name_, "holds no PUBLIC KEY and no certificate, but " + *other_label);
-    }
-    return num_keys != 0;
+    const auto take = [&](const pem_block_t& block, unsigned int number) {
+        run_pem_block(block, place_in_pem(name_, "key", number, block.line));
+        console_.progress().update([&] { return input.progress_text(number, "keys"); });
+    };
+    return take_pem_blocks(reader, is_wanted, take).any(name_, "no PUBLIC KEY and no certificate");
 }
 
 void spki_command_t::run_pem_block(const pem_block_t& block, const place_t& place) {
@@ -119,18 +95,16 @@ void spki_command_t::show_of_certificate(std::string_view der, const place_t& pl
     }
 }
 
-// `num_more`: bytes of the file behind `der`.
+// `num_more`: bytes of the file after `der`.
 void spki_command_t::show_element(std::string_view der, unsigned long long num_more, const place_t& place) {
-    asn_cursor_t in(view_of(der));
+    asn_cursor_t in = cursor_over(der);
     blob_t key_info;
     in.read_element(asn_tag_t::SEQUENCE, key_info);
     if (!in.ok()) {
         console_.fail(place.subject, "neither a SubjectPublicKeyInfo nor a certificate, as PEM or DER");
         return;
     }
-    if (const unsigned long long num_trailing = in.size + num_more; num_trailing != 0) {
-        console_.warn(place.subject, std::to_string(num_trailing) + " bytes behind the key are not looked at");
-    }
+    warn_of_trailing(place.subject, "key", in.size + num_more, console_);
     show(key_info, place);
 }
 
@@ -141,29 +115,22 @@ void spki_command_t::show(const blob_t& key_info, const place_t& place) {
         console_.fail(place.subject, problem);
         return;
     }
-    record_t record;
-    if (options_.json) {
-        record.add("file", shown_text_t(name_));
-        record.add("index", place.index);
-    }
+    record_t record = start_record(place, options_.json);
     add_public_key(key, record);
     console_.put(record, options_.json);
 }
 
 } // namespace
 
-void add_spki_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("spki", "Show public keys, also those of certificates");
+void add_spki_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("spki", "Show public keys, also those of certificates");
     const auto options = std::make_shared<spki_options_t>();
-    command
-        .add_option("FILE", options->file,
-                    "PUBLIC KEY or CERTIFICATE as PEM, any number of them, or DER; - is standard input")
-        ->type_name("")
-        ->required();
+    command.add_argument("FILE", options->file,
+                         "PUBLIC KEY or CERTIFICATE as PEM, any number of them, or DER; - is standard input");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
-    command.footer("Examples:\n"
-                   "  derkit spki public.pem\n"
-                   "  openssl pkey -in key.pem -pubout | derkit spki -");
-    command.callback([options, &console] { spki_command_t(*options, console).run(); });
+    command.set_footer("Examples:\n"
+                       "  derkit spki public.pem\n"
+                       "  openssl pkey -in key.pem -pubout | derkit spki -");
+    command.set_action([options, &console] { spki_command_t(*options, console).run(); });
 }

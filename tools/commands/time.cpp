@@ -5,11 +5,8 @@
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "commands/commands.h"
 #include "derkit/int2str.h"
-#include "io/console.h"
 
 namespace {
 
@@ -20,7 +17,7 @@ struct time_options_t {
 
 struct moment_t {
     cert_time64_t time = CERT_TIME64_INVALID;
-    std::optional<long> seconds; // nothing when the system has no such moment
+    std::optional<long> seconds; // nothing if the system has no such moment
 };
 
 bool is_number(const std::string& text) {
@@ -53,7 +50,7 @@ moment_t moment_of_seconds(const std::string& text) {
     return {time, seconds};
 }
 
-// The second before the epoch is -1 too: of a text, it is as good as none.
+// -1, the error value, is also the second before the epoch: given as text, that moment shows no seconds.
 moment_t moment_of_text(const std::string& text) {
     const cert_time64_t time = CertTimeFromLogStringGMT(text);
     if (time == CERT_TIME64_INVALID) {
@@ -67,8 +64,8 @@ void add_seconds(long seconds, record_t& record) {
     char log_text[32];
     std::string ctime_text;
     record.add("seconds", seconds);
-    record.add("local_log", shown_text_t(i2s::LogTimeToString(seconds, log_text)));
-    record.add("local_ctime", shown_text_t(TimeToString(seconds, ctime_text)));
+    record.add("local_log", i2s::LogTimeToString(seconds, log_text));
+    record.add("local_ctime", TimeToString(seconds, ctime_text));
 }
 
 void run(const time_options_t& options, console_t& console) {
@@ -78,9 +75,9 @@ void run(const time_options_t& options, console_t& console) {
     std::string gmt_log;
     std::string local;
     record_t record;
-    record.add("gmt", shown_text_t(CertTimeToStringGMT(moment.time, gmt)));
-    record.add("gmt_log", shown_text_t(CertTimeToLogStringGMT(moment.time, gmt_log)));
-    record.add("local", shown_text_t(CertTimeToString(moment.time, local)));
+    record.add("gmt", CertTimeToStringGMT(moment.time, gmt));
+    record.add("gmt_log", CertTimeToLogStringGMT(moment.time, gmt_log));
+    record.add("local", CertTimeToString(moment.time, local));
     if (moment.seconds.has_value()) {
         add_seconds(*moment.seconds, record);
     } else {
@@ -91,17 +88,16 @@ void run(const time_options_t& options, console_t& console) {
 
 } // namespace
 
-void add_time_command(CLI::App& app, console_t& console) {
-    CLI::App& command = *app.add_subcommand("time", "Show a moment in the forms of logs and certificates");
+void add_time_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("time", "Show a moment in the forms of logs and certificates");
     const auto options = std::make_shared<time_options_t>();
-    command.add_option("MOMENT", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch")
-        ->type_name("")
-        ->required();
+    command.add_argument("MOMENT", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch");
     command.add_flag("--json", options->json, "One JSON object");
-    command.footer("local and, of a text, seconds are reckoned with the present distance of local time from GMT, so "
-                   "they are an hour off for a moment on the other side of a change to or from daylight saving.\n"
-                   "Examples:\n"
-                   "  derkit time '2024.02.29 13:05:09'\n"
-                   "  derkit time 1709211909");
-    command.callback([options, &console] { run(*options, console); });
+    command.set_footer(
+        "local and, of a text, seconds are reckoned with the present distance of local time from GMT, so "
+        "they are an hour off for a moment on the other side of a change to or from daylight saving.\n"
+        "Examples:\n"
+        "  derkit time '2024.02.29 13:05:09'\n"
+        "  derkit time 1709211909");
+    command.set_action([options, &console] { run(*options, console); });
 }

@@ -8,7 +8,7 @@
 #include <gcrypt.h>
 
 #include "asn/asn_cursor.h"
-#include "io/utf16.h"
+#include "io/bytes.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr std::size_t PBKDF2_MAC_SIZE = 96;    // of which the last KEY_SIZE oct
 constexpr std::size_t DIGEST_BLOCK_SIZE = 32;  // GOST R 34.11-94; its output is as long
 constexpr unsigned char PKCS12_KDF_MAC_ID = 3; // RFC 7292 B.3
 
-// 07 D0: no octet of it is zero, so it is written without loss.
+// 07 D0: without a zero octet, so the library writes it without loss.
 constexpr unsigned int ITERATIONS = 2000;
 
 void require(gcry_error_t error, const char* what) {
@@ -101,7 +101,7 @@ void compute_mac(const secret_t& key, const blob_t& data, unsigned char* out, st
     require(error, "HMAC GOST R 34.11-94");
 }
 
-// Compares in a time that does not tell where bytes differ.
+// Compares in a time that does not depend on where bytes differ.
 bool equal(const unsigned char* a, const unsigned char* b, std::size_t size) {
     unsigned int difference = 0;
     for (std::size_t i = 0; i < size; ++i) {
@@ -110,7 +110,7 @@ bool equal(const unsigned char* a, const unsigned char* b, std::size_t size) {
     return difference == 0;
 }
 
-// Adds whole blocks of repeated bytes (RFC 7292 B.2 2 and 3); no bytes give no block.
+// Adds whole blocks of repeated bytes (RFC 7292 B.2 2 and 3); no block for no bytes.
 void add_repeated(digest_t& digest, const unsigned char* bytes, std::size_t size) {
     std::size_t left = (size + DIGEST_BLOCK_SIZE - 1) / DIGEST_BLOCK_SIZE * DIGEST_BLOCK_SIZE;
     while (left != 0) {
@@ -120,12 +120,12 @@ void add_repeated(digest_t& digest, const unsigned char* bytes, std::size_t size
     }
 }
 
-// A container names these itself: without a limit it could keep the machine busy for hours.
+// The container chooses these: without a limit it could keep the machine busy for hours.
 bool is_usable(const blob_t& salt, unsigned int iterations) {
     return salt.size != 0 && iterations != 0 && iterations <= gost_pbe_crypto_t::MAX_ITERATIONS;
 }
 
-// Key derivation of RFC 7292 B.2 for a MAC key, which takes one round: the key is as long as the digest.
+// Derives a MAC key (RFC 7292 B.2), in one round: the key is as long as the digest.
 secret_t pkcs12_mac_key(const secret_t& password, const blob_t& salt, unsigned int iterations) {
     secret_t key(KEY_SIZE);
     digest_t digest;
@@ -140,8 +140,8 @@ secret_t pkcs12_mac_key(const secret_t& password, const blob_t& salt, unsigned i
     return key;
 }
 
-// A PrivateKeyInfo starts with its version, a SafeContents holds bags or nothing. Either fills the plaintext: there is
-// no padding in CFB mode.
+// A PrivateKeyInfo starts with its version, a SafeContents holds bags or nothing. Either fills the plaintext: CFB mode
+// has no padding.
 enum class plaintext_t { PRIVATE_KEY, SAFE_CONTENTS, WRAPPED_SAFE_CONTENTS, GARBAGE };
 
 plaintext_t recognise(const std::string& plaintext) {
@@ -174,15 +174,8 @@ std::string octet_string_header(std::size_t size) {
     return static_cast<char>(asn_tag_t::OCTET_STRING) + (size == 0 ? std::string(1, '\0') : length);
 }
 
-blob_t make_blob(const void* data, unsigned int size) {
-    blob_t blob;
-    blob.data = static_cast<const unsigned char*>(data);
-    blob.size = size;
-    return blob;
-}
-
-// The content of the OCTET STRING element that the library hands over to be written. Lengths of 65,536 octets or more
-// can come out too short; a content cut by that must not pass for the whole.
+// The content of the OCTET STRING element that the library passes to be written. The library can write lengths of 65,536
+// octets or more too short; such a truncated content must not pass for the whole.
 blob_t content_of(const blob_t& octet_string) {
     asn_cursor_t in(octet_string);
     const blob_t content = in.read(asn_tag_t::OCTET_STRING);
@@ -196,14 +189,14 @@ blob_t covered_by_new_mac(const blob_t& octet_string, container_profile_t profil
     return profile == container_profile_t::NATIVE ? octet_string : content_of(octet_string);
 }
 
-// What the MAC of a file covers: nothing when the file holds no OCTET STRING there.
+// What the MAC of a file covers: nothing if the file holds no OCTET STRING there.
 blob_t covered_by_mac(const blob_t& octet_string, container_profile_t profile) {
     asn_cursor_t in(octet_string);
     return profile == container_profile_t::NATIVE ? octet_string : in.read(asn_tag_t::OCTET_STRING);
 }
 
-// UTF-8 to big-endian UTF-16 with its terminator (RFC 7292 B.1). What is not UTF-8 has no such form; its bytes are
-// widened one by one, as OpenSSL does.
+// UTF-8 to big-endian UTF-16 with its terminator (RFC 7292 B.1). Bytes that are not UTF-8 are widened one by one, as
+// OpenSSL does.
 secret_t bmp_password(std::string_view utf8) {
     constexpr std::size_t TERMINATOR_SIZE = 2;
     std::optional<std::string> wide = utf16_from_utf8(utf8);
@@ -258,8 +251,8 @@ bool gost_pbe_crypto_t::make_mac(const void* data, unsigned int size, pkcs12_mac
     return true;
 }
 
-// A plaintext that is neither a key nor bags shows a wrong password: the cipher itself does not notice. Bags without
-// the OCTET STRING that the library expects around them get one.
+// The cipher does not detect a wrong password; a plaintext that is neither a key nor bags does. Bags without the OCTET
+// STRING that the library expects around them get one.
 bool gost_pbe_crypto_t::decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) {
     if (!is_usable(params.salt, params.iterations) || params.iv.size != IV_SIZE) {
         return false;

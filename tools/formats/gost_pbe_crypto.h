@@ -23,24 +23,24 @@ enum class mac_key_t {
 // PBKDF2 with HMAC GOST R 34.11-94 (RFC 4357 and RFC 8018), GOST 28147-89 in CFB mode with the CryptoPro-A S-box and
 // key meshing (RFC 4357), HMAC GOST R 34.11-94 for the MAC.
 //
-// Reading finds out by itself which profile and which MAC key a container has; the first use is verify_mac(), as the
-// library calls it. Writing uses the profile it was given, PBKDF2 for the MAC key, and fresh random salts and IV.
+// When reading, verify_mac(), which the library calls first, finds out which profile and MAC key a container has. Writing
+// uses the given profile, PBKDF2 for the MAC key, and fresh random salts and IV.
 //
-// Throws std::runtime_error when libgcrypt cannot do its work, which is no matter of the input.
+// Throws std::runtime_error if libgcrypt fails, whatever the input.
 class gost_pbe_crypto_t final : public pbe_crypto_t {
   public:
-    // More iterations are refused: a file could ask for hours of work.
+    // More iterations are refused: a file could demand hours of work.
     static constexpr unsigned int MAX_ITERATIONS = 1'000'000;
 
     // `password` must outlive the object. Without one the MAC key of PKCS12_KDF comes from no octets at all; with an
     // empty one from its terminator.
     gost_pbe_crypto_t(const std::optional<secret_t>& password, container_profile_t profile);
-    gost_pbe_crypto_t(std::optional<secret_t>&&, container_profile_t) = delete; // would refer to what is gone at once
+    gost_pbe_crypto_t(std::optional<secret_t>&&, container_profile_t) = delete; // would refer to a destroyed temporary
     ~gost_pbe_crypto_t() = default;
     gost_pbe_crypto_t(const gost_pbe_crypto_t&) = delete;
     gost_pbe_crypto_t& operator=(const gost_pbe_crypto_t&) = delete;
 
-    // What verify_mac() found; nothing when it was not called or the MAC is wrong.
+    // What verify_mac() found; nothing if it was not called or the MAC is wrong.
     const std::optional<mac_key_t>& verified_mac_key() const { return verified_mac_key_; }
     // The profile given or, after a good MAC, found.
     container_profile_t profile() const { return profile_; }
@@ -59,7 +59,7 @@ class gost_pbe_crypto_t final : public pbe_crypto_t {
     container_profile_t profile_;
     std::optional<mac_key_t> verified_mac_key_;
 
-    // What the writer views until it returns.
+    // The writer holds views of these until it returns.
     std::array<unsigned char, SALT_SIZE> mac_salt_ = {};
     std::array<unsigned char, MAC_SIZE> mac_ = {};
     std::array<unsigned char, SALT_SIZE> salt_ = {};

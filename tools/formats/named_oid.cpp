@@ -1,14 +1,16 @@
 #include "formats/named_oid.h"
 
 #include <algorithm>
-#include <iterator>
-#include <string_view>
+#include <initializer_list>
+#include <span>
 
-#include "formats/oid_text.h"
+#include "asn/asn_cursor.h"
+#include "derkit/asn_oidmap.h"
 #include "io/bytes.h"
-#include "io/hex.h"
 
 namespace {
+
+constexpr std::size_t MAX_GOST_PARAM_SETS = 3;
 
 struct row_t {
     std::string_view oid;
@@ -83,13 +85,6 @@ constexpr row_t NAMES[] = {
     {"1.2.643.7.1.1.5.1.2", "Magma CTR-ACPKM-OMAC"},
     {"1.2.643.7.1.1.5.2.1", "Kuznyechik CTR-ACPKM"},
     {"1.2.643.7.1.1.5.2.2", "Kuznyechik CTR-ACPKM-OMAC"},
-    // parameter sets of GOST 28147-89: RFC 4357 11.2, RFC 7836 appendix C
-    {"1.2.643.2.2.31.0", "id-Gost28147-89-TestParamSet"},
-    {"1.2.643.2.2.31.1", "id-Gost28147-89-CryptoPro-A-ParamSet"},
-    {"1.2.643.2.2.31.2", "id-Gost28147-89-CryptoPro-B-ParamSet"},
-    {"1.2.643.2.2.31.3", "id-Gost28147-89-CryptoPro-C-ParamSet"},
-    {"1.2.643.2.2.31.4", "id-Gost28147-89-CryptoPro-D-ParamSet"},
-    {"1.2.643.7.1.2.5.1.1", "id-tc26-gost-28147-param-Z"},
     // keys and signatures: RFC 5480 2.1, RFC 5758 3, RFC 3279 2.2.3, RFC 8410 3
     {"1.2.840.10045.2.1", "id-ecPublicKey"},
     {"1.2.840.10045.4.1", "ecdsa-with-SHA1"},
@@ -111,17 +106,102 @@ constexpr row_t NAMES[] = {
     {"1.3.132.0.35", "secp521r1"},
 };
 
+// Parameter sets of GOST 28147-89, named as such and wherever else they occur: RFC 4357 11.2, RFC 7836 appendix C
+constexpr row_t CIPHER_PARAM_SETS[] = {
+    {"1.2.643.2.2.31.0", "id-Gost28147-89-TestParamSet"},
+    {"1.2.643.2.2.31.1", "id-Gost28147-89-CryptoPro-A-ParamSet"},
+    {"1.2.643.2.2.31.2", "id-Gost28147-89-CryptoPro-B-ParamSet"},
+    {"1.2.643.2.2.31.3", "id-Gost28147-89-CryptoPro-C-ParamSet"},
+    {"1.2.643.2.2.31.4", "id-Gost28147-89-CryptoPro-D-ParamSet"},
+    {"1.2.643.7.1.2.5.1.1", "id-tc26-gost-28147-param-Z"},
+};
+
+constexpr row_t OTHER_PARAM_SETS[] = {
+    // RFC 4357: GOST R 34.11-94
+    {"1.2.643.2.2.30.0", "id-GostR3411-94-TestParamSet"},
+    {"1.2.643.2.2.30.1", "id-GostR3411-94-CryptoProParamSet"},
+    // RFC 4357: other sets of GOST 28147-89
+    {"1.2.643.2.2.31.5", "id-Gost28147-89-CryptoPro-Oscar-1-1-ParamSet"},
+    {"1.2.643.2.2.31.6", "id-Gost28147-89-CryptoPro-Oscar-1-0-ParamSet"},
+    {"1.2.643.2.2.31.7", "id-Gost28147-89-CryptoPro-RIC-1-ParamSet"},
+    // RFC 4357: GOST R 34.10-94
+    {"1.2.643.2.2.32.0", "id-GostR3410-94-TestParamSet"},
+    {"1.2.643.2.2.32.2", "id-GostR3410-94-CryptoPro-A-ParamSet"},
+    {"1.2.643.2.2.32.3", "id-GostR3410-94-CryptoPro-B-ParamSet"},
+    {"1.2.643.2.2.32.4", "id-GostR3410-94-CryptoPro-C-ParamSet"},
+    {"1.2.643.2.2.32.5", "id-GostR3410-94-CryptoPro-D-ParamSet"},
+    {"1.2.643.2.2.33.1", "id-GostR3410-94-CryptoPro-XchA-ParamSet"},
+    {"1.2.643.2.2.33.2", "id-GostR3410-94-CryptoPro-XchB-ParamSet"},
+    {"1.2.643.2.2.33.3", "id-GostR3410-94-CryptoPro-XchC-ParamSet"},
+    // RFC 4357: GOST R 34.10-2001, used by GOST R 34.10-2012 too
+    {"1.2.643.2.2.35.0", "id-GostR3410-2001-TestParamSet"},
+    {"1.2.643.2.2.35.1", "id-GostR3410-2001-CryptoPro-A-ParamSet"},
+    {"1.2.643.2.2.35.2", "id-GostR3410-2001-CryptoPro-B-ParamSet"},
+    {"1.2.643.2.2.35.3", "id-GostR3410-2001-CryptoPro-C-ParamSet"},
+    {"1.2.643.2.2.36.0", "id-GostR3410-2001-CryptoPro-XchA-ParamSet"},
+    {"1.2.643.2.2.36.1", "id-GostR3410-2001-CryptoPro-XchB-ParamSet"},
+    // RFC 9215 and RFC 7836: GOST R 34.10-2012
+    {"1.2.643.7.1.2.1.1.1", "id-tc26-gost-3410-2012-256-paramSetA"},
+    {"1.2.643.7.1.2.1.1.2", "id-tc26-gost-3410-2012-256-paramSetB"},
+    {"1.2.643.7.1.2.1.1.3", "id-tc26-gost-3410-2012-256-paramSetC"},
+    {"1.2.643.7.1.2.1.1.4", "id-tc26-gost-3410-2012-256-paramSetD"},
+    {"1.2.643.7.1.2.1.2.0", "id-tc26-gost-3410-2012-512-paramSetTest"},
+    {"1.2.643.7.1.2.1.2.1", "id-tc26-gost-3410-2012-512-paramSetA"},
+    {"1.2.643.7.1.2.1.2.2", "id-tc26-gost-3410-2012-512-paramSetB"},
+    {"1.2.643.7.1.2.1.2.3", "id-tc26-gost-3410-2012-512-paramSetC"},
+    // RFC 9215: GOST R 34.11-2012 has no parameters, so its own OID stands for them
+    {"1.2.643.7.1.1.2.2", "id-tc26-gost3411-12-256"},
+    {"1.2.643.7.1.1.2.3", "id-tc26-gost3411-12-512"},
+};
+
+// Empty if no table has the OID.
+std::string find_name(std::initializer_list<std::span<const row_t>> tables, std::string_view oid) {
+    for (const std::span<const row_t> table : tables) {
+        const auto found = std::ranges::find(table, oid, &row_t::oid);
+        if (found != table.end()) {
+            return std::string(found->name);
+        }
+    }
+    return "";
+}
+
+std::string shown_oid(const blob_t& content) {
+    return oid_to_text(chars(content)).value_or(to_hex(chars(content)));
+}
+
 } // namespace
 
+std::optional<std::string> oid_from_text(std::string_view dotted) {
+    unsigned char content[512];
+    const unsigned int size = oid_str_to_asn_(dotted.data(), dotted.data() + dotted.size(), content);
+    return size != 0 ? std::optional(std::string(chars(content, size))) : std::nullopt;
+}
+
+std::optional<std::string> oid_to_text(std::string_view content) {
+    std::string dotted;
+    const bool done = oid_asn_to_str_(octets(content), octets(content) + content.size(), dotted) != 0;
+    return done ? std::optional(dotted) : std::nullopt;
+}
+
 named_oid_t name_oid(const blob_t& content) {
-    named_oid_t named;
-    named.oid = oid_to_text(chars(content)).value_or(to_hex(chars(content)));
-    const row_t* const found =
-        std::find_if(std::begin(NAMES), std::end(NAMES), [&](const row_t& row) { return row.oid == named.oid; });
-    if (found != std::end(NAMES)) {
-        named.name = found->name;
+    const std::string oid = shown_oid(content);
+    return {oid, find_name({NAMES, CIPHER_PARAM_SETS}, oid)};
+}
+
+named_oid_t name_gost_param_set(const blob_t& content) {
+    const std::string oid = shown_oid(content);
+    return {oid, find_name({CIPHER_PARAM_SETS, OTHER_PARAM_SETS}, oid)};
+}
+
+std::vector<named_oid_t> read_gost_param_sets(asn_cursor_t& params) {
+    std::vector<named_oid_t> param_sets;
+    while (param_sets.size() < MAX_GOST_PARAM_SETS && params.next_is(asn_tag_t::OBJECT_IDENTIFIER)) {
+        const blob_t oid = params.read(asn_tag_t::OBJECT_IDENTIFIER);
+        if (params.ok()) {
+            param_sets.push_back(name_gost_param_set(oid));
+        }
     }
-    return named;
+    return param_sets;
 }
 
 std::string describe(const named_oid_t& oid) {

@@ -12,10 +12,10 @@ namespace {
 constexpr const char* UNDECRYPTABLE =
     "cannot be decrypted: it is damaged, or encrypted under another password than the MAC";
 
-// Lets the library at the real cryptography and remembers what came of it.
+// Passes the library's calls to the real cryptography and remembers the results.
 //
-// Parameters that the library's record has no place for are not seen by the cryptography: a ciphertext of which the
-// outline says that it is of another kind is declined here.
+// The cryptography does not see parameters that the library's record has no place for, so ciphertexts that the outline
+// declines are declined here.
 class noting_crypto_t final : public pbe_crypto_t {
   public:
     noting_crypto_t(gost_pbe_crypto_t& crypto, const pfx_outline_t& outline) : crypto_(crypto) {
@@ -27,10 +27,10 @@ class noting_crypto_t final : public pbe_crypto_t {
 
     bool mac_is_good() const { return mac_is_good_; }
 
-    // What is wrong inside a decrypted entry; empty when nothing is.
+    // What is wrong inside a decrypted entry; empty if nothing is.
     const std::string& problem() const { return problem_; }
 
-    // The bags inside a ciphertext, none for a key; null when it was not decrypted.
+    // The bags inside a ciphertext, none for a key; null if it was not decrypted.
     const std::vector<bag_outline_t>* find_decrypted(const std::string& ciphertext) const {
         const auto found = decrypted_.find(ciphertext);
         return found != decrypted_.end() ? &found->second : nullptr;
@@ -89,7 +89,7 @@ class noting_crypto_t final : public pbe_crypto_t {
     }
 };
 
-// Finds what the library passed over by counting what it should have given.
+// Finds what the library skipped by counting what it should have returned.
 class audit_t {
   public:
     audit_t(const noting_crypto_t& crypto, std::vector<std::string>& out) : crypto_(crypto), out_(out) {}
@@ -100,7 +100,7 @@ class audit_t {
         }
     }
 
-    // Whatever else happens, nothing is missing in silence.
+    // Whatever else happens, nothing is missing silently.
     void compare(std::size_t num_read) {
         if (num_read != num_expected_) {
             out_.push_back("holds " + std::to_string(num_expected_) + " keys and certificates, of which " +
@@ -161,7 +161,7 @@ class audit_t {
     }
 };
 
-// What can be said before any cryptography.
+// What can be checked before any cryptography.
 void require_mac(const std::string& file, const pfx_outline_t& outline) {
     if (!outline.mac.has_value()) {
         throw failure_t(file,
@@ -194,11 +194,11 @@ p12_container_t::p12_container_t(const std::string& file, std::string bytes, con
     }
     sort(read_.easy.plain_bags, false);
     sort(read_.easy.encrypted_bags, true);
-    audit_t audit(crypto, passed_over_);
+    audit_t audit(crypto, skipped_);
     audit.look_at(outline_);
     audit.compare(keys_.size() + certificates_.size());
     if (!outline_.problem.empty()) {
-        passed_over_.push_back(outline_.problem);
+        skipped_.push_back(outline_.problem);
     }
 }
 

@@ -12,7 +12,7 @@
 #include "formats/pfx_outline.h"
 #include "io/secret.h"
 
-// What the library reads, wiped at the end.
+// A container as the library reads it, wiped at the end.
 struct wiped_easy_t {
     pkcs12_easy_t easy;
 
@@ -35,12 +35,12 @@ struct opened_bag_t {
     bool encrypted = false; // whether it is, in the file
 };
 
-// A container whose MAC is good, with its bags in the order in which the library gives them: those in the clear first.
+// A container whose MAC is good, with its bags in the order in which the library returns them: unencrypted ones first.
 //
-// The library passes over entries and bags that it does not read; here each of them is told.
+// The library skips entries and bags that it does not read; here each of them is reported.
 class p12_container_t {
   public:
-    // `file` names it in messages. Throws failure_t when it cannot be read at all.
+    // `file` names it in messages. Throws failure_t if it cannot be read at all.
     p12_container_t(const std::string& file, std::string bytes, const std::optional<secret_t>& password);
     p12_container_t(const p12_container_t&) = delete;
     p12_container_t& operator=(const p12_container_t&) = delete;
@@ -51,8 +51,8 @@ class p12_container_t {
     const std::vector<opened_bag_t>& keys() const { return keys_; }
     const std::vector<opened_bag_t>& certificates() const { return certificates_; }
 
-    // What was passed over, and why: "entry 2, bag 1 (crlBag) is not read".
-    const std::vector<std::string>& passed_over() const { return passed_over_; }
+    // What was skipped, and why: "entry 2, bag 1 (crlBag) is not read".
+    const std::vector<std::string>& skipped() const { return skipped_; }
 
   private:
     std::string bytes_;
@@ -61,7 +61,7 @@ class p12_container_t {
     wiped_easy_t read_;
     std::vector<opened_bag_t> keys_;
     std::vector<opened_bag_t> certificates_;
-    std::vector<std::string> passed_over_;
+    std::vector<std::string> skipped_;
 
     void sort(const std::list<pkcs12_bag_t>& bags, bool encrypted);
 };

@@ -96,7 +96,7 @@ bool is_other(const std::optional<named_oid_t>& named, std::string_view expected
     return named.has_value() && named->oid != expected;
 }
 
-// The parameter set has no place in the library's record of parameters, so it does not look at it.
+// The library's record of parameters has no place for the parameter set, so the library ignores it.
 std::string decline(const blob_t& algorithm, const pbe_outline_t& pbe) {
     if (pbe.scheme.oid != OID_PBES2) {
         return "is encrypted with " + describe(pbe.scheme) + "; only PBES2 is read";

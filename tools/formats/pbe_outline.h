@@ -1,4 +1,4 @@
-// What a file tells of its encryption, or authentication, by password.
+// What a file shows of its encryption or authentication by password.
 #ifndef DERKIT_TOOLS_FORMATS_PBE_OUTLINE_H
 #define DERKIT_TOOLS_FORMATS_PBE_OUTLINE_H
 
@@ -8,7 +8,7 @@
 #include "derkit/asn_types.h"
 #include "formats/named_oid.h"
 
-// What is not there stays empty.
+// Missing fields stay empty.
 struct pbe_outline_t {
     named_oid_t scheme;
     std::optional<named_oid_t> kdf;
@@ -18,13 +18,13 @@ struct pbe_outline_t {
     std::optional<unsigned int> salt_size;
     std::optional<unsigned int> iterations;
     std::optional<unsigned int> iv_size;
-    std::string declined; // why it cannot be decrypted here, whatever the password; empty when it can
+    std::string declined; // why it cannot be decrypted here, whatever the password; empty if it can
 };
 
-// From the content of an AlgorithmIdentifier. Parameters that are malformed are left out.
+// From the content of an AlgorithmIdentifier. Malformed parameters are omitted.
 pbe_outline_t outline_pbe(const blob_t& algorithm);
 
-// Why a salt and a count cannot be used; empty when they can.
+// Why a salt and a count cannot be used; empty if they can.
 std::string decline_derivation(unsigned int salt_size, unsigned int iterations);
 
 #endif

@@ -4,6 +4,9 @@
 #include <array>
 #include <utility>
 
+#include "io/failure.h"
+#include "io/secret.h"
+
 namespace {
 
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
@@ -23,8 +26,8 @@ std::string_view without_byte_order_mark(std::string_view text) {
     return text.starts_with(BYTE_ORDER_MARK) ? text.substr(BYTE_ORDER_MARK.size()) : text;
 }
 
-// The label of a line "-----BEGIN label-----", or of its END; nothing for another line. A whole block on one line is
-// another line: labels are shown in messages, where the key of such a block must not end up.
+// The label of a line "-----BEGIN label-----", or of its END; nothing for any other line, such as a whole block on one
+// line: labels are shown in messages, where the key of such a block must not end up.
 std::optional<std::string_view> boundary_label(std::string_view line, std::string_view opening) {
     if (!line.starts_with(opening) || !line.substr(opening.size()).ends_with(DASHES)) {
         return std::nullopt;
@@ -34,13 +37,14 @@ std::optional<std::string_view> boundary_label(std::string_view line, std::strin
     return line.find(DASHES) == std::string_view::npos ? std::optional(line) : std::nullopt;
 }
 
+constexpr std::string_view BASE64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr signed char NOT_BASE64 = -1;
 
 constexpr std::array<signed char, 256> make_base64_values() {
     std::array<signed char, 256> values{};
     values.fill(NOT_BASE64);
     signed char value = 0;
-    for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")) {
+    for (const char c : BASE64) {
         values[static_cast<unsigned char>(c)] = value++;
     }
     return values;
@@ -55,7 +59,7 @@ std::string_view without_padding(std::string_view text) {
     return text;
 }
 
-// Decodes base64 without blanks (RFC 4648 4). Unused bits of the last character are not looked at.
+// Decodes base64 without blanks (RFC 4648 4). Unused bits of the last character are ignored.
 bool decode_base64(std::string_view text, std::string& out) {
     if (text.empty() || text.size() % 4 != 0) {
         return false;
@@ -86,6 +90,36 @@ void append_without_blanks(std::string_view line, std::string& out) {
     }
 }
 
+constexpr std::size_t OCTETS_A_LINE = 48; // 64 characters
+constexpr std::size_t OCTETS_A_GROUP = 3; // 4 characters
+
+std::size_t divide_up(std::size_t dividend, std::size_t divisor) {
+    return (dividend + divisor - 1) / divisor;
+}
+
+std::size_t pem_size(std::string_view label, std::string_view der) {
+    return BEGIN.size() + END.size() + 2 * (label.size() + DASHES.size() + 1) +
+           4 * divide_up(der.size(), OCTETS_A_GROUP) + divide_up(der.size(), OCTETS_A_LINE);
+}
+
+// Up to three octets (RFC 4648 4).
+void append_group(std::string_view octets, std::string& out) {
+    unsigned int bits = 0;
+    for (std::size_t i = 0; i < OCTETS_A_GROUP; ++i) {
+        bits = bits << 8 | (i < octets.size() ? static_cast<unsigned char>(octets[i]) : 0u);
+    }
+    for (std::size_t i = 0; i <= OCTETS_A_GROUP; ++i) {
+        out += i <= octets.size() ? BASE64[bits >> (18 - 6 * i) & 0x3F] : '=';
+    }
+}
+
+void append_boundary(std::string_view opening, std::string_view label, std::string& out) {
+    out += opening;
+    out += label;
+    out += DASHES;
+    out += '\n';
+}
+
 } // namespace
 
 pem_reader_t::pem_reader_t(std::string_view text) : rest_(without_byte_order_mark(text)) {}
@@ -96,7 +130,7 @@ pem_reader_t::pem_reader_t(input_stream_t& file) : file_(&file) {
     looked_at_ = start.size();
 }
 
-// Puts more of the file behind the rest; false at its end.
+// Appends more of the file to the rest; false at its end.
 bool pem_reader_t::look_further() {
     if (file_ == nullptr) {
         return false;
@@ -108,7 +142,7 @@ bool pem_reader_t::look_further() {
     return looked_at_ != old_size;
 }
 
-// The end of the line that rest_ starts with; an LF may stand behind a CR, so that one is looked for further.
+// The end of the line that rest_ starts with. After a CR at the end of rest_ there may be an LF, so more is read.
 std::size_t pem_reader_t::find_line_end() {
     std::size_t end = rest_.find_first_of(LINE_ENDS);
     for (;;) {
@@ -166,7 +200,7 @@ std::optional<pem_block_t> pem_reader_t::next() {
     return block;
 }
 
-// Collects what stands between BEGIN and END. Gives what is wrong, or nothing.
+// Collects the lines between BEGIN and END. Returns what is wrong, or nothing.
 std::string pem_reader_t::read_body(const std::string& label, std::string& base64) {
     bool in_headers = false;
     for (;;) {
@@ -187,4 +221,40 @@ std::string pem_reader_t::read_body(const std::string& label, std::string& base6
             append_without_blanks(*line, base64);
         }
     }
+}
+
+bool pem_blocks_t::any(const std::string& file, const char* wanted) const {
+    if (num_taken == 0 && other_label.has_value()) {
+        throw failure_t(file, std::string("holds ") + wanted + ", but " + *other_label);
+    }
+    return num_taken != 0;
+}
+
+pem_blocks_t take_pem_blocks(pem_reader_t& reader, bool (*is_wanted)(std::string_view label),
+                             const std::function<void(pem_block_t& block, unsigned int number)>& take) {
+    pem_blocks_t blocks;
+    while (std::optional<pem_block_t> block = reader.next()) {
+        const wipe_at_end_t wiping(block->der);
+        if (is_wanted(block->label)) {
+            take(*block, ++blocks.num_taken);
+        } else {
+            blocks.other_label = block->label;
+        }
+    }
+    return blocks;
+}
+
+std::string write_pem(std::string_view label, std::string_view der) {
+    std::string out;
+    out.reserve(pem_size(label, der));
+    append_boundary(BEGIN, label, out);
+    for (std::size_t line = 0; line < der.size(); line += OCTETS_A_LINE) {
+        const std::string_view octets = der.substr(line, OCTETS_A_LINE);
+        for (std::size_t group = 0; group < octets.size(); group += OCTETS_A_GROUP) {
+            append_group(octets.substr(group, OCTETS_A_GROUP), out);
+        }
+        out += '\n';
+    }
+    append_boundary(END, label, out);
+    return out;
 }

@@ -2,6 +2,7 @@
 
 #include "asn/asn_cursor.h"
 #include "derkit/pkcs12_helper.h"
+#include "formats/private_key.h"
 #include "io/bytes.h"
 
 namespace {
@@ -19,7 +20,7 @@ constexpr unsigned int GOST_MAC_SIZE = 32;
 constexpr unsigned char PFX_VERSION = 3;
 constexpr unsigned char ENCRYPTED_DATA_VERSION = 0;
 
-// Why there is no such element at the start of `bytes`.
+// Why `bytes` does not start with such an element.
 std::string find_fault(const blob_t& bytes, asn_tag_t::Type tag) {
     const bool constructed = bytes.size != 0 && bytes.data[0] == (tag | CONSTRUCTED);
     const bool expected = constructed || (bytes.size != 0 && (tag == asn_tag_t::ANY || bytes.data[0] == tag));
@@ -32,12 +33,12 @@ std::string find_fault(const blob_t& bytes, asn_tag_t::Type tag) {
     return expected ? "is cut short" : "is missing";
 }
 
-// Steps through DER and remembers the first one that failed.
+// Takes steps through DER and remembers the first that failed.
 class walk_t {
   public:
     explicit walk_t(std::string& problem) : problem_(problem) {}
 
-    // Where messages are to say that the walk is.
+    // The place that messages name.
     void set_place(const std::string& place) { place_ = place; }
 
     blob_t read(asn_cursor_t& in, asn_tag_t::Type tag, const char* field) {
@@ -69,7 +70,7 @@ class walk_t {
     std::string place_;
 };
 
-// The same leniency as the library's: of one octet any version, of more only the first counts.
+// As lenient as the library: any version of one octet; of more octets only the first counts.
 void check_version(const blob_t& version, unsigned char expected, walk_t& walk) {
     const bool accepted = version.size == 1 || (version.size != 0 && version.data[0] == expected);
     if (!walk.failed() && !accepted) {
@@ -77,16 +78,13 @@ void check_version(const blob_t& version, unsigned char expected, walk_t& walk) 
     }
 }
 
-// EncryptedPrivateKeyInfo ::= SEQUENCE { encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
-//                                                                          RFC 5958 3
 void outline_shrouded_key(const blob_t& value, bag_outline_t& bag) {
-    asn_cursor_t in(value);
-    asn_cursor_t key = in.enter(asn_tag_t::SEQUENCE);
-    const blob_t algorithm = key.read(asn_tag_t::SEQUENCE);
-    bag.ciphertext = chars(key.read(asn_tag_t::OCTET_STRING));
+    encrypted_key_t key;
+    const bool done = read_encrypted_key(chars(value), key);
+    bag.ciphertext = chars(key.ciphertext);
     bag.encryption.emplace();
-    if (key.ok()) {
-        bag.encryption = outline_pbe(algorithm);
+    if (done) {
+        bag.encryption = key.encryption;
     } else {
         bag.encryption->declined = "is malformed";
     }
@@ -247,7 +245,7 @@ std::vector<bag_outline_t> outline_safe_contents(const blob_t& bytes, const std:
 }
 
 // PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData OPTIONAL }              RFC 7292 4
-// The MAC is looked at even when what it covers is damaged.
+// The MAC is read even if what it covers is damaged.
 pfx_outline_t outline_pfx(std::string_view bytes) {
     pfx_outline_t out;
     walk_t walk(out.problem);

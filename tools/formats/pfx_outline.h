@@ -1,4 +1,4 @@
-// What a PKCS#12 container tells without its password.
+// What a PKCS#12 container shows without its password.
 #ifndef DERKIT_TOOLS_FORMATS_PFX_OUTLINE_H
 #define DERKIT_TOOLS_FORMATS_PFX_OUTLINE_H
 
@@ -37,16 +37,16 @@ struct mac_outline_t {
     unsigned int size = 0;   // of the MAC, in bytes
     unsigned int salt_size = 0;
     unsigned int iterations = 0;
-    std::string declined; // why it cannot be verified here, whatever the password; empty when it can
+    std::string declined; // why it cannot be verified here, whatever the password; empty if it can
 };
 
 struct pfx_outline_t {
     std::optional<mac_outline_t> mac;
     std::vector<entry_outline_t> entries;
-    unsigned int trailing_size = 0; // of what stands behind the container, in bytes
-    std::string problem;            // what ended the walk early; empty when nothing did
+    unsigned int trailing_size = 0; // of what follows the container, in bytes
+    std::string problem;            // what ended the walk early; empty if nothing did
 
-    // The problem with a judgement in front.
+    // The problem, preceded by a verdict on the container.
     std::string fault() const {
         return (mac.has_value() || !entries.empty() ? "damaged: " : "not a PKCS#12 container: ") + problem;
     }
@@ -54,7 +54,7 @@ struct pfx_outline_t {
 
 pfx_outline_t outline_pfx(std::string_view bytes);
 
-// The bags of a SafeContents. `problem` says what ended the walk early; `place` stands in front of it.
+// The bags of a SafeContents. `problem` says what ended the walk early; `place` precedes it.
 std::vector<bag_outline_t> outline_safe_contents(const blob_t& bytes, const std::string& place, std::string& problem);
 
 // "entry 2", "entry 2, bag 1"; both count from 1.

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 
-#include "asn/asn_cursor.h"
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
 #include "derkit/pkcs8_helper.h"
-#include "formats/oid_text.h"
-#include "io/bytes.h"
-#include "io/hex.h"
+#include "formats/der.h"
+#include "formats/gost_pbe_crypto.h"
+#include "formats/pem.h"
+#include "io/failure.h"
 
 namespace {
 
@@ -37,18 +36,17 @@ constexpr gost_family_t GOST_FAMILIES[] = {
 };
 
 const gost_family_t* find_gost_family(const blob_t& algorithm) {
-    const std::optional<std::string> dotted = oid_to_text(chars(algorithm));
-    const gost_family_t* const found = std::find_if(std::begin(GOST_FAMILIES), std::end(GOST_FAMILIES),
-                                                    [&](const gost_family_t& row) { return row.oid == dotted; });
+    const std::string dotted = name_oid(algorithm).oid;
+    const gost_family_t* const found = std::ranges::find(GOST_FAMILIES, dotted, &gost_family_t::oid);
     return found != std::end(GOST_FAMILIES) ? found : nullptr;
 }
 
 std::string other_family(const blob_t& algorithm) {
-    const std::string dotted = oid_to_text(chars(algorithm)).value_or(to_hex(chars(algorithm)));
+    const std::string dotted = name_oid(algorithm).oid;
     return I2S_PKI_ALG_T->getString(PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size), dotted.c_str());
 }
 
-// A key, perhaps with as many octets again for each mask behind it: K | M1 | ... | Mk.
+// A key, perhaps followed by masks of the same size: K | M1 | ... | Mk.
 bool is_key_with_masks(const blob_t& octets, unsigned int key_size) {
     return octets.size != 0 && octets.size % key_size == 0;
 }
@@ -61,8 +59,8 @@ std::string masks_suffix(const blob_t& octets, unsigned int key_size) {
     return num_masks == 1 ? ", key and mask" : ", key and " + std::to_string(num_masks) + " masks";
 }
 
-// Fills the key's fields from octets that may have masks behind them. Any other number of octets is no key, but the
-// shape is known all the same.
+// Fills the key's fields from octets that may contain masks. Any other number of octets is no key, but the shape is
+// known all the same.
 void set_masked_key(const std::string& shape, const blob_t& octets, unsigned int key_size, private_key_t& out) {
     out.shape = shape;
     out.secret = octets;
@@ -72,7 +70,7 @@ void set_masked_key(const std::string& shape, const blob_t& octets, unsigned int
     }
 }
 
-// Big-endian, unlike the other shapes. Some writers leave the zero octet out that keeps a number from being negative.
+// Big-endian, unlike the other shapes. Some writers omit the zero octet that keeps the number positive.
 void set_integer_key(const blob_t& content, unsigned int key_size, private_key_t& out) {
     out.shape = "INTEGER";
     out.secret = content;
@@ -95,8 +93,8 @@ void set_key_with_public_key(asn_cursor_t key_value_info, unsigned int key_size,
     }
 }
 
-// Octets of the very size of a key are one, even when they happen to look like DER: an OCTET STRING or INTEGER around
-// a key is longer.
+// Octets of exactly the size of a key are one, even if they look like DER: an OCTET STRING or INTEGER around a key is
+// longer.
 void recognise_shape(unsigned int key_size, private_key_t& out) {
     out.shape = UNKNOWN_SHAPE;
     if (is_key_with_masks(out.content, key_size)) {
@@ -118,32 +116,22 @@ void recognise_shape(unsigned int key_size, private_key_t& out) {
     }
 }
 
-// The library's reader knows one shape, and is misled by raw octets that look like it.
+// The library's reader knows one shape, and takes raw octets that look like it for it.
 bool library_reads(std::string_view der, const private_key_t& key) {
     pkcs8_pki_gost_t read;
     return asn_read_pkcs8_pki_gost(der.data(), size_of(der), read) && read.private_key.data == key.secret.data &&
            read.private_key.size == key.secret.size;
 }
 
-// GostR3410-PublicKeyParameters ::= SEQUENCE {                                                      RFC 4491 2.3.2
-//   publicKeyParamSet OBJECT IDENTIFIER, digestParamSet OBJECT IDENTIFIER,
-//   encryptionParamSet OBJECT IDENTIFIER OPTIONAL }
-// RFC 9215 lets the second one be missing. Other algorithms have one OID without a SEQUENCE, something else or nothing.
-std::vector<blob_t> read_param_sets(asn_cursor_t params) {
-    std::vector<blob_t> oids;
+// Algorithms other than GOST have one OID without a SEQUENCE, something else or nothing.
+std::vector<named_oid_t> read_param_sets(asn_cursor_t params) {
     if (params.next_is(asn_tag_t::SEQUENCE)) {
         params = params.enter(asn_tag_t::SEQUENCE);
     }
-    while (params.next_is(asn_tag_t::OBJECT_IDENTIFIER)) {
-        const blob_t oid = params.read(asn_tag_t::OBJECT_IDENTIFIER);
-        if (params.ok()) {
-            oids.push_back(oid);
-        }
-    }
-    return oids;
+    return read_gost_param_sets(params);
 }
 
-// What may stand behind privateKey: attributes [0], publicKey [1] IMPLICIT BIT STRING. Anything else is passed over.
+// What may follow privateKey: attributes [0], publicKey [1] IMPLICIT BIT STRING. Anything else is ignored.
 void read_optional_fields(asn_cursor_t in, private_key_t& out) {
     while (in.ok() && !in.empty()) {
         const unsigned char tag = *in.p;
@@ -156,30 +144,73 @@ void read_optional_fields(asn_cursor_t in, private_key_t& out) {
 // PrivateKeyInfo ::= SEQUENCE {                                                          RFC 5208 5, RFC 5958 2
 //   version Version, privateKeyAlgorithm AlgorithmIdentifier, privateKey OCTET STRING,
 //   attributes [0] IMPLICIT Attributes OPTIONAL, publicKey [1] IMPLICIT BIT STRING OPTIONAL }
-// Gives the first field that cannot be read, or a null pointer.
-const char* read_fields(std::string_view der, private_key_t& out) {
-    asn_cursor_t in(der.data(), size_of(der));
+void read_fields(std::string_view der, private_key_t& out, missing_field_t& missing) {
+    asn_cursor_t in = cursor_over(der);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
-    if (!in.ok()) {
-        return "SEQUENCE";
-    }
+    missing.check(in, "SEQUENCE");
     out.trailing = in.rest();
     key_info.skip(asn_tag_t::INTEGER);
-    if (!key_info.ok()) {
-        return "version";
-    }
+    missing.check(key_info, "version");
     asn_cursor_t algorithm = key_info.enter(asn_tag_t::SEQUENCE);
     out.algorithm = algorithm.read(asn_tag_t::OBJECT_IDENTIFIER);
-    if (!algorithm.ok()) {
-        return "privateKeyAlgorithm";
-    }
+    missing.check(algorithm, "privateKeyAlgorithm");
     out.param_sets = read_param_sets(algorithm);
     out.content = key_info.read(asn_tag_t::OCTET_STRING);
-    if (!key_info.ok()) {
-        return "privateKey";
-    }
+    missing.check(key_info, "privateKey");
     read_optional_fields(key_info, out);
-    return nullptr;
+}
+
+// The element, which nothing may follow.
+std::string require_key(std::string_view der, const std::string& name) {
+    private_key_t key;
+    std::string problem;
+    if (!read_private_key(der, key, problem)) {
+        throw failure_t(name, problem);
+    }
+    if (key.trailing.size != 0) {
+        throw failure_t(name, std::to_string(key.trailing.size) + " bytes stand behind the key");
+    }
+    return std::string(der);
+}
+
+std::string require_decrypted_key(std::string_view der, const std::string& name,
+                                  const std::optional<secret_t>& password) {
+    encrypted_key_t encrypted;
+    if (!read_encrypted_key(der, encrypted)) {
+        throw failure_t(name, "neither a PrivateKeyInfo nor an EncryptedPrivateKeyInfo, or cut short");
+    }
+    if (!encrypted.encryption.declined.empty()) {
+        throw failure_t(name, "the key " + encrypted.encryption.declined);
+    }
+    std::optional<std::string> plaintext = decrypt_key(encrypted, password);
+    if (!plaintext.has_value()) {
+        throw failure_t(name, "wrong password for the encrypted key, or the key is damaged");
+    }
+    const wipe_at_end_t wiped(*plaintext);
+    return require_key(*plaintext, name);
+}
+
+std::string open_key(std::string_view der, const std::string& name, const std::optional<secret_t>& password) {
+    const bool encrypted = find_key_form(der) == key_form_t::ENCRYPTED;
+    return encrypted ? require_decrypted_key(der, name, password) : require_key(der, name);
+}
+
+// The only key among the blocks of a text. The caller wipes it.
+pem_block_t find_key_block(std::string_view text, const std::string& name) {
+    pem_reader_t reader(text);
+    pem_block_t found;
+    const pem_blocks_t blocks = take_pem_blocks(reader, is_key_label, [&](pem_block_t& block, unsigned int number) {
+        if (number > 1) {
+            throw failure_t(name, "holds more than one private key");
+        }
+        found = std::move(block);
+    });
+    if (blocks.num_taken == 0) {
+        const std::string label = blocks.other_label.value_or("");
+        throw failure_t(name, label.empty() ? "neither PEM nor DER of a PKCS#8 key"
+                                            : "holds no PKCS#8 key (PRIVATE KEY), but " + label);
+    }
+    return found;
 }
 
 } // namespace
@@ -190,9 +221,10 @@ bool is_key_label(std::string_view label) {
 
 bool read_private_key(std::string_view der, private_key_t& out, std::string& problem) {
     out = private_key_t();
-    const char* const missing = read_fields(der, out);
-    if (missing != nullptr) {
-        problem = std::string("not a PrivateKeyInfo: ") + missing + " is missing or malformed";
+    missing_field_t missing;
+    read_fields(der, out, missing);
+    if (!missing.none()) {
+        problem = missing.problem("a PrivateKeyInfo");
         return false;
     }
     const gost_family_t* const family = find_gost_family(out.algorithm);
@@ -205,4 +237,56 @@ bool read_private_key(std::string_view der, private_key_t& out, std::string& pro
     recognise_shape(family->size, out);
     out.readable = library_reads(der, out);
     return true;
+}
+
+key_form_t find_key_form(std::string_view der) {
+    asn_cursor_t in = cursor_over(der);
+    const asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
+    if (key_info.next_is(asn_tag_t::INTEGER)) {
+        return key_form_t::PLAIN;
+    }
+    return key_info.next_is(asn_tag_t::SEQUENCE) ? key_form_t::ENCRYPTED : key_form_t::NEITHER;
+}
+
+// EncryptedPrivateKeyInfo ::= SEQUENCE {                                   RFC 5208 6, RFC 5958 3
+//   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
+bool read_encrypted_key(std::string_view der, encrypted_key_t& out) {
+    asn_cursor_t in = cursor_over(der);
+    asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
+    out.trailing = in.rest();
+    out.element = make_blob(der.data(), size_of(der) - out.trailing.size);
+    out.encryption = outline_pbe(key_info.read(asn_tag_t::SEQUENCE));
+    out.ciphertext = key_info.read(asn_tag_t::OCTET_STRING);
+    return key_info.ok();
+}
+
+std::optional<std::string> decrypt_key(const encrypted_key_t& key, const std::optional<secret_t>& password) {
+    pkcs8_encrypted_pki_gost_t encrypted;
+    if (!asn_read_pkcs8_encrypted_pki_gost(key.element.data, key.element.size, encrypted)) {
+        return std::nullopt;
+    }
+    gost_pbe_crypto_t crypto(password, container_profile_t::STANDARD);
+    std::string der;
+    const bool done = crypto.decrypt(encrypted.pbe, encrypted.encrypted_data.data, encrypted.encrypted_data.size, der);
+    if (done && find_key_form(der) == key_form_t::PLAIN) {
+        return der;
+    }
+    wipe(der.data(), der.size());
+    return std::nullopt;
+}
+
+std::string read_key_file(const std::string& file, const std::optional<secret_t>& password) {
+    std::string bytes = read_filled_input(file);
+    const wipe_at_end_t wiped(bytes);
+    const std::string name = input_name(file);
+    if (find_key_form(bytes) != key_form_t::NEITHER) {
+        return open_key(bytes, name, password);
+    }
+    pem_block_t block = find_key_block(bytes, name);
+    const wipe_at_end_t wiped_block(block.der);
+    const std::string place = name + " (line " + std::to_string(block.line) + ")";
+    if (!block.problem.empty()) {
+        throw failure_t(place, block.problem);
+    }
+    return open_key(block.der, place, password);
 }

@@ -7,14 +7,65 @@
 
 #include "asn/asn_cursor.h"
 #include "derkit/asn_helper.h"
-#include "formats/algorithm_name.h"
-#include "formats/gost_param_sets.h"
+#include "derkit/asn_printable.h"
+#include "derkit/int2str.h"
 #include "io/bytes.h"
 
 namespace {
 
 constexpr std::string_view EC_PUBLIC_KEY = "1.2.840.10045.2.1"; // RFC 5480 2.1.1
-constexpr unsigned int MAX_GOST_PARAM_SETS = 3;
+
+// The first field of an AlgorithmIdentifier: content, and all of the element.
+struct algorithm_oid_t {
+    blob_t content;
+    blob_t element;
+};
+
+std::optional<algorithm_oid_t> read_oid(const blob_t& algorithm) {
+    asn_cursor_t in(algorithm);
+    asn_cursor_t fields = in.enter(asn_tag_t::SEQUENCE);
+    asn_cursor_t same_fields = fields;
+    algorithm_oid_t oid;
+    fields.read(asn_tag_t::OBJECT_IDENTIFIER, oid.content);
+    same_fields.read_element(asn_tag_t::OBJECT_IDENTIFIER, oid.element);
+    return fields.ok() ? std::optional(oid) : std::nullopt;
+}
+
+// An OID without a name in the map is printed dotted.
+std::string name_in_map(const blob_t& oid_element, const std::string& dotted, const oid_map_handle_t& map) {
+    std::string name;
+    const bool done = asn_oid_to_printable(oid_element.data, oid_element.size, name, false, map);
+    return done && name != dotted ? name : "";
+}
+
+named_oid_t name_algorithm(pki_alg_t alg, const algorithm_oid_t& oid, const oid_map_handle_t& map) {
+    named_oid_t named = name_oid(oid.content);
+    const char* const known = I2S_PKI_ALG_T->getString(alg, nullptr);
+    const std::string name = known != nullptr ? known : name_in_map(oid.element, named.oid, map);
+    if (!name.empty()) {
+        named.name = name;
+    }
+    return named;
+}
+
+// The parameters of RSASSA-PSS may name a hash that has no code: then the OID alone counts.
+pki_alg_t signature_alg(const blob_t& algorithm, const blob_t& oid) {
+    asn_ike_signalg_t signature;
+    const bool done = asn_read_ike_signalg(algorithm.data, algorithm.size, signature) != 0;
+    const pki_alg_t refined = done ? signature.to_pki_alg() : PKI_ALG_UNKNOWN;
+    return refined != PKI_ALG_UNKNOWN ? refined : PKI_OID_TO_CERT_SIGN_ALG(oid.data, oid.size);
+}
+
+// A key for RSASSA-PSS alone has the OID of the signatures (RFC 4055 3.1).
+pki_alg_t key_alg(const blob_t& oid) {
+    const pki_alg_t alg = PKI_OID_TO_KEY_ALG(oid.data, oid.size);
+    return alg != PKI_ALG_UNKNOWN ? alg : PKI_OID_TO_ALG(oid.data, oid.size);
+}
+
+std::optional<named_oid_t> name_key_algorithm(const blob_t& algorithm, const oid_map_handle_t& map) {
+    const std::optional<algorithm_oid_t> oid = read_oid(algorithm);
+    return oid.has_value() ? std::optional(name_algorithm(key_alg(oid->content), *oid, map)) : std::nullopt;
+}
 
 using read_details_t = bool (*)(const asn_pubkey_t& key, public_key_t& out);
 
@@ -29,9 +80,9 @@ unsigned int count_bits(std::string_view octets_of_number) {
     if (begin == std::string_view::npos) {
         return 0;
     }
-    const unsigned int octets_behind_first = size_of(octets_of_number.substr(begin + 1));
+    const unsigned int octets_after_first = size_of(octets_of_number.substr(begin + 1));
     const unsigned char first = static_cast<unsigned char>(octets_of_number[begin]);
-    return 8 * octets_behind_first + static_cast<unsigned int>(std::bit_width(first));
+    return 8 * octets_after_first + static_cast<unsigned int>(std::bit_width(first));
 }
 
 bool read_rsa(const asn_pubkey_t& key, public_key_t& out) {
@@ -56,19 +107,11 @@ bool read_dsa(const asn_pubkey_t& key, public_key_t& out) {
     return out.bits != 0;
 }
 
-// GostR3410-PublicKeyParameters ::= SEQUENCE {                             RFC 4491 2.3.2, RFC 9215 4.2
-//   publicKeyParamSet OBJECT IDENTIFIER, digestParamSet OBJECT IDENTIFIER OPTIONAL,
-//   encryptionParamSet OBJECT IDENTIFIER OPTIONAL }
-// Without the digest, as GOST R 34.10-2012 has it, asn_read_gost_pubkey() takes no key.
+// Without the digest's set, which GOST R 34.10-2012 may omit, asn_read_gost_pubkey() refuses the key.
 bool read_gost(const asn_pubkey_t& key, public_key_t& out) {
     asn_cursor_t in(key.parameters);
     asn_cursor_t parameters = in.enter(asn_tag_t::SEQUENCE);
-    while (out.param_sets.size() < MAX_GOST_PARAM_SETS && parameters.next_is(asn_tag_t::OBJECT_IDENTIFIER)) {
-        const blob_t oid = parameters.read(asn_tag_t::OBJECT_IDENTIFIER);
-        if (parameters.ok()) {
-            out.param_sets.push_back({name_oid(oid).oid, std::string(gost_param_set_name(oid))});
-        }
-    }
+    out.param_sets = read_gost_param_sets(parameters);
     // A point is two numbers of the key's size.
     asn_cursor_t bits(key.key);
     out.bits = 4 * bits.read(asn_tag_t::OCTET_STRING).size;
@@ -99,8 +142,7 @@ bool read_details(const asn_pubkey_t& key, public_key_t& out) {
         return true;
     }
     const pki_alg_t alg = PKI_OID_TO_ALG(key.algorithm.data, key.algorithm.size);
-    const auto* const row =
-        std::find_if(std::begin(DETAILS), std::end(DETAILS), [&](const details_row_t& r) { return r.alg == alg; });
+    const auto* const row = std::ranges::find(DETAILS, alg, &details_row_t::alg);
     return row == std::end(DETAILS) || row->read(key, out);
 }
 
@@ -114,10 +156,16 @@ blob_t algorithm_of(const blob_t& der) {
 
 } // namespace
 
+std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm, const oid_map_handle_t& map) {
+    const std::optional<algorithm_oid_t> oid = read_oid(algorithm);
+    return oid.has_value() ? std::optional(name_algorithm(signature_alg(algorithm, oid->content), *oid, map))
+                           : std::nullopt;
+}
+
 bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_t& out, std::string& problem) {
     out.algorithm = name_key_algorithm(algorithm_of(der), map).value_or(named_oid_t());
     asn_pubkey_t key;
-    // An empty BIT STRING is read too, with a size that wrapped.
+    // The library reads an empty BIT STRING too, with a size that wrapped.
     if (out.algorithm.oid.empty() || asn_read_pubkey(der.data, static_cast<long>(der.size), key) == 0 ||
         key.key.size > der.size) {
         problem = "the public key is malformed";
@@ -128,26 +176,4 @@ bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_
         return false;
     }
     return true;
-}
-
-void add_public_key(const public_key_t& key, record_t& record) {
-    static constexpr const char* KEYS[MAX_GOST_PARAM_SETS][2] = {
-        {"param_set", "param_set_oid"},
-        {"digest_param_set", "digest_param_set_oid"},
-        {"encryption_param_set", "encryption_param_set_oid"},
-    };
-    if (key.algorithm.oid.empty()) {
-        return;
-    }
-    add_named("public_key_algorithm", "public_key_algorithm_oid", key.algorithm, record);
-    if (key.bits != 0) {
-        record.add("public_key_bits", key.bits);
-    }
-    for (std::size_t i = 0; i < key.param_sets.size(); ++i) {
-        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): there are never more sets than rows
-        add_named(KEYS[i][0], KEYS[i][1], key.param_sets[i], record);
-    }
-    if (key.curve.has_value()) {
-        add_named("curve", "curve_oid", *key.curve, record);
-    }
 }

@@ -1,18 +1,48 @@
-// The two outputs of the tool.
+// The outputs of the tool: objects, messages and a line that shows progress.
 #ifndef DERKIT_TOOLS_IO_CONSOLE_H
 #define DERKIT_TOOLS_IO_CONSOLE_H
 
+#include <functional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
 #include "io/failure.h"
-#include "io/progress.h"
 #include "io/record.h"
-#include "io/shown_text.h"
 
 // Standard output cannot be written: disk full, pipe closed.
 struct output_error_t : std::system_error {
     using std::system_error::system_error;
+};
+
+// A line on the terminal that shows how far long work has come.
+//
+// It is written to standard error if that is a terminal, a few times a second once the work has taken half a second. It
+// is erased when something else is to be written and when the work ends.
+class progress_t {
+  public:
+    progress_t();
+    ~progress_t() { hide(); }
+    progress_t(const progress_t&) = delete;
+    progress_t& operator=(const progress_t&) = delete;
+
+    // Shows the text if it is time. `make_text` is called only then.
+    void update(const std::function<std::string()>& make_text);
+
+    void hide();
+
+    // Around a write to standard output.
+    void hide_for_output();
+    void show_again();
+
+  private:
+    bool on_terminal_;
+    bool with_output_;         // whether standard output is a terminal too
+    long long next_update_ms_; // by a clock that is never set back
+    std::string line_;         // empty when none is shown
+
+    void draw();
+    void erase();
 };
 
 // Writes objects to standard output and one line for each problem to standard error.

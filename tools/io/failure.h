@@ -1,4 +1,4 @@
-// What stops the work on one input.
+// Errors that end the work on one input.
 #ifndef DERKIT_TOOLS_IO_FAILURE_H
 #define DERKIT_TOOLS_IO_FAILURE_H
 

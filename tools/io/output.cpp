@@ -1,4 +1,4 @@
-#include "io/output_file.h"
+#include "io/output.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -14,6 +14,7 @@ namespace {
 
 constexpr mode_t PUBLIC_MODE = 0666; // less the umask
 constexpr mode_t SECRET_MODE = 0600;
+constexpr mode_t DIRECTORY_MODE = 0700;
 
 [[noreturn]] void fail(const std::string& path) {
     throw failure_t(path, std::strerror(errno));
@@ -23,11 +24,11 @@ constexpr mode_t SECRET_MODE = 0600;
     throw failure_t(path, "is there already (--force overwrites it)");
 }
 
-// Giving the name to a new file would take it from a device, a directory or a link such as /dev/stdout.
+// Renaming a new file would replace a device, a directory or a link such as /dev/stdout.
 void check_place(const std::string& path, overwriting_t overwriting) {
     struct stat found = {};
     if (lstat(path.c_str(), &found) != 0) {
-        return; // whatever is the matter shows when the file is made
+        return; // making the file will show why
     }
     if (overwriting == overwriting_t::REFUSED) {
         refuse_to_overwrite(path);
@@ -37,14 +38,14 @@ void check_place(const std::string& path, overwriting_t overwriting) {
     }
 }
 
-// In the same directory, so that it can be renamed, and short: a name may be as long as the directory allows.
+// In the same directory, so that it can be renamed, and short: the final name may have the greatest length allowed.
 std::string temporary_name(const std::string& path, unsigned int number) {
     const std::size_t slash = path.rfind('/');
     const std::string directory = slash == std::string::npos ? "" : path.substr(0, slash + 1);
     return directory + ".derkit-" + std::to_string(getpid()) + "-" + std::to_string(number);
 }
 
-// rename() that leaves a file alone that has the name. Not all file systems can do that; a link does it on most others.
+// rename() that does not replace a file. Some file systems lack it; most of them have links, which do not either.
 int rename_if_free(const char* from, const char* to) {
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) {
         return 0;
@@ -90,7 +91,7 @@ void output_file_t::write(std::string_view bytes) {
     }
 }
 
-// The content is on the disk before the name is: a crash leaves the old file or the new one.
+// The content reaches the disk before the name does: a crash leaves the old file or the new one.
 void output_file_t::commit() {
     const bool synced = fsync(descriptor_) == 0;
     const int sync_error = errno;
@@ -110,4 +111,39 @@ void output_file_t::commit() {
         fail(path_);
     }
     temporary_.clear();
+}
+
+file_set_t::file_set_t(const std::string& directory, overwriting_t overwriting)
+    : directory_(directory), overwriting_(overwriting) {
+    made_directory_ = mkdir(directory_.c_str(), DIRECTORY_MODE) == 0;
+    if (!made_directory_ && errno != EEXIST) {
+        fail(directory_);
+    }
+}
+
+file_set_t::~file_set_t() {
+    if (committed_) {
+        return;
+    }
+    files_.clear(); // removes the temporary ones
+    for (std::size_t i = 0; i < num_named_; ++i) {
+        unlink(paths_[i].c_str());
+    }
+    if (made_directory_) {
+        rmdir(directory_.c_str());
+    }
+}
+
+void file_set_t::add(const std::string& name, secrecy_t secrecy, std::string_view bytes) {
+    paths_.push_back(directory_ + (directory_.ends_with('/') ? "" : "/") + name);
+    files_.push_back(std::make_unique<output_file_t>(paths_.back(), secrecy, overwriting_));
+    files_.back()->write(bytes);
+}
+
+void file_set_t::commit() {
+    for (const std::unique_ptr<output_file_t>& file : files_) {
+        file->commit();
+        ++num_named_;
+    }
+    committed_ = true;
 }

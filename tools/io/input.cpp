@@ -1,22 +1,39 @@
-#include "io/input_stream.h"
+#include "io/input.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "derkit/asn_reader.h"
-#include "io/bytes.h"
 #include "io/failure.h"
-#include "io/input_file.h"
 
 namespace {
 
 constexpr std::size_t CHUNK_SIZE = 65536;
-constexpr std::size_t MAX_HEADER_SIZE = 6; // identifier, and length in at most five octets
+
+[[noreturn]] void fail_as_too_large(const std::string& name) {
+    throw failure_t(name, "larger than " + std::to_string(MAX_INPUT_SIZE >> 20) + " MiB");
+}
+
+std::string read_all(std::FILE* stream, const std::string& name) {
+    std::string bytes;
+    char chunk[CHUNK_SIZE];
+    while (const std::size_t size = std::fread(chunk, 1, sizeof chunk, stream)) {
+        if (size > MAX_INPUT_SIZE - bytes.size()) {
+            fail_as_too_large(name);
+        }
+        bytes.append(chunk, size);
+    }
+    if (std::ferror(stream) != 0) {
+        throw failure_t(name, std::strerror(errno));
+    }
+    return bytes;
+}
 
 int open_input(const std::string& file) {
     const int descriptor = file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
@@ -34,6 +51,29 @@ unsigned long long size_of_file(int descriptor) {
 }
 
 } // namespace
+
+std::string input_name(const std::string& file) {
+    return file == "-" ? "(standard input)" : file;
+}
+
+std::string read_input(const std::string& file) {
+    if (file == "-") {
+        return read_all(stdin, input_name(file));
+    }
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"), std::fclose);
+    if (stream == nullptr) {
+        throw failure_t(file, std::strerror(errno));
+    }
+    return read_all(stream.get(), file);
+}
+
+std::string read_filled_input(const std::string& file) {
+    std::string bytes = read_input(file);
+    if (bytes.empty()) {
+        throw failure_t(input_name(file), "is empty");
+    }
+    return bytes;
+}
 
 input_stream_t::input_stream_t(const std::string& file)
     : name_(input_name(file)), descriptor_(open_input(file)), file_size_(size_of_file(descriptor_)) {}
@@ -57,18 +97,27 @@ void input_stream_t::pass(std::size_t size) {
     passed_ += size;
 }
 
-std::optional<unsigned int> input_stream_t::percentage() const {
-    if (file_size_ == 0) {
-        return std::nullopt;
+unsigned long long input_stream_t::pass_rest() {
+    unsigned long long size = 0;
+    for (std::size_t more; (more = look(1).size()) != 0; size += more) {
+        pass(more);
     }
-    return static_cast<unsigned int>(std::min(passed_, file_size_) * 100 / file_size_);
+    return size;
+}
+
+std::string input_stream_t::progress_text(unsigned int number, const char* things) const {
+    std::string text = std::to_string(number) + " " + things;
+    if (file_size_ != 0) {
+        text += ", " + std::to_string(std::min(passed_, file_size_) * 100 / file_size_) + "%";
+    }
+    return text + " of " + name_;
 }
 
 void input_stream_t::read_more() {
     buffer_.erase(0, begin_);
     begin_ = 0;
     if (item_size_ + buffer_.size() > MAX_INPUT_SIZE) {
-        throw failure_t(name_, "larger than " + std::to_string(MAX_INPUT_SIZE >> 20) + " MiB");
+        fail_as_too_large(name_);
     }
     const std::size_t old_size = buffer_.size();
     buffer_.resize(old_size + CHUNK_SIZE);
@@ -81,26 +130,4 @@ void input_stream_t::read_more() {
         throw failure_t(name_, std::strerror(errno));
     }
     at_end_ = num_read == 0;
-}
-
-// The reader of headers stores the length also when the content is not there yet.
-std::string_view look_at_element(input_stream_t& input, unsigned char identifier) {
-    const std::string_view start = input.look(MAX_HEADER_SIZE);
-    unsigned int content_size = 0;
-    asn1_read_tag(static_cast<asn_tag_t::Type>(identifier), octets(start), size_of(start), &content_size);
-    return input.look(std::min<std::size_t>(content_size, MAX_INPUT_SIZE) + MAX_HEADER_SIZE);
-}
-
-unsigned long long pass_rest(input_stream_t& input) {
-    unsigned long long size = 0;
-    for (std::size_t more; (more = input.look(1).size()) != 0; size += more) {
-        input.pass(more);
-    }
-    return size;
-}
-
-std::string progress_text(unsigned int number, const char* things, const input_stream_t& input) {
-    const std::optional<unsigned int> percentage = input.percentage();
-    const std::string how_far = percentage.has_value() ? ", " + std::to_string(*percentage) + "% of " : " of ";
-    return std::to_string(number) + " " + things + how_far + input.name();
 }
