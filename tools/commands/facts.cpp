@@ -8,6 +8,8 @@
 
 namespace {
 
+using problems_t = std::vector<std::string>; // why facts cannot be shown
+
 // Two's complement: inverts all bits and adds one.
 void negate(std::string& number) {
     for (char& octet : number) {
@@ -46,63 +48,46 @@ void add_time(const char* key, const char* local_key, cert_time64_t time, bool l
     }
 }
 
-// Adds facts of a certificate, and collects what is wrong with those that cannot be shown.
-class certificate_facts_t {
-  public:
-    certificate_facts_t(const certificate_t& certificate, record_t& record)
-        : certificate_(certificate), record_(record) {}
-
-    void add_serial();
-    void add_validity(bool local);
-    void add_signature_algorithm(const oid_map_handle_t& map);
-    void add_key(const oid_map_handle_t& map);
-
-    std::vector<std::string> problems;
-
-  private:
-    const certificate_t& certificate_;
-    record_t& record_;
-};
-
-void certificate_facts_t::add_serial() {
-    const std::string_view content = chars(certificate_.serial_number);
+void add_serial(const blob_t& serial_number, record_t& record, problems_t& problems) {
+    const std::string_view content = chars(serial_number);
     if (content.empty()) {
         problems.push_back("serialNumber is empty");
         return;
     }
-    record_.add("serial", number_text(content));
+    record.add("serial", number_text(content));
 }
 
-void certificate_facts_t::add_validity(bool local) {
+void add_validity(const blob_t& content, bool local, record_t& record, problems_t& problems) {
     validity_times_t validity;
     std::string problem;
-    if (!read_validity_times(certificate_.validity, validity, problem)) {
+    if (!read_validity_times(content, validity, problem)) {
         problems.push_back(problem);
     }
-    add_time("not_before", "not_before_local", validity.not_before, local, record_);
-    add_time("not_after", "not_after_local", validity.not_after, local, record_);
+    add_time("not_before", "not_before_local", validity.not_before, local, record);
+    add_time("not_after", "not_after_local", validity.not_after, local, record);
 }
 
 // RFC 5280 4.1.1.2: the algorithm inside, which is signed, and the one outside are the same.
-void certificate_facts_t::add_signature_algorithm(const oid_map_handle_t& map) {
-    const std::optional<named_oid_t> algorithm = name_signature_algorithm(certificate_.signature_algorithm, map);
+void add_signature_algorithm(const certificate_t& certificate, const oid_map_handle_t& map, record_t& record,
+                             problems_t& problems) {
+    const std::optional<named_oid_t> algorithm = name_signature_algorithm(certificate.signature_algorithm, map);
     if (!algorithm.has_value()) {
         problems.push_back("signatureAlgorithm has no OID");
         return;
     }
-    add_named("signature_algorithm", "signature_algorithm_oid", *algorithm, record_);
-    if (chars(certificate_.signature_algorithm) != chars(certificate_.inner_signature)) {
+    add_named("signature_algorithm", "signature_algorithm_oid", *algorithm, record);
+    if (chars(certificate.signature_algorithm) != chars(certificate.inner_signature)) {
         problems.push_back("the signature algorithm outside differs from the one that is signed");
     }
 }
 
-void certificate_facts_t::add_key(const oid_map_handle_t& map) {
+void add_certified_key(const blob_t& key_info, const oid_map_handle_t& map, record_t& record, problems_t& problems) {
     public_key_t key;
     std::string problem;
-    if (!read_public_key(certificate_.public_key, map, key, problem)) {
+    if (!read_public_key(key_info, map, key, problem)) {
         problems.push_back(problem);
     }
-    add_public_key(key, record_);
+    add_public_key(key, record);
 }
 
 } // namespace
@@ -174,12 +159,12 @@ void add_public_key(const public_key_t& key, record_t& record) {
 
 std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
                                                bool local, record_t& record) {
-    certificate_facts_t facts(certificate, record);
-    facts.add_serial();
-    facts.add_validity(local);
-    facts.add_signature_algorithm(map);
-    facts.add_key(map);
-    return facts.problems;
+    problems_t problems;
+    add_serial(certificate.serial_number, record, problems);
+    add_validity(certificate.validity, local, record, problems);
+    add_signature_algorithm(certificate, map, record, problems);
+    add_certified_key(certificate.public_key, map, record, problems);
+    return problems;
 }
 
 std::optional<shown_text_t> show_name(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map) {

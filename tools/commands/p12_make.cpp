@@ -88,87 +88,70 @@ bool comes_back(const p12_parts_t& parts, const std::string& bytes, const std::o
     }
 }
 
-class p12_make_t {
-  public:
-    explicit p12_make_t(const p12_make_options_t& options) : options_(options) {}
-
-    void run() const;
-
-  private:
-    const p12_make_options_t& options_;
-
-    void require_free_inputs() const;
-    secret_t read_password() const;
-    std::string encoded_name() const;
-    std::string encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto) const;
-    void write(const std::string& bytes) const;
-};
-
-void p12_make_t::run() const {
-    require_free_inputs();
-    const std::optional<secret_t> password = read_password();
-    const container_profile_t profile =
-        options_.profile == "native" ? container_profile_t::NATIVE : container_profile_t::STANDARD;
-    gost_pbe_crypto_t crypto(password, profile); // starts libgcrypt, also for the digest below
-    p12_parts_t parts;
-    const wipe_at_end_t wiped(parts.key);
-    parts.friendly_name = encoded_name();
-    for (const std::string& file : options_.certificates) {
-        const std::vector<std::string> certificates = read_certificate_file(file);
-        parts.certificates.insert(parts.certificates.end(), certificates.begin(), certificates.end());
-    }
-    parts.key = read_key_file(options_.key, password);
-    const std::string& first = parts.certificates.front();
-    gcry_md_hash_buffer(GCRY_MD_SHA1, parts.local_key_id.data(), first.data(), first.size());
-
-    const std::string bytes = encode(parts, crypto);
-    if (!comes_back(parts, bytes, password)) {
-        throw failure_t(options_.out, "the container has a size that its header cannot say");
-    }
-    write(bytes);
-}
-
-void p12_make_t::require_free_inputs() const {
-    options_.password.require_free_stdin(options_.key);
-    for (const std::string& file : options_.certificates) {
-        options_.password.require_free_stdin(file);
+void require_free_inputs(const p12_make_options_t& options) {
+    options.password.require_free_stdin(options.key);
+    for (const std::string& file : options.certificates) {
+        options.password.require_free_stdin(file);
     }
 }
 
 // A typing error that nobody sees would lock the key away, so the password is asked for twice.
-secret_t p12_make_t::read_password() const {
-    secret_t password = options_.password.read(options_.out);
-    if (options_.password.asks() && options_.password.read(options_.out + " again").text() != password.text()) {
-        throw failure_t(options_.out, "the two passwords differ");
+secret_t read_password(const p12_make_options_t& options) {
+    secret_t password = options.password.read(options.out);
+    if (options.password.asks() && options.password.read(options.out + " again").text() != password.text()) {
+        throw failure_t(options.out, "the two passwords differ");
     }
     return password;
 }
 
-std::string p12_make_t::encoded_name() const {
-    std::optional<std::string> name = utf16_from_utf8(options_.name);
+std::string encode_name(const std::string& text) {
+    std::optional<std::string> name = utf16_from_utf8(text);
     if (!name.has_value()) {
         throw failure_t("--name", "is not UTF-8");
     }
     return std::move(*name);
 }
 
-std::string p12_make_t::encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto) const {
+std::string encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto, const std::string& file) {
     pkcs12_easy_t easy;
     easy.encrypted_bags = make_bags(parts);
     std::string bytes;
     try {
         asn_write_pkcs12_easy(easy, &crypto, bytes);
     } catch (const std::runtime_error& error) {
-        throw failure_t(options_.out, error.what());
+        throw failure_t(file, error.what());
     }
     return bytes;
 }
 
-void p12_make_t::write(const std::string& bytes) const {
-    output_file_t file(options_.out, secrecy_t::SECRET,
-                       options_.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED);
+void write(const p12_make_options_t& options, const std::string& bytes) {
+    output_file_t file(options.out, secrecy_t::SECRET, options.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED);
     file.write(bytes);
     file.commit();
+}
+
+void run(const p12_make_options_t& options) {
+    require_free_inputs(options);
+    const std::optional<secret_t> password = read_password(options);
+    const container_profile_t profile =
+        options.profile == "native" ? container_profile_t::NATIVE : container_profile_t::STANDARD;
+    gost_pbe_crypto_t crypto(password, profile); // starts libgcrypt, also for the digest below
+    p12_parts_t parts;
+    const wipe_at_end_t wiped(parts.key);
+    parts.friendly_name = encode_name(options.name);
+    for (const std::string& file : options.certificates) {
+        const std::vector<std::string> certificates = read_certificate_file(file);
+        parts.certificates.insert(parts.certificates.end(), certificates.begin(), certificates.end());
+    }
+    parts.key = read_key_file(options.key, password);
+    const std::string& first = parts.certificates.front();
+    gcry_md_hash_buffer(GCRY_MD_SHA1, parts.local_key_id.data(), first.data(), first.size());
+
+    const std::string bytes = encode(parts, crypto, options.out);
+    if (!comes_back(parts, bytes, password)) {
+        throw failure_t(options.out, "the container has a size that its header cannot say");
+    }
+    write(options, bytes);
 }
 
 } // namespace
@@ -194,5 +177,5 @@ void add_p12_make(command_t& p12) {
                        "twice.\n"
                        "Example:\n"
                        "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
-    command.set_action([options] { p12_make_t(*options).run(); });
+    command.set_action([options] { run(*options); });
 }

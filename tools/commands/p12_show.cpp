@@ -1,4 +1,5 @@
 // derkit p12 show: what a container tells without its password, and what it holds.
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -50,6 +51,11 @@ class p12_show_t {
     void run();
 
   private:
+    struct index_t {
+        const char* key;
+        std::size_t number; // from 1
+    };
+
     const p12_show_options_t& options_;
     console_t& console_;
     std::string name_; // of the file, in messages
@@ -67,7 +73,7 @@ class p12_show_t {
     void put(const record_t& record, const std::string& place);
     void fail(const std::string& place, const std::string& problem);
 
-    record_t new_record(const char* object) const;
+    record_t new_record(const char* object, std::initializer_list<index_t> place = {}) const;
 };
 
 void p12_show_t::run() {
@@ -82,11 +88,14 @@ void p12_show_t::run() {
     show_inside(p12_container_t(name_, std::move(bytes), password), map);
 }
 
-// In lines, the kind of object and its place are the prefix.
-record_t p12_show_t::new_record(const char* object) const {
+// In lines, the prefix names the kind of object and its place.
+record_t p12_show_t::new_record(const char* object, std::initializer_list<index_t> place) const {
     record_t record;
     if (options_.json) {
         record.add("object", object);
+        for (const index_t& index : place) {
+            record.add(index.key, static_cast<unsigned int>(index.number));
+        }
     }
     return record;
 }
@@ -127,10 +136,7 @@ void p12_show_t::show_mac(const pfx_outline_t& outline) {
 }
 
 void p12_show_t::show_entry(const entry_outline_t& entry, std::size_t index) {
-    record_t record = new_record("entry");
-    if (options_.json) {
-        record.add("entry", static_cast<unsigned int>(index + 1));
-    }
+    record_t record = new_record("entry", {{"entry", index + 1}});
     add_named("content_type", "content_type_oid", entry.content_type, record);
     record.add("size", entry.size);
     add_declinable_encryption(entry.encryption, record);
@@ -141,11 +147,7 @@ void p12_show_t::show_entry(const entry_outline_t& entry, std::size_t index) {
 }
 
 void p12_show_t::show_outer_bag(const bag_outline_t& bag, std::size_t entry_index, std::size_t index) {
-    record_t record = new_record("bag");
-    if (options_.json) {
-        record.add("entry", static_cast<unsigned int>(entry_index + 1));
-        record.add("bag", static_cast<unsigned int>(index + 1));
-    }
+    record_t record = new_record("bag", {{"entry", entry_index + 1}, {"bag", index + 1}});
     add_named("type", "type_oid", bag.type, record);
     record.add("size", bag.size);
     add_declinable_encryption(bag.encryption, record);
@@ -179,10 +181,7 @@ void p12_show_t::show_good_mac(const p12_container_t& container) {
 
 void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
     const std::string place = "key " + std::to_string(index);
-    record_t record = new_record("key");
-    if (options_.json) {
-        record.add("index", index);
-    }
+    record_t record = new_record("key", {{"index", index}});
     add_attributes(bag, place, record);
     private_key_t key;
     std::string problem;
@@ -199,10 +198,7 @@ void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
 
 void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, oid_map_handle_t map) {
     const std::string place = "certificate " + std::to_string(index);
-    record_t record = new_record("certificate");
-    if (options_.json) {
-        record.add("index", index);
-    }
+    record_t record = new_record("certificate", {{"index", index}});
     add_attributes(bag, place, record);
     certificate_t certificate;
     std::string problem;

@@ -106,29 +106,23 @@ std::string text_of(const der_time_t& time) {
     return text + "Z";
 }
 
-unsigned int take_number(std::string_view& digits, std::size_t size) {
+unsigned int number_at(std::string_view digits, std::size_t begin, std::size_t size) {
     unsigned int number = 0;
-    std::from_chars(digits.data(), digits.data() + size, number);
-    digits.remove_prefix(size);
+    std::from_chars(digits.data() + begin, digits.data() + begin + size, number);
     return number;
 }
 
-// The library's years begin with 1900.
-bool is_calendar_time(const std::chrono::year_month_day& date, unsigned int hour, unsigned int minute,
-                      unsigned int second) {
-    return date.ok() && date.year() >= std::chrono::year(1900) && hour < 24 && minute < 60 && second < 60;
-}
-
+// Invalid unless the calendar has the time; the library's years begin with 1900.
 cert_time64_t pack_time(std::string_view digits) {
-    const unsigned int year = take_number(digits, 4);
-    const unsigned int month = take_number(digits, 2);
-    const unsigned int day = take_number(digits, 2);
-    const unsigned int hour = take_number(digits, 2);
-    const unsigned int minute = take_number(digits, 2);
-    const unsigned int second = take_number(digits, 2);
+    const unsigned int year = number_at(digits, 0, 4);
+    const unsigned int month = number_at(digits, 4, 2);
+    const unsigned int day = number_at(digits, 6, 2);
+    const unsigned int hour = number_at(digits, 8, 2);
+    const unsigned int minute = number_at(digits, 10, 2);
+    const unsigned int second = number_at(digits, 12, 2);
     const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(year)), std::chrono::month(month),
                                            std::chrono::day(day)};
-    if (!is_calendar_time(date, hour, minute, second)) {
+    if (!date.ok() || year < 1900 || hour >= 24 || minute >= 60 || second >= 60) {
         return CERT_TIME64_INVALID;
     }
     cert_time64_t time = year;

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
+#include <type_traits>
 
 #include <gcrypt.h>
 
@@ -40,65 +42,54 @@ void start_libgcrypt() {
     static_cast<void>(started);
 }
 
+struct close_t {
+    void operator()(gcry_md_hd_t digest) const { gcry_md_close(digest); }
+    void operator()(gcry_cipher_hd_t cipher) const { gcry_cipher_close(cipher); }
+    void operator()(gcry_mac_hd_t mac) const { gcry_mac_close(mac); }
+};
+
+template <typename HANDLE> using closed_at_end_t = std::unique_ptr<std::remove_pointer_t<HANDLE>, close_t>;
+
+// GOST R 34.11-94.
 class digest_t {
   public:
-    digest_t() { require(gcry_md_open(&handle_, GCRY_MD_GOSTR3411_CP, 0), "GOST R 34.11-94"); }
-    ~digest_t() { gcry_md_close(handle_); }
-    digest_t(const digest_t&) = delete;
-    digest_t& operator=(const digest_t&) = delete;
+    digest_t() {
+        gcry_md_hd_t opened = nullptr;
+        require(gcry_md_open(&opened, GCRY_MD_GOSTR3411_CP, 0), "GOST R 34.11-94");
+        handle_.reset(opened);
+    }
 
-    void add(const void* bytes, std::size_t size) { gcry_md_write(handle_, bytes, size); }
+    void add(const void* bytes, std::size_t size) { gcry_md_write(handle_.get(), bytes, size); }
 
     // Stores the digest and starts anew.
     void finish(secret_t& out) {
-        std::memcpy(out.data(), gcry_md_read(handle_, GCRY_MD_GOSTR3411_CP), out.size());
-        gcry_md_reset(handle_);
+        std::memcpy(out.data(), gcry_md_read(handle_.get(), GCRY_MD_GOSTR3411_CP), out.size());
+        gcry_md_reset(handle_.get());
     }
 
   private:
-    gcry_md_hd_t handle_ = nullptr;
+    closed_at_end_t<gcry_md_hd_t> handle_;
 };
 
-class cipher_t {
-  public:
-    cipher_t(const secret_t& key, const blob_t& iv) {
-        require(gcry_cipher_open(&handle_, GCRY_CIPHER_GOST28147_MESH, GCRY_CIPHER_MODE_CFB, 0), "GOST 28147-89");
-        try {
-            require(gcry_cipher_ctl(handle_, GCRYCTL_SET_SBOX, const_cast<char*>(CRYPTOPRO_A_SBOX), 0), "S-box");
-            require(gcry_cipher_setkey(handle_, key.data(), key.size()), "key of GOST 28147-89");
-            require(gcry_cipher_setiv(handle_, iv.data, iv.size), "IV of GOST 28147-89");
-        } catch (...) {
-            gcry_cipher_close(handle_);
-            throw;
-        }
-    }
-    ~cipher_t() { gcry_cipher_close(handle_); }
-    cipher_t(const cipher_t&) = delete;
-    cipher_t& operator=(const cipher_t&) = delete;
-
-    void encrypt(std::string& bytes) {
-        require(gcry_cipher_encrypt(handle_, bytes.data(), bytes.size(), nullptr, 0), "encryption");
-    }
-    void decrypt(std::string& bytes) {
-        require(gcry_cipher_decrypt(handle_, bytes.data(), bytes.size(), nullptr, 0), "decryption");
-    }
-
-  private:
-    gcry_cipher_hd_t handle_ = nullptr;
-};
+// GOST 28147-89.
+closed_at_end_t<gcry_cipher_hd_t> make_cipher(const secret_t& key, const blob_t& iv) {
+    gcry_cipher_hd_t opened = nullptr;
+    require(gcry_cipher_open(&opened, GCRY_CIPHER_GOST28147_MESH, GCRY_CIPHER_MODE_CFB, 0), "GOST 28147-89");
+    closed_at_end_t<gcry_cipher_hd_t> cipher(opened);
+    require(gcry_cipher_ctl(opened, GCRYCTL_SET_SBOX, const_cast<char*>(CRYPTOPRO_A_SBOX), 0), "S-box");
+    require(gcry_cipher_setkey(opened, key.data(), key.size()), "key of GOST 28147-89");
+    require(gcry_cipher_setiv(opened, iv.data, iv.size), "IV of GOST 28147-89");
+    return cipher;
+}
 
 void compute_mac(const secret_t& key, const blob_t& data, unsigned char* out, std::size_t size) {
-    gcry_mac_hd_t handle = nullptr;
-    require(gcry_mac_open(&handle, GCRY_MAC_HMAC_GOSTR3411_CP, 0, nullptr), "HMAC GOST R 34.11-94");
-    gcry_error_t error = gcry_mac_setkey(handle, key.data(), key.size());
-    if (error == 0) {
-        error = gcry_mac_write(handle, data.data, data.size);
-    }
-    if (error == 0) {
-        error = gcry_mac_read(handle, out, &size);
-    }
-    gcry_mac_close(handle);
-    require(error, "HMAC GOST R 34.11-94");
+    constexpr const char* NAME = "HMAC GOST R 34.11-94";
+    gcry_mac_hd_t opened = nullptr;
+    require(gcry_mac_open(&opened, GCRY_MAC_HMAC_GOSTR3411_CP, 0, nullptr), NAME);
+    const closed_at_end_t<gcry_mac_hd_t> mac(opened);
+    require(gcry_mac_setkey(opened, key.data(), key.size()), NAME);
+    require(gcry_mac_write(opened, data.data, data.size), NAME);
+    require(gcry_mac_read(opened, out, &size), NAME);
 }
 
 // Compares in a time that does not depend on where bytes differ.
@@ -261,7 +252,7 @@ bool gost_pbe_crypto_t::decrypt(const pkcs5_pbe_gost_t& params, const void* data
     const std::string header = octet_string_header(size);
     out.reserve(size + header.size()); // so that no copy of the plaintext is left behind by growth
     out.assign(static_cast<const char*>(data), size);
-    cipher_t(key, params.iv).decrypt(out);
+    require(gcry_cipher_decrypt(make_cipher(key, params.iv).get(), out.data(), out.size(), nullptr, 0), "decryption");
     switch (recognise(out)) {
     case plaintext_t::GARBAGE:
         return false;
@@ -288,7 +279,7 @@ bool gost_pbe_crypto_t::encrypt(const void* data, unsigned int size, pkcs5_pbe_g
     const blob_t plaintext = unwrap ? content_of(element) : element;
     const secret_t key = derive_key(params.salt, params.iterations, KEY_SIZE);
     out.assign(reinterpret_cast<const char*>(plaintext.data), plaintext.size);
-    cipher_t(key, params.iv).encrypt(out);
+    require(gcry_cipher_encrypt(make_cipher(key, params.iv).get(), out.data(), out.size(), nullptr, 0), "encryption");
     return true;
 }
 

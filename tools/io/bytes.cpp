@@ -1,5 +1,6 @@
 #include "io/bytes.h"
 
+#include <charconv>
 #include <memory>
 #include <stdexcept>
 
@@ -10,17 +11,14 @@
 
 namespace {
 
+// -1 for any other character.
 int digit_value(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+    int value = -1;
+    std::from_chars(&c, &c + 1, value, 16);
+    return value;
 }
 
-struct close_t {
+struct close_converter_t {
     void operator()(void* converter) const { iconv_close(converter); }
 };
 
@@ -31,7 +29,7 @@ std::optional<std::string> convert(const char* to, const char* from, std::string
     if (opened == reinterpret_cast<iconv_t>(-1)) {
         throw std::runtime_error(std::string("no converter from ") + from + " to " + to);
     }
-    const std::unique_ptr<void, close_t> converter(opened);
+    const std::unique_ptr<void, close_converter_t> converter(opened);
     std::string out(text.size() * growth, '\0');
     char* input = const_cast<char*>(text.data());
     std::size_t input_left = text.size();

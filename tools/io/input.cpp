@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
+#include <limits>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,31 +16,8 @@ namespace {
 
 constexpr std::size_t CHUNK_SIZE = 65536;
 
-[[noreturn]] void fail_as_too_large(const std::string& name) {
-    throw failure_t(name, "larger than " + std::to_string(MAX_INPUT_SIZE >> 20) + " MiB");
-}
-
-std::string read_all(std::FILE* stream, const std::string& name) {
-    std::string bytes;
-    char chunk[CHUNK_SIZE];
-    while (const std::size_t size = std::fread(chunk, 1, sizeof chunk, stream)) {
-        if (size > MAX_INPUT_SIZE - bytes.size()) {
-            fail_as_too_large(name);
-        }
-        bytes.append(chunk, size);
-    }
-    if (std::ferror(stream) != 0) {
-        throw failure_t(name, std::strerror(errno));
-    }
-    return bytes;
-}
-
 int open_input(const std::string& file) {
-    const int descriptor = file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        throw failure_t(file, std::strerror(errno));
-    }
-    return descriptor;
+    return file == "-" ? STDIN_FILENO : open_to_read(file);
 }
 
 // 0 for pipes and devices.
@@ -52,19 +29,20 @@ unsigned long long size_of_file(int descriptor) {
 
 } // namespace
 
+int open_to_read(const std::string& file) {
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        throw failure_t(file, std::strerror(errno));
+    }
+    return descriptor;
+}
+
 std::string input_name(const std::string& file) {
     return file == "-" ? "(standard input)" : file;
 }
 
 std::string read_input(const std::string& file) {
-    if (file == "-") {
-        return read_all(stdin, input_name(file));
-    }
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"), std::fclose);
-    if (stream == nullptr) {
-        throw failure_t(file, std::strerror(errno));
-    }
-    return read_all(stream.get(), file);
+    return input_stream_t(file).take_all();
 }
 
 std::string read_filled_input(const std::string& file) {
@@ -89,6 +67,11 @@ std::string_view input_stream_t::look(std::size_t wanted) {
         read_more();
     }
     return std::string_view(buffer_).substr(begin_);
+}
+
+std::string input_stream_t::take_all() {
+    look(std::numeric_limits<std::size_t>::max());
+    return std::move(buffer_);
 }
 
 void input_stream_t::pass(std::size_t size) {
@@ -117,7 +100,7 @@ void input_stream_t::read_more() {
     buffer_.erase(0, begin_);
     begin_ = 0;
     if (item_size_ + buffer_.size() > MAX_INPUT_SIZE) {
-        fail_as_too_large(name_);
+        throw failure_t(name_, "larger than " + std::to_string(MAX_INPUT_SIZE >> 20) + " MiB");
     }
     const std::size_t old_size = buffer_.size();
     buffer_.resize(old_size + CHUNK_SIZE);

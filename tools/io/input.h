@@ -3,7 +3,6 @@
 #define DERKIT_TOOLS_IO_INPUT_H
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,6 +11,9 @@ constexpr std::size_t MAX_INPUT_SIZE = std::size_t(256) << 20;
 
 // How messages and output name a file: "-" is the standard input.
 std::string input_name(const std::string& file);
+
+// Opens a file and returns its descriptor. Throws failure_t.
+int open_to_read(const std::string& file);
 
 // The bytes of a file, or of standard input for "-". Throws failure_t.
 std::string read_input(const std::string& file);
@@ -35,6 +37,9 @@ class input_stream_t {
     // At least `wanted` bytes from here on, fewer only at the end of the file; valid until the next look. Throws
     // failure_t when the file cannot be read, and when the item becomes too large.
     std::string_view look(std::size_t wanted);
+
+    // All bytes, without a copy; the stream is of no use afterwards. To be called before any other step. Throws failure_t.
+    std::string take_all();
 
     // Moves past the next `size` bytes, which were looked at.
     void pass(std::size_t size);

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "io/failure.h"
+#include "io/input.h"
 #include "io/record.h"
 
 namespace {
@@ -162,10 +163,7 @@ std::optional<secret_t> ask_once(int terminal, const std::string& prompt) {
 } // namespace
 
 secret_t read_password_from_file(const std::string& file) {
-    const descriptor_t opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    if (opened.get() < 0) {
-        throw failure_t(file, std::strerror(errno));
-    }
+    const descriptor_t opened(open_to_read(file));
     return read_first_line(opened.get(), file);
 }
 
