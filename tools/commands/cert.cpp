@@ -82,8 +82,8 @@ void cert_command_t::run() {
     console_.progress().hide();
 }
 
-// A file is DER if a certificate can be read from it. Anything else is searched for PEM, even if it starts like DER: the
-// text around PEM blocks may start with any character.
+// A file is DER if a certificate can be read from it. Anything else is searched for PEM, even if it starts like DER:
+// the text around PEM blocks may start with any character.
 void cert_command_t::run_file(const std::string& file) {
     input_stream_t input(file);
     const std::string name = input_name(file);

@@ -165,8 +165,8 @@ std::string octet_string_header(std::size_t size) {
     return static_cast<char>(asn_tag_t::OCTET_STRING) + (size == 0 ? std::string(1, '\0') : length);
 }
 
-// The content of the OCTET STRING element that the library passes to be written. The library can write lengths of 65,536
-// octets or more too short; such a truncated content must not pass for the whole.
+// The content of the OCTET STRING element that the library passes to be written. The library can write lengths of
+// 65,536 octets or more too short; such a truncated content must not pass for the whole.
 blob_t content_of(const blob_t& octet_string) {
     asn_cursor_t in(octet_string);
     const blob_t content = in.read(asn_tag_t::OCTET_STRING);

@@ -23,8 +23,8 @@ enum class mac_key_t {
 // PBKDF2 with HMAC GOST R 34.11-94 (RFC 4357 and RFC 8018), GOST 28147-89 in CFB mode with the CryptoPro-A S-box and
 // key meshing (RFC 4357), HMAC GOST R 34.11-94 for the MAC.
 //
-// When reading, verify_mac(), which the library calls first, finds out which profile and MAC key a container has. Writing
-// uses the given profile, PBKDF2 for the MAC key, and fresh random salts and IV.
+// When reading, verify_mac(), which the library calls first, finds out which profile and MAC key a container has.
+// Writing uses the given profile, PBKDF2 for the MAC key, and fresh random salts and IV.
 //
 // Throws std::runtime_error if libgcrypt fails, whatever the input.
 class gost_pbe_crypto_t final : public pbe_crypto_t {

@@ -17,8 +17,8 @@ struct pem_block_t {
     std::string problem; // why there is no DER; empty when there is
 };
 
-// Takes the blocks out of a text one after the other, in linear time. Only as much of a file is in memory as the current
-// block needs.
+// Takes the blocks out of a text one after the other, in linear time. Only as much of a file is in memory as the
+// current block needs.
 //
 // Text around the blocks, blanks around the lines, any line end (LF, CRLF, CR), a byte order mark and the headers of
 // RFC 1421 are skipped. Any other departure spoils its own block and no other: a block without END ends before the next
@@ -57,8 +57,8 @@ struct pem_blocks_t {
 pem_blocks_t take_pem_blocks(pem_reader_t& reader, bool (*is_wanted)(std::string_view label),
                              const std::function<void(pem_block_t& block, unsigned int number)>& take);
 
-// Writes a block with its BEGIN and END lines. Lines have 64 characters, the last one fewer, and end with LF. The result
-// is allocated once, so wiping it leaves no copy behind.
+// Writes a block with its BEGIN and END lines. Lines have 64 characters, the last one at most, and end with LF. The
+// result is allocated once, so wiping it leaves no copy behind.
 std::string write_pem(std::string_view label, std::string_view der);
 
 #endif

@@ -54,8 +54,8 @@ struct encrypted_key_t {
 // Reads an EncryptedPrivateKeyInfo, however it is encrypted.
 bool read_encrypted_key(std::string_view der, encrypted_key_t& out);
 
-// The PrivateKeyInfo, which the caller wipes; nothing if the password is wrong or the data damaged. Only for an encryption
-// that is not declined.
+// The PrivateKeyInfo, which the caller wipes; nothing if the password is wrong or the data damaged. Only for an
+// encryption that is not declined.
 std::optional<std::string> decrypt_key(const encrypted_key_t& key, const std::optional<secret_t>& password);
 
 // The PrivateKeyInfo in a file: PKCS#8, plain or encrypted under `password`, PEM or DER. The caller wipes it. Throws

@@ -38,7 +38,8 @@ class input_stream_t {
     // failure_t when the file cannot be read, and when the item becomes too large.
     std::string_view look(std::size_t wanted);
 
-    // All bytes, without a copy; the stream is of no use afterwards. To be called before any other step. Throws failure_t.
+    // All bytes, without a copy. To be called before any other step; the stream is of no use afterwards. Throws
+    // failure_t.
     std::string take_all();
 
     // Moves past the next `size` bytes, which were looked at.
