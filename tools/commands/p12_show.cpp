@@ -1,4 +1,4 @@
-// derkit p12 show: what a container tells without its password, and what it holds.
+// derkit p12 show: what a container shows without its password, and what it holds.
 #include <initializer_list>
 #include <memory>
 #include <optional>

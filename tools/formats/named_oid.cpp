@@ -149,7 +149,7 @@ constexpr row_t OTHER_PARAM_SETS[] = {
     {"1.2.643.7.1.2.1.2.1", "id-tc26-gost-3410-2012-512-paramSetA"},
     {"1.2.643.7.1.2.1.2.2", "id-tc26-gost-3410-2012-512-paramSetB"},
     {"1.2.643.7.1.2.1.2.3", "id-tc26-gost-3410-2012-512-paramSetC"},
-    // RFC 9215: GOST R 34.11-2012 has no parameters, so its own OID stands for them
+    // RFC 9215: GOST R 34.11-2012 has no parameters, so its own OID takes their place
     {"1.2.643.7.1.1.2.2", "id-tc26-gost3411-12-256"},
     {"1.2.643.7.1.1.2.3", "id-tc26-gost3411-12-512"},
 };

@@ -28,7 +28,7 @@ struct named_oid_t {
 named_oid_t name_oid(const blob_t& content);
 
 // As above, with the name that RFC 4357 or RFC 9215 gives to a parameter set of keys, digests or GOST 28147-89, or to a
-// digest that stands for its own set.
+// digest whose own OID takes the place of a set.
 named_oid_t name_gost_param_set(const blob_t& content);
 
 // GostR3410-PublicKeyParameters ::= SEQUENCE {                             RFC 4491 2.3.2, RFC 9215 4.2

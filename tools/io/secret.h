@@ -13,7 +13,7 @@ inline void wipe(void* bytes, std::size_t size) {
     explicit_bzero(bytes, size);
 }
 
-// A buffer of fixed size that wipes itself. It does not grow, so no copy of its content is left behind in freed memory.
+// A buffer of fixed size that wipes itself. It does not grow, so it leaves no copy of its content in freed memory.
 class secret_t {
   public:
     explicit secret_t(std::size_t size) : bytes_(new unsigned char[size]()), size_(size) {}
@@ -42,7 +42,7 @@ class secret_t {
     std::size_t size_;
 };
 
-// Wipes a string when the scope ends. What an earlier growth of the string left behind is not reached.
+// Wipes a string when the scope ends, but no copies that the string left in freed memory when it grew.
 class wipe_at_end_t {
   public:
     explicit wipe_at_end_t(std::string& text) : text_(text) {}
