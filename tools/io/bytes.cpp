@@ -1,6 +1,5 @@
 #include "io/bytes.h"
 
-#include <charconv>
 #include <memory>
 #include <stdexcept>
 
@@ -11,11 +10,14 @@
 
 namespace {
 
-// -1 for any other character.
 int digit_value(char c) {
-    int value = -1;
-    std::from_chars(&c, &c + 1, value, 16);
-    return value;
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
 }
 
 struct close_converter_t {
