@@ -25,8 +25,8 @@ check_with_cppcheck() {
 check_with_cppcheck asn pkcs util platform
 tidy "" asn/*.cpp pkcs/*.cpp util/*.cpp platform/*.cpp
 if [[ ${1:-} == --all ]]; then
-  check_with_cppcheck -Itests -I. tools testing/*.h tests/support/*.h
-  tidy "-DDERKIT_WITH_GCRYPT -DDERKIT_VERSION=\"\"" tools/*.cpp
+  check_with_cppcheck -Itests -Itools -I. tools testing/*.h tests/support/*.h
+  tidy "-I./tools -DDERKIT_WITH_GCRYPT -DDERKIT_VERSION=\"\"" tools/*.cpp tools/*/*.cpp
   tidy "-xc++ -Itests -I. -isystem/usr/src/googletest/googletest/include" testing/*.h tests/support/*.h
 fi
 exit "$status"
