@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures what the inputs of every target reach in the library: fuzz/coverage.sh [FOLDER...]. Inputs are the corpus
-# and FOLDER/TARGET/*, for example build/native-fuzz/fuzz/found after a run. Needs the Debian package llvm.
+# and FOLDER/TARGET/*, for example build/native-asan/fuzz/found after a run. Needs the Debian package llvm.
 # It prints lines and regions of every source file that a target reaches, and then of all targets together.
 set -euo pipefail
 folders=()
