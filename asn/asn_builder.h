@@ -1,4 +1,4 @@
-// The one way in which writers build DER.
+// Builds DER: the node that every writer uses.
 #ifndef DERKIT_ASN_BUILDER_H
 #define DERKIT_ASN_BUILDER_H
 
@@ -11,15 +11,14 @@
 #include "derkit/asn_reader.h"
 #include "derkit/asn_types.h"
 
-// Octets kept free in front of the content: an identifier and at most five length octets.
+// Octets kept free before the content, for an identifier and at most five length octets.
 inline constexpr unsigned int HEADER_ROOM = 6;
-// Octets that a growth step leaves free behind the content.
+// Octets that a growth step leaves free after the content.
 inline constexpr unsigned int GROWTH_SLACK = 16;
-// The largest content whose buffer size still fits 32 bits.
+// The largest content whose buffer size fits 32 bits.
 inline constexpr unsigned int MAX_CONTENT_SIZE = 0xFFFFFFFF - HEADER_ROOM - GROWTH_SLACK;
 
-// Inline octets of a node: its first header is written into them, so no node but the one without any has less than
-// header room.
+// Inline octets of a node. Its first header is written into them, so only a node without any has less than header room.
 constexpr unsigned int inline_storage_size(unsigned int n) {
     return n == 0 ? 0 : std::max(n, HEADER_ROOM);
 }
@@ -32,7 +31,7 @@ template <unsigned int M> constexpr blob_t asn_view_of(const unsigned char (&byt
     return view;
 }
 
-// Most contents are OIDs, integers and small parameters, which take less time than a call of memcpy().
+// Copies without a call what most contents are: OIDs, integers and small parameters.
 inline void copy_octets(unsigned char* to, const unsigned char* from, unsigned int n) {
     if (n > 16) {
         std::memcpy(to, from, n);
@@ -54,8 +53,8 @@ inline unsigned char length_octet(unsigned int n, unsigned int index) {
 }
 
 // Content of up to 127 octets takes the short form. For more, length octets are written from the lowest up to the
-// first that is zero, so lengths from 65,536 on that hold a zero octet come out too short: 65,536 is written 81 00.
-// The bytes are fixed so; below 65,536 the header is exact and minimal.
+// first that is zero, so a length of 65,536 or more that has a zero octet is written too short: 65,536 as 81 00. This
+// output is fixed. Below 65,536 the header is exact and minimal.
 inline unsigned int header_size(unsigned int n) {
     unsigned int num_length_octets = 0;
     if (n > 127) {
@@ -66,7 +65,7 @@ inline unsigned int header_size(unsigned int n) {
     return 2 + num_length_octets;
 }
 
-// Writes the header of n content octets right in front of them.
+// Writes the header of n content octets directly before them.
 inline void write_header_before(unsigned char* content, asn_tag_t::Type identifier, unsigned int n) {
     const unsigned int num_length_octets = header_size(n) - 2;
     unsigned char* p = content;
@@ -82,12 +81,11 @@ inline void write_header_before(unsigned char* content, asn_tag_t::Type identifi
 
 // One element under construction (X.690 8.1).
 //
-// Content grows at the back of `buffer`, behind the header room; every append rewrites the header in front of it,
-// right-aligned, so that the encoding is complete and contiguous at any moment. N is only the room that the node
-// brings along: an element that outgrows it moves to the heap, which a well-chosen N avoids.
+// Content grows at the end of `buffer`, after the header room; every append rewrites the header directly before it, so
+// that the encoding is complete and contiguous at any moment. N is the room inside the node: an element that outgrows
+// it moves to the heap, which a well-chosen N avoids.
 //
-// A node of N = 0 has no encoding before its first append, also an append of nothing: until then it adds nothing to
-// a parent.
+// A node of N = 0 has no encoding, and adds nothing to a parent, until its first append, which may be empty.
 //
 // Content past MAX_CONTENT_SIZE is refused with std::bad_alloc before anything changes. A node belongs to one thread.
 template <unsigned int N> struct asn_tag_t_ {
@@ -116,7 +114,7 @@ template <unsigned int N> struct asn_tag_t_ {
 
     // Appends n content octets.
     void add_bytes(const void* bytes, unsigned int n) {
-        reserve(n);
+        make_room(n, n);
         copy(bytes, n);
         write_header();
     }
@@ -126,7 +124,7 @@ template <unsigned int N> struct asn_tag_t_ {
         add_bytes(child.encoding(), child.encoding_size());
     }
 
-    // Appends an element whose content is at hand: what a node with that content would add.
+    // Appends an element with this content, as a node of its own would be.
     void add_element(asn_tag_t::Type child_tag, const void* content, unsigned int n) {
         const unsigned int size_of_header = header_size(n);
         reserve_with_headers(size_of_header, n);
@@ -138,7 +136,7 @@ template <unsigned int N> struct asn_tag_t_ {
     void add_element(asn_tag_t::Type child_tag, const blob_t& content) {
         add_element(child_tag, content.data, content.size);
     }
-    // A size of more than 32 bits is refused like too large a content.
+    // A size of more than 32 bits is refused like any content that is too large.
     void add_element(asn_tag_t::Type child_tag, std::string_view content) {
         if (content.size() > MAX_CONTENT_SIZE) {
             throw std::bad_alloc();
@@ -149,7 +147,7 @@ template <unsigned int N> struct asn_tag_t_ {
         add_element(child_tag, content, M);
     }
 
-    // Appends an element that holds nothing but another element: an explicit tag, a SET OF one.
+    // Appends an element that contains just one other element: an explicit tag, a SET OF one.
     void add_nested(asn_tag_t::Type outer_tag, asn_tag_t::Type inner_tag, const void* content, unsigned int n) {
         const unsigned int size_of_inner_header = header_size(n);
         if (n > MAX_CONTENT_SIZE - size_of_inner_header) {
@@ -162,44 +160,35 @@ template <unsigned int N> struct asn_tag_t_ {
         add_element(inner_tag, content, n);
     }
 
-    // Appends an INTEGER with the content that asn_write_INTEGER() gives.
+    // Appends an INTEGER with the content that asn_write_INTEGER() writes.
     void add_integer(unsigned int value) {
         std::string content; // five octets at most, no allocation
         asn_write_INTEGER(value, content);
         add_element(asn_tag_t::INTEGER, content);
     }
 
-    // Appends an element that holds nothing but another node: an explicit tag, or an OCTET STRING around DER.
+    // Appends an element that contains just another node: an explicit tag, or an OCTET STRING around DER.
     template <unsigned int M> void add_wrapped(asn_tag_t::Type wrapper_tag, const asn_tag_t_<M>& child) {
         add_element(wrapper_tag, child.encoding(), child.encoding_size());
     }
 
-    // Appends one of many members of a SET OF or SEQUENCE OF. Growth is exact, which is quadratic for a long list;
-    // this doubles the room instead, so that a list costs linear time.
+    // Appends one of many members of a SET OF or SEQUENCE OF.
     template <unsigned int M> void add_member(const asn_tag_t_<M>& child) {
-        if (needs_growth(child.encoding_size())) {
-            reserve(std::max(child.encoding_size(), std::min(content_size, MAX_CONTENT_SIZE - content_size)));
-        }
+        reserve(child.encoding_size());
         add_node(child);
     }
 
-    // Makes room for n more content octets in one growth step. Neither content nor header change.
+    // Makes room for n more content octets. Neither content nor header change. An append grows a node by just what it
+    // needs, which is quadratic for a long list; this at least doubles the content's room, so that a list costs linear
+    // time.
     void reserve(unsigned int n) {
-        if (n > MAX_CONTENT_SIZE - content_size) {
-            throw std::bad_alloc();
-        }
-        if (needs_growth(n)) {
-            grow(content_size + n + HEADER_ROOM + GROWTH_SLACK);
-        }
+        make_room(n, std::max(n, std::min(content_size, MAX_CONTENT_SIZE - content_size)));
     }
 
-    // Makes room for n octets and some headers beside them, as far as a node can hold them: it saves growing again and
-    // is no limit.
-    void reserve_about(unsigned long long n) {
-        constexpr unsigned int USUAL_BESIDE = 192;
-        const unsigned long long wanted = n + USUAL_BESIDE;
-        if (wanted <= MAX_CONTENT_SIZE - content_size) {
-            reserve(static_cast<unsigned int>(wanted));
+    // Reserves an estimate of the content to come; one that no node can hold is ignored.
+    void reserve_estimate(unsigned long long n) {
+        if (n <= MAX_CONTENT_SIZE - content_size) {
+            reserve(static_cast<unsigned int>(n));
         }
     }
 
@@ -212,7 +201,7 @@ template <unsigned int N> struct asn_tag_t_ {
         return total_size;
     }
 
-    // Replaces `out` by the encoding.
+    // Replaces `out` with the encoding.
     void assign_to(std::string& out) const {
         out.assign(reinterpret_cast<const char*>(encoding()), total_size);
     }
@@ -226,11 +215,17 @@ template <unsigned int N> struct asn_tag_t_ {
         if (n > MAX_CONTENT_SIZE - size_of_headers) {
             throw std::bad_alloc();
         }
-        reserve(size_of_headers + n);
+        make_room(size_of_headers + n, size_of_headers + n);
     }
 
-    bool needs_growth(unsigned int n) const {
-        return capacity < HEADER_ROOM || capacity - HEADER_ROOM < content_size + n;
+    // Grows the node by room for `growth` octets unless n more content octets fit.
+    void make_room(unsigned int n, unsigned int growth) {
+        if (n > MAX_CONTENT_SIZE - content_size) {
+            throw std::bad_alloc();
+        }
+        if (capacity < HEADER_ROOM || capacity - HEADER_ROOM < content_size + n) {
+            grow(content_size + growth + HEADER_ROOM + GROWTH_SLACK);
+        }
     }
 
     void free_heap_block() {

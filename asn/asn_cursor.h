@@ -10,13 +10,15 @@
 
 // A view of the octets that are left to read: `size` of them from `p` on.
 //
-// Every step reads one element at `p`. On success the cursor moves past the element, and what the step hands out
-// is a view into the input, valid as long as that. On failure the cursor becomes empty and stays failed, whatever
-// is asked of it later, and the step hands out an empty view; so a reader may take its steps in a straight line
-// and ask `ok()` where it matters.
+// Every step reads one element at `p`. On success the cursor moves past the element and the step returns a view of the
+// input, which must outlive it. On failure the cursor becomes empty and stays failed, and this and every later step
+// returns an empty view. So a reader takes its steps in a straight line and asks `ok()` where it matters.
 //
-// An element fails when asn1_read_tag() refuses it and also when its content does not lie inside what is left:
-// the 32-bit sum of asn1_read_tag() wraps for lengths near 2^32, and nothing may follow such a length.
+// A failed cursor returns only failed cursors, but a failure does not travel up: a cursor that enter() returned may
+// fail while the one that it came from stays good. Ask each cursor that was read from.
+//
+// An element fails when asn1_read_tag() refuses it, and when its content does not lie inside what is left: the 32-bit
+// sum of asn1_read_tag() wraps for lengths near 2^32, and nothing may follow such a length.
 struct asn_cursor_t {
     const unsigned char* p;
     unsigned int size;
@@ -24,22 +26,22 @@ struct asn_cursor_t {
     asn_cursor_t(const void* data, unsigned int data_size)
         : p(static_cast<const unsigned char*>(data)), size(data_size) {}
     explicit asn_cursor_t(const blob_t& bytes) : p(bytes.data), size(bytes.size) {}
-    // Sizes are of 32 bits: a longer string is read up to there.
+    // Sizes have 32 bits: a longer string is read up to 2^32 - 1.
     explicit asn_cursor_t(const std::string& bytes)
         : asn_cursor_t(bytes.data(), static_cast<unsigned int>(std::min<std::size_t>(bytes.size(), 0xFFFFFFFF))) {}
 
-    explicit asn_cursor_t(std::string&&) = delete; // would view what is gone at once
+    explicit asn_cursor_t(std::string&&) = delete; // the view would dangle
 
     bool ok() const { return ok_; }
     bool empty() const { return size == 0; }
 
-    // Tells whether something is left and starts with this identifier octet: how optional fields are found.
+    // Tells whether the next element has this identifier octet: how optional fields are found.
     bool next_is(asn_tag_t::Type tag) const { return size != 0 && *p == tag; }
 
-    // What is left, not looked at.
+    // What is left, unread.
     blob_t rest() const { return make_view(p, size); }
 
-    // Reads an element and gives its content.
+    // Reads an element and returns its content.
     blob_t read(asn_tag_t::Type tag) {
         unsigned int content_size = 0;
         const unsigned char* const content = asn_read_tag_inline(tag, p, size, &content_size);
@@ -63,7 +65,7 @@ struct asn_cursor_t {
         }
     }
 
-    // As above, with all of the element, header included.
+    // As above, with the header of the element included.
     void read_element(asn_tag_t::Type tag, blob_t& field) {
         const unsigned char* const begin = p;
         read(tag);
@@ -72,7 +74,7 @@ struct asn_cursor_t {
         }
     }
 
-    // Reads an element and gives a cursor over its content; a failed one when there is no such element.
+    // Reads an element and returns a cursor over its content; a failed one when there is no such element.
     asn_cursor_t enter(asn_tag_t::Type tag) {
         asn_cursor_t inside(read(tag));
         inside.ok_ = ok_;
@@ -81,6 +83,16 @@ struct asn_cursor_t {
 
     // Reads an element whose content does not matter.
     void skip(asn_tag_t::Type tag) { read(tag); }
+
+    // Returns this cursor with its end moved to that of `outer`: for a last field that may run past its SEQUENCE up to
+    // the end of the input. This cursor was entered from `outer`, which has not moved since. A failed one stays failed.
+    asn_cursor_t up_to_end_of(const asn_cursor_t& outer) const {
+        asn_cursor_t longer = *this;
+        if (ok_) {
+            longer.size += outer.size;
+        }
+        return longer;
+    }
 
   private:
     bool ok_ = true;

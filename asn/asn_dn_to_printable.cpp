@@ -1,9 +1,9 @@
-// DER names to text.
+// DER names to printable DNs.
 #include <algorithm>
 #include <string_view>
 
 #include "asn/asn_cursor.h"
-#include "asn/asn_printable_syntax.h"
+#include "asn/asn_printable_traits.h"
 #include "derkit/asn_helper.h"
 #include "derkit/asn_printable.h"
 #include "derkit/int2str.h"
@@ -17,8 +17,7 @@ std::string_view as_text(const blob_t& bytes) {
     return std::string_view(reinterpret_cast<const char*>(bytes.data), bytes.size);
 }
 
-// Appends text with a backslash before every special character. Blanks, controls and bytes above
-// 0x7F are written as they are.
+// Appends text with a backslash before every special character. Blanks, controls and bytes above 0x7F are unchanged.
 void append_escaped(std::string_view text, std::string& out) {
     const char* const end = text.data() + text.size();
     for (const char* run = text.data(); run != end;) {
@@ -39,7 +38,7 @@ bool append_dotted(const blob_t& oid, std::string& out) {
     return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;
 }
 
-// As append_escaped(), for text that stands at the end of `out` already, from `begin` on.
+// Escapes the text at the end of `out`, from `begin` on, as append_escaped() does.
 void escape_in_place(std::string& out, std::size_t begin) {
     const std::string_view text = std::string_view(out).substr(begin);
     const auto num_special = std::count_if(text.begin(), text.end(), [](char c) { return is_special(c); });
@@ -50,7 +49,7 @@ void escape_in_place(std::string& out, std::size_t begin) {
     try {
         append_room(out, static_cast<std::size_t>(num_special));
     } catch (...) {
-        out.resize(begin); // an unescaped comma would pass for the end of an RDN
+        out.resize(begin); // an unescaped comma would look like the end of an RDN
         throw;
     }
     for (std::size_t to = out.size(); to != from;) {
@@ -66,9 +65,9 @@ const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
     return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);
 }
 
-// The RDNs at the end of a text that is printed last RDN first. Every RDN is reversed in place when it is finished and
-// all of them together at the end, which brings each into its place in linear time. However printing ends, of an RDN
-// that is not finished nothing stays.
+// The RDNs that are printed last RDN first. Each is reversed in place when it is finished, and all together at the end,
+// which restores their text and reverses their order in linear time. An unfinished RDN is discarded, however printing
+// ends.
 class finished_rdns_t {
   public:
     explicit finished_rdns_t(std::string& out) : out_(out), begin_(out.size()), end_(out.size()) {}
@@ -79,7 +78,7 @@ class finished_rdns_t {
     finished_rdns_t(const finished_rdns_t&) = delete;
     finished_rdns_t& operator=(const finished_rdns_t&) = delete;
 
-    // What was printed since is an RDN.
+    // Everything printed since the last call is an RDN.
     void add_last() {
         reverse_from(end_);
         end_ = out_.size();
@@ -100,7 +99,7 @@ class name_printer_t {
     name_printer_t(std::string& out, oid_map_handle_t map) : out_(out), map_(map) {}
 
     // Name ::= SEQUENCE OF RelativeDistinguishedName                                 RFC 5280 4.1.2.4
-    // A comma stands behind every RDN, the last one too. What was written before a failure stays.
+    // Writes a comma after every RDN, the last one too. Text written before a failure stays.
     bool print_as_encoded(asn_cursor_t name) {
         while (!name.empty()) {
             if (!print_rdn(name.enter(asn_tag_t::SET))) {
@@ -159,7 +158,7 @@ class name_printer_t {
         return true;
     }
 
-    // `value` is all that stands behind the type. Bytes behind a string are not looked at.
+    // `value` is everything after the type. Bytes after a string are ignored.
     bool print_value(const blob_t& value) {
         const asn_tag_t::Type tag = value.size == 0 ? asn_tag_t::ANY : static_cast<asn_tag_t::Type>(value.data[0]);
         switch (tag) {
@@ -175,7 +174,7 @@ class name_printer_t {
             return string.ok() && print_string(tag, content);
         }
         default:
-            // Not a string, or nothing at all.
+            // Not a string, or no value at all.
             append_char(out_, '#');
             TO_HEX_STD_STRING(value.data, value.size, out_, '\0');
             return true;
@@ -249,7 +248,7 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string
     name_printer_t printer(out, map);
     const bool done = order == PDN_ORDER_REVERSED ? printer.print_reversed(name) : printer.print_as_encoded(name);
     if (done) {
-        out.pop_back(); // the comma behind the last RDN
+        out.pop_back(); // the comma after the last RDN
     }
     return done;
 }

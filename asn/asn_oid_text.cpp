@@ -2,28 +2,26 @@
 #include <charconv>
 #include <string_view>
 
-#include "asn/asn_builder.h"
 #include "derkit/asn_oidmap.h"
 #include "util/string_room.h"
 
 namespace {
 
-// Header room stays free in the caller's array, so that identifier and length fit in front of the content.
-constexpr unsigned int MAX_OID_CONTENT_SIZE = 512 - HEADER_ROOM;
-// Octets of the longest one, of 32 bits.
-constexpr unsigned int MAX_SUBIDENTIFIER_SIZE = 5;
+// The caller's array also has room for an identifier and five length octets.
+constexpr unsigned int MAX_OID_CONTENT_SIZE = 512 - 6;
+constexpr unsigned int MAX_SUBIDENTIFIER_SIZE = 5; // of 32 bits
 
 unsigned int digit_of(char c) {
     return static_cast<unsigned char>(c) - static_cast<unsigned int>('0');
 }
 
 struct arc_t {
-    const char* end; // the dot or the end behind it; null when there is no arc
+    const char* end; // the dot after it or the end of the text; null when there is no arc
     unsigned int value;
 };
 
-// Reads one arc of at most 32 bits, leading zeros included. Always inlined, like the writer of a
-// subidentifier: both take less time than a call.
+// Reads one arc of at most 32 bits; leading zeros are accepted. Always inlined, like write_subidentifier(): both take
+// less time than a call.
 [[gnu::always_inline]] inline arc_t read_arc(const char* p, const char* end) {
     if (p == end || digit_of(*p) > 9) {
         return {nullptr, 0};
@@ -39,7 +37,7 @@ struct arc_t {
     return {p, static_cast<unsigned int>(value)};
 }
 
-// Writes a subidentifier behind `size` octets of `out`. False when it does not fit.
+// Writes a subidentifier after the first `size` octets of `out`. False when it does not fit.
 [[gnu::always_inline]] inline bool write_subidentifier(unsigned int value, unsigned char (&out)[512],
                                                        unsigned int& size) {
     if (value < 0x80) {
@@ -64,7 +62,7 @@ struct arc_t {
     return true;
 }
 
-// Subidentifiers of more than 32 bits wrap; padding by leading 0x80 octets is accepted (X.690 8.19.2 forbids it).
+// Subidentifiers of more than 32 bits wrap, and leading 0x80 octets are accepted (X.690 8.19.2 forbids them).
 bool read_subidentifier(const unsigned char*& p, const unsigned char* end, unsigned int& value) {
     value = 0;
     for (; p != end; ++p) {
@@ -78,10 +76,10 @@ bool read_subidentifier(const unsigned char*& p, const unsigned char* end, unsig
     return false;
 }
 
-// Collects text in front of a string, so that the string is touched once for many arcs.
+// Buffers text, so that the string grows once for many arcs.
 class arc_writer_t {
   public:
-    // cppcheck-suppress uninitMemberVar ; what is in front of end_ has been written
+    // cppcheck-suppress uninitMemberVar ; everything before end_ has been written
     explicit arc_writer_t(std::string& out) : out_(out) {}
 
     void add(unsigned int arc, bool last) {
@@ -112,13 +110,13 @@ class arc_writer_t {
     }
 };
 
-// The arcs up to the one that is cut short, if there is one.
+// Writes all arcs, or those before the one that is cut short. False for the latter.
 bool write_arcs(const unsigned char* p, const unsigned char* end, arc_writer_t& out) {
     unsigned int subidentifier = 0;
     if (!read_subidentifier(p, end, subidentifier)) {
         return false;
     }
-    // A plain division: the first arc can come out as 3 and more.
+    // A plain division: the first arc can become 3 or more.
     out.add(subidentifier / 40, false);
     out.add(subidentifier % 40, p == end);
     while (p != end) {
@@ -138,11 +136,11 @@ unsigned int oid_str_to_asn_(const char* begin, const char* end, unsigned char (
         return 0;
     }
     unsigned int size = 0;
-    // The first two arcs share a subidentifier. The second one may be 40 or more behind 0 and 1 too, and the sum
-    // wraps at 32 bits.
+    // The first two arcs share a subidentifier. The second arc may be 40 or more even after 0 and 1, and the sum wraps
+    // at 32 bits.
     unsigned int shared = 40 * arc.value;
     while (arc.end != end) {
-        arc = read_arc(arc.end + 1, end); // behind the dot
+        arc = read_arc(arc.end + 1, end);
         if (arc.end == nullptr || !write_subidentifier(shared + arc.value, out, size)) {
             return 0;
         }

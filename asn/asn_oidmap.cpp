@@ -13,7 +13,7 @@
 
 namespace {
 
-// By DER and by dotted text 2.5.4.8 is ST, the earlier line; S is a second short name for it.
+// 2.5.4.8 stands here twice: by DER and by dotted text it is ST, the earlier line; S is a second short name for it.
 constexpr std::string_view DEFAULT_OIDS = "2.5.4.3 = CN, commonName\n"
                                           "2.5.4.4 = SN, surName\n"
                                           "2.5.4.6 = C, countryName\n"
@@ -42,21 +42,21 @@ static_assert(DEFAULT_OIDS.size() == 711);
 constexpr std::string_view BLANKS = " \t";
 constexpr std::string_view LINE_ENDS = "\r\n";
 
-// What a line says; views into the map's text.
+// The parts of a line, as views into the map's text.
 struct oid_line_t {
     std::string_view oid;
     std::string_view short_name;
     std::string_view long_name;
 };
 
-// Takes the characters up to the first of `stops`, or all of them, off the front of `text`.
+// Removes and returns the characters of `text` up to the first of `stops`, or all of them.
 std::string_view take_until(std::string_view& text, std::string_view stops) {
     const std::string_view taken = text.substr(0, text.find_first_of(stops));
     text.remove_prefix(taken.size());
     return taken;
 }
 
-// Takes the characters that are among `accepted` off the front of `text`.
+// Removes and returns the leading characters of `text` that are among `accepted`.
 std::string_view take_while(std::string_view& text, std::string_view accepted) {
     const std::string_view taken = text.substr(0, text.find_first_not_of(accepted));
     text.remove_prefix(taken.size());
@@ -71,8 +71,8 @@ bool take_one(std::string_view& text, char c) {
     return true;
 }
 
-// Line ::= OID "=" short name [ "," long name ], with blanks between the parts. Anything else behind the short name
-// is ignored; blanks at the end belong to the long name. Lines of another form are comments.
+// Line ::= OID "=" short name [ "," long name ], with blanks between the parts. Anything else after the short name is
+// ignored; trailing blanks belong to the long name. Lines of any other form are comments.
 bool split_line(std::string_view line, oid_line_t& out) {
     take_while(line, BLANKS);
     out.oid = take_while(line, "0123456789.");
@@ -91,7 +91,7 @@ bool split_line(std::string_view line, oid_line_t& out) {
     return true;
 }
 
-// Lays out DER, dotted text, short name and long name in one block, each text with a zero behind it.
+// Lays out DER, dotted text, short name and long name in one block, each text with a terminating zero.
 std::unique_ptr<unsigned char[]> make_entry(const oid_line_t& line, const unsigned char* der, unsigned int der_size,
                                             OIDdescr_t& entry) {
     constexpr std::size_t NUM_ZEROS = 3;
@@ -129,19 +129,17 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
     map.entries.push_back(entry);
     block.release(); // the list owns it now
     OIDdescr_t* const added = &map.entries.back();
-    map.shortcut_by_asn.make_room(map.by_asn);
     if (map.by_asn.insert(added).second) {
-        map.shortcut_by_asn.add(added);
+        map.shortcut_by_asn.add(map.by_asn, added);
     }
     map.by_str.insert(added);
-    map.shortcut_by_sn.make_room(map.by_sn);
     if (map.by_sn.insert(added).second) {
-        map.shortcut_by_sn.add(added);
+        map.shortcut_by_sn.add(map.by_sn, added);
     }
 }
 
-// Reads a whole file in one read; anything but a non-empty regular file gives nothing. Directories and pipes open
-// like files, but have no size that could be trusted, and a pipe would wait for its writer.
+// Reads a whole file in one read; returns null for anything but a non-empty regular file. Directories and pipes open
+// like files, but have no size to trust, and a pipe would wait for its writer.
 std::unique_ptr<char[]> read_file(const std::string& path, unsigned int& size) {
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(path, ignored)) {
@@ -160,8 +158,8 @@ std::unique_ptr<char[]> read_file(const std::string& path, unsigned int& size) {
     return std::fread(text.get(), size, 1, file.get()) == 1 ? std::move(text) : nullptr;
 }
 
-// Built before objects of ordinary priority, so that static initialisers of a program that links the static library
-// find them complete too.
+// Built before objects of ordinary priority: static initialisers of a program that links the static library find them
+// complete too.
 constexpr int MAPS_INIT_PRIORITY = 1000;
 [[gnu::init_priority(MAPS_INIT_PRIORITY)]] default_oid_map_t g_oids_default;
 [[gnu::init_priority(MAPS_INIT_PRIORITY)]] default_file_oid_map_t g_oids_default_file;
@@ -175,7 +173,7 @@ OIDmaps_t::~OIDmaps_t() {
     std::for_each(entries.begin(), entries.end(), release_oid_);
 }
 
-// cppcheck-suppress constParameterCallback ; what it frees is no longer the entry's
+// cppcheck-suppress constParameterCallback ; the entry loses its block
 void OIDmaps_t::release_oid_(OIDdescr_t& entry) {
     delete[] entry.oid_asn;
 }
@@ -185,8 +183,8 @@ default_oid_map_t::default_oid_map_t() {
 }
 
 default_file_oid_map_t::default_file_oid_map_t() {
-    // Whatever stands at the path, loading the library goes on: without the file's lines, or with those that memory
-    // sufficed for.
+    // Whatever is at the path, loading the library goes on: without the file's lines, or with those parsed before memory
+    // ran out.
     try {
         unsigned int size = 0;
         const std::unique_ptr<char[]> text = read_file(systemEtcDir() + "qaroids.cfg", size);
@@ -220,18 +218,14 @@ void oid_map_release(oid_map_handle_t map) {
     delete map.map;
 }
 
-// Searching changes no key; entries have pointers to what the map may change.
+// The finds below cast constness away: an entry points to non-const bytes, but a search changes none.
 
 const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned int size) {
     return map.map->shortcut_by_asn.find(map.map->by_asn, const_cast<unsigned char*>(der), size);
 }
 
 const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned int size) {
-    OIDdescr_t key;
-    key.oid_str = const_cast<char*>(text);
-    key.oid_str_size = size;
-    const auto found = map.map->by_str.find(&key);
-    return found == map.map->by_str.end() ? nullptr : *found;
+    return find_in_order(map.map->by_str, const_cast<char*>(text), size);
 }
 
 const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned int size) {

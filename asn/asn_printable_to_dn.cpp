@@ -1,9 +1,10 @@
-// Text of names to DER.
+// Printable DNs to DER names.
 #include <string_view>
 
 #include "asn/asn_builder.h"
 #include "asn/asn_cursor.h"
 #include "asn/asn_printable_syntax.h"
+#include "asn/asn_printable_traits.h"
 #include "derkit/asn_printable.h"
 #include "util/string_room.h"
 
@@ -25,7 +26,7 @@ asn_tag_t::Type string_type(unsigned int traits) {
     return (traits & NOT_PRINTABLE_STRING) != 0 ? asn_tag_t::IA5_STRING : asn_tag_t::PRINTABLE_STRING;
 }
 
-// A value as it goes into the DER. The content lies in the text or in the buffer that it was decoded into.
+// A value for the DER. Its content views the text, or the buffer that it was decoded into.
 struct value_t {
     asn_tag_t::Type tag = asn_tag_t::PRINTABLE_STRING;
     std::string_view content;
@@ -41,7 +42,7 @@ class string_builder_t {
         add_unseen(c);
     }
 
-    // The character has no say in the string type.
+    // Adds a character that does not count for the string type.
     void add_unseen(char c) { append_char(buffer_, c); }
 
     value_t finish() const { return {string_type(traits_), buffer_}; }
@@ -72,9 +73,9 @@ bool read_hex_pair(std::string_view text, char& out) {
     return true;
 }
 
-// The text between the quotes. Only \" is an escape. A backslash before anything else is kept together with what
-// follows, and is itself passed over in choosing the string type, as is an escaped quote. Bare quotes inside, which the
-// syntax allows in pairs, are characters like others.
+// The text between the quotes. Only \" is an escape. A backslash before anything else is kept, as is the character after
+// it. Neither such a backslash nor an escaped quote counts for the string type. Bare quotes inside, which the syntax
+// allows in pairs, are ordinary characters.
 bool decode_quoted(std::string_view inner, std::string& buffer, value_t& out) {
     const unsigned int traits = traits_of_all(inner);
     if ((traits & BACKSLASH) == 0) {
@@ -101,8 +102,8 @@ bool decode_quoted(std::string_view inner, std::string& buffer, value_t& out) {
     return true;
 }
 
-// The digits behind '#', at least a tag and a length. The element may bring any tag, also 00; bytes behind it are
-// dropped, and its length is written anew.
+// The digits after '#', at least a tag and a length. The element may have any tag, even 00. Bytes after it are dropped,
+// and its length is encoded anew.
 bool decode_hex(std::string_view digits, std::string& buffer, value_t& out) {
     if (digits.size() % 2 != 0 || digits.size() < 4) {
         return false;
@@ -122,7 +123,7 @@ bool decode_hex(std::string_view digits, std::string& buffer, value_t& out) {
     return der.ok();
 }
 
-// Escapes are a backslash before a special character and \xx with two hexadecimal digits.
+// An escape is a backslash before a special character or before two hexadecimal digits.
 bool decode_plain(std::string_view text, unsigned int traits, std::string& buffer, value_t& out) {
     if ((traits & SPECIAL) == 0) {
         out = {string_type(traits), text};
@@ -151,7 +152,7 @@ bool decode_plain(std::string_view text, unsigned int traits, std::string& buffe
 }
 
 bool decode_value(std::string_view text, unsigned int traits, std::string& buffer, value_t& out) {
-    // What starts with a quote but does not end with one fails as a plain value.
+    // A quote at the start alone fails as a plain value.
     if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
         return decode_quoted(text.substr(1, text.size() - 2), buffer, out);
     }
@@ -161,12 +162,12 @@ bool decode_value(std::string_view text, unsigned int traits, std::string& buffe
     return decode_plain(text, traits, buffer, out);
 }
 
-// A short name of the map, else a dotted OID.
+// Appends the OID of a short name in the map, else of a dotted OID. False when it is neither.
 template <unsigned int N> bool add_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<N>& out) {
-    const std::size_t size = static_cast<std::size_t>(attribute.type_end - attribute.type_begin);
-    const bool can_be_short_name = size <= 0xFFFFFFFF;
+    const std::string_view type = attribute.type();
+    const bool can_be_short_name = type.size() <= 0xFFFFFFFF;
     if (map.map != nullptr && can_be_short_name) {
-        const OIDdescr_t* const entry = oid_map_find_sn(map, attribute.type_begin, static_cast<unsigned int>(size));
+        const OIDdescr_t* const entry = oid_map_find_sn(map, type.data(), static_cast<unsigned int>(type.size()));
         if (entry != nullptr) {
             out.add_element(asn_tag_t::OBJECT_IDENTIFIER, entry->oid_asn, entry->oid_asn_size);
             return true;
@@ -187,8 +188,7 @@ bool add_attribute(const RDNdescr_t& attribute, unsigned int value_traits, oid_m
         return false;
     }
     value_t value;
-    const std::size_t text_size = static_cast<std::size_t>(attribute.value_end - attribute.value_begin);
-    if (!decode_value(std::string_view(attribute.value_begin, text_size), value_traits, buffer, value)) {
+    if (!decode_value(attribute.value(), value_traits, buffer, value)) {
         return false;
     }
     type_and_value.add_element(value.tag, value.content);
@@ -200,10 +200,10 @@ bool add_attribute(const RDNdescr_t& attribute, unsigned int value_traits, oid_m
 
 // Name ::= SEQUENCE OF RelativeDistinguishedName
 // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
-// Members of a SET stay in text order; X.690 11.6 would sort them.
+// Members of a SET keep the order of the text; X.690 11.6 would sort them.
 bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map) {
     asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
-    std::string buffer; // for values that are not in the text as they are
+    std::string buffer; // for values with escapes
     dn_reader_t reader(dn);
     RDNdescr_t attribute;
     bool more = reader.next(attribute);

@@ -7,25 +7,20 @@
 
 namespace {
 
-// The key size that asn_read_pubkey() gives for a BIT STRING without its first octet; nothing may follow it.
+// The key size that asn_read_pubkey() returns for an empty BIT STRING; nothing may follow it.
 constexpr unsigned int WRAPPED_KEY_SIZE = 0xFFFFFFFF;
 
-// A cursor from where `position` stands to the end of the whole input: lenient readers go on there.
-asn_cursor_t up_to(const unsigned char* end, const asn_cursor_t& position) {
-    return asn_cursor_t(position.p, static_cast<unsigned int>(end - position.p));
-}
-
-// Drops the octet with the number of unused bits, unchecked. An empty content is not rejected: its size wraps. The
-// address behind it is computed as a number, as no pointer may leave its buffer.
+// Drops the octet with the number of unused bits, unchecked. An empty content is not rejected: its size wraps. Its
+// address is computed as a number, because no pointer may leave its buffer.
 blob_t without_unused_bits(const blob_t& bit_string) {
     blob_t key;
     key.size = bit_string.size - 1;
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing may follow the address when it is not inside the input
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): never followed when it is not inside the input
     key.data = reinterpret_cast<const unsigned char*>(reinterpret_cast<std::uintptr_t>(bit_string.data) + 1);
     return key;
 }
 
-// A number of zeros alone keeps one.
+// A number that is all zeros keeps one.
 blob_t without_leading_zeros(blob_t number) {
     while (number.size >= 2 && number.data[0] == 0) {
         --number.size;
@@ -52,9 +47,9 @@ int asn_read_pubkey(const unsigned char* data, long size, asn_pubkey_t& out) {
         return 0;
     }
     out.parameters = algorithm.rest();
-    asn_cursor_t behind = up_to(data + available, key_info);
-    const blob_t bits = behind.read(asn_tag_t::BIT_STRING);
-    if (!behind.ok()) {
+    asn_cursor_t lenient = key_info.up_to_end_of(in);
+    const blob_t bits = lenient.read(asn_tag_t::BIT_STRING);
+    if (!lenient.ok()) {
         return 0;
     }
     out.key = without_unused_bits(bits);
@@ -74,9 +69,9 @@ int asn_read_rsa_pubkey(const asn_pubkey_t& key, asn_rsa_pubkey_t& out) {
         return 0;
     }
     out.modulus = without_leading_zeros(modulus);
-    asn_cursor_t behind = up_to(key.key.data + key.key.size, numbers);
-    behind.read(asn_tag_t::INTEGER, out.exponent);
-    return behind.ok() ? 1 : 0;
+    asn_cursor_t lenient = numbers.up_to_end_of(in);
+    lenient.read(asn_tag_t::INTEGER, out.exponent);
+    return lenient.ok() ? 1 : 0;
 }
 
 // GostR3410-PublicKeyParameters ::= SEQUENCE {                                                      RFC 4491 2.3.2
@@ -111,7 +106,7 @@ int asn_read_dsa_certsign(const unsigned char* data, unsigned int size, asn_dsa_
     if (!numbers.ok()) {
         return 0;
     }
-    asn_cursor_t behind = up_to(data + size, numbers);
-    behind.read(asn_tag_t::INTEGER, out.s);
-    return behind.ok() ? 1 : 0;
+    asn_cursor_t lenient = numbers.up_to_end_of(in);
+    lenient.read(asn_tag_t::INTEGER, out.s);
+    return lenient.ok() ? 1 : 0;
 }

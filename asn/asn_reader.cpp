@@ -8,7 +8,7 @@ const unsigned char* asn1_read_tag(asn_tag_t::Type tag, const unsigned char* p, 
 }
 
 bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, unsigned int max) {
-    // An empty content counts as success and says nothing about the value.
+    // Empty content succeeds and leaves the value as it is.
     if (size == 0) {
         return true;
     }
@@ -17,7 +17,8 @@ bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, uns
     if (negative) {
         return false;
     }
-    // The bounds hold for every prefix but not for the complete value, so a fifth octet drops out at the top.
+    // The bounds are checked for each prefix but not for the whole value: it may exceed `max`, and loses its bits above
+    // 32.
     unsigned long long prefix = 0;
     for (unsigned int i = 0; i + 1 < size; ++i) {
         prefix = prefix << 8 | content[i];
@@ -34,7 +35,7 @@ void asn_write_INTEGER(unsigned int value, std::string& out) {
         append_char(out, '\0');
         return;
     }
-    // Zero octets are left out wherever they stand: 0x10080 is written 01 80.
+    // Every zero octet is omitted, inner ones too: 0x10080 is written 01 80.
     bool first = true;
     for (int shift = 24; shift >= 0; shift -= 8) {
         const unsigned int octet = value >> shift & 0xFF;

@@ -1,10 +1,10 @@
-// asn1_read_tag() for the inside of the library.
+// asn1_read_tag(), inlined into the readers of the library.
 #ifndef DERKIT_ASN_TAG_READER_H
 #define DERKIT_ASN_TAG_READER_H
 
 #include "derkit/asn_types.h"
 
-// Compiled into its callers: most of the time of every reader is spent here.
+// Readers spend most of their time here.
 inline const unsigned char* asn_read_tag_inline(asn_tag_t::Type tag, const unsigned char* p, unsigned int size,
                                                 unsigned int* len) {
     if (size < 2) {
@@ -23,13 +23,13 @@ inline const unsigned char* asn_read_tag_inline(asn_tag_t::Type tag, const unsig
     if (indefinite || num_length_octets > 4 || size < num_length_octets + 2) {
         return nullptr;
     }
-    // Padding zeros are accepted, and so is a long form where the short one would do (X.690 10.1 forbids both).
+    // Leading zeros and a long form where the short one would do are accepted (X.690 10.1 forbids both).
     unsigned int length = p[2];
     for (unsigned int i = 1; i < num_length_octets; ++i) {
         length = length << 8 | p[2 + i];
     }
     *len = length;
-    // The sum wraps for lengths near 2^32; asn_cursor_t refuses what then comes out.
+    // The sum wraps for lengths near 2^32; asn_cursor_t refuses such results.
     return size < length + num_length_octets + 2 ? nullptr : p + 2 + num_length_octets;
 }
 

@@ -11,7 +11,7 @@ constexpr unsigned int MAX_UTF8_SIZE = 6;
 
 // A text of this size is converted in one pass, a longer one is measured first.
 constexpr unsigned int SHORT_TEXT_SIZE = 64;
-// UTF-8 octets that one byte becomes at most: the ohm sign, or a prefix at the end, which gives a zero and its mark.
+// Most UTF-8 octets for one byte: the ohm sign, or a prefix at the end, which becomes a zero and its mark.
 constexpr unsigned int MAX_GROWTH = 3;
 
 bool is_prefix(unsigned char byte) {
@@ -24,9 +24,9 @@ unsigned int composed(unsigned char prefix, unsigned char letter) {
     return letters == nullptr ? 0 : letters[letter & 0x1F];
 }
 
-// Gives code points one after the other until T.61 does not define a byte; false then. The byte behind a prefix is
-// paired as it is, whatever it is by itself; a prefix at the end is paired with 0.
-template <typename GIVE> bool decode(const unsigned char* p, const unsigned char* end, GIVE give) {
+// Calls `take` with one code point after another; returns false at a byte that T.61 does not define. The byte after a
+// prefix is paired with it whatever it means on its own; a prefix at the end is paired with 0.
+template <typename TAKE> bool decode(const unsigned char* p, const unsigned char* end, TAKE take) {
     while (p != end) {
         const unsigned char byte = *p++;
         const unsigned int code_point = t61_tab[byte];
@@ -34,19 +34,19 @@ template <typename GIVE> bool decode(const unsigned char* p, const unsigned char
             return false;
         }
         if (!is_prefix(byte)) {
-            give(code_point);
+            take(code_point);
             continue;
         }
         const unsigned char letter = p == end ? 0 : *p++;
         const unsigned int accent = accents[byte & 0x0F];
         const unsigned int precomposed = composed(byte, letter);
         if ((letter == ' ' || letter == 0) && accent != 0) {
-            give(accent);
+            take(accent);
         } else if (precomposed != 0) {
-            give(precomposed);
+            take(precomposed);
         } else {
-            give(letter);
-            give(code_point);
+            take(letter);
+            take(code_point);
         }
     }
     return true;
@@ -84,7 +84,7 @@ char* write_utf8(char* to, unsigned int code_point) {
     return to;
 }
 
-// Writes UTF-8 from `to` on and gives its end; null when T.61 does not define a byte.
+// Writes UTF-8 to `to` and returns its end, or null when T.61 does not define a byte.
 char* convert(const unsigned char* p, const unsigned char* end, char* to) {
     const bool defined = decode(p, end, [&to](unsigned int code_point) { to = write_utf8(to, code_point); });
     return defined ? to : nullptr;
@@ -95,7 +95,7 @@ char* convert(const unsigned char* p, const unsigned char* end, char* to) {
 bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out) {
     const unsigned char* const begin = reinterpret_cast<const unsigned char*>(s);
     const unsigned char* const end = begin + len;
-    // Names are short: converting them aside takes less time than measuring them first.
+    // Names are short: converting them into a local buffer is faster than measuring them first.
     if (len <= SHORT_TEXT_SIZE) {
         char text[SHORT_TEXT_SIZE * MAX_GROWTH];
         const char* const text_end = convert(begin, end, text);
@@ -124,7 +124,7 @@ int ldap_x_wc_to_utf8(char* buf, unsigned int wc, unsigned int room) {
     if (room < size) {
         return 0;
     }
-    // The first byte says how many there are; each of the others carries six bits.
+    // The first byte tells how many there are; each of the others carries six bits.
     static constexpr unsigned char LEAD_MARKS[MAX_UTF8_SIZE + 1] = {0, 0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
     for (unsigned int i = size; --i != 0; wc >>= 6) {
         buf[i] = static_cast<char>(0x80 | (wc & 0x3F));

@@ -1,10 +1,10 @@
-// T.61 bytes to Unicode code points. 0 means that there is none.
+// T.61 bytes to Unicode code points. 0 means none.
 //
-// The letter tables hold the canonical compositions that Unicode has for a diacritic and a letter.
+// The letter tables hold Unicode's canonical compositions of a diacritic and a letter.
 #ifndef DERKIT_T61_TABLES_H
 #define DERKIT_T61_TABLES_H
 
-// Every byte by itself. The diacritic prefixes 0xC1-0xCF stand for their combining marks.
+// Each byte on its own. The diacritic prefixes 0xC1-0xCF stand for their combining marks.
 inline constexpr unsigned int t61_tab[256] = {
     0x0000, 0x0001, 0x0002, 0x0003, 0x0004, 0x0005, 0x0006, 0x0007, 0x0008, 0x0009, 0x000A, 0x000B, 0x000C, 0x000D,
     0x000E, 0x000F, 0x0010, 0x0011, 0x0012, 0x0013, 0x0014, 0x0015, 0x0016, 0x0017, 0x0018, 0x0019, 0x001A, 0x001B,
@@ -27,7 +27,7 @@ inline constexpr unsigned int t61_tab[256] = {
     0x00FE, 0x0167, 0x014B, 0x0000,
 };
 
-// By the low four bits of a prefix: the diacritic that stands alone.
+// By the low four bits of a prefix: the spacing diacritic.
 inline constexpr unsigned int accents[16] = {
     0x0000, 0x0060, 0x00B4, 0x005E, 0x007E, 0x00AF, 0x02D8, 0x02D9,
     0x00A8, 0x0000, 0x02DA, 0x00B8, 0x0000, 0x02DD, 0x02DB, 0x02C7,
@@ -175,7 +175,7 @@ inline constexpr unsigned int cf_vec2[32] = {
     0x0000, 0x0000, 0x0000, 0x0000, 0x017E, 0x0000, 0x0000, 0x0000, 0x0000, 0x0000,
 };
 
-// By the high three bits of the byte behind the prefix: capitals, small letters, ligatures.
+// By the high three bits of the byte after the prefix: capitals, small letters, ligatures.
 inline constexpr const unsigned int* c1_grave[8] = {nullptr, nullptr, c1_vec1, c1_vec2,
                                                     nullptr, nullptr, nullptr, nullptr};
 inline constexpr const unsigned int* c2_acute[8] = {nullptr, nullptr, c2_vec1, c2_vec2,

@@ -2,22 +2,9 @@
 
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
+#include "pkcs/pkcs_oids.h"
 
 namespace {
-
-// 1.2.840.113549.1.12.10.1.1
-constexpr unsigned char g_oid_pkcs12_id_keyBag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x01};
-// 1.2.840.113549.1.12.10.1.2
-constexpr unsigned char g_oid_pkcs12_id_shroudedKeyBag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
-                                                            0x01, 0x0C, 0x0A, 0x01, 0x02};
-// 1.2.840.113549.1.12.10.1.3
-constexpr unsigned char g_oid_pkcs12_id_certBag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x03};
-// 1.2.840.113549.1.9.22.1
-constexpr unsigned char g_oid_pkcs9_ct_x509Certificate[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x16, 0x01};
-// 1.2.840.113549.1.9.20
-constexpr unsigned char g_oid_pkcs9_at_friendlyName[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x14};
-// 1.2.840.113549.1.9.21
-constexpr unsigned char g_oid_pkcs9_at_localKeyId[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x15};
 
 // PKCS12Attribute ::= SEQUENCE { attrId OBJECT IDENTIFIER, attrValues SET OF ANY }                  RFC 7292 4.2
 // The first value counts, further ones are ignored. Other attributes are ignored too; a repeated one overwrites.
@@ -57,13 +44,13 @@ bool read_certificate(const blob_t& bag_value, blob_t& certificate) {
     return cert_value.ok();
 }
 
-// A key that is encrypted in another way, or that cannot be decrypted, is no error: its bag is left out.
+// A key that is encrypted in another way, or that cannot be decrypted, is not an error: its bag is left out.
 void read_shrouded_key(const blob_t& bag_value, pkcs12_bag_t& bag, const pkcs12_easy_wrap_t& wrap) {
     pkcs8_encrypted_pki_gost_t key;
     if (!asn_read_pkcs8_encrypted_pki_gost(bag_value.data, bag_value.size, key)) {
         return;
     }
-    // In a list node from the start, so that the bytes that the bag views stay where they are.
+    // In a list node from the start: the bag views these bytes, which must not move.
     std::list<std::string> plaintext(1);
     if (!wrap.crypto->decrypt(key.pbe, key.encrypted_data.data, key.encrypted_data.size, plaintext.front())) {
         return;
@@ -117,12 +104,12 @@ void asn_write_pkcs12_attr(const unsigned char (&oid)[N], asn_tag_t::Type value_
     out.add_node(attribute);
 }
 
-// What the bags take, as a rule.
-unsigned long long usual_size(const std::list<pkcs12_bag_t>& bags) {
-    constexpr unsigned long long USUAL_OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
+// Estimated encoded size of the bags.
+unsigned long long estimated_size(const std::list<pkcs12_bag_t>& bags) {
+    constexpr unsigned long long OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
     unsigned long long size = 0;
     for (const pkcs12_bag_t& bag : bags) {
-        size += bag.value.size + USUAL_OVERHEAD;
+        size += bag.value.size + OVERHEAD;
     }
     return size;
 }
@@ -145,7 +132,7 @@ bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypt
 
 void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
     asn_tag_t_<0> safe_contents(asn_tag_t::SEQUENCE);
-    safe_contents.reserve_about(usual_size(bags));
+    safe_contents.reserve_estimate(estimated_size(bags));
     safe_contents.add_bytes(nullptr, 0); // a list without bags is an element too
     for (const pkcs12_bag_t& bag : bags) {
         asn_write_pkcs12_bag(bag, safe_contents);

@@ -9,14 +9,14 @@
 
 enum pkcs12_bag_type_t : unsigned int { PKCS12_BAG_KEY = 0, PKCS12_BAG_CERTIFICATE = 1 };
 
-// What the reader of bags needs beside its input.
+// What the reader of bags needs besides its input.
 struct pkcs12_easy_wrap_t {
     pkcs12_easy_t* easy;
     pbe_crypto_t* crypto;
 };
 
-// Reads a SafeContents element and appends its bags to the container, in file order: to `encrypted_bags` when it came
-// out of an EncryptedData, else to `plain_bags`. Decrypted shrouded keys always go to `encrypted_bags`, their
+// Reads a SafeContents element and appends its bags to the container, in file order: to `encrypted_bags` when it comes
+// from an EncryptedData, else to `plain_bags`. Decrypted shrouded keys always go to `encrypted_bags`, their
 // plaintexts to `decrypted_buffers`. Bags read before a failure stay.
 bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypted, pkcs12_easy_wrap_t& wrap);
 

@@ -7,18 +7,18 @@
 #include "pkcs/pkcs12_mac.h"
 #include "pkcs/pkcs5_pbes2.h"
 #include "pkcs/pkcs7.h"
+#include "pkcs/pkcs_oids.h"
 
 namespace {
 
 constexpr unsigned char PFX_VERSION[] = {3};
-constexpr unsigned char ENCRYPTED_DATA_VERSION[] = {0};
 
-// A version of one octet may have any value; of a longer one only the first octet counts.
+// Any version of one octet is accepted; in a longer one only the first octet counts.
 bool is_accepted_version(const blob_t& version, unsigned char expected) {
     return version.size == 1 || (version.size != 0 && version.data[0] == expected);
 }
 
-// Moves a plaintext to the back of the container's buffers, behind those of its own bags, however reading them ends.
+// Moves a plaintext to the back of the container's buffers, after those of its own bags, however reading them ends.
 class keep_on_exit_t {
   public:
     keep_on_exit_t(std::list<std::string>& buffers, std::list<std::string>& plaintext)
@@ -38,33 +38,22 @@ bool read_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
            asn_read_pkcs12_bags(safe_contents.data, safe_contents.size, false, wrap);
 }
 
-// EncryptedData ::= SEQUENCE { version Version, encryptedContentInfo EncryptedContentInfo, ... }    RFC 2315 13
-// EncryptedContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER,                                RFC 2315 10.1
-//   contentEncryptionAlgorithm AlgorithmIdentifier, encryptedContent [0] IMPLICIT OCTET STRING OPTIONAL }
-// All of it is read, one element at its end included, before anything is judged. The encrypted content must be there.
-// The entry is left out when it holds something else than id-data, when it is encrypted in another way and when it
-// cannot be decrypted. The plaintext is an OCTET STRING around the SafeContents.
+// The version is judged after everything has been read. The entry is left out when it does not hold id-data, when it is
+// encrypted in another way and when it cannot be decrypted. The plaintext is an OCTET STRING around the SafeContents.
 bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
-    asn_cursor_t in(content);
-    asn_cursor_t encrypted_data = in.enter(asn_tag_t::SEQUENCE);
-    const blob_t version = encrypted_data.read(asn_tag_t::INTEGER);
-    asn_cursor_t info = encrypted_data.enter(asn_tag_t::SEQUENCE);
-    const blob_t content_type = info.read(asn_tag_t::OBJECT_IDENTIFIER);
-    const blob_t algorithm = info.read(asn_tag_t::SEQUENCE);
-    const blob_t ciphertext = info.read(asn_tag_t::CONTEXT_0_PRIMITIVE);
-    if (!encrypted_data.empty()) {
-        encrypted_data.skip(asn_tag_t::ANY);
-    }
-    if (!info.ok() || !encrypted_data.ok() || !is_accepted_version(version, ENCRYPTED_DATA_VERSION[0])) {
+    pkcs7_encrypted_data_t encrypted;
+    if (!asn_read_pkcs7_EncryptedData(content.data, content.size, encrypted) ||
+        !is_accepted_version(encrypted.version, PKCS7_ENCRYPTED_DATA_VERSION[0])) {
         return false;
     }
     pkcs5_pbe_gost_t pbe;
-    if (!asn_oid_equal_(content_type, g_oid_pkcs7_id_data) ||
-        !asn_read_pkcs5_pbe_gost(algorithm.data, algorithm.size, pbe)) {
+    if (!asn_oid_equal_(encrypted.content_type, g_oid_pkcs7_id_data) ||
+        !asn_read_pkcs5_pbe_gost(encrypted.algorithm.data, encrypted.algorithm.size, pbe)) {
         return true;
     }
-    // In a list node from the start, so that the bytes that bags view stay where they are.
+    // In a list node from the start: the bags view these bytes, which must not move.
     std::list<std::string> plaintext(1);
+    const blob_t& ciphertext = encrypted.encrypted_content;
     if (!wrap.crypto->decrypt(pbe, ciphertext.data, ciphertext.size, plaintext.front())) {
         return true;
     }
@@ -118,25 +107,31 @@ void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
     asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
     asn_write_pkcs5_PBES2(pbe, algorithm);
 
-    asn_tag_t_<4096> info(asn_tag_t::SEQUENCE);
-    info.reserve_about(algorithm.encoding_size() + ciphertext.size());
-    info.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs7_id_data);
-    info.add_node(algorithm);
-    info.add_element(asn_tag_t::CONTEXT_0_PRIMITIVE, ciphertext);
-
     asn_tag_t_<0> encrypted_data(asn_tag_t::SEQUENCE);
-    encrypted_data.reserve_about(info.encoding_size());
-    encrypted_data.add_element(asn_tag_t::INTEGER, ENCRYPTED_DATA_VERSION);
-    encrypted_data.add_node(info);
+    asn_write_pkcs7_EncryptedData(algorithm, ciphertext, encrypted_data);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, sizeof g_oid_pkcs7_id_encrypted_data, encrypted_data,
                                 authenticated_safe);
+}
+
+void write_authenticated_safe(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, asn_tag_t_<0>& octets) {
+    asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
+    if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
+        authenticated_safe.add_bytes(nullptr, 0); // one without entries is an element too
+    }
+    if (!easy.plain_bags.empty()) {
+        write_plain_entry(easy.plain_bags, authenticated_safe);
+    }
+    if (!easy.encrypted_bags.empty()) {
+        write_encrypted_entry(easy.encrypted_bags, crypto, authenticated_safe);
+    }
+    octets.add_node(authenticated_safe);
 }
 
 } // namespace
 
 // PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData OPTIONAL }              RFC 7292 4
-// The MacData must be there, and the content must be id-data. The MAC is over all that [0] holds, and nothing in
-// there is parsed before it is verified. Bytes behind any element are ignored.
+// The MacData must be there, and the content must be id-data. The MAC covers all of [0],
+// and nothing in there is parsed before it is verified. Bytes after any element are ignored.
 bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* crypto, pkcs12_easy_t& easy) {
     asn_cursor_t in(data, size);
     asn_cursor_t pfx = in.enter(asn_tag_t::SEQUENCE);
@@ -163,24 +158,14 @@ bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* cry
 }
 
 void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out) {
-    asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
-    if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
-        authenticated_safe.add_bytes(nullptr, 0); // an empty one, 30 00
-    }
-    if (!easy.plain_bags.empty()) {
-        write_plain_entry(easy.plain_bags, authenticated_safe);
-    }
-    if (!easy.encrypted_bags.empty()) {
-        write_encrypted_entry(easy.encrypted_bags, crypto, authenticated_safe);
-    }
     asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
-    octets.add_node(authenticated_safe);
-
+    write_authenticated_safe(easy, crypto, octets);
     pkcs12_mac_t fresh_mac;
     const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
 
+    constexpr unsigned long long SIZE_BESIDE_CONTENT = 192; // version, headers and MacData, estimated
     asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-    pfx.reserve_about(octets.encoding_size());
+    pfx.reserve_estimate(octets.encoding_size() + SIZE_BESIDE_CONTENT);
     pfx.add_element(asn_tag_t::INTEGER, PFX_VERSION);
     asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, pfx);
     asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);

@@ -1,12 +1,10 @@
 #include "pkcs/pkcs12_mac.h"
 
+#include "asn/asn_alg_oids.h"
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
 
 namespace {
-
-// 1.2.643.2.2.9
-constexpr unsigned char g_oid_GOSTR3411[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x09};
 
 constexpr unsigned int DEFAULT_ITERATIONS = 1;
 
@@ -14,7 +12,7 @@ constexpr unsigned int DEFAULT_ITERATIONS = 1;
 
 // MacData ::= SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER DEFAULT 1 }       RFC 7292 4
 // DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
-// The algorithm is not judged, bytes at the end are ignored, and an empty INTEGER stands for the default.
+// The algorithm is not judged, bytes at the end are ignored, and an empty INTEGER means the default.
 bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& mac) {
     asn_cursor_t in(data, size);
     asn_cursor_t digest_info = in.enter(asn_tag_t::SEQUENCE);
@@ -40,7 +38,7 @@ bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& 
 
 void asn_write_pkcs12_MacData(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
     asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_GOSTR3411);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, oid<OID_GOST_3411_94>);
     algorithm.add_element(asn_tag_t::NULL_VALUE, blob_t());
     asn_tag_t_<96> digest_info(asn_tag_t::SEQUENCE);
     digest_info.add_node(algorithm);

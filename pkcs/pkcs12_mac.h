@@ -1,4 +1,4 @@
-// Writing of a container's integrity block.
+// Writing a container's MacData.
 #ifndef DERKIT_PKCS12_MAC_H
 #define DERKIT_PKCS12_MAC_H
 

@@ -3,19 +3,9 @@
 #include "asn/asn_builder.h"
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
+#include "pkcs/pkcs_oids.h"
 
 namespace {
-
-// 1.2.840.113549.1.5.13
-constexpr unsigned char g_oid_PBES2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x0D};
-// 1.2.840.113549.1.5.12
-constexpr unsigned char g_oid_PBKDF2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x05, 0x0C};
-// 1.2.643.2.2.10
-constexpr unsigned char g_oid_HMAC_GOSTR3411[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x0A};
-// 1.2.643.2.2.21
-constexpr unsigned char g_oid_gost28147_89[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x15};
-// 1.2.643.2.2.31.1
-constexpr unsigned char g_oid_encryptionParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x1F, 0x01};
 
 // The content of keyDerivationFunc.
 //
@@ -38,14 +28,38 @@ bool read_pbkdf2(asn_cursor_t derivation, pkcs5_pbe_gost_t& out) {
            asn_read_INTEGER(iterations.data, iterations.size, out.iterations, 0xFFFFFFFF);
 }
 
+void add_pbkdf2(const pkcs5_pbe_gost_t& in, asn_tag_t_<256>& pbes2_params) {
+    asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
+    prf.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_HMAC_GOSTR3411);
+    prf.add_element(asn_tag_t::NULL_VALUE, blob_t());
+    asn_tag_t_<80> params(asn_tag_t::SEQUENCE);
+    params.add_element(asn_tag_t::OCTET_STRING, in.salt);
+    params.add_integer(in.iterations);
+    params.add_node(prf);
+    asn_tag_t_<128> derivation(asn_tag_t::SEQUENCE);
+    derivation.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBKDF2);
+    derivation.add_node(params);
+    pbes2_params.add_node(derivation);
+}
+
+void add_cipher(const pkcs5_pbe_gost_t& in, asn_tag_t_<256>& pbes2_params) {
+    asn_tag_t_<40> params(asn_tag_t::SEQUENCE);
+    params.add_element(asn_tag_t::OCTET_STRING, in.iv);
+    params.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_encryptionParamSet);
+    asn_tag_t_<64> encryption(asn_tag_t::SEQUENCE);
+    encryption.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_gost28147_89);
+    encryption.add_node(params);
+    pbes2_params.add_node(encryption);
+}
+
 } // namespace
 
 // PBES2-params ::= SEQUENCE {                                                                       RFC 8018 A.4
 //   keyDerivationFunc AlgorithmIdentifier, encryptionScheme AlgorithmIdentifier }
 // Gost28147-89-Parameters ::= SEQUENCE {                                                            RFC 4490 5.1.1
 //   iv OCTET STRING, encryptionParamSet OBJECT IDENTIFIER }
-// The encryption parameter set must be there and is not compared. Everything is read before the first two OIDs are
-// judged; only then the key derivation is taken apart. Elements behind those listed are ignored.
+// The encryption parameter set must be there but is not compared. The key derivation is read after everything else has
+// been read and the first two OIDs have been judged. Further elements are ignored.
 bool asn_read_pkcs5_PBES2(const void* data, unsigned int size, pkcs5_pbe_gost_t& out) {
     asn_cursor_t in(data, size);
     const blob_t algorithm = in.read(asn_tag_t::OBJECT_IDENTIFIER);
@@ -65,27 +79,9 @@ bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost
 }
 
 void asn_write_pkcs5_PBES2(const pkcs5_pbe_gost_t& in, asn_tag_t_<300>& algorithm) {
-    asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
-    prf.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_HMAC_GOSTR3411);
-    prf.add_element(asn_tag_t::NULL_VALUE, blob_t());
-    asn_tag_t_<80> pbkdf2_params(asn_tag_t::SEQUENCE);
-    pbkdf2_params.add_element(asn_tag_t::OCTET_STRING, in.salt);
-    pbkdf2_params.add_integer(in.iterations);
-    pbkdf2_params.add_node(prf);
-    asn_tag_t_<128> derivation(asn_tag_t::SEQUENCE);
-    derivation.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBKDF2);
-    derivation.add_node(pbkdf2_params);
-
-    asn_tag_t_<40> cipher_params(asn_tag_t::SEQUENCE);
-    cipher_params.add_element(asn_tag_t::OCTET_STRING, in.iv);
-    cipher_params.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_encryptionParamSet);
-    asn_tag_t_<64> encryption(asn_tag_t::SEQUENCE);
-    encryption.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_gost28147_89);
-    encryption.add_node(cipher_params);
-
     asn_tag_t_<256> params(asn_tag_t::SEQUENCE);
-    params.add_node(derivation);
-    params.add_node(encryption);
+    add_pbkdf2(in, params);
+    add_cipher(in, params);
     algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBES2);
     algorithm.add_node(params);
 }

@@ -5,7 +5,7 @@
 #include "asn/asn_builder.h"
 #include "derkit/pkcs8_helper.h"
 
-// What asn_read_pkcs5_pbe_gost() does.
+// Reads as asn_read_pkcs5_pbe_gost() does.
 bool asn_read_pkcs5_PBES2(const void* data, unsigned int size, pkcs5_pbe_gost_t& out);
 
 // Fills an empty SEQUENCE with what asn_write_pkcs5_pbe_gost() writes.

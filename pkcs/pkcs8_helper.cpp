@@ -1,39 +1,24 @@
 #include "derkit/pkcs8_helper.h"
 
+#include "asn/asn_alg_oids.h"
 #include "asn/asn_builder.h"
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
 #include "pkcs/pkcs5_pbes2.h"
+#include "pkcs/pkcs_oids.h"
 
 namespace {
-
-// 1.2.643.2.2.19
-constexpr unsigned char g_oid_ALG_GOST_341001[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x13};
-// 1.2.643.7.1.1.1.1
-constexpr unsigned char g_oid_ALG_GOST_341012_256[] = {0x2A, 0x85, 0x03, 0x07, 0x01, 0x01, 0x01, 0x01};
-// 1.2.643.7.1.1.1.2
-constexpr unsigned char g_oid_ALG_GOST_341012_512[] = {0x2A, 0x85, 0x03, 0x07, 0x01, 0x01, 0x01, 0x02};
-// 1.2.643.2.2.35.1
-constexpr unsigned char g_id_GostR3410_2001_CryptoPro_A_ParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x01};
-// 1.2.643.7.1.2.1.1.1
-constexpr unsigned char g_oid_tc26_gost_3410_12_256_paramSetA[] = {0x2A, 0x85, 0x03, 0x07, 0x01,
-                                                                   0x02, 0x01, 0x01, 0x01};
-// 1.2.643.7.1.2.1.2.1
-constexpr unsigned char g_oid_tc26_gost_3410_12_512_paramSetA[] = {0x2A, 0x85, 0x03, 0x07, 0x01,
-                                                                   0x02, 0x01, 0x02, 0x01};
-// 1.2.643.2.2.30.1
-constexpr unsigned char g_id_GostR3411_94_CryptoProParamSet[] = {0x2A, 0x85, 0x03, 0x02, 0x02, 0x1E, 0x01};
 
 constexpr unsigned char PRIVATE_KEY_INFO_VERSION[] = {0};
 
 enum key_type_t : unsigned int { KEY_2001 = 0, KEY_2012_256 = 1, KEY_2012_512 = 2 };
 
 bool find_key_type(const blob_t& algorithm, unsigned int& key_type) {
-    if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341001)) {
+    if (asn_oid_equal_(algorithm, oid<OID_GOST_R_3410_2001>)) {
         key_type = KEY_2001;
-    } else if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_256)) {
+    } else if (asn_oid_equal_(algorithm, oid<OID_GOST_R_3410_2012_256>)) {
         key_type = KEY_2012_256;
-    } else if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_512)) {
+    } else if (asn_oid_equal_(algorithm, oid<OID_GOST_R_3410_2012_512>)) {
         key_type = KEY_2012_512;
     } else {
         return false;
@@ -41,30 +26,22 @@ bool find_key_type(const blob_t& algorithm, unsigned int& key_type) {
     return true;
 }
 
-// An unknown key type has an empty OID, written 06 00.
-blob_t algorithm_of(unsigned int key_type) {
-    switch (key_type) {
-    case KEY_2001:
-        return asn_view_of(g_oid_ALG_GOST_341001);
-    case KEY_2012_256:
-        return asn_view_of(g_oid_ALG_GOST_341012_256);
-    case KEY_2012_512:
-        return asn_view_of(g_oid_ALG_GOST_341012_512);
-    default:
-        return blob_t();
-    }
-}
+struct key_oids_t {
+    blob_t algorithm;
+    blob_t public_key_param_set;
+};
 
-blob_t public_key_param_set_of(unsigned int key_type) {
+// An unknown key type has empty OIDs, written 06 00.
+key_oids_t oids_of(unsigned int key_type) {
     switch (key_type) {
     case KEY_2001:
-        return asn_view_of(g_id_GostR3410_2001_CryptoPro_A_ParamSet);
+        return {asn_view_of(oid<OID_GOST_R_3410_2001>), asn_view_of(g_id_GostR3410_2001_CryptoPro_A_ParamSet)};
     case KEY_2012_256:
-        return asn_view_of(g_oid_tc26_gost_3410_12_256_paramSetA);
+        return {asn_view_of(oid<OID_GOST_R_3410_2012_256>), asn_view_of(g_oid_tc26_gost_3410_12_256_paramSetA)};
     case KEY_2012_512:
-        return asn_view_of(g_oid_tc26_gost_3410_12_512_paramSetA);
+        return {asn_view_of(oid<OID_GOST_R_3410_2012_512>), asn_view_of(g_oid_tc26_gost_3410_12_512_paramSetA)};
     default:
-        return blob_t();
+        return {};
     }
 }
 
@@ -73,8 +50,8 @@ blob_t public_key_param_set_of(unsigned int key_type) {
 // PrivateKeyInfo ::= SEQUENCE {                                                                     RFC 5208 5
 //   version Version, privateKeyAlgorithm AlgorithmIdentifier,
 //   privateKey OCTET STRING, attributes [0] IMPLICIT Attributes OPTIONAL }
-// Any version is accepted. The algorithm's parameters must be there and are not looked at. Attributes and whatever
-// follows are ignored.
+// Any version is accepted. The algorithm's parameters must be there but are not read. Attributes and whatever follows
+// are ignored.
 bool asn_read_pkcs8_priv_key_info(const unsigned char* data, unsigned int size, asn_pkcs8_priv_key_info_t& out) {
     asn_cursor_t in(data, size);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
@@ -105,11 +82,12 @@ bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkcs8_pki_gost
 //   publicKeyParamSet OBJECT IDENTIFIER, digestParamSet OBJECT IDENTIFIER }
 // The digest parameters are those of GOST R 34.11-94 for the keys of 2012 too.
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
+    const key_oids_t oids = oids_of(in.key_type);
     asn_tag_t_<32> parameters(asn_tag_t::SEQUENCE);
-    parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, public_key_param_set_of(in.key_type));
+    parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, oids.public_key_param_set);
     parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_id_GostR3411_94_CryptoProParamSet);
     asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, algorithm_of(in.key_type));
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, oids.algorithm);
     algorithm.add_node(parameters);
 
     asn_tag_t_<70> private_key(asn_tag_t::OCTET_STRING);
@@ -124,7 +102,7 @@ void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
 
 // EncryptedPrivateKeyInfo ::= SEQUENCE {                                                            RFC 5208 6
 //   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
-// The encrypted data is taken before the algorithm is judged; whatever follows is ignored.
+// The encrypted data is read before the algorithm is judged; whatever follows is ignored.
 bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int size, pkcs8_encrypted_pki_gost_t& out) {
     asn_cursor_t in(data, size);
     asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);

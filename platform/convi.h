@@ -1,4 +1,4 @@
-// Code-page conversion. A stand-in that an integrator replaces by linking another one.
+// Code-page conversion: a stand-in, which an integrator can replace at link time.
 #ifndef DERKIT_CONVI_H
 #define DERKIT_CONVI_H
 
@@ -17,11 +17,12 @@ class convi {
   public:
     convi(unsigned int from, unsigned int to);
 
-    // The exact number of output bytes; 0 when the text does not convert or the pair of pages is not supported.
+    // Returns the exact number of output bytes, or 0 when the text does not convert or the pair of pages is not
+    // supported.
     unsigned int get_outsize(const void* in, unsigned int size) const;
 
-    // Writes the output and gives its number of bytes; 0 when get_outsize() gives 0 or `room` is too small. Nothing is
-    // written then, and never anything past `room`.
+    // Writes the output and returns its number of bytes. Writes nothing and returns 0 when get_outsize() returns 0 or
+    // `room` is too small.
     unsigned int convert_safe(const void* in, unsigned int size, char* out, unsigned int room) const;
 
   private:

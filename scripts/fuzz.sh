@@ -22,13 +22,14 @@ rm -rf findings logs
 mkdir -p findings logs
 mapfile -t targets < <(find "$corpus" -mindepth 1 -maxdepth 1 -type d -printf '%f\n' | LC_ALL=C sort)
 share=$(((seconds + ${#targets[@]} - 1) / ${#targets[@]}))
+./fuzz_make_seeds seeds >/dev/null
 echo "== fuzzing ${#targets[@]} targets for $share s each"
 
 fuzz() {
   local target=$1
   mkdir -p "found/$target"
   "./fuzz_$target" -max_total_time="$share" -timeout=10 -dict="$dictionary" -print_final_stats=1 \
-    -artifact_prefix="findings/$target-" "found/$target" "$corpus/$target" >"logs/$target" 2>&1 || true
+    -artifact_prefix="findings/$target-" "found/$target" "$corpus/$target" "seeds/$target" >"logs/$target" 2>&1 || true
 }
 export -f fuzz
 export corpus dictionary share

@@ -23,13 +23,13 @@ constexpr const char* LOG_FAILURE = "0000.00.00 00:00:00";
 constexpr const char* DISPLAY_FAILURE = "Error time";
 constexpr const char* SYSTEM_FAILURE = "Bad time";
 
-// The part of a text of ctime() in front of its newline. Years of other than four digits make it shorter or longer.
+// The text of ctime() without its newline. It is longer or shorter for years of other than four digits.
 std::size_t ctime_size(const char* text) {
     constexpr std::size_t MAX_SIZE = 24;
     return std::min(MAX_SIZE, std::strcspn(text, "\n"));
 }
 
-// The fields as they are; those that a certificate time does not have are 0.
+// The fields as they are; fields that a certificate time lacks are 0.
 bool unpack(cert_time64_t t, std::tm& out) {
     const int year = static_cast<int>(t >> 40) - TM_BASE_YEAR;
     if (t == CERT_TIME64_INVALID || year < 0) {
@@ -51,8 +51,8 @@ void append_formatted(const char* format, const std::tm& broken_down, std::strin
     append_text(out, std::string_view(text, std::strftime(text, sizeof text, format, &broken_down)));
 }
 
-// Seconds since the epoch of a UTC time, without touching the process's time zone. The offset of local time is that of
-// the present moment, so around a change of daylight saving the result is off by the change.
+// Seconds since the epoch of a UTC time, without changing the process's time zone. The offset of local time is that of
+// the present moment, so the result is wrong by the change around a change of daylight saving.
 std::time_t mktime_utc_(std::tm utc) {
     const std::time_t now = std::time(nullptr);
     std::tm now_utc;
@@ -114,7 +114,7 @@ std::string& CertTimeToStringGMT(cert_time64_t t, std::string& out) {
     return out;
 }
 
-// Assigns where the others append, and has its own text for a failure.
+// Unlike the others it assigns, and has its own text for a failure.
 std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& out) {
     std::tm utc;
     if (!unpack(t, utc)) {
@@ -151,12 +151,12 @@ cert_time64_t CertTimeFromLogStringGMT(const std::string& s) {
     unsigned int minute = 0;
     unsigned int second = 0;
     constexpr int NUM_FIELDS = 6;
-    // NOLINTNEXTLINE(cert-err34-c): whatever a number too large for its field gives, it is cut to fields below
+    // NOLINTNEXTLINE(cert-err34-c): whatever a number too large for its field becomes, it is cut to fields below
     if (std::sscanf(s.c_str(), "%u.%u.%u %u:%u:%u", &year, &month, &day, &hour, &minute, &second) != NUM_FIELDS ||
         year < TM_BASE_YEAR || year >= YEAR_END || month == 0 || day == 0) {
         return CERT_TIME64_INVALID;
     }
-    // Month and day are cut to their fields; an hour, minute or second above 255 spills into the next one.
+    // Month and day are cut to their fields; an hour, minute or second above 255 carries into the next one.
     cert_time64_t packed = year;
     packed = packed << 8 | ((month - 1) & 0xFF);
     packed = packed << 8 | (day & 0xFF);

@@ -1,7 +1,7 @@
 // Growing a caller's string.
 //
-// A size that no string can have counts as memory that cannot be had: the one exception that leaves the library is
-// std::bad_alloc, and std::string would throw std::length_error.
+// A size that no string can have is treated as a failed allocation: std::bad_alloc is the only exception that leaves
+// the library, and std::string would throw std::length_error.
 #ifndef DERKIT_STRING_ROOM_H
 #define DERKIT_STRING_ROOM_H
 
@@ -25,7 +25,7 @@ inline void append_char(std::string& out, char c) {
     out.push_back(c);
 }
 
-// Grows `out` by `size` zero characters, to be filled in place, and gives the first of them.
+// Appends `size` zero characters to be filled in place, and returns the first of them.
 inline char* append_room(std::string& out, unsigned long long size) {
     require_room(out, size);
     const std::size_t old_size = out.size();

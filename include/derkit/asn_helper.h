@@ -90,42 +90,42 @@ struct oid_ref_t {
     unsigned int size = 0;               ///< number of bytes
 };
 
-/// What the forward lookups give when they find nothing: a null pointer and size 0.
+/// What the forward lookups return when they find nothing: a null pointer and size 0.
 extern DERKIT_API const oid_ref_t g_null_oid;
 
-/// OID of a hash algorithm.
+/// Returns the OID of a hash algorithm.
 /// @param alg  any value
 /// @return the OID's content octets, or g_null_oid when `alg` is no hash that has one
 DERKIT_API oid_ref_t PKI_HASH_ALG_TO_OID(pki_alg_t alg);
-/// OID of a key algorithm.
+/// Returns the OID of a key algorithm.
 /// @param alg  any value
 /// @return the OID's content octets, or g_null_oid when `alg` is no key that has one
 DERKIT_API oid_ref_t PKI_KEY_ALG_TO_OID(pki_alg_t alg);
-/// OID of a certificate's signature algorithm. All RSASSA-PSS codes share one.
+/// Returns the OID of a certificate's signature algorithm. All RSASSA-PSS codes share one.
 /// @param alg  any value
 /// @return the OID's content octets, or g_null_oid when `alg` is no signature algorithm that has one
 DERKIT_API oid_ref_t PKI_CERT_SIGN_ALG_TO_OID(pki_alg_t alg);
-/// AlgorithmIdentifier of a signature algorithm for an IKE payload (RFC 7427).
+/// Returns the AlgorithmIdentifier of a signature algorithm for an IKE payload (RFC 7427).
 /// @param alg  any value
 /// @return complete DER, or g_null_oid when there is none
 DERKIT_API oid_ref_t asn_form_ike_signalg(pki_alg_t alg);
 
-/// Hash algorithm of an OID. One that several codes share gives the first, standard one.
+/// Returns the hash algorithm of an OID, or the first, standard one of several that share it.
 /// @param oid   content octets, without identifier and length
 /// @param size  their number
 /// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_HASH_ALG(const void* oid, unsigned int size);
-/// Key algorithm of an OID. One that several codes share gives the first, standard one.
+/// Returns the key algorithm of an OID, or the first, standard one of several that share it.
 /// @param oid   content octets, without identifier and length
 /// @param size  their number
 /// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_KEY_ALG(const void* oid, unsigned int size);
-/// Signature algorithm of an OID. One that several codes share gives the first, standard one.
+/// Returns the signature algorithm of an OID, or the first, standard one of several that share it.
 /// @param oid   content octets, without identifier and length
 /// @param size  their number
 /// @return its code; 0 when unknown
 DERKIT_API pki_alg_t PKI_OID_TO_CERT_SIGN_ALG(const void* oid, unsigned int size);
-/// Hash, else key, else signature algorithm of an OID. One that several codes share gives the first, standard one.
+/// Returns the hash, else key, else signature algorithm of an OID, or the first, standard one of several that share it.
 /// @param oid   content octets, without identifier and length
 /// @param size  their number
 /// @return its code; 0 when unknown
@@ -139,22 +139,23 @@ struct asn_algorid_t {
 /// An AlgorithmIdentifier of an IKE signature payload.
 struct asn_ike_signalg_t {
     blob_t oid;        ///< content octets
-    blob_t parameters; ///< everything behind the OID up to the end of the input
+    blob_t parameters; ///< everything after the OID up to the end of the input
 
-    /// Code of the algorithm. For RSASSA-PSS the hash comes from the parameters (RFC 4055 3.1), SHA-1 when they name
-    /// none.
-    /// @return 0 when the algorithm is unknown or its parameters are malformed
+    /// Returns the code of the algorithm. For RSASSA-PSS the hash comes from the parameters (RFC 4055 3.1), SHA-1 when
+    /// they name none.
+    /// @return the code; 0 when the algorithm is unknown or its parameters are malformed
     DERKIT_API pki_alg_t to_pki_alg() const;
 };
 
 /// Replaces a raw digest by its DigestInfo (RFC 8017 9.2), with NULL parameters for every hash.
 /// @param digest  raw digest on entry, DER on return
 /// @param hash    a hash that PKI_HASH_ALG_TO_OID() knows; any other value is written with an empty OID
-/// @throws std::bad_alloc; `digest` is unchanged then
+/// @throws std::bad_alloc and leaves `digest` unchanged
 DERKIT_API void asn_add_alg_to_digest(std::string& digest, pki_alg_t hash);
 
 /// Reads the hash OID of a DigestInfo. The AlgorithmIdentifier must have parameters.
-/// @param out          view into `digest_info`; empty when the OID cannot be read, filled when what is behind it fails
+/// @param out          view into `digest_info`; empty when the OID cannot be read, filled when only what follows it
+///                     fails
 /// @param digest_info  must outlive `out`
 /// @return whether all of it was read
 DERKIT_API bool asn_read_alg_from_digest(asn_algorid_t* out, const std::string& digest_info);
@@ -169,14 +170,14 @@ DERKIT_API int asn_read_ike_signalg(const unsigned char* data, unsigned int size
 /// A SubjectPublicKeyInfo (RFC 5280 4.1).
 struct asn_pubkey_t {
     blob_t algorithm;  ///< content octets of the algorithm's OID
-    blob_t parameters; ///< the elements behind the OID; may be none
+    blob_t parameters; ///< the elements after the OID; may be none
     blob_t key;        ///< content of the BIT STRING without its first octet
 };
 
 /// An RSA public key (RFC 8017 A.1.1).
 struct asn_rsa_pubkey_t {
     blob_t modulus;  ///< without leading zero octets
-    blob_t exponent; ///< as it stands
+    blob_t exponent; ///< as encoded
 };
 
 /// A GOST public key (RFC 4491, RFC 9215). The parameter sets are complete OBJECT IDENTIFIER elements.
@@ -189,26 +190,26 @@ struct asn_gost_pubkey_t {
 
 /// A DSA signature value (RFC 3279 2.2.2).
 struct asn_dsa_certsign_t {
-    blob_t r; ///< as it stands, leading zero octets included
-    blob_t s; ///< as it stands, leading zero octets included
+    blob_t r; ///< as encoded, leading zero octets included
+    blob_t s; ///< as encoded, leading zero octets included
 };
 
 /// Reads a SubjectPublicKeyInfo. The BIT STRING is bounded by the input, not by the outer SEQUENCE.
 /// @param data  the SEQUENCE
-/// @param size  bytes available; a negative size fails, one above 2^32 - 1 counts as that
+/// @param size  bytes available; a negative size fails, one above 2^32 - 1 is taken as that
 /// @param out   views into `data`, which must outlive them
-/// @return 1, or 0 on failure. An empty BIT STRING succeeds with a key of size 0xFFFFFFFF, which the readers of keys
-///         refuse: do not follow it.
+/// @return 1, or 0 on failure. An empty BIT STRING succeeds with a key of size 0xFFFFFFFF, which the key readers
+///         refuse: do not use it.
 DERKIT_API int asn_read_pubkey(const unsigned char* data, long size, asn_pubkey_t& out);
 
 /// Reads the RSA key inside a public key (RFC 8017 A.1.1). No sign or size checks.
-/// @param key  as asn_read_pubkey() filled it; its algorithm is not looked at
+/// @param key  as asn_read_pubkey() filled it; its algorithm is ignored
 /// @param out  views into what `key` views
 /// @return 1, or 0 on failure
 DERKIT_API int asn_read_rsa_pubkey(const asn_pubkey_t& key, asn_rsa_pubkey_t& out);
 
 /// Reads the parameter sets and the point of a GOST public key.
-/// @param key  as asn_read_pubkey() filled it; its algorithm is not looked at
+/// @param key  as asn_read_pubkey() filled it; its algorithm is ignored
 /// @param out  views into what `key` views
 /// @return 1, or 0 on failure
 DERKIT_API int asn_read_gost_pubkey(const asn_pubkey_t& key, asn_gost_pubkey_t& out);

@@ -11,15 +11,15 @@
 /// @defgroup names Distinguished names
 /// A printable DN is a line such as `CN=user1,OU=Sales+L=Town,O=Example,C=RU`: attributes `type=value`, joined
 /// by `+` within one RDN, RDNs joined by `,`. A value is plain, with backslash escapes (`\,` or two hexadecimal
-/// digits as in `\2C`), or stands in double quotes, or is `#` and the hexadecimal DER of a whole element.
-/// Types are short names of an OID map, in either case, or dotted OIDs. The operations that work on the text alone
-/// compare types and texts to the byte.
+/// digits as in `\2C`), or in double quotes, or `#` and the hexadecimal DER of a whole element.
+/// Types are short names of an OID map, in either case, or dotted OIDs. The operations on text alone compare types and
+/// texts byte by byte.
 ///
 /// All functions are safe from any thread on distinct arguments; maps may be shared.
 /// The only exception that leaves them is std::bad_alloc.
 /// @{
 
-/// What printable_dn_get_attr() hands back. Values other than PDN_GET_ATTR_VALUE count as PDN_GET_ATTR_PAIR.
+/// What printable_dn_get_attr() returns. Values other than PDN_GET_ATTR_VALUE count as PDN_GET_ATTR_PAIR.
 enum PrintableDnGetAttr : int {
     PDN_GET_ATTR_PAIR = 0, ///< type, `=` and value exactly as written
     PDN_GET_ATTR_VALUE = 1 ///< the value exactly as written: quotes and backslashes stay
@@ -33,37 +33,37 @@ enum PrintableDnOrder : int {
 
 /// Reverses the order of the RDNs of a zero-terminated DN in place.
 ///
-/// Every RDN keeps its text and its own inner order. Blanks in front of an RDN travel with it:
+/// Every RDN keeps its text and inner order. Blanks before an RDN move with it:
 /// `CN=a, O=b` becomes ` O=b,CN=a`.
 ///
 /// @param dn  changed in place; its length stays
-/// @return `dn`, or a null pointer when the text does not parse; the text is untouched then.
+/// @return `dn`, or a null pointer when the text does not parse and is left unchanged
 DERKIT_API char* printable_dn_reverse(char* dn);
 
 /// Appends the first attribute whose type equals `type` to `out`.
 ///
 /// @param dn    zero-terminated DN
 /// @param type  zero-terminated type; "cn" does not match "CN"
-/// @param out   receives the text behind what it holds, `dn` may lie there; untouched when the result is false
+/// @param out   the text is appended to it; may contain `dn`; unchanged when the result is false
 /// @param what  the whole pair or the value alone
-/// @return whether there is such an attribute; false also when `dn` does not parse.
+/// @return whether there is such an attribute; false also when `dn` does not parse
 DERKIT_API bool printable_dn_get_attr(const char* dn, const char* type, std::string& out, PrintableDnGetAttr what);
 
-/// Tells whether the RDN texts of `rdns` stand in `dn` in the same order, others between them allowed.
+/// Tells whether `dn` contains the RDN texts of `rdns` in the same order, possibly with others between them.
 ///
-/// A scan of the text alone: nothing is parsed and no blank is skipped, so `CN=a, O=b` does not contain `O=b`.
-/// A mismatch that is found on a comma of `dn` passes over the RDN behind it: `CN=a,CN=ab` does not contain
-/// `CN=ab`. An RDN that begins with all that is left of `rdns` and goes on ends the scan: `CN=ab,CN=a` does not
-/// contain `CN=a`. An empty `rdns` is contained in an empty `dn` and in one that starts with a comma.
+/// The text is scanned, not parsed, and no blank is skipped: `CN=a, O=b` does not contain `O=b`. A mismatch at a comma
+/// of `dn` skips the RDN after it: `CN=a,CN=ab` does not contain `CN=ab`. The scan ends at an RDN that merely starts
+/// with the rest of `rdns`: `CN=ab,CN=a` does not contain `CN=a`. An empty `rdns` is contained in an empty `dn` and in
+/// one that starts with a comma.
 ///
 /// @param dn    zero-terminated DN
 /// @param rdns  zero-terminated RDNs, joined by `,`
-/// @return whether they stand there
+/// @return whether `dn` contains them
 DERKIT_API bool printable_dn_contain_attrs(const char* dn, const char* rdns);
 
-/// Tells whether no attribute `CN` stands before the first attribute `C`; true also without any `C`.
+/// Tells whether no attribute `CN` precedes the first attribute `C`, or there is no `C`.
 /// @param dn  zero-terminated DN
-/// @return that, and false when `dn` does not parse
+/// @return whether it is so; false when `dn` does not parse
 DERKIT_API bool printable_dn_C_before_CN(const char* dn);
 
 /// Appends the text of a DER Name (X.501 9.2) to `out`.
@@ -72,32 +72,32 @@ DERKIT_API bool printable_dn_C_before_CN(const char* dn);
 /// become UTF-8 with `"`, `#`, `+`, `,`, `;`, `<`, `=`, `>` and `\` escaped by a backslash; values of other
 /// types become `#` and upper-case hexadecimal DER. Other bytes, controls too, are written as they are.
 ///
-/// @param der    the Name, a SEQUENCE; bytes behind it are ignored
+/// @param der    the Name, a SEQUENCE; bytes after it are ignored
 /// @param len    bytes available from `der` on
-/// @param out    receives the text behind what it holds; `der` must not lie in it. After a failure, also for want of
-///               memory, it keeps in encoded order all that was written, in reversed order the finished RDNs, reversed,
-///               each with its comma.
+/// @param out    the text is appended to it; `der` must not lie in it. After a failure, including one to allocate, it
+///               keeps all that was written in encoded order, or the finished RDNs in reversed order, each with its
+///               comma.
 /// @param order  order of the RDNs
-/// @param map    names the attribute types; may be empty: types are dotted OIDs then
-/// @return false for malformed DER, for a NumericString with other than digits and spaces, for a T61String, BMPString
-///         or UniversalString that holds no text of its kind and for an empty BMPString or UniversalString. The other
-///         strings are not looked at.
+/// @param map    names the attribute types; if it is empty, types are dotted OIDs
+/// @return whether it was written; false for malformed DER, a NumericString with anything but digits and spaces, a
+///         T61String, BMPString or UniversalString that holds no text of its kind, and an empty BMPString or
+///         UniversalString. Strings of other types are not checked.
 DERKIT_API bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string& out,
                                     PrintableDnOrder order, oid_map_handle_t map);
 
-/// Gives the display name of one DER OBJECT IDENTIFIER element.
+/// Writes the display name of one DER OBJECT IDENTIFIER element.
 ///
-/// The short name of `map`, else the algorithm's name, is assigned to `out`; the dotted text of an OID that
-/// has neither is appended to it. `der` must not lie in `out`.
+/// The short name from `map`, or else the algorithm's name, is assigned to `out`; the dotted text of an OID that has
+/// neither is appended to it. `der` must not lie in `out`.
 ///
 /// @param der       the element: tag, length and content
 /// @param len       bytes available from `der` on
-/// @param out       receives the name, in the place of or behind what it holds
-/// @param with_oid  put the dotted text in parentheses behind an algorithm's name
+/// @param out       receives the name, which replaces or follows what it holds
+/// @param with_oid  whether to add the dotted text in parentheses after an algorithm's name
 /// @param map       may be empty
-/// @return false when there is no such element, or its content is malformed and has no name: what was appended of the
-///         dotted text stays in `out` then. An algorithm's name is a success whatever becomes of the dotted text
-///         behind it.
+/// @return false when there is no such element, or its content is malformed and has no name; `out` then keeps the part
+///         of the dotted text that was appended. An algorithm's name is a success whether or not the dotted text after
+///         it is complete.
 DERKIT_API bool asn_oid_to_printable(const unsigned char* der, unsigned int len, std::string& out, bool with_oid,
                                      oid_map_handle_t map);
 
@@ -108,18 +108,19 @@ DERKIT_API bool asn_oid_to_printable(const unsigned char* der, unsigned int len,
 /// sorted as X.690 11.6 asks.
 ///
 /// @param dn   zero-terminated DN
-/// @param der  receives the whole element in place of what it held, `dn` may lie there; untouched on failure
-/// @param map  short names of types; may be empty: only dotted OIDs are accepted then
-/// @return false when the text does not parse, a type is unknown or a value is malformed.
+/// @param der  receives the whole element, which replaces what it held; may contain `dn`; unchanged on failure
+/// @param map  short names of types; if it is empty, only dotted OIDs are accepted
+/// @return whether it was encoded; false when the text does not parse, a type is unknown or a value is malformed
 DERKIT_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map);
 
-/// Brings a DN to its canonical text by encoding and printing it (PDN_ORDER_AS_ENCODED).
+/// Converts a DN to its canonical text by encoding and printing it (PDN_ORDER_AS_ENCODED).
 ///
 /// @param in   the DN, up to its first zero byte; may be one of the outputs
-/// @param out  receives the text in place of what it held; untouched when `in` does not encode
-/// @param der  when not null, receives the DER Name; untouched when `in` does not encode; never the same as `out`
-/// @param map  serves both directions; may be empty
-/// @return false when `in` does not encode, or the DER does not print (a `#` value can bring such DER).
+/// @param out  receives the text, which replaces what it held; unchanged when `in` does not encode
+/// @param der  when not null, receives the DER Name; unchanged when `in` does not encode; never the same as `out`
+/// @param map  used in both directions; may be empty
+/// @return whether both succeeded; false when `in` does not encode, or its DER does not print (a `#` value can hold
+///         such DER)
 DERKIT_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der, oid_map_handle_t map);
 
 /// @}

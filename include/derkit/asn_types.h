@@ -9,9 +9,9 @@
 /// Marks what the shared library exports; everything else is hidden.
 #define DERKIT_API __attribute__((visibility("default")))
 
-/// A view of bytes that somebody else owns.
+/// A non-owning view of bytes.
 ///
-/// Readers fill views that point into the caller's input: the input must outlive them.
+/// Readers fill views that point into the caller's input, which must outlive them.
 /// A default-constructed view is empty: no bytes and a null pointer.
 struct blob_t {
     unsigned int size = 0;               ///< number of bytes

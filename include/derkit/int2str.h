@@ -17,10 +17,10 @@
 typedef unsigned long long cert_time64_t;
 
 enum : cert_time64_t {
-    CERT_TIME64_INVALID = ~0ULL ///< the invalid time: what a failed parse gives
+    CERT_TIME64_INVALID = ~0ULL ///< the invalid time, which a failed parse returns
 };
 
-/// The namespace of one function.
+/// Namespace of LogTimeToString().
 namespace i2s {
 /// Writes seconds since the epoch as local time "%Y.%m.%d %H:%M:%S".
 /// @param t    seconds
@@ -31,63 +31,63 @@ DERKIT_API const char* LogTimeToString(long t, char (&buf)[32]);
 
 /// Appends seconds since the epoch as local time in the layout of ctime(), without its newline, or "Bad time".
 /// @param t    seconds
-/// @param out  receives the text behind what it holds
+/// @param out  the text is appended to it
 /// @return `out`
 DERKIT_API std::string& TimeToString(long t, std::string& out);
 
-/// As above, in the system library's static buffer, which the next call overwrites: not reentrant.
+/// Writes the same to the system library's static buffer, which the next call overwrites: not reentrant.
 /// @param t  seconds
 /// @return the text, zero-terminated
 DERKIT_API const char* TimeToString(long t);
 
 /// Appends "%d.%m.%Y %H:%M:%S GMT", or "Error time" for an invalid time.
 /// @param t    a time in UTC
-/// @param out  receives the text behind what it holds
+/// @param out  the text is appended to it
 /// @return `out`
 DERKIT_API std::string& CertTimeToStringGMT(cert_time64_t t, std::string& out);
 
 /// Assigns "%Y.%m.%d %H:%M:%S GMT", or "0000.00.00 00:00:00" for an invalid time.
 /// @param t    a time in UTC
-/// @param out  receives the text in place of what it held
+/// @param out  receives the text, which replaces what it held
 /// @return `out`
 DERKIT_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& out);
 
 /// Appends the time as local time "%d.%m.%Y %H:%M:%S", or "Error time" for an invalid time. A time that cannot be
-/// converted is appended as it is, with " GMT" behind it, or " UTC" when only the last step to local time fails.
+/// converted is appended unconverted, followed by " GMT", or by " UTC" when only the last step to local time fails.
 /// @param t    a time in UTC
-/// @param out  receives the text behind what it holds
+/// @param out  the text is appended to it
 /// @return `out`
 DERKIT_API std::string& CertTimeToString(cert_time64_t t, std::string& out);
 
-/// Parses "year.month.day hour:minute:second"; fields need no leading zeros. The upper ends of month, day, hour,
-/// minute and second are not checked: month and day are cut to eight bits, a larger hour, minute or second spills into
-/// the field in front of it.
-/// @param s  the text; what stands behind the second is not looked at
+/// Parses "year.month.day hour:minute:second"; fields need no leading zeros. The upper bounds of month, day, hour,
+/// minute and second are not checked: month and day are cut to eight bits; a larger hour, minute or second carries into
+/// the field before it.
+/// @param s  the text; anything after the second is ignored
 /// @return the time, or CERT_TIME64_INVALID
 DERKIT_API cert_time64_t CertTimeFromLogStringGMT(const std::string& s);
 
-/// Seconds since the epoch. The offset from UTC is taken at the present moment, not at `t`; where `long` has 32 bits
-/// the sum wraps.
+/// Converts a time to seconds since the epoch. The offset from UTC is that of the present moment, not of `t`; where
+/// `long` has 32 bits the sum wraps.
 /// @param t  a time in UTC
-/// @return -1 for an invalid time or a failed conversion
+/// @return the seconds; -1 for an invalid time or a failed conversion
 DERKIT_API long CertTimeTo_time_t(cert_time64_t t);
 
-/// One row of a value-name table. A table is an array of rows that a row with a null name ends; the members are
-/// called on its first row.
+/// One row of a value-name table. A table is an array of rows that ends with a row whose name is null; call the members
+/// on its first row.
 struct IntToString {
     unsigned int value = 0;     ///< the value
     const char* name = nullptr; ///< its name, zero-terminated; a null pointer ends the table
 
     /// Finds a name.
     /// @param value  the value to look for
-    /// @param dflt   what to give when there is none; any pointer
-    /// @return name of the first row with `value`, or `dflt`
+    /// @param dflt   what to return when there is none; any pointer
+    /// @return the name of the first row with `value`, or `dflt`
     DERKIT_API const char* getString(unsigned int value, const char* dflt) const;
 
     /// Finds a value.
     /// @param name  zero-terminated name to look for, without regard to ASCII case
-    /// @param dflt  what to give when there is none
-    /// @return value of the first row with `name`, or `dflt`
+    /// @param dflt  what to return when there is none
+    /// @return the value of the first row with `name`, or `dflt`
     DERKIT_API unsigned int getInt(const char* name, unsigned int dflt) const;
 };
 
@@ -99,15 +99,15 @@ extern DERKIT_API const IntToString I2S_PKI_ALG_T[];
 
 /// Writes bytes as upper-case hexadecimal digits. Bytes and digits must not overlap.
 /// @param data  bytes
-/// @param len   their number; at least one byte is always converted, so never pass 0
+/// @param len   their number; never 0, as one byte is always converted
 /// @param out   receives 2 * len characters, and len - 1 more when `sep` is set; no terminating zero
 /// @param sep   character between two bytes; NUL for none
 DERKIT_API void TO_HEX_STRING(const unsigned char* data, unsigned int len, char* out, char sep);
 
-/// Appends bytes as upper-case hexadecimal digits; no bytes append nothing. The bytes must not lie in `out`.
+/// Appends bytes as upper-case hexadecimal digits; no bytes append no digits. The bytes must not lie in `out`.
 /// @param data  bytes
 /// @param len   their number
-/// @param out   receives 2 * len characters, and len - 1 more when `sep` is set, behind what it holds
+/// @param out   receives 2 * len characters, and len - 1 more when `sep` is set, appended to what it holds
 /// @param sep   character between two bytes; NUL for none
 /// @return `out`
 DERKIT_API std::string& TO_HEX_STD_STRING(const unsigned char* data, unsigned int len, std::string& out, char sep);

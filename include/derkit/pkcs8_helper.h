@@ -13,8 +13,8 @@
 /// view; the only exception is std::bad_alloc, and `out` is unchanged then. All functions are safe from any thread on
 /// distinct arguments.
 ///
-/// Lengths of 65,536 octets or more in which an octet but the lowest is zero are written too short; keys and their
-/// parameters stay far below that.
+/// Lengths of 65,536 octets or more are written too short when any of their octets but the lowest is zero; keys and
+/// their parameters stay far below that.
 /// @{
 
 /// A GOST private key.
@@ -38,12 +38,12 @@ struct pkcs5_pbe_gost_t {
 
 /// A GOST EncryptedPrivateKeyInfo.
 struct pkcs8_encrypted_pki_gost_t {
-    pkcs5_pbe_gost_t pbe;  ///< how it is encrypted
+    pkcs5_pbe_gost_t pbe;  ///< encryption parameters
     blob_t encrypted_data; ///< content octets of encryptedData
 };
 
-/// Reads any PrivateKeyInfo. The version is not looked at; the algorithm must have parameters; attributes and
-/// bytes behind the element are ignored.
+/// Reads any PrivateKeyInfo. The version is ignored; the algorithm must have parameters; attributes and bytes after the
+/// element are ignored.
 /// @param data  the SEQUENCE
 /// @param size  bytes available from `data` on
 /// @param out   views into `data`
@@ -62,21 +62,21 @@ DERKIT_API bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkc
 /// Writes a GOST PrivateKeyInfo with the parameter sets of its key type (CryptoPro A, or TC26 set A) and the
 /// GOST R 34.11-94 CryptoPro digest parameters. An unknown key type is written with empty OIDs.
 /// @param in   the key
-/// @param out  receives the element in place of what it held
+/// @param out  receives the element, which replaces what it held
 DERKIT_API void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out);
 
 /// Reads PBES2 parameters.
-/// @param data  content of the AlgorithmIdentifier, from the PBES2 OBJECT IDENTIFIER on (what
-///              asn_write_pkcs5_pbe_gost() writes has the SEQUENCE around it)
+/// @param data  content of the AlgorithmIdentifier, from the PBES2 OBJECT IDENTIFIER on, without the SEQUENCE header
+///              that asn_write_pkcs5_pbe_gost() writes
 /// @param size  bytes of that content
-/// @param out   views into `data`; an iteration count of no octets at all leaves `iterations` as it was
+/// @param out   views into `data`; an empty iteration count leaves `iterations` unchanged
 /// @return whether they were read; false also for every other scheme, key derivation or cipher
 DERKIT_API bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost_t& out);
 
 /// Writes the PBES2 AlgorithmIdentifier, SEQUENCE included. The iteration count is written by
-/// asn_write_INTEGER(): its zero octets are left out.
+/// asn_write_INTEGER(): its zero octets are dropped.
 /// @param in   the parameters
-/// @param out  receives the element in place of what it held
+/// @param out  receives the element, which replaces what it held
 DERKIT_API void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out);
 
 /// Reads an EncryptedPrivateKeyInfo. `encrypted_data` is filled also when the algorithm is then refused.
@@ -88,7 +88,7 @@ DERKIT_API bool asn_read_pkcs8_encrypted_pki_gost(const void* data, unsigned int
 
 /// Writes an EncryptedPrivateKeyInfo.
 /// @param in   parameters and ciphertext
-/// @param out  receives the element in place of what it held
+/// @param out  receives the element, which replaces what it held
 DERKIT_API void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, std::string& out);
 
 /// @}

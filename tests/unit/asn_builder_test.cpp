@@ -19,10 +19,6 @@ namespace {
 
 constexpr bool IS_32_BIT = sizeof(void*) == 4;
 
-unsigned int per_target(unsigned int on_32_bits, unsigned int on_64_bits) {
-    return IS_32_BIT ? on_32_bits : on_64_bits;
-}
-
 template <unsigned int N> std::string encoding_of(const asn_tag_t_<N>& node) {
     return std::string(as_chars(node.encoding(), node.encoding_size()));
 }
@@ -64,38 +60,21 @@ std::string der_header(unsigned char tag, unsigned int length) {
 
 // ---- layout ----
 
-template <unsigned int N> void expect_layout(unsigned int size_on_32_bits, unsigned int size_on_64_bits) {
-    SCOPED_TRACE("N = " + std::to_string(N));
-    using node_t = asn_tag_t_<N>;
-    static_assert(std::is_standard_layout_v<node_t>);
-    EXPECT_EQ(offsetof(node_t, tag), 0u);
-    EXPECT_EQ(offsetof(node_t, total_size), 4u);
-    EXPECT_EQ(offsetof(node_t, buffer), 8u);
-    EXPECT_EQ(offsetof(node_t, capacity), per_target(12, 16));
-    EXPECT_EQ(offsetof(node_t, content_size), per_target(16, 20));
-    EXPECT_EQ(offsetof(node_t, inline_buffer), per_target(20, 24));
-    EXPECT_EQ(sizeof(node_t), per_target(size_on_32_bits, size_on_64_bits));
+template <unsigned int... N> void expect_layout() {
+    constexpr std::size_t PTR = sizeof(void*);
+    static_assert((std::is_standard_layout_v<asn_tag_t_<N>> && ...));
+    static_assert(((offsetof(asn_tag_t_<N>, tag) == 0 && offsetof(asn_tag_t_<N>, total_size) == 4) && ...));
+    static_assert(((offsetof(asn_tag_t_<N>, buffer) == 8 && offsetof(asn_tag_t_<N>, capacity) == 8 + PTR) && ...));
+    static_assert(((offsetof(asn_tag_t_<N>, content_size) == 12 + PTR) && ...));
+    static_assert(((offsetof(asn_tag_t_<N>, inline_buffer) == 16 + PTR) && ...));
+    static_assert(
+        ((sizeof(asn_tag_t_<N>) == (16 + PTR + (N == 0 ? 0 : std::max(N, 6u)) + PTR - 1) / PTR * PTR) && ...));
 }
 
 TEST(builder_layout, fields_lie_at_the_same_offsets_for_every_inline_size) {
-    expect_layout<0>(20, 24);
-    expect_layout<3>(28, 32); // six octets of storage
-    expect_layout<4>(28, 32);
-    expect_layout<6>(28, 32);
-    expect_layout<8>(28, 32);
-    expect_layout<16>(36, 40);
-    expect_layout<32>(52, 56);
-    expect_layout<40>(60, 64);
-    expect_layout<64>(84, 88);
-    expect_layout<70>(92, 96);
-    expect_layout<80>(100, 104);
-    expect_layout<96>(116, 120);
-    expect_layout<128>(148, 152);
-    expect_layout<256>(276, 280);
-    expect_layout<300>(320, 328);
-    expect_layout<320>(340, 344);
-    expect_layout<512>(532, 536);
-    expect_layout<1024>(1044, 1048);
+    expect_layout<0, 3, 4, 6, 8, 16, 32, 40, 64, 70, 80, 96, 128, 256, 300, 320, 512, 1024>();
+    EXPECT_EQ(sizeof(asn_tag_t_<3>), IS_32_BIT ? 28u : 32u) << "six octets of storage";
+    EXPECT_EQ(sizeof(asn_tag_t_<300>), IS_32_BIT ? 320u : 328u);
 }
 
 TEST(builder_layout, field_types) {
@@ -116,28 +95,22 @@ TEST(builder_layout, nodes_are_built_in_place_and_never_copied) {
 
 // ---- a fresh node ----
 
-template <unsigned int N> void expect_fresh_node() {
-    SCOPED_TRACE("N = " + std::to_string(N));
-    const asn_tag_t_<N> node(asn_tag_t::NULL_VALUE);
-    EXPECT_EQ(node.tag, asn_tag_t::NULL_VALUE);
-    EXPECT_EQ(node.total_size, 2u);
-    EXPECT_TRUE(is_inline(node));
-    EXPECT_EQ(node.capacity, N);
-    EXPECT_EQ(node.content_size, 0u);
-    EXPECT_EQ(node.buffer[4], 0x05);
-    EXPECT_EQ(node.buffer[5], 0x00);
-    EXPECT_EQ(node.encoding(), node.buffer + 4);
-    EXPECT_TRUE(same_bytes(from_hex("05 00"), encoding_of(node)));
+template <unsigned int... N, typename CHECK> void for_each_size(CHECK check) {
+    (check.template operator()<N>(), ...);
 }
 
 TEST(builder, fresh_node_encodes_as_identifier_and_zero_length) {
-    expect_fresh_node<1>();
-    expect_fresh_node<3>();
-    expect_fresh_node<4>();
-    expect_fresh_node<5>();
-    expect_fresh_node<6>();
-    expect_fresh_node<16>();
-    expect_fresh_node<1024>();
+    for_each_size<1, 3, 4, 5, 6, 16, 1024>([]<unsigned int N>() {
+        SCOPED_TRACE("N = " + std::to_string(N));
+        const asn_tag_t_<N> node(asn_tag_t::NULL_VALUE);
+        EXPECT_EQ(node.tag, asn_tag_t::NULL_VALUE);
+        EXPECT_EQ(node.total_size, 2u);
+        EXPECT_TRUE(is_inline(node));
+        EXPECT_EQ(node.capacity, N);
+        EXPECT_EQ(node.content_size, 0u);
+        EXPECT_EQ(node.encoding(), node.buffer + 4);
+        EXPECT_TRUE(same_bytes(from_hex("05 00"), encoding_of(node)));
+    });
 }
 
 TEST(builder, node_without_inline_room_starts_without_an_encoding) {
@@ -153,21 +126,17 @@ TEST(builder, node_without_inline_room_starts_without_an_encoding) {
     EXPECT_EQ(out, "");
 }
 
-template <unsigned int N> void expect_22_bytes_after_an_empty_append() {
-    SCOPED_TRACE("N = " + std::to_string(N));
-    asn_tag_t_<N> node(asn_tag_t::SEQUENCE);
-    node.add_bytes(nullptr, 0);
-    EXPECT_FALSE(is_inline(node));
-    EXPECT_EQ(node.capacity, 22u);
-    EXPECT_EQ(node.content_size, 0u);
-    EXPECT_EQ(node.total_size, 2u);
-    EXPECT_TRUE(same_bytes(from_hex("30 00"), encoding_of(node)));
-}
-
 TEST(builder, empty_append_moves_a_node_without_header_room_to_22_bytes) {
-    expect_22_bytes_after_an_empty_append<0>();
-    expect_22_bytes_after_an_empty_append<1>();
-    expect_22_bytes_after_an_empty_append<5>();
+    for_each_size<0, 1, 5>([]<unsigned int N>() {
+        SCOPED_TRACE("N = " + std::to_string(N));
+        asn_tag_t_<N> node(asn_tag_t::SEQUENCE);
+        node.add_bytes(nullptr, 0);
+        EXPECT_FALSE(is_inline(node));
+        EXPECT_EQ(node.capacity, 22u);
+        EXPECT_EQ(node.content_size, 0u);
+        EXPECT_EQ(node.total_size, 2u);
+        EXPECT_TRUE(same_bytes(from_hex("30 00"), encoding_of(node)));
+    });
 }
 
 TEST(builder, empty_append_leaves_a_node_with_header_room_as_it_was) {
@@ -481,7 +450,7 @@ TEST_P(builder_element, wrapped_adds_a_node_inside_another) {
 
 INSTANTIATE_TEST_SUITE_P(sizes, builder_element,
                          testing::Values(0, 1, 123, 124, 125, 126, 127, 128, 250, 255, 256, 65530, 65535, 65536, 65791,
-                                         65792, 0x1000000));
+                                         65792));
 
 TEST(builder_element, of_a_constant_is_added_whole) {
     static constexpr unsigned char OID[] = {0x55, 0x04, 0x00, 0x03};
@@ -501,21 +470,18 @@ TEST(builder_element, integer_has_the_content_that_asn_write_INTEGER_gives) {
     }
 }
 
-TEST(builder_reserve_about, leaves_room_for_headers_beside_the_content) {
+TEST(builder_reserve_estimate, is_a_reservation_if_a_node_can_hold_it) {
     asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
-    node.reserve_about(1000);
-    const unsigned char* const buffer = node.buffer;
-    add_content(node, some_content(1100));
-    EXPECT_EQ(node.buffer, buffer);
-    EXPECT_TRUE(same_bytes(as_nodes({asn_tag_t::SEQUENCE}, some_content(1100)), encoding_of(node)));
-}
-
-TEST(builder_reserve_about, asks_for_nothing_that_no_node_can_hold) {
-    asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
-    for (const unsigned long long n : {0xFFFFFFE9ULL, 0xFFFFFFFFULL, 0x100000001ULL}) {
-        EXPECT_NO_THROW(node.reserve_about(n));
+    for (const unsigned long long n : {0xFFFFFFEAULL, 0xFFFFFFFFULL, 0x100000001ULL}) {
+        EXPECT_NO_THROW(node.reserve_estimate(n));
         EXPECT_EQ(node.capacity, 0u);
     }
+    node.reserve_estimate(1000);
+    EXPECT_EQ(node.capacity, 1000u + 22);
+    node.add_bytes(nullptr, 0);
+    node.content_size = 10;
+    EXPECT_NO_THROW(node.reserve_estimate(0xFFFFFFE9ULL - 9));
+    EXPECT_EQ(node.capacity, 1000u + 22);
 }
 
 // ---- length octets ----
@@ -539,37 +505,36 @@ TEST_P(builder_length, header) {
     EXPECT_TRUE(same_bytes(from_hex(GetParam().header), header_for(GetParam().content_size)));
 }
 
-INSTANTIATE_TEST_SUITE_P(as_DER, builder_length,
-                         testing::Values(length_case_t{"0", 0, "30 00"}, length_case_t{"127", 127, "30 7F"},
-                                         length_case_t{"128", 128, "30 81 80"}, length_case_t{"255", 255, "30 81 FF"},
-                                         length_case_t{"256", 256, "30 82 01 00"},
-                                         length_case_t{"0x1234", 0x1234, "30 82 12 34"},
-                                         length_case_t{"0xFF00", 0xFF00, "30 82 FF 00"},
-                                         length_case_t{"65535", 65535, "30 82 FF FF"},
-                                         length_case_t{"65792", 65792, "30 83 01 01 00"},
-                                         length_case_t{"0x1FFFF", 0x1FFFF, "30 83 01 FF FF"},
-                                         length_case_t{"0x123456", 0x123456, "30 83 12 34 56"},
-                                         length_case_t{"0xFFFFFF", 0xFFFFFF, "30 83 FF FF FF"},
-                                         length_case_t{"0x1010100", 0x01010100, "30 84 01 01 01 00"},
-                                         length_case_t{"0x12345678", 0x12345678, "30 84 12 34 56 78"},
-                                         length_case_t{"0x80808080", 0x80808080, "30 84 80 80 80 80"},
-                                         length_case_t{"largest", 0xFFFFFFE9, "30 84 FF FF FF E9"}),
+const length_case_t DER_LENGTHS[] = {{"0", 0, "30 00"},
+                                     {"127", 127, "30 7F"},
+                                     {"128", 128, "30 81 80"},
+                                     {"255", 255, "30 81 FF"},
+                                     {"256", 256, "30 82 01 00"},
+                                     {"0x1234", 0x1234, "30 82 12 34"},
+                                     {"0xFF00", 0xFF00, "30 82 FF 00"},
+                                     {"65535", 65535, "30 82 FF FF"},
+                                     {"65792", 65792, "30 83 01 01 00"},
+                                     {"0x1FFFF", 0x1FFFF, "30 83 01 FF FF"},
+                                     {"0x123456", 0x123456, "30 83 12 34 56"},
+                                     {"0xFFFFFF", 0xFFFFFF, "30 83 FF FF FF"},
+                                     {"0x1010100", 0x01010100, "30 84 01 01 01 00"},
+                                     {"0x12345678", 0x12345678, "30 84 12 34 56 78"},
+                                     {"0x80808080", 0x80808080, "30 84 80 80 80 80"},
+                                     {"largest", 0xFFFFFFE9, "30 84 FF FF FF E9"}};
+INSTANTIATE_TEST_SUITE_P(as_DER, builder_length, testing::ValuesIn(DER_LENGTHS), case_name_t());
+
+const length_case_t ONE_OCTET_LENGTHS[] = {{"65536", 65536, "30 81 00"},          {"65537", 65537, "30 81 01"},
+                                           {"65663", 65536 + 127, "30 81 7F"},    {"65791", 65791, "30 81 FF"},
+                                           {"0x20000", 0x20000, "30 81 00"},      {"0xFF00AB", 0xFF00AB, "30 81 AB"},
+                                           {"0x1000000", 0x01000000, "30 81 00"}, {"0x1010000", 0x01010000, "30 81 00"},
+                                           {"0xFFFF00FF", 0xFFFF00FF, "30 81 FF"}};
+INSTANTIATE_TEST_SUITE_P(too_short_when_bits_8_to_15_are_zero, builder_length, testing::ValuesIn(ONE_OCTET_LENGTHS),
                          case_name_t());
 
-INSTANTIATE_TEST_SUITE_P(
-    too_short_when_bits_8_to_15_are_zero, builder_length,
-    testing::Values(length_case_t{"65536", 65536, "30 81 00"}, length_case_t{"65537", 65537, "30 81 01"},
-                    length_case_t{"65663", 65536 + 127, "30 81 7F"}, length_case_t{"65791", 65791, "30 81 FF"},
-                    length_case_t{"0x20000", 0x20000, "30 81 00"}, length_case_t{"0xFF00AB", 0xFF00AB, "30 81 AB"},
-                    length_case_t{"0x1000000", 0x01000000, "30 81 00"},
-                    length_case_t{"0x1010000", 0x01010000, "30 81 00"},
-                    length_case_t{"0xFFFF00FF", 0xFFFF00FF, "30 81 FF"}),
-    case_name_t());
-
-INSTANTIATE_TEST_SUITE_P(too_short_when_bits_16_to_23_are_zero, builder_length,
-                         testing::Values(length_case_t{"0x1000100", 0x01000100, "30 82 01 00"},
-                                         length_case_t{"0x10012FF", 0x010012FF, "30 82 12 FF"},
-                                         length_case_t{"0xFF00FFFF", 0xFF00FFFF, "30 82 FF FF"}),
+const length_case_t TWO_OCTET_LENGTHS[] = {{"0x1000100", 0x01000100, "30 82 01 00"},
+                                           {"0x10012FF", 0x010012FF, "30 82 12 FF"},
+                                           {"0xFF00FFFF", 0xFF00FFFF, "30 82 FF FF"}};
+INSTANTIATE_TEST_SUITE_P(too_short_when_bits_16_to_23_are_zero, builder_length, testing::ValuesIn(TWO_OCTET_LENGTHS),
                          case_name_t());
 
 TEST(builder_length_octets, are_minimal_for_every_content_below_65536) {
@@ -661,17 +626,16 @@ TEST_P(builder_refuses, content_past_2_to_32_minus_23_before_anything_changes) {
     node.expect_refusal([&](asn_tag_t_<16>& refusing) { refusing.add_member(child); });
 }
 
-INSTANTIATE_TEST_SUITE_P(, builder_refuses,
-                         testing::Values(refusal_case_t{"one_octet_more_than_the_largest", 0xFFFFFFE9, 1},
-                                         refusal_case_t{"a_few_octets", 0xFFFFFFE9 - 3, 4},
-                                         refusal_case_t{"one_append_to_an_empty_node", 0, 0xFFFFFFEA},
-                                         refusal_case_t{"largest_append_to_an_empty_node", 0, 0xFFFFFFFF},
-                                         refusal_case_t{"largest_append_to_one_octet", 1, 0xFFFFFFE9},
-                                         refusal_case_t{"sum_wraps_to_0", 0xFFFFFFE9, 23},
-                                         refusal_case_t{"sum_wraps_to_1", 2, 0xFFFFFFFF},
-                                         refusal_case_t{"sum_wraps_far", 0xFFFFFFE9, 0xFFFFFFFF},
-                                         refusal_case_t{"two_halves", 0x80000000, 0x80000000}),
-                         case_name_t());
+const refusal_case_t REFUSALS[] = {{"one_octet_more_than_the_largest", 0xFFFFFFE9, 1},
+                                   {"a_few_octets", 0xFFFFFFE9 - 3, 4},
+                                   {"one_append_to_an_empty_node", 0, 0xFFFFFFEA},
+                                   {"largest_append_to_an_empty_node", 0, 0xFFFFFFFF},
+                                   {"largest_append_to_one_octet", 1, 0xFFFFFFE9},
+                                   {"sum_wraps_to_0", 0xFFFFFFE9, 23},
+                                   {"sum_wraps_to_1", 2, 0xFFFFFFFF},
+                                   {"sum_wraps_far", 0xFFFFFFE9, 0xFFFFFFFF},
+                                   {"two_halves", 0x80000000, 0x80000000}};
+INSTANTIATE_TEST_SUITE_P(, builder_refuses, testing::ValuesIn(REFUSALS), case_name_t());
 
 TEST(builder_refusal, starts_right_behind_2_to_32_minus_23) {
     EXPECT_EQ(MAX_CONTENT_SIZE, 4294967296u - 23);

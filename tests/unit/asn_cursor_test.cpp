@@ -296,6 +296,33 @@ TEST(cursor, over_a_string_views_it_and_never_a_temporary_one) {
     static_assert(!std::is_constructible_v<asn_cursor_t, std::string>);
 }
 
+TEST(cursor, goes_up_to_the_end_of_the_outer_one) {
+    const exact_bytes_t input(from_hex("30 03 02 01 05 02 01 06 FF"));
+    asn_cursor_t outer(input.data(), input.size());
+    asn_cursor_t inner = outer.enter(asn_tag_t::SEQUENCE);
+    inner.skip(asn_tag_t::INTEGER);
+    EXPECT_TRUE(inner.empty());
+    asn_cursor_t longer = inner.up_to_end_of(outer);
+    EXPECT_EQ(longer.p, inner.p);
+    EXPECT_EQ(longer.size, 4u);
+    const blob_t second = longer.read(asn_tag_t::INTEGER);
+    EXPECT_TRUE(longer.ok());
+    EXPECT_TRUE(same_bytes(from_hex("06"), as_chars(second.data, second.size)));
+    EXPECT_TRUE(same_bytes(from_hex("FF"), as_chars(longer.p, longer.size)));
+    EXPECT_TRUE(inner.empty()) << "the inner cursor does not move";
+}
+
+TEST(cursor, that_failed_does_not_go_on_up_to_the_end_of_the_outer_one) {
+    const exact_bytes_t input(from_hex("30 03 02 01 05 02 01 06"));
+    asn_cursor_t outer(input.data(), input.size());
+    asn_cursor_t inner = outer.enter(asn_tag_t::SEQUENCE);
+    inner.skip(asn_tag_t::OCTET_STRING);
+    EXPECT_TRUE(outer.ok()) << "a failure does not travel up";
+    const asn_cursor_t longer = inner.up_to_end_of(outer);
+    EXPECT_FALSE(longer.ok());
+    EXPECT_TRUE(longer.empty());
+}
+
 TEST(cursor, steps_in_a_straight_line_end_in_one_verdict) {
     const std::string whole = from_hex("30 0E 02 01 00 30 05 06 03 55 04 03 04 02 AA BB");
     const auto read_it = [](const exact_bytes_t& input, blob_t& octets) {
