@@ -1,59 +1,33 @@
 #!/usr/bin/env python3
-"""Tests of the Debian packages that CPack makes of a build.
-
-The environment names DERKIT_BUILD_DIR, DERKIT_SOURCE_DIR, DERKIT_VERSION, CPACK and CXX, and the
-packages' target DERKIT_ARCHITECTURE (amd64 or i386).
-"""
+"""The Debian packages that CPack makes of a build."""
 import gzip
 import os
 import pathlib
 import re
 import shlex
-import subprocess
 import tempfile
 import unittest
 
-BUILD = pathlib.Path(os.environ["DERKIT_BUILD_DIR"])
-SOURCE = pathlib.Path(os.environ["DERKIT_SOURCE_DIR"])
-VERSION = os.environ["DERKIT_VERSION"]
+from packages import BUILD, CONSUMER, GUIDES, SOURCE, VERSION, development_files, files_below, manuals, run
+
 ARCHITECTURE = os.environ["DERKIT_ARCHITECTURE"]
 TRIPLET, ELF_CLASS = {"amd64": ("x86_64-linux-gnu", "ELF64"), "i386": ("i386-linux-gnu", "ELF32")}[ARCHITECTURE]
 LIBDIR = f"usr/lib/{TRIPLET}"
 PACKAGES = ["libderkit1", "libderkit-dev"] + (["derkit-tools"] if ARCHITECTURE == "amd64" else [])
 SYSTEM_LIBRARIES = ["libc6", "libgcc-s1", "libstdc++6"]
-TIME_LIMIT = 240
-
-MANUALS = {page.name: f"usr/share/man/man{page.suffix[1:]}/{page.name}.gz"
-           for page in (SOURCE / "docs/man").glob("*.[1-8]")}
-GUIDES = {f"usr/share/doc/libderkit-dev/{file.name}" for file in (SOURCE / "docs").iterdir()
-          if file.suffix in {".md", ".svg", ".cfg"}}
-TOOL_MANUALS = {path for name, path in MANUALS.items() if name.endswith(".1")}
 FILES = {
     "libderkit1": {f"{LIBDIR}/libderkit.so.1", f"{LIBDIR}/libderkit.so.{VERSION}",
                    "usr/share/doc/libderkit1/examples/qaroids.cfg"},
-    "libderkit-dev": {f"{LIBDIR}/libderkit.so", f"{LIBDIR}/libderkit.a", f"{LIBDIR}/pkgconfig/derkit.pc"}
-        | {f"{LIBDIR}/cmake/derkit/derkitConfig{part}.cmake" for part in ("", "Version", "-relwithdebinfo")}
-        | {f"usr/include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
-        | GUIDES | set(MANUALS.values()) - TOOL_MANUALS,
-    "derkit-tools": TOOL_MANUALS | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit"},
+    "libderkit-dev": {f"usr/{path}" for path in development_files(f"lib/{TRIPLET}") | manuals("35", ".gz")}
+        | {f"usr/share/doc/libderkit-dev/{name}" for name in GUIDES},
+    "derkit-tools": {f"usr/{path}" for path in manuals("1", ".gz")}
+        | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit"},
 }
-DEPENDENCIES = {  # a package, and whether one version of it is asked for, or that and later ones
+DEPENDENCIES = {  # a package, and which of its versions satisfy it
     "libderkit1": {name: ">=" for name in SYSTEM_LIBRARIES},
     "libderkit-dev": {"libderkit1": "="},
     "derkit-tools": {name: ">=" for name in SYSTEM_LIBRARIES + ["libderkit1", "libgcrypt20"]},
 }
-
-
-def run(*command, **environment):
-    environment = {name: str(value) for name, value in environment.items()}
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, timeout=TIME_LIMIT,
-                          env={**os.environ, "LC_ALL": "C", **environment})
-    assert done.returncode == 0, f"{shlex.join(done.args)}\n{done.stdout}{done.stderr}"
-    return done.stdout
-
-
-def files_below(folder):
-    return {str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_symlink() or not path.is_dir()}
 
 
 def fields(package):
@@ -67,7 +41,7 @@ def setUpModule():
     folder = tempfile.TemporaryDirectory()
     unittest.addModuleCleanup(folder.cleanup)
     SCRATCH = pathlib.Path(folder.name)
-    run(os.environ["CPACK"], "--config", BUILD / "CPackConfig.cmake", "-B", SCRATCH / "packages")
+    run(os.environ["CPACK"], "--config", f"{BUILD}/CPackConfig.cmake", "-B", SCRATCH / "packages")
     MADE = {path.name.split("_")[0]: path for path in (SCRATCH / "packages").glob("*.deb")}
 
 
@@ -181,7 +155,7 @@ class CleanRootTest(unittest.TestCase):
         self.assertEqual(run(SCRATCH / "example", LD_LIBRARY_PATH=self.root / LIBDIR), printed)
 
     def test_cmake_finds_the_package(self):
-        log = run("cmake", "-S", SOURCE / "tests/install/consumer", "-B", SCRATCH / "consumer",
+        log = run("cmake", "-S", CONSUMER, "-B", SCRATCH / "consumer",
                   f"-DCMAKE_PREFIX_PATH={self.root}/usr")
         self.assertIn(f"-- found {VERSION} in {self.root}/{LIBDIR}/cmake/derkit\n", log)
 

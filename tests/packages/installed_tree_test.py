@@ -1,8 +1,5 @@
 #!/usr/bin/env python3
-"""Tests of what the build installs, and of the source tree inside another project.
-
-The environment names the build: DERKIT_BUILD_DIR and DERKIT_SOURCE_DIR, DERKIT_VERSION, CMAKE, CXX and CXXFLAGS.
-"""
+"""What the build installs, and the source tree inside another project."""
 import json
 import os
 import pathlib
@@ -12,30 +9,18 @@ import subprocess
 import tempfile
 import unittest
 
-BUILD = os.environ["DERKIT_BUILD_DIR"]
-SOURCE = pathlib.Path(os.environ["DERKIT_SOURCE_DIR"])
-VERSION = os.environ["DERKIT_VERSION"]
+from packages import (BUILD, CONSUMER, GUIDES, SOURCE, TIME_LIMIT, VERSION, development_files, files_below, manuals,
+                      run)
+
 CMAKE = os.environ["CMAKE"]
 COMPILER = [os.environ["CXX"], *shlex.split(os.environ["CXXFLAGS"])]
-CONSUMER = SOURCE / "tests/install/consumer"
-TIME_LIMIT = 240
-PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # what the consumer prints
-MANUALS = {page.name: f"share/man/man{page.suffix[1:]}/{page.name}" for page in (SOURCE / "docs/man").glob("*.[1-8]")}
-HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
-GUIDES = {f"share/doc/derkit/{file.name}" for file in (SOURCE / "docs").iterdir()
-          if file.suffix in {".md", ".svg", ".cfg"}}
-
-
-def run(*command, **environment):
-    environment = {name: str(value) for name, value in environment.items()}
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, timeout=TIME_LIMIT,
-                          env={**os.environ, "LC_ALL": "C", **environment})
-    assert done.returncode == 0, f"{shlex.join(done.args)}\n{done.stdout}{done.stderr}"
-    return done.stdout
-
-
-def files_below(folder):
-    return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+FOR_COMPILER = [f"-DCMAKE_CXX_COMPILER={COMPILER[0]}", f"-DCMAKE_CXX_FLAGS={shlex.join(COMPILER[1:])}"]
+PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # by the consumer
+FILES = {
+    "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
+    "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in GUIDES},
+    "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit"},
+}
 
 
 def needed_libraries(program):
@@ -61,21 +46,12 @@ class InstalledTreeTest(unittest.TestCase):
 
     def test_every_component_has_its_files(self):
         found = {}
-        for component in "runtime", "development", "tools":
+        for component in FILES:
             folder = self.scratch / component
             run(CMAKE, "--install", BUILD, "--prefix", folder, "--component", component)
             found[component] = files_below(folder)
-        tool_manuals = {path for name, path in MANUALS.items() if name.endswith(".1")}
-        self.assertEqual(found, {
-            "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
-            "development": HEADERS | GUIDES | set(MANUALS.values()) - tool_manuals | {
-                "lib/libderkit.so", "lib/libderkit.a", "lib/pkgconfig/derkit.pc",
-                "lib/cmake/derkit/derkitConfig.cmake", "lib/cmake/derkit/derkitConfig-relwithdebinfo.cmake",
-                "lib/cmake/derkit/derkitConfigVersion.cmake"},
-            "tools": tool_manuals | {"bin/derkit", "share/bash-completion/completions/derkit"},
-        })
-        together = set().union(*(files_below(self.scratch / component) for component in found))
-        self.assertEqual(files_below(self.prefix), together)
+        self.assertEqual(found, FILES)
+        self.assertEqual(files_below(self.prefix), set().union(*FILES.values()))
 
     def test_no_installed_text_names_the_machine(self):
         for path in self.prefix.rglob("*"):
@@ -94,8 +70,7 @@ class InstalledTreeTest(unittest.TestCase):
 
     def test_find_package(self):
         build = self.scratch / "consumer"
-        log = configure(CONSUMER, build, f"-DCMAKE_CXX_COMPILER={COMPILER[0]}",
-                        f"-DCMAKE_CXX_FLAGS={shlex.join(COMPILER[1:])}", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        log = configure(CONSUMER, build, *FOR_COMPILER, f"-DCMAKE_PREFIX_PATH={self.prefix}")
         self.assertIn(f"-- found {VERSION} in {self.prefix}/lib/cmake/derkit\n", log)
         run(CMAKE, "--build", build)
         for standard, printed in PRINTED.items():
@@ -137,8 +112,7 @@ class SubprojectTest(unittest.TestCase):
     def test_the_tree_is_a_library_and_nothing_else(self):
         with tempfile.TemporaryDirectory() as folder:
             build = pathlib.Path(folder)
-            configure(SOURCE / "tests/install/subproject", build, f"-DDERKIT_SOURCE_DIR={SOURCE}",
-                      f"-DCMAKE_CXX_COMPILER={COMPILER[0]}", f"-DCMAKE_CXX_FLAGS={shlex.join(COMPILER[1:])}")
+            configure(SOURCE / "tests/packages/subproject", build, f"-DDERKIT_SOURCE_DIR={SOURCE}", *FOR_COMPILER)
             targets = {line.split(":")[0] for line in run("ninja", "-C", build, "-t", "targets", "all").splitlines()}
             self.assertEqual({name for name in targets if name.startswith("derkit") and "/" not in name},
                              {"derkit", "derkit_static", "derkit_objects", "derkit_convi", "derkit_system_etc_dir"})
