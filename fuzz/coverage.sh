@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures what the inputs of every target reach in the library: fuzz/coverage.sh [FOLDER...]. Inputs are the corpus, the
-# seeds from the catalogue of calls and FOLDER/TARGET/*, for example build/native-fuzz/fuzz/found after a run. Prints lines
+# seeds from the catalogue of calls and FOLDER/TARGET/*, for example build/native-asan/fuzz/found after a run. Prints lines
 # and regions of every source file that a target reaches, then of all targets together. Needs the Debian package llvm.
 set -euo pipefail
 folders=()

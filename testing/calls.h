@@ -1,7 +1,7 @@
-// The catalogue of calls: every exported function behind one face, with inputs that it accepts and inputs that cost it
-// most. Tests of memory, threads, guard pages and cost run over it, and so does the maker of fuzz seeds.
+// The catalogue of calls: every exported function behind one interface, with inputs that it accepts and inputs that cost
+// it most. The tests of memory, threads, guard pages and cost run over it, and so does the maker of fuzz seeds.
 //
-// A new function is a new row in one of the calls_….cpp.
+// A new function is a new row in one of the files calls_….cpp.
 #ifndef DERKIT_TESTING_CALLS_H
 #define DERKIT_TESTING_CALLS_H
 
@@ -50,6 +50,7 @@ class run_t {
     oid_map_handle_t map = OID_MAP_HANDLE_DEFAULT;
     std::string before = "held"; // what `out` held
     std::string out = before;    // for functions that fill a string
+    std::size_t room = 0;        // that hold() leaves
     observer_t* observer = nullptr;
     bool takes_notes = true;
 
@@ -58,17 +59,16 @@ class run_t {
     blob_t view() const { return {size, data}; }
     unsigned long long number() const; // the input, big-endian
 
-    // Puts a text into `out`, with room for no more than `room` octets.
-    std::size_t room = 0;
+    // Puts a text into `out`, which then has room for `room` octets or just for the text.
     void hold(std::string_view text);
 
-    // Runs the library's function and nothing else.
+    // Runs the library's function and nothing else, observed.
     template <typename CALL> auto call(CALL function) {
         const observed_t observed(observer);
         return function();
     }
 
-    // Plaintexts that views may lie in.
+    // Names the plaintexts that views may point into.
     void keep(const std::list<std::string>& buffers) { buffers_ = &buffers; }
 
     void note(unsigned long long value);
@@ -162,9 +162,9 @@ const std::vector<call_t>& all_calls();
 std::vector<call_t> record_calls();
 const call_t& call_named(std::string_view name);
 
-// Runs a call on input that ends where it is told, with what follows it when it is zero-terminated.
+// Runs a call on `size` octets at `data`, followed by a zero if it takes zero-terminated text.
 call_answer_t answer_to(const call_t& call, const unsigned char* data, unsigned int size);
-// The octets of an input as the call wants them: with a zero where that is needed.
+// Returns the input with its final zero, if the call needs one.
 std::string octets_for(const call_t& call, std::string_view input);
 
 // The families, each a source of its own.

@@ -12,12 +12,12 @@
 #include "testing/bags.h"
 #include "testing/bytes.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 
 // One reading into a container of its own. The input lives as long as this.
 struct container_reading_t {
     exact_bytes_t input;
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     bool accepted = false;
 
@@ -45,7 +45,7 @@ struct container_reading_t {
 
 using buffers_t = std::list<std::string>;
 
-// A key that recording_crypto_t decrypts to this.
+// A key that scripted_crypto_t decrypts to this.
 inline der_t shrouded(std::string_view key, const der_t& attributes = der_raw("")) {
     return shrouded_key_bag(toy_cipher(key), attributes);
 }

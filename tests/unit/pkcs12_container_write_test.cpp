@@ -14,7 +14,7 @@
 
 namespace {
 
-std::string write(const pkcs12_easy_t& easy, recording_crypto_t& crypto) {
+std::string write(const pkcs12_easy_t& easy, scripted_crypto_t& crypto) {
     std::string out = "what was there before";
     asn_write_pkcs12_easy(easy, &crypto, out);
     return out;
@@ -35,7 +35,7 @@ der_t mac_data_of(std::string_view digest, std::string_view salt, std::string_vi
     return mac_data.whole();
 }
 
-// What recording_crypto_t makes, as it is written.
+// What scripted_crypto_t makes, as it is written.
 const char* const MADE_MAC =
     "30 1C 30 12 30 0A 06 06 2A 85 03 02 02 09 05 00 04 04 D1 D2 D3 D4 04 02 A1 A2 02 02 07 D0";
 const char* const CHOSEN_PBE =
@@ -60,7 +60,7 @@ std::string container_of(der_members_t entries, const der_t& mac_data = der_raw(
 // The bytes
 
 TEST(pkcs12_container_writer, writes_byte_for_byte) {
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     EXPECT_TRUE(same_bytes(from_hex("30 34 02 01 03 30 11 06 09 2A 86 48 86 F7 0D 01 07 01 A0 04 04 02 30 00") +
                                from_hex(MADE_MAC),
                            write(pkcs12_easy_t(), crypto)));
@@ -84,7 +84,7 @@ TEST(pkcs12_container_writer, writes_byte_for_byte) {
 }
 
 TEST(pkcs12_container_writer, writes_plain_bags_before_encrypted_ones) {
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     EXPECT_TRUE(same_bytes(
         container_of({data_entry({cert_bag("c", der_set({friendly_name("n"), local_key_id("i")})), key_bag("k")}),
                       encrypted_entry({key_bag("l"), cert_bag("d", der_set({friendly_name("m")}))})}),
@@ -95,7 +95,7 @@ TEST(pkcs12_container_writer, writes_plain_bags_before_encrypted_ones) {
 TEST(pkcs12_container_writer, takes_bags_of_any_length) {
     for (const std::size_t size : sizes_t{0, 1, 50, 60, 100, 110, 120, 128, 200, 256, 1000, 30000}) {
         const std::string value = counting_bytes(size, 1);
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         EXPECT_TRUE(same_bytes(container_of({data_entry({cert_bag(value)}), encrypted_entry({key_bag(value)})}),
                                write(easy_of({bag_of(1, value)}, {bag_of(0, value)}), crypto)))
             << size;
@@ -106,14 +106,14 @@ TEST(pkcs12_container_writer, takes_bags_of_any_length) {
 TEST(pkcs12_container_writer, does_not_write_the_kept_plaintexts) {
     pkcs12_easy_t easy;
     easy.decrypted_buffers = {"plaintext"};
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     EXPECT_TRUE(same_bytes(container_of({}), write(easy, crypto)));
 }
 
 // The cryptography
 
 TEST(pkcs12_container_writer, has_the_mac_made_over_the_whole_octet_string_after_encryption) {
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     write(easy_of({bag_of(1, "c")}, {bag_of(0, "k"), bag_of(1, "d")}), crypto);
     ASSERT_EQ("encrypt make_mac", crypto.operations());
     const crypto_call_t& encrypted = crypto.calls.front();
@@ -124,14 +124,14 @@ TEST(pkcs12_container_writer, has_the_mac_made_over_the_whole_octet_string_after
     EXPECT_TRUE(same_bytes(encode(expected.content), crypto.calls.back().data));
 }
 
-// recording_crypto_t fills the fresh record even when it refuses; none of that is written.
+// scripted_crypto_t fills the fresh record even when it refuses; none of that is written.
 TEST(pkcs12_container_writer, writes_the_stored_mac_only_when_none_is_made) {
     pkcs12_easy_t easy;
     easy.mac.digest_alg = view_of("ignored");
     easy.mac.digest = view_of("stored digest");
     easy.mac.salt = view_of("stored salt");
     easy.mac.iterations = 3;
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     EXPECT_TRUE(same_bytes(container_of({}), write(easy, crypto)));
     EXPECT_TRUE(crypto.calls.front().is_fresh);
     crypto.make_mac_answer = answer_t::NO;
@@ -140,8 +140,8 @@ TEST(pkcs12_container_writer, writes_the_stored_mac_only_when_none_is_made) {
 }
 
 TEST(pkcs12_container_writer, does_not_look_at_what_encrypt_answers) {
-    recording_crypto_t yes;
-    recording_crypto_t no;
+    scripted_crypto_t yes;
+    scripted_crypto_t no;
     no.encrypt_answer = answer_t::NO;
     EXPECT_TRUE(same_bytes(write(easy_of({}, {bag_of(0, "k")}), yes), write(easy_of({}, {bag_of(0, "k")}), no)));
     EXPECT_EQ("encrypt make_mac", no.operations());
@@ -149,7 +149,7 @@ TEST(pkcs12_container_writer, does_not_look_at_what_encrypt_answers) {
 
 // Every zero octet of a count is left out.
 TEST(pkcs12_container_writer, writes_counts_of_256_and_2048_without_their_zero_octets) {
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     crypto.pbe_iterations = 256;
     crypto.mac_iterations = 2048;
     const std::string written = write(easy_of({}, {bag_of(0, "k")}), crypto);
@@ -158,9 +158,9 @@ TEST(pkcs12_container_writer, writes_counts_of_256_and_2048_without_their_zero_o
 }
 
 TEST(pkcs12_container_writer, leaves_the_output_alone_when_the_cryptography_throws) {
-    for (answer_t recording_crypto_t::*const operation :
-         {&recording_crypto_t::encrypt_answer, &recording_crypto_t::make_mac_answer}) {
-        recording_crypto_t crypto;
+    for (answer_t scripted_crypto_t::*const operation :
+         {&scripted_crypto_t::encrypt_answer, &scripted_crypto_t::make_mac_answer}) {
+        scripted_crypto_t crypto;
         crypto.*operation = answer_t::THROW;
         std::string out = "what was there before";
         EXPECT_THROW(asn_write_pkcs12_easy(easy_of({}, {bag_of(0, "k")}), &crypto, out), crypto_failure_t);
@@ -174,7 +174,7 @@ TEST(pkcs12_container_writer, leaves_the_output_alone_when_there_is_no_memory) {
     too_large.value.size = 0xFFFFFFFF;
     const pkcs12_easy_t containers[] = {easy_of({too_large}), easy_of({bag_of(0, "k")}, {too_large})};
     for (const pkcs12_easy_t& easy : containers) {
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         std::string out = "what was there before";
         EXPECT_THROW(asn_write_pkcs12_easy(easy, &crypto, out), std::bad_alloc);
         EXPECT_EQ("", crypto.operations());
@@ -187,7 +187,7 @@ TEST(pkcs12_container_writer, leaves_the_output_alone_when_there_is_no_memory) {
 // What was written, read with the same cryptography.
 struct written_t {
     container_reading_t reading;
-    written_t(const pkcs12_easy_t& easy, recording_crypto_t crypto = {}) : reading(write(easy, crypto)) {
+    written_t(const pkcs12_easy_t& easy, scripted_crypto_t crypto = {}) : reading(write(easy, crypto)) {
         reading.crypto = std::move(crypto);
         reading.accepted =
             asn_read_pkcs12_easy(reading.input.data(), reading.input.size(), &reading.crypto, reading.easy);
@@ -219,7 +219,7 @@ TEST(container_round_trip, keeps_bags_and_what_the_cryptography_made) {
     EXPECT_TRUE(written.reading.accepted);
     EXPECT_EQ(bags_text(easy.plain_bags), bags_text(read.plain_bags));
     EXPECT_EQ(bags_text(easy.encrypted_bags), bags_text(read.encrypted_bags));
-    const recording_crypto_t& crypto = written.reading.crypto;
+    const scripted_crypto_t& crypto = written.reading.crypto;
     EXPECT_EQ(crypto.digest, chars_of(read.mac.digest));
     EXPECT_EQ(crypto.mac_salt, chars_of(read.mac.salt));
     EXPECT_EQ(crypto.mac_iterations, read.mac.iterations);
@@ -240,7 +240,7 @@ TEST(container_round_trip, writes_what_was_read_byte_for_byte) {
     container_reading_t reading(input);
     ASSERT_TRUE(asn_read_pkcs12_easy(reading.input.data(), reading.input.size(), &reading.crypto, reading.easy));
     for (const answer_t answer : {answer_t::YES, answer_t::NO}) {
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         crypto.make_mac_answer = answer;
         EXPECT_TRUE(same_bytes(input, write(reading.easy, crypto)));
         EXPECT_EQ("no cert[63] id[69] / key[6B] name[6E] (verify_mac decrypt)", reading.text());

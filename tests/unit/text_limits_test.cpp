@@ -11,7 +11,7 @@
 #include "testing/iconv.h"
 #include "testing/parsed_map.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 
 using namespace std::string_view_literals;
 
@@ -134,7 +134,7 @@ TEST(wide_string_code_points, of_a_bags_name_are_not_looked_at) {
     for (const std::string hex : {"00", "00 41 00", "D8 00", "DC 00 D8 00", "00 00", "00 41 00 00 00 42", "FF FF"}) {
         const exact_bytes_t input(
             encode(pfx_t({data_entry({cert_bag("c", der_set({friendly_name(from_hex(hex))}))})}).whole()));
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         pkcs12_easy_t easy;
         EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
         EXPECT_EQ("cert[63] name[" + hex + "]", bags_text(easy.plain_bags));
@@ -242,7 +242,7 @@ TEST_P(list_counts, of_bags) {
         bags.push_back(i % 2 == 0 ? key_bag(values[i], attributes) : cert_bag(values[i], attributes));
     }
     easy.encrypted_bags = easy.plain_bags;
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     std::string out;
     asn_write_pkcs12_easy(easy, &crypto, out);
     if (count != 0) {
@@ -273,7 +273,7 @@ TEST_P(list_counts, of_keys_entries_and_attributes_of_bags) {
     entries.push_back(data_entry(keys));
     entries.push_back(data_entry({cert_bag("c", der_set(attributes))}));
     const exact_bytes_t input(encode(pfx_t(entries).whole()));
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
     EXPECT_EQ(expected_keys, bags_text(easy.encrypted_bags));
