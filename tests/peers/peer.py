@@ -1,20 +1,20 @@
-"""What the comparisons share: openssl in a folder of its own, derkit's tool, and what differs."""
+"""What the comparisons share: what openssl makes and reads, derkit's tool, and what differs."""
 
-import json
-import os
+import itertools
 import re
-import subprocess
 import sys
-import tempfile
 from collections import namedtuple
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).parents[1] / "tool"))
+import openssl
+import tool
+from der import pem, unpem
+from openssl import gost
+
 SKIPPED = 77
 BUNDLE = Path("/etc/ssl/certs/ca-certificates.crt")
-CONFIGS = {
-    "gost": (Path(__file__).parent / "gost_engine.cnf").read_text(encoding="ascii"),
-    "plain": "[req]\ndistinguished_name = dn\n[dn]\n",
-}
+KEY_NUMBERS = itertools.count(1)
 
 GOST_PARAM_SETS = {
     "gost2001": ["0", "A", "B", "C", "XA", "XB"],
@@ -48,7 +48,6 @@ SIGNATURE_ALGORITHMS = {
 }
 PSS_CODES = {"sha1": 0x00020002, "sha224": 0x00030002, "sha256": 0x00040002, "sha384": 0x00050002, "sha512": 0x00060002}
 
-
 Element = namedtuple("Element", "offset depth end tag value content der")
 
 
@@ -73,57 +72,33 @@ class Comparison:
         return 1 if self.failures or not self.compared else 0
 
 
-class Workshop:
-    """A folder in which openssl makes files and takes them apart."""
-
-    def __init__(self):
-        self._folder = tempfile.TemporaryDirectory()
-        self.folder = Path(self._folder.name)
-        self.count = 0
-        for name, config in CONFIGS.items():
-            (self.folder / f"{name}.cnf").write_text(config)
-
-    def file(self, content=None):
-        self.count += 1
-        path = self.folder / str(self.count)
-        if content is not None:
-            path.write_bytes(content)
-        return path
-
-    def openssl(self, *args, input=None, gost=False):
-        env = dict(os.environ, OPENSSL_CONF=str(self.folder / ("gost.cnf" if gost else "plain.cnf")))
-        run = subprocess.run(["openssl", *map(str, args)], input=input, env=env, capture_output=True)
-        if run.returncode != 0:
-            raise RuntimeError(f"openssl {' '.join(map(str, args))}: {run.stderr.decode(errors='replace').strip()}")
-        return run.stdout
-
-    def make_key(self, *args, gost=False):
-        path = self.file()
-        self.openssl("genpkey", "-out", path, *args, gost=gost)
-        return path
-
-    def make_dsa_key(self, *options):
-        parameters = self.file()
-        self.openssl("genpkey", "-genparam", "-algorithm", "DSA", *options, "-out", parameters)
-        return self.make_key("-paramfile", parameters)
-
-    def certificate(self, key, *args, gost=False):
-        return self.openssl("req", "-x509", "-new", "-key", key, "-subj", "/CN=test", *args, gost=gost)
-
-    def elements(self, der):
-        """What asn1parse lists."""
-        lines = self.openssl("asn1parse", "-inform", "DER", input=der).decode().splitlines()
-        pattern = re.compile(r" *(\d+):d=(\d+) +hl=(\d+) l= *(\d+) (?:prim|cons): ([^:]*?) *(?::(.*))?$")
-        found = []
-        for line in lines:
-            offset, depth, header, length, tag, value = pattern.match(line).groups()
-            begin, end = int(offset) + int(header), int(offset) + int(header) + int(length)
-            found.append(Element(int(offset), int(depth), end, tag, value, der[begin:end], der[int(offset) : end]))
-        return found
+def make_key(*source, **options):
+    """Makes a file with a key of an algorithm, or from a source such as "-paramfile"."""
+    path = Path(openssl.FOLDER.name) / f"key-{next(KEY_NUMBERS)}"
+    source = ["-algorithm", *source] if len(source) == 1 else source
+    settings = [part for name, value in options.items() for part in ("-pkeyopt", f"{name}:{value}")]
+    gost("genpkey", "-out", path, *source, *settings)
+    return path
 
 
-def option(name, value):
-    return ["-pkeyopt", f"{name}:{value}"]
+def make_dsa_key(**options):
+    return make_key("-paramfile", make_key("-genparam", "-algorithm", "DSA", **options))
+
+
+def certificate(key, *options):
+    return gost("req", "-x509", "-new", "-key", key, "-subj", "/CN=test", *options)
+
+
+def elements(der):
+    """Returns what asn1parse lists."""
+    lines = gost("asn1parse", "-inform", "DER", stdin=der).decode().splitlines()
+    pattern = re.compile(r" *(\d+):d=(\d+) +hl=(\d+) l= *(\d+) (?:prim|cons): ([^:]*?) *(?::(.*))?$")
+    found = []
+    for line in lines:
+        offset, depth, header, length, tag, value = pattern.match(line).groups()
+        begin, end = int(offset) + int(header), int(offset) + int(header) + int(length)
+        found.append(Element(int(offset), int(depth), end, tag, value, der[begin:end], der[int(offset) : end]))
+    return found
 
 
 def printed_number(text, label):
@@ -141,17 +116,15 @@ def bundled_certificates():
     """The system's root certificates as PEM."""
     if not BUNDLE.exists():
         return []
-    block = rb"-----BEGIN CERTIFICATE-----.*?-----END CERTIFICATE-----\n"
-    return re.findall(block, BUNDLE.read_bytes(), re.DOTALL)
+    return [pem(certificate) for certificate in unpem(BUNDLE.read_bytes(), "CERTIFICATE")]
 
 
-def derkit(*args, input=None, oid_map="/dev/null"):
-    """The objects that the tool prints. The map is empty unless given: no names of this machine's own."""
-    command = [os.environ["DERKIT_TOOL"], *args, "--json", "--oid-map", oid_map]
-    if input is not None:
-        command.append("-")
-    out = subprocess.run(command, input=input, stdout=subprocess.PIPE, check=True).stdout.decode()
-    return [json.loads(line) for line in out.splitlines()]
+def derkit(*arguments, oid_map="/dev/null", **how):
+    """Returns the objects that the tool shows. The map is empty unless given: no names of this machine's own."""
+    done = tool.run(*arguments, "--json", "--oid-map", oid_map, **how)
+    if done.status != 0:
+        raise RuntimeError("\n".join(done.errors))
+    return tool.objects(done.text)
 
 
 def skip(reason):

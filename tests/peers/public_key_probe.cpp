@@ -1,8 +1,7 @@
-// Prints what the readers of public keys, signature values and signature algorithms make of a DER file, for scripts
-// that compare it with what other tools print. Every reader is tried: a line "READER 1" or "READER 0", and for a
-// success "READER.FIELD HEX" for each of its fields.
+// Prints what the readers of public keys, signature values and signature algorithms return for the DER on standard input,
+// for comparison with other tools. Every reader is tried: a line "READER 1" or "READER 0", and after a success a line
+// "READER.FIELD HEX" for each of its fields.
 #include <cstdio>
-#include <fstream>
 #include <initializer_list>
 #include <iostream>
 #include <iterator>
@@ -20,14 +19,15 @@ struct field_t {
 // Returns whether the reader succeeded.
 bool print_record(const char* reader, int result, std::initializer_list<field_t> fields) {
     std::cout << reader << ' ' << result << '\n';
+    if (result == 0) {
+        return false;
+    }
     for (const field_t& field : fields) {
         std::string hex;
-        if (result != 0) {
-            TO_HEX_STD_STRING(field.view.data, field.view.size, hex, '\0');
-            std::cout << reader << '.' << field.name << ' ' << hex << '\n';
-        }
+        TO_HEX_STD_STRING(field.view.data, field.view.size, hex, '\0');
+        std::cout << reader << '.' << field.name << ' ' << hex << '\n';
     }
-    return result != 0;
+    return true;
 }
 
 void print_code(const char* reader, pki_alg_t code) {
@@ -72,17 +72,8 @@ void print_signature_algorithm(const unsigned char* data, unsigned int size) {
 
 } // namespace
 
-int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: public_key_probe FILE\n";
-        return 2;
-    }
-    std::ifstream file(argv[1], std::ios::binary);
-    if (!file) {
-        std::cerr << "public_key_probe: cannot read " << argv[1] << '\n';
-        return 2;
-    }
-    const std::string der{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+int main() {
+    const std::string der{std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
     const auto* const data = reinterpret_cast<const unsigned char*>(der.data());
     const auto size = static_cast<unsigned int>(der.size());
     print_public_key(data, size);

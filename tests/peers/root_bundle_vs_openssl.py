@@ -2,13 +2,10 @@
 """Subjects and issuers of the system's root certificates: derkit and openssl read the same from each."""
 
 import sys
-from pathlib import Path
 
 from dn_text import read_dn
-from peer import BUNDLE, Comparison, Workshop, bundled_certificates, derkit, skip
-
-sys.path.insert(0, str(Path(__file__).parents[1] / "data"))
-import vectors
+from peer import BUNDLE, Comparison, bundled_certificates, derkit, gost, skip
+from tool import vectors
 
 # RDNs as encoded, types as OIDs, values in UTF-8 with RFC 2253's escapes, what is no string as hexadecimal DER. The OIDs
 # lose nothing in openssl's own names for types.
@@ -22,8 +19,8 @@ def oids_of_types():
     return {name: oid for [(name, _)], [(oid, _)] in zip(names, oids, strict=True)}
 
 
-def names_by_openssl(shop, certificate):
-    out = shop.openssl("x509", "-noout", "-subject", "-issuer", "-nameopt", NAME_OPTIONS, input=certificate).decode()
+def names_by_openssl(certificate):
+    out = gost("x509", "-noout", "-subject", "-issuer", "-nameopt", NAME_OPTIONS, stdin=certificate).decode()
     return dict(line.split("=", 1) for line in out.splitlines())
 
 
@@ -31,9 +28,9 @@ def main():
     certificates = bundled_certificates()
     if not certificates:
         skip(f"no {BUNDLE}")
-    comparison, shop, oids = Comparison(), Workshop(), oids_of_types()
+    comparison, oids = Comparison(), oids_of_types()
     for certificate, shown in zip(certificates, derkit("cert", BUNDLE), strict=True):
-        expected = names_by_openssl(shop, certificate)
+        expected = names_by_openssl(certificate)
         for field in "subject", "issuer":
             name = f"certificate {shown['index']}"
             comparison.same(name, field, read_dn(expected[field], {}), read_dn(shown[field], oids))

@@ -311,7 +311,7 @@ class PassedOver(P12Test):
     def test_other_content_types(self):
         types = {pfx.SIGNED_DATA: "signedData", pfx.ENVELOPED_DATA: "envelopedData", "1.2.3.4": "1.2.3.4"}
         self.check_passed_over([pfx.content_info(content_type, sequence()) for content_type in types],
-                   *(f"entry {i} ({name}) is not read" for i, name in enumerate(types.values(), 2)))
+                               *(f"entry {i} ({name}) is not read" for i, name in enumerate(types.values(), 2)))
 
     def test_other_bags_in_the_clear_and_encrypted(self):
         """Bags inside a safeContentsBag do not count as read either."""
@@ -457,7 +457,7 @@ class Bags(P12Test):
             ("250102030405Z", "491231235959Z", "2025-01-02T03:04:05Z", "2049-12-31T23:59:59Z"),
             ("500101000000Z", "20500101000000Z", "1950-01-01T00:00:00Z", "2050-01-01T00:00:00Z"),
             ("991231235959Z", "99991231235959Z", "1999-12-31T23:59:59Z", "9999-12-31T23:59:59Z"),
-            # not in the form of DER: as they stand
+            # not in the form of DER: shown as they are
             ("2501020304Z", "20500101000000.5Z", "2501020304Z", "20500101000000.5Z"),
             ("25010203040aZ", "2050010100000aZ", "25010203040aZ", "2050010100000aZ"),
         ]

@@ -1,38 +1,51 @@
 #!/usr/bin/env python3
-"""Tests the subcommands that take text: "derkit dn", "oid", "alg" and "time"."""
+"""Tests the subcommands that take text: "derkit dn", "oid", "alg" and "time".
+
+Most cases come from tests/data/vectors, as do those of the library.
+"""
 
 import unittest
 
 import der
 import openssl
-from tool import ToolTest, fields, thin
+from tool import ToolTest, fields, shown, thin, vectors
+
+
+def cases(file, *ways, text="text"):
+    """Returns the cases of a file, or those of some ways. No argument holds a zero octet."""
+    found = [case for case in vectors.read(file) if not ways or case.field("way") in ways]
+    return thin([case for case in found if b"\0" not in case.text(text)], 8)
+
+
+def argument(octets):
+    return octets.decode("utf-8", "surrogateescape")
 
 
 class DnCommand(ToolTest):
     COMMAND = ("dn",)
     NORMALISED = {
-        "": "",
-        "cn=a , 2.5.4.10=b": "CN=a ,O=b",
-        'CN="a,b"+OU=c': "CN=a\\,b+OU=c",
-        "S=x,CN=#0C0161": "ST=x,CN=a",
         "CN=\\D0\\98": "CN=И",
         "CN=a\\1B[0m\\00\\E2\\80\\AE": "CN=a\\1B[0m\\00\\E2\\80\\AE",
         "CN=\u202e": "CN=\\E2\\80\\AE",
     }
-    # PrintableString, IA5String, UTF8String by the characters of the value
-    ENCODED = {
-        "": "3000",
-        "CN=abc": "300E310C300A06035504031303616263",
-        "CN=a_b": "300E310C300A06035504031603615F62",
-        "CN=я": "300D310B300906035504030C02D18F",
-        "C=RU,CN=x": "3019310B3009060355040613025255310A30080603550403130178",
-    }
-    NOT_PARSED = ["CN", "CN=x,", "=x", 'CN="x', "CN =x y, ", "--x"]
-    NOT_ENCODED = ["NOSUCHNAME=x", "CN=a#b", "CN=#0C", "3.1=x", "CN=a\\zb"]
+    ENCODED = {"": "3000", "CN=abc": "300E310C300A06035504031303616263"}
 
     def test_the_text_is_normalised(self):
         for text, normalised in self.NORMALISED.items():
             self.assertEqual(self.succeeds(text), normalised + "\n")
+
+    def test_canonical_text_and_der_of_names(self):
+        for case in cases("names.txt", "both", "encode", "print"):
+            with self.subTest(case.where):
+                text = argument(case.text("text"))
+                [found] = self.objects(text)
+                if case.field("way") != "print":
+                    self.assertEqual(found["der"], case.octets("DER").hex().upper())
+                if case.field("map") == "built-in":  # the tool is never without one
+                    canonical = case.text_or("canonical", case.text("text"))
+                    self.assertEqual(found["dn"], shown(canonical))
+                    in_reverse = case.text_or("reversed", canonical)
+                    self.assertEqual(self.succeeds("--reverse", text), shown(in_reverse) + "\n")
 
     def test_der_and_hex_are_the_encoded_name(self):
         for text, expected in self.ENCODED.items():
@@ -54,21 +67,20 @@ class DnCommand(ToolTest):
             (["C", "C=,CN=x"], ""),
         ]:
             self.assertEqual(self.succeeds("--get", *arguments), value + "\n")
+        self.assertEqual(self.objects("--get", "O", "CN=abc,O=\\1B")[0]["value"], "\\1B")
         self.check_failures([(["--get", "OU", text], f"{text}: has no attribute OU")])
 
-    def test_reverse_turns_the_rdns_around_before_all_else(self):
-        self.assertEqual(self.succeeds("--reverse", "CN=a+OU=b, O=c\\,d,C=RU"), "C=RU,O=c\\,d,CN=a+OU=b\n")
-        self.assertEqual(self.succeeds("--reverse", "--hex", "CN=x,C=RU"), self.ENCODED["C=RU,CN=x"] + "\n")
-
-    def test_json_holds_text_and_der(self):
-        self.assertEqual(self.objects("cn=abc"), [{"dn": "CN=abc", "der": self.ENCODED["CN=abc"]}])
-        self.assertEqual(self.objects("--get", "O", "CN=abc,O=\\1B")[0]["value"], "\\1B")
+    def test_reverse_comes_before_encoding(self):
+        self.assertEqual(self.succeeds("--reverse", "--hex", "CN=x,C=RU"), self.succeeds("--hex", "C=RU,CN=x"))
 
     def test_text_that_is_no_name_says_why(self):
-        self.check_failures(
-            [(["--", text], f"{text}: does not parse as a distinguished name") for text in thin(self.NOT_PARSED, 4)]
-            + [(["--", text], f"{text}: has a type that is unknown or a value that is malformed")
-               for text in thin(self.NOT_ENCODED, 4)])
+        rules = {b"--x": "syntax"} | {
+            case.text("text"): case.field("rule") for case in cases("texts-refused.txt")
+            if case.field("case") != "short name without a map"}  # the tool is never without one
+        no_value = "has a type that is unknown or a value that is malformed"
+        problems = {"syntax": "does not parse as a distinguished name"}
+        self.check_failures([
+            (["--", argument(text)], f"{shown(text)}: {problems.get(rule, no_value)}") for text, rule in rules.items()])
 
     def test_an_oid_map_names_types_in_both_directions(self):
         oid_map = self.file("map", f"{der.EXAMPLE_OID} = mine, My own\n")
@@ -80,16 +92,30 @@ class DnCommand(ToolTest):
 class OidCommand(ToolTest):
     COMMAND = ("oid",)
     CN = {"oid": "2.5.4.3", "der": "550403", "short_name": "CN", "long_name": "commonName"}
-    CASES = {
-        **dict.fromkeys(["2.5.4.3", "2.005.4.3", "CN", "cn", "550403", "55:04:03", "55 04 03", " 5504 03 "], CN),
-        "2A864886F70D01010B": {"oid": "1.2.840.113549.1.1.11", "der": "2A864886F70D01010B", "algorithm": "sha256RSA"},
-        der.EXAMPLE_OID: {"oid": der.EXAMPLE_OID, "der": "2B06010401868D1F01"},
-    }
+    NOT_AN_OID = "neither a dotted OID, nor a known short name, nor the hexadecimal content of an OID"
 
     def test_dotted_text_short_name_and_hex(self):
-        for text, expected in thin(self.CASES.items(), 4):
-            self.assertEqual(self.shows(text), expected)
-            self.assertEqual(self.objects(text), [expected])
+        for text in thin(["2.5.4.3", "CN", "cn", "550403", "55:04:03", "55 04 03", " 5504 03 "], 4):
+            self.assertEqual(self.shows(text), self.CN)
+            self.assertEqual(self.objects(text), [self.CN])
+        self.assertEqual(self.shows(der.EXAMPLE_OID), {"oid": der.EXAMPLE_OID, "der": "2B06010401868D1F01"})
+
+    def check_shown(self, case, text, content):
+        [found] = self.objects(text)
+        self.assertEqual(
+            (found["oid"], found["der"], found.get("algorithm", "")),
+            (case.text_or("canonical", case.text("text")).decode(), content.hex().upper(), case.field("algorithm")))
+
+    def test_dotted_text_and_content(self):
+        for case in cases("oids.txt"):
+            with self.subTest(case.where):
+                way, content = case.field("way"), case.octets("content")
+                if way in ("both", "encode"):
+                    self.check_shown(case, case.field("text"), content)
+                if way == "cut":
+                    self.check_failures([([content.hex()], f"{content.hex()}: {self.NOT_AN_OID}")])
+                else:
+                    self.check_shown(case, case.field("content"), content)
 
     def test_a_short_name_comes_before_hex(self):
         self.assertEqual(self.shows("DC")["der"], "0992268993F22C640119")
@@ -101,9 +127,8 @@ class OidCommand(ToolTest):
             self.assertEqual(self.shows(oid)["der"], encoded.read_bytes()[2:].hex().upper())
 
     def test_text_that_is_no_oid(self):
-        problem = "neither a dotted OID, nor a known short name, nor the hexadecimal content of an OID"
-        texts = ["NOSUCHNAME", "2.5.", "3.1", "", "550", "2A86", "zz", "2.4294967296"]
-        self.check_failures([(["--", text], f"{text}: {problem}") for text in texts])
+        texts = [b"NOSUCHNAME", b"550", b"zz", *(case.text("text") for case in cases("oids-refused.txt"))]
+        self.check_failures([(["--", argument(text)], f"{shown(text)}: {self.NOT_AN_OID}") for text in texts])
 
     def test_a_hostile_map_is_shown_safely(self):
         oid_map = self.file("map", b"1.2.3 = a\x1b, long\x1b[2J\xff name\n")
@@ -187,6 +212,8 @@ class AlgCommand(ToolTest):
 
 class TimeCommand(ToolTest):
     COMMAND = ("time",)
+    NO_MOMENT = 'neither seconds since the epoch nor a time like "2024.02.29 13:05:09" from 1900 on'
+    ZONES = {"UTC": "UTC0", "Marquesas": "<-0930>9:30", "Kiritimati": "<+14>-14", "Paris": "CET-1CEST,M3.5.0,M10.5.0/3"}
     LEAP_DAY = {
         "gmt": "29.02.2024 13:05:09 GMT",
         "gmt_log": "2024.02.29 13:05:09 GMT",
@@ -205,7 +232,6 @@ class TimeCommand(ToolTest):
         self.assertEqual(self.objects("1709211909"), [self.LEAP_DAY | {"seconds": 1709211909}])
 
     def test_a_text_is_gmt_whatever_the_zone(self):
-        # zones without daylight saving, five and a half hours east and eight west of Greenwich
         for zone, local in ("XYZ-5:30", "18:35:09"), ("XYZ8", "05:05:09"):
             expected = self.LEAP_DAY | {
                 "local": f"29.02.2024 {local}", "local_log": f"2024.02.29 {local}", "local_ctime": f"Thu Feb 29 {local} 2024"
@@ -213,20 +239,32 @@ class TimeCommand(ToolTest):
             for moment in "2024.02.29 13:05:09", "1709211909":
                 self.assertEqual(self.shows(moment, zone=zone), expected)
 
-    def test_the_seconds_of_another_season_have_their_own_daylight_saving(self):
-        # one hour east of Greenwich, two in summer: July and January
-        for seconds, local in ("1720000000", "2024.07.03 11:46:40"), ("1704067200", "2024.01.01 01:00:00"):
-            self.assertEqual(self.shows(seconds, zone="CET-1CEST,M3.5.0,M10.5.0/3")["local_log"], local)
+    def test_texts_in_gmt(self):
+        for case in cases("cert-times.txt", "both", "parse", text="log text"):
+            text, octets = argument(case.text("log text")), case.octets("time")
+            if octets == bytes([255] * 8):  # which stands for no time
+                self.check_failures([([text], f"{text}: {self.NO_MOMENT}")])
+                continue
+            month, *others = octets[3:]
+            parts = int.from_bytes(octets[:3], "big"), month + 1, *others
+            gmt = "{2:02}.{1:02}.{0} {3:02}:{4:02}:{5:02} GMT".format(*parts)
+            gmt_log = "{}.{:02}.{:02} {:02}:{:02}:{:02} GMT".format(*parts)
+            if case.field("way") == "both":
+                self.assertEqual((gmt, gmt_log), (case.field("display text"), text), case.where)
+            done = self.tool(text)  # which warns if this system does not count the seconds
+            found = fields(done.text)
+            self.assertEqual((done.status, found["gmt"], found["gmt_log"]), (0, gmt, gmt_log), case.where)
 
-    def test_the_seconds_around_the_epoch(self):
-        for seconds, gmt in [
-            ("0", "01.01.1970 00:00:00 GMT"),
-            ("-1", "31.12.1969 23:59:59 GMT"),
-            ("-2", "31.12.1969 23:59:58 GMT"),
-            ("2147483647", "19.01.2038 03:14:07 GMT"),
-        ]:
-            found = self.shows(seconds)
-            self.assertEqual((found["gmt"], found["seconds"]), (gmt, seconds))
+    def test_seconds_have_the_daylight_saving_of_their_own_season(self):
+        for case in cases("seconds.txt", text="log text"):
+            seconds, zone = case.field("seconds"), self.ZONES.get(case.field("zone"))
+            if zone and abs(int(seconds)) < 2**31:  # there are such seconds on all systems
+                found = self.shows("--", seconds, zone=zone)
+                log_text = case.field("log text")
+                self.assertEqual((found["seconds"], found["local_log"], found["local_ctime"]),
+                                 (seconds, log_text, case.field("ctime text")), case.where)
+                if case.field("zone") == "UTC":
+                    self.assertEqual(found["gmt_log"], f"{log_text} GMT")
 
     def test_a_text_whose_seconds_cannot_be_told_has_none(self):
         done = self.tool("1969.12.31 23:59:59")
@@ -235,14 +273,12 @@ class TimeCommand(ToolTest):
         self.assertEqual(list(fields(done.text)), ["gmt", "gmt_log", "local"])
 
     def test_what_is_no_moment_is_refused(self):
-        neither = 'neither seconds since the epoch nor a time like "2024.02.29 13:05:09" from 1900 on'
+        texts = [b"-", b"12x", *(case.text("log text") for case in cases("cert-times.txt", "refused", text="log text"))]
         too_far = "no certificate time is so many seconds from the epoch"
-        problems = {
-            **dict.fromkeys(["", "now", "-", "2024.1.1", "12x", "1899.01.01 00:00:00", "2024.00.10 00:00:00",
-                             "2024.01.00 00:00:00"], neither),
-            **dict.fromkeys(["99999999999999999999", "-99999999999999999999", "-2208988801"], too_far),
-        }
-        self.check_failures([(["--", moment], f"{moment}: {problem}") for moment, problem in thin(problems.items(), 4)])
+        self.check_failures([
+            *((["--", argument(text)], f"{shown(text)}: {self.NO_MOMENT}") for text in texts),
+            *((["--", seconds], f"{seconds}: {too_far}") for seconds in ("9" * 20, "-" + "9" * 20, "-2208988801")),
+        ])
 
     def test_one_moment_is_required(self):
         self.check_usage([([], ""), (["1", "2"], "")])

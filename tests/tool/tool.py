@@ -8,9 +8,11 @@ import fcntl
 import json
 import os
 import pty
+import re
 import select
 import signal
 import subprocess
+import sys
 import tempfile
 import termios
 import time
@@ -18,10 +20,16 @@ import unittest
 from pathlib import Path
 from typing import NamedTuple
 
+sys.path.insert(0, str(Path(__file__).parents[1] / "data"))
+import vectors  # for tests that share cases with the library's own
+
 TOOL = os.environ["DERKIT_TOOL"]
 COMMAND = [TOOL]
 FEW_CASES = bool(os.environ.get("DERKIT_FEW_CASES"))
 TIME_LIMIT = 60  # in seconds; no run comes near it unless something is quadratic
+
+# Controls, bidirectional controls, line and paragraph separators.
+NOT_SHOWN = re.compile("[\x00-\x1f\x7f-\x9f\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069\u2028\u2029]")
 
 only_with_all_cases = unittest.skipIf(FEW_CASES, "DERKIT_FEW_CASES is set")
 
@@ -49,6 +57,19 @@ def run(*arguments, stdin=b"", env={}, stdout=subprocess.PIPE, **options):
         start_new_session=True, env=os.environ | env, **options,
     )
     return Run(done.returncode, done.stdout, done.stderr.decode().splitlines())
+
+
+def shown(octets, specials=""):
+    """Returns text as the tool shows it, given its UTF-8 octets; special characters have a backslash in front."""
+
+    def show(character):
+        if 0xDC80 <= ord(character) <= 0xDCFF:  # an octet that Python's decoder refused
+            return f"\\{ord(character) - 0xDC00:02X}"
+        if NOT_SHOWN.match(character):
+            return "".join(f"\\{byte:02X}" for byte in character.encode())
+        return "\\" + character if character in specials else character
+
+    return "".join(map(show, octets.decode("utf-8", "surrogateescape")))
 
 
 def fields(text):
