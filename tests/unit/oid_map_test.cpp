@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "support/expect.h"
+#include "support/oid_maps.h"
 #include "testing/bytes.h"
 #include "testing/parsed_map.h"
 
@@ -31,66 +32,12 @@ namespace {
 
 using namespace std::string_view_literals;
 
-using lines_t = std::vector<std::string>;
-
 // Found by a static initialiser of ordinary priority: the ready-made maps must be complete by then.
 const OIDdescr_t* const FOUND_AT_START = oid_map_find_sn(OID_MAP_HANDLE_DEFAULT, "SUNIP", 5);
 const OIDdescr_t* const FOUND_IN_FILE_MAP_AT_START = oid_map_find_sn(OID_MAP_HANDLE_DEFAULT_FILE, "SUNIP", 5);
 
-const OIDdescr_t* find_asn(oid_map_handle_t map, std::string_view octets) {
-    const exact_bytes_t der(octets);
-    return oid_map_find_asn(map, der.data(), der.size());
-}
-
-const OIDdescr_t* find_str(oid_map_handle_t map, std::string_view text) {
-    const exact_bytes_t key(text);
-    return oid_map_find_str(map, key.chars(), key.size());
-}
-
-const OIDdescr_t* find_sn(oid_map_handle_t map, std::string_view name) {
-    const exact_bytes_t key(name);
-    return oid_map_find_sn(map, key.chars(), key.size());
-}
-
-// "asn 55 04 03", "str 2.5.4.3" or "sn CN".
-const OIDdescr_t* find(oid_map_handle_t map, std::string_view question) {
-    const std::string_view key = question.substr(0, question.find(' '));
-    const std::string_view wanted = question.substr(key.size() + 1);
-    return key == "asn" ? find_asn(map, from_hex(wanted)) : key == "str" ? find_str(map, wanted) : find_sn(map, wanted);
-}
-
-// An entry as one line, its DER as hex: "55 04 03|2.5.4.3|CN|commonName".
-std::string show(const OIDdescr_t& entry) {
-    return to_hex(entry.oid_asn, entry.oid_asn_size) + "|" + std::string(entry.oid_str, entry.oid_str_size) + "|" +
-           std::string(entry.oid_sn, entry.oid_sn_size) + "|" + std::string(entry.oid_ln, entry.oid_ln_size);
-}
-
-std::string show(const OIDdescr_t* entry) {
-    return entry == nullptr ? "none" : show(*entry);
-}
-
-// The list of entries, or an index.
-template <typename ENTRIES> lines_t show_all(const ENTRIES& entries) {
-    lines_t lines;
-    for (const auto& entry : entries) {
-        lines.push_back(show(entry));
-    }
-    return lines;
-}
-
 lines_t entries_of(std::string_view text) {
     return show_all(parsed_map_t(text).map().entries);
-}
-
-struct lookup_t {
-    std::string_view question;
-    std::string_view entry;
-};
-
-void expect_answers(oid_map_handle_t map, std::initializer_list<lookup_t> lookups) {
-    for (const lookup_t& lookup : lookups) {
-        EXPECT_TRUE(same_bytes(lookup.entry, show(find(map, lookup.question)))) << lookup.question;
-    }
 }
 
 // ---- layout ----
@@ -148,54 +95,43 @@ TEST(oid_map_layout, fresh_entry_is_empty_and_a_released_one_loses_its_block_alo
 
 // ---- one line ----
 
+// Lines by the entry that they make.
 const struct {
-    const char* line;
     const char* entry;
+    std::vector<const char*> lines;
 } LINES[] = {
-    // blanks between the parts
-    {"1.2.3 = Foo, bar", "2A 03|1.2.3|FOO|bar"},
-    {"1.2.3=Foo,bar", "2A 03|1.2.3|FOO|bar"},
-    {"   1.2.3   =   Foo   ,   bar", "2A 03|1.2.3|FOO|bar"},
-    {"\t1.2.3\t=\tFoo\t,\tbar", "2A 03|1.2.3|FOO|bar"},
-    {" \t1.2.3\t =\t \tFoo \t, \tbar", "2A 03|1.2.3|FOO|bar"},
+    // any blanks between the parts
+    {"2A 03|1.2.3|FOO|bar",
+     {"1.2.3 = Foo, bar", "1.2.3=Foo,bar", "   1.2.3   =   Foo   ,   bar", "\t1.2.3\t=\tFoo\t,\tbar",
+      " \t1.2.3\t =\t \tFoo \t, \tbar"}},
     // the OID's text is kept as written
-    {"2.005.04.3 = CN", "55 04 03|2.005.04.3|CN|"},
-    {"1.2 = X", "2A|1.2|X|"},
-    {"1.50 = X", "5A|1.50|X|"},
-    // ASCII letters of the short name become capitals
-    {"1.2.3 = aBcXyZ", "2A 03|1.2.3|ABCXYZ|"},
-    {"1.2.3 = a`{@[_-.:/'1\"", "2A 03|1.2.3|A`{@[_-.:/'1\"|"},
-    {"1.2.3 = \xD0\xB0\xE0\xFFz", "2A 03|1.2.3|\xD0\xB0\xE0\xFFZ|"},
-    // it may be empty
-    {"1.2.3 =", "2A 03|1.2.3||"},
-    {"1.2.3 = \t ", "2A 03|1.2.3||"},
-    {"1.2.3 = , name", "2A 03|1.2.3||name"},
-    {"1.2.3 == X, name", "2A 03|1.2.3||"},
-    // it ends at a blank, '=' or ',' and at nothing else
-    {"1.2.3 = A B", "2A 03|1.2.3|A|"},
-    {"1.2.3 = A\tB", "2A 03|1.2.3|A|"},
-    {"1.2.3 = A=B", "2A 03|1.2.3|A|"},
-    {"1.2.3 = A,B", "2A 03|1.2.3|A|B"},
-    {"1.2.3 = 1.2.4", "2A 03|1.2.3|1.2.4|"},
-    {"1.2.3 = #A", "2A 03|1.2.3|#A|"},
-    {"1.2.3 = A\fb", "2A 03|1.2.3|A\fB|"},
-    // a long name that is missing or empty
-    {"1.2.3 = Foo", "2A 03|1.2.3|FOO|"},
-    {"1.2.3 = Foo,", "2A 03|1.2.3|FOO|"},
-    {"1.2.3 = Foo, \t ", "2A 03|1.2.3|FOO|"},
+    {"55 04 03|2.005.04.3|CN|", {"2.005.04.3 = CN"}},
+    {"2A|1.2|X|", {"1.2 = X"}},
+    {"5A|1.50|X|", {"1.50 = X"}},
+    // the short name's ASCII letters become capitals; it ends at a blank, '=' or ',' and may be empty
+    {"2A 03|1.2.3|ABCXYZ|", {"1.2.3 = aBcXyZ"}},
+    {"2A 03|1.2.3|A`{@[_-.:/'1\"|", {"1.2.3 = a`{@[_-.:/'1\""}},
+    {"2A 03|1.2.3|\xD0\xB0\xE0\xFFZ|", {"1.2.3 = \xD0\xB0\xE0\xFFz"}},
+    {"2A 03|1.2.3||", {"1.2.3 =", "1.2.3 = \t ", "1.2.3 == X, name"}},
+    {"2A 03|1.2.3||name", {"1.2.3 = , name"}},
+    {"2A 03|1.2.3|A|", {"1.2.3 = A B", "1.2.3 = A\tB", "1.2.3 = A=B"}},
+    {"2A 03|1.2.3|A|B", {"1.2.3 = A,B"}},
+    {"2A 03|1.2.3|1.2.4|", {"1.2.3 = 1.2.4"}},
+    {"2A 03|1.2.3|#A|", {"1.2.3 = #A"}},
+    {"2A 03|1.2.3|A\fB|", {"1.2.3 = A\fb"}},
+    // the long name may be missing or empty, and anything but a ',' before it makes it ignored
+    {"2A 03|1.2.3|FOO|",
+     {"1.2.3 = Foo", "1.2.3 = Foo,", "1.2.3 = Foo, \t ", "1.2.3 = Foo = x, name", "1.2.3 = Foo bar, name",
+      "1.2.3 = Foo # x, name"}},
     // it is kept as written up to the end of the line
-    {"1.2.3 = Foo, fooBAR", "2A 03|1.2.3|FOO|fooBAR"},
-    {"1.2.3 = Foo, A, long, name", "2A 03|1.2.3|FOO|A, long, name"},
-    {"1.2.3 = Foo, A, long, name ", "2A 03|1.2.3|FOO|A, long, name "},
-    {"1.2.3 = Foo, name \t \t", "2A 03|1.2.3|FOO|name \t \t"},
-    {"1.2.3 = Foo,, name", "2A 03|1.2.3|FOO|, name"},
-    {"1.2.3 = Foo, 1.2.4 = Bar", "2A 03|1.2.3|FOO|1.2.4 = Bar"},
-    {"1.2.3 = Foo, name # more", "2A 03|1.2.3|FOO|name # more"},
-    {"1.2.3 = Foo, \xD0\xB8\xFF", "2A 03|1.2.3|FOO|\xD0\xB8\xFF"},
-    // anything else after the short name is ignored
-    {"1.2.3 = Foo = x, name", "2A 03|1.2.3|FOO|"},
-    {"1.2.3 = Foo bar, name", "2A 03|1.2.3|FOO|"},
-    {"1.2.3 = Foo # x, name", "2A 03|1.2.3|FOO|"},
+    {"2A 03|1.2.3|FOO|fooBAR", {"1.2.3 = Foo, fooBAR"}},
+    {"2A 03|1.2.3|FOO|A, long, name", {"1.2.3 = Foo, A, long, name"}},
+    {"2A 03|1.2.3|FOO|A, long, name ", {"1.2.3 = Foo, A, long, name "}},
+    {"2A 03|1.2.3|FOO|name \t \t", {"1.2.3 = Foo, name \t \t"}},
+    {"2A 03|1.2.3|FOO|, name", {"1.2.3 = Foo,, name"}},
+    {"2A 03|1.2.3|FOO|1.2.4 = Bar", {"1.2.3 = Foo, 1.2.4 = Bar"}},
+    {"2A 03|1.2.3|FOO|name # more", {"1.2.3 = Foo, name # more"}},
+    {"2A 03|1.2.3|FOO|\xD0\xB8\xFF", {"1.2.3 = Foo, \xD0\xB8\xFF"}},
 };
 
 // Comments: lines that begin with another character, or whose OID is invalid or not followed by "=".
@@ -217,8 +153,10 @@ void expect_entry(const std::string& line, const lines_t& entry) {
 }
 
 TEST(oid_map_text, line_makes_an_entry_or_is_ignored) {
-    for (const auto& [line, entry] : LINES) {
-        expect_entry(line, {entry});
+    for (const auto& [entry, lines] : LINES) {
+        for (const char* const line : lines) {
+            expect_entry(line, {entry});
+        }
     }
     std::istringstream ignored(IGNORED_LINES);
     for (std::string line; std::getline(ignored, line);) {
