@@ -13,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -101,12 +102,6 @@ class oid_file_map : public testing::Test {
         EXPECT_EQ(added_lines(), lines) << content;
     }
 
-    void expect_answers_with(std::string_view content, std::initializer_list<lookup_t> lookups) const {
-        write_whole(cfg(), content);
-        default_file_oid_map_t map;
-        expect_answers({&map}, lookups);
-    }
-
     fs::path folder_;
     std::string directory_;
 };
@@ -115,11 +110,10 @@ TEST(oid_file_map_at_start, holds_the_lines_of_the_file_and_the_other_map_does_n
     EXPECT_EQ(NUM_LOOKUPS_AT_START, 1) << "the directory is asked for once";
     EXPECT_EQ(OID_MAP_HANDLE_DEFAULT.map->entries.size(), NUM_BUILT_IN);
     EXPECT_EQ(OID_MAP_HANDLE_DEFAULT_FILE.map->entries.size(), NUM_BUILT_IN + 1);
-    for (const char* const question : {"sn OGRN", "sn ogrn", "str 1.2.643.100.1", "asn 2A 85 03 64 01"}) {
-        expect_answers(OID_MAP_HANDLE_DEFAULT_FILE, {{question, "2A 85 03 64 01|1.2.643.100.1|OGRN|"}});
-        expect_answers(OID_MAP_HANDLE_DEFAULT, {{question, "none"}});
-    }
-    expect_answers(OID_MAP_HANDLE_DEFAULT_FILE, {{"sn cn", COMMON_NAME}});
+    const std::string_view line = "2A 85 03 64 01|1.2.643.100.1|OGRN|";
+    expect_found(OID_MAP_HANDLE_DEFAULT_FILE, line, {"sn OGRN", "sn ogrn", "str 1.2.643.100.1", "asn 2A 85 03 64 01"});
+    expect_found(OID_MAP_HANDLE_DEFAULT, "none", {"sn OGRN", "sn ogrn", "str 1.2.643.100.1", "asn 2A 85 03 64 01"});
+    expect_found(OID_MAP_HANDLE_DEFAULT_FILE, COMMON_NAME, {"sn cn"});
 }
 
 // ---- the file ----
@@ -246,23 +240,23 @@ TEST_F(oid_file_map, lines_have_any_line_end_and_may_be_odd) {
 }
 
 TEST_F(oid_file_map, earlier_entry_wins_by_DER_text_and_short_name) {
-    expect_answers_with("2.5.4.03 = NAME, ours\n", {{"asn 55 04 03", COMMON_NAME},
-                                                    {"str 2.5.4.3", COMMON_NAME},
-                                                    {"sn CN", COMMON_NAME},
-                                                    {"str 2.5.4.03", "55 04 03|2.5.4.03|NAME|ours"},
-                                                    {"sn NAME", "55 04 03|2.5.4.03|NAME|ours"}});
-    expect_answers_with("2.5.4.3 = NAME, ours\n", {{"asn 55 04 03", COMMON_NAME},
-                                                   {"str 2.5.4.3", COMMON_NAME},
-                                                   {"sn CN", COMMON_NAME},
-                                                   {"sn NAME", "55 04 03|2.5.4.3|NAME|ours"}});
-    expect_answers_with(
-        "1.2.3 = cn, ours\n",
-        {{"sn cn", COMMON_NAME}, {"asn 2A 03", "2A 03|1.2.3|CN|ours"}, {"str 1.2.3", "2A 03|1.2.3|CN|ours"}});
-    expect_answers_with("1.2.3 = FOO, one\n1.2.3 = BAR, two\n1.2.4 = FOO, three\n",
-                        {{"asn 2A 03", "2A 03|1.2.3|FOO|one"},
-                         {"sn FOO", "2A 03|1.2.3|FOO|one"},
-                         {"sn BAR", "2A 03|1.2.3|BAR|two"},
-                         {"asn 2A 04", "2A 04|1.2.4|FOO|three"}});
+    const auto map_with = [&](const char* content) {
+        write_whole(cfg(), content);
+        return std::make_unique<default_file_oid_map_t>();
+    };
+    auto map = map_with("2.5.4.03 = NAME, ours\n");
+    expect_found({map.get()}, COMMON_NAME, {"asn 55 04 03", "str 2.5.4.3", "sn CN"});
+    expect_found({map.get()}, "55 04 03|2.5.4.03|NAME|ours", {"str 2.5.4.03", "sn NAME"});
+    map = map_with("2.5.4.3 = NAME, ours\n");
+    expect_found({map.get()}, COMMON_NAME, {"asn 55 04 03", "str 2.5.4.3", "sn CN"});
+    expect_found({map.get()}, "55 04 03|2.5.4.3|NAME|ours", {"sn NAME"});
+    map = map_with("1.2.3 = cn, ours\n");
+    expect_found({map.get()}, COMMON_NAME, {"sn cn"});
+    expect_found({map.get()}, "2A 03|1.2.3|CN|ours", {"asn 2A 03", "str 1.2.3"});
+    map = map_with("1.2.3 = FOO, one\n1.2.3 = BAR, two\n1.2.4 = FOO, three\n");
+    expect_found({map.get()}, "2A 03|1.2.3|FOO|one", {"asn 2A 03", "sn FOO"});
+    expect_found({map.get()}, "2A 03|1.2.3|BAR|two", {"sn BAR"});
+    expect_found({map.get()}, "2A 04|1.2.4|FOO|three", {"asn 2A 04"});
 }
 
 // ---- without memory ----

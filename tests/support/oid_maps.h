@@ -56,14 +56,11 @@ template <typename ENTRIES> lines_t show_all(const ENTRIES& entries) {
     return lines;
 }
 
-struct lookup_t {
-    std::string_view question;
-    std::string_view entry;
-};
-
-inline void expect_answers(oid_map_handle_t map, std::initializer_list<lookup_t> lookups) {
-    for (const lookup_t& lookup : lookups) {
-        EXPECT_TRUE(same_bytes(lookup.entry, show(find(map, lookup.question)))) << lookup.question;
+// `entry` is what every question finds, "none" that nothing is found.
+inline void expect_found(oid_map_handle_t map, std::string_view entry,
+                         std::initializer_list<std::string_view> questions) {
+    for (const std::string_view question : questions) {
+        EXPECT_TRUE(same_bytes(entry, show(find(map, question)))) << question;
     }
 }
 

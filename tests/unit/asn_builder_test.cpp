@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <map>
 #include <new>
 #include <string>
 #include <string_view>
@@ -396,39 +395,21 @@ std::string header_written_for(unsigned int content_size) {
 }
 
 TEST(builder_length, octets_end_before_the_first_zero_above_the_lowest) {
-    const std::map<unsigned int, const char*> lengths = {{0, "30 00"},
-                                                         {127, "30 7F"},
-                                                         {128, "30 81 80"},
-                                                         {255, "30 81 FF"},
-                                                         {256, "30 82 01 00"},
-                                                         {0x1234, "30 82 12 34"},
-                                                         {0xFF00, "30 82 FF 00"},
-                                                         {0xFFFF, "30 82 FF FF"},
-                                                         {0x10100, "30 83 01 01 00"},
-                                                         {0x1FFFF, "30 83 01 FF FF"},
-                                                         {0x123456, "30 83 12 34 56"},
-                                                         {0xFFFFFF, "30 83 FF FF FF"},
-                                                         {0x1010100, "30 84 01 01 01 00"},
-                                                         {0x12345678, "30 84 12 34 56 78"},
-                                                         {0x80808080, "30 84 80 80 80 80"},
-                                                         {0xFFFFFFE9, "30 84 FF FF FF E9"},
-                                                         // too short, for bits 8 to 15 are zero
-                                                         {0x10000, "30 81 00"},
-                                                         {0x10001, "30 81 01"},
-                                                         {0x1007F, "30 81 7F"},
-                                                         {0x100FF, "30 81 FF"},
-                                                         {0x20000, "30 81 00"},
-                                                         {0xFF00AB, "30 81 AB"},
-                                                         {0x1000000, "30 81 00"},
-                                                         {0x1010000, "30 81 00"},
-                                                         {0xFFFF00FF, "30 81 FF"},
-                                                         // too short, for bits 16 to 23 are zero
-                                                         {0x1000100, "30 82 01 00"},
-                                                         {0x10012FF, "30 82 12 FF"},
-                                                         {0xFF00FFFF, "30 82 FF FF"}};
-    for (const auto& [content_size, header] : lengths) {
-        EXPECT_TRUE(same_bytes(from_hex(header), header_written_for(content_size))) << content_size;
-        EXPECT_TRUE(same_bytes(from_hex(header), header_of(asn_tag_t::SEQUENCE, content_size))) << content_size;
+    const char* const lengths[] = {
+        // content size and header
+        // minimal
+        "00000000 30 00", "0000007F 30 7F", "00000080 30 81 80", "000000FF 30 81 FF", "00000100 30 82 01 00",
+        "00001234 30 82 12 34", "0000FF00 30 82 FF 00", "0000FFFF 30 82 FF FF", "00010100 30 83 01 01 00",
+        "0001FFFF 30 83 01 FF FF", "00123456 30 83 12 34 56", "00FFFFFF 30 83 FF FF FF", "01010100 30 84 01 01 01 00",
+        "12345678 30 84 12 34 56 78", "80808080 30 84 80 80 80 80", "FFFFFFE9 30 84 FF FF FF E9",
+        // too short, for bits 8 to 15 or 16 to 23 are zero
+        "00010000 30 81 00", "00010001 30 81 01", "0001007F 30 81 7F", "000100FF 30 81 FF", "00020000 30 81 00",
+        "00FF00AB 30 81 AB", "01000000 30 81 00", "01010000 30 81 00", "FFFF00FF 30 81 FF", "01000100 30 82 01 00",
+        "010012FF 30 82 12 FF", "FF00FFFF 30 82 FF FF"};
+    for (const std::string_view length : lengths) {
+        const auto size = static_cast<unsigned int>(std::stoul(std::string(length.substr(0, 8)), nullptr, 16));
+        EXPECT_TRUE(same_bytes(from_hex(length.substr(8)), header_written_for(size))) << length;
+        EXPECT_TRUE(same_bytes(from_hex(length.substr(8)), header_of(asn_tag_t::SEQUENCE, size))) << length;
     }
     for (unsigned int size = 0; size < 65536; ++size) {
         ASSERT_TRUE(same_bytes(header_of(asn_tag_t::SEQUENCE, size), header_written_for(size))) << size;
