@@ -533,15 +533,15 @@ TEST(oid_map_find, looks_at_as_much_as_it_is_told_to) {
 }
 
 TEST(oid_map_find, returns_null_for_what_is_not_there) {
-    for (const oid_map_handle_t map : {OID_MAP_HANDLE_DEFAULT, OID_MAP_HANDLE_DEFAULT_FILE}) {
-        expect_found(map, "none", {"asn ",   "asn 55", "asn 55 04", "asn 55 04 05", "asn 55 04 03 00", "asn 56 04 03",
-                                   "asn 00", "str ",   "str 2.5.4", "str 2.5.4.5",  "str 2.5.4.3.",    "str  2.5.4.3",
-                                   "str CN", "sn ",    "sn CNN",    "sn X",         "sn commonName",   "sn 2.5.4.3",
-                                   "sn CN ", "sn C N", "sn CN\0"sv});
-        EXPECT_EQ(oid_map_find_asn(map, nullptr, 0), nullptr);
-        EXPECT_EQ(oid_map_find_str(map, nullptr, 0), nullptr);
-        EXPECT_EQ(oid_map_find_sn(map, nullptr, 0), nullptr);
-    }
+    const oid_map_handle_t map = OID_MAP_HANDLE_DEFAULT;
+    expect_found(map, "none",
+                 {"asn ", "asn 55", "asn 55 04", "asn 55 04 05", "asn 55 04 03 00", "asn 56 04 03", "asn 00"});
+    expect_found(map, "none", {"str ", "str 2.5.4", "str 2.5.4.5", "str 2.5.4.3.", "str  2.5.4.3", "str CN"});
+    expect_found(map, "none",
+                 {"sn ", "sn CNN", "sn X", "sn commonName", "sn 2.5.4.3", "sn CN ", "sn C N", "sn CN\0"sv});
+    EXPECT_EQ(oid_map_find_asn(map, nullptr, 0), nullptr);
+    EXPECT_EQ(oid_map_find_str(map, nullptr, 0), nullptr);
+    EXPECT_EQ(oid_map_find_sn(map, nullptr, 0), nullptr);
 }
 
 TEST(oid_map_find, in_an_empty_map_returns_null) {
