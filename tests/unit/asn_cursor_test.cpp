@@ -222,25 +222,4 @@ TEST(cursor, goes_up_to_the_end_of_the_outer_one) {
     expect_rest(inside, in.octets.data() + 5, 0); // not moved
 }
 
-TEST(cursor, steps_in_a_straight_line_end_in_one_verdict) {
-    const std::string whole = from_hex("30 0E 02 01 00 30 05 06 03 55 04 03 04 02 AA BB");
-    blob_t octets;
-    const auto read_it = [&](const exact_bytes_t& input) {
-        asn_cursor_t cursor(input.data(), input.size());
-        asn_cursor_t outer = cursor.enter(asn_tag_t::SEQUENCE);
-        outer.skip(asn_tag_t::INTEGER);
-        asn_cursor_t algorithm = outer.enter(asn_tag_t::SEQUENCE);
-        algorithm.skip(asn_tag_t::OBJECT_IDENTIFIER);
-        octets = outer.read(asn_tag_t::OCTET_STRING);
-        return outer.ok() && algorithm.ok();
-    };
-    const exact_bytes_t input(whole);
-    EXPECT_TRUE(read_it(input));
-    expect_view(octets, input.data() + 14, 2);
-    for_each_prefix(whole, [&](const exact_bytes_t& prefix) {
-        EXPECT_FALSE(read_it(prefix));
-        expect_view(octets, nullptr, 0);
-    });
-}
-
 } // namespace
