@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Measures what the inputs of every target reach in the library: fuzz/coverage.sh [FOLDER...]. Inputs are the corpus
-# and FOLDER/TARGET/*, for example build/native-fuzz/fuzz/found after a run. Needs the Debian package llvm.
-# It prints lines and regions of every source file that a target reaches, and then of all targets together.
+# Measures what the inputs of every target reach in the library: fuzz/coverage.sh [FOLDER...]. Inputs are the corpus, the
+# seeds from the catalogue of calls and FOLDER/TARGET/*, for example build/native-asan/fuzz/found after a run. Prints lines
+# and regions of every source file that a target reaches, then of all targets together. Needs the Debian package llvm.
 set -euo pipefail
 folders=()
 for folder in "$@"; do
@@ -14,6 +14,7 @@ CC=clang CXX=clang++ cmake -S . -B $build -G Ninja -D CMAKE_BUILD_TYPE=Debug -D 
   -D DERKIT_BUILD_TESTS=OFF -D DERKIT_BUILD_TOOLS=OFF \
   -D CMAKE_CXX_FLAGS_DEBUG="-O0 -g1 -fprofile-instr-generate -fcoverage-mapping" >/dev/null
 cmake --build $build --target derkit_fuzzers >/dev/null
+$build/fuzz/fuzz_make_seeds $build/fuzz/seeds >/dev/null
 
 report() {
   local profile=$1
@@ -22,7 +23,7 @@ report() {
   for object in "${@:2}"; do
     objects+=(-object "$object")
   done
-  # Targets have functions of the same names, which llvm-cov then tells of; none of them is the library's.
+  # llvm-cov complains of functions of one name in several targets; none is the library's.
   llvm-cov export -summary-only -instr-profile "$profile" "${objects[@]}" \
     2> >(grep -v 'mismatched data' >&2) | python3 -c '
 import json, pathlib, sys
@@ -42,7 +43,7 @@ profiles=()
 for corpus in fuzz/corpus/*; do
   target=${corpus##*/}
   program=$build/fuzz/fuzz_$target
-  inputs=("$corpus")
+  inputs=("$corpus" "$build/fuzz/seeds/$target")
   for folder in "${folders[@]}"; do
     inputs+=("$folder/$target")
   done

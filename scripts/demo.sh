@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows the library at work: builds the command-line tool, reads a container of a GOST key that OpenSSL made and makes
-# one of its own, and prints the names of every root certificate that Debian ships, each taken back to DER and compared.
+# Shows the library at work: builds the command-line tool, reads a container of a GOST key that OpenSSL made, makes one of
+# its own, and prints the names of every root certificate that Debian ships, each encoded again and compared.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 certificates=/etc/ssl/certs/ca-certificates.crt

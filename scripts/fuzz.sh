@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Fuzzes: scripts/fuzz.sh [SECONDS], 600 unless it is said. The seconds are shared among all targets, which run two at a
-# time. What a run finds to extend the corpus stays in build/native-fuzz/fuzz/found and is where the next run goes on.
-# At the end it prints what every target did; the exit status says whether any has a finding.
+# Fuzzes: scripts/fuzz.sh [SECONDS], 600 by default, shared among all targets, two of which run at a time. Inputs that
+# extend the corpus stay in build/native-asan/fuzz/found, where the next run continues. At the end it prints what every
+# target did; the exit status says whether any has a finding.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 
@@ -12,29 +12,30 @@ if [[ ! $seconds =~ ^[1-9][0-9]*$ ]]; then
 fi
 
 scripts/setup.sh
-cmake --preset native-fuzz
-cmake --build --preset native-fuzz
+cmake --preset native-asan
+cmake --build --preset native-asan --target derkit_fuzzers
 
 corpus=$PWD/fuzz/corpus
 dictionary=$PWD/fuzz/derkit.dict
-cd build/native-fuzz/fuzz
+cd build/native-asan/fuzz
 rm -rf findings logs
 mkdir -p findings logs
 mapfile -t targets < <(find "$corpus" -mindepth 1 -maxdepth 1 -type d -printf '%f\n' | LC_ALL=C sort)
 share=$(((seconds + ${#targets[@]} - 1) / ${#targets[@]}))
+./fuzz_make_seeds seeds >/dev/null
 echo "== fuzzing ${#targets[@]} targets for $share s each"
 
 fuzz() {
   local target=$1
   mkdir -p "found/$target"
   "./fuzz_$target" -max_total_time="$share" -timeout=10 -dict="$dictionary" -print_final_stats=1 \
-    -artifact_prefix="findings/$target-" "found/$target" "$corpus/$target" >"logs/$target" 2>&1 || true
+    -artifact_prefix="findings/$target-" "found/$target" "$corpus/$target" "seeds/$target" >"logs/$target" 2>&1 || true
 }
 export -f fuzz
 export corpus dictionary share
 printf '%s\n' "${targets[@]}" | xargs -P 2 -I{} bash -c 'fuzz {}'
 
-# "#2621 DONE   cov: 52 ft: 191 corp: 4/20b lim: 4 exec/s: 0 rss: 30Mb" is the last line about a run without a finding.
+# A run without a finding ends with "#2621 DONE   cov: 52 ft: 191 corp: 4/20b lim: 4 exec/s: 0 rss: 30Mb".
 field() {
   sed -n -E "s/^#[0-9]+.* $1: ([0-9]+).*/\1/p" "logs/$2" | tail -n 1
 }
@@ -44,7 +45,7 @@ printf '%-22s %12s %6s %6s %9s\n' target executions cov ft findings
 for target in "${targets[@]}"; do
   executions=$(sed -n 's/^stat::number_of_executed_units: //p' "logs/$target")
   findings=$(find findings -name "$target-*" | wc -l)
-  # One that ended before its time without an artifact did not run as it should.
+  # A run that ended early without an artifact went wrong.
   if ((findings == 0)) && ! grep -q '^#.*DONE' "logs/$target"; then
     findings="no run"
   fi
@@ -57,6 +58,6 @@ for target in "${targets[@]}"; do
   fi
 done
 if ((failed != 0)); then
-  echo "== findings: build/native-fuzz/fuzz/findings, logs: build/native-fuzz/fuzz/logs"
+  echo "== findings: build/native-asan/fuzz/findings, logs: build/native-asan/fuzz/logs"
 fi
 exit "$failed"

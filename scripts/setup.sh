@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs the packages of scripts/packages.txt, or of the list named instead, that are missing. Silent when nothing is;
-# only installing needs root.
+# Installs the missing packages of scripts/packages.txt, or of the list that is given. Only installing needs root; when
+# nothing is missing, it prints nothing.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")"
 list=${1:-packages.txt}
 
 if ! command -v apt-get >/dev/null; then
-  echo "setup: this is not a Debian system; what is needed, by Debian's names: scripts/$list" >&2
+  echo "setup: this is not a Debian system; scripts/$list lists what is needed, by Debian's names" >&2
   exit 1
 fi
 
@@ -25,7 +25,7 @@ fi
 
 echo "== setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
-# On a machine that has just been started, the daily update may still hold the lock.
+# On a freshly started machine the daily update may still hold the lock.
 options=(-qq -o DPkg::Lock::Timeout=120 -o Dpkg::Use-Pty=0)
 apt-get "${options[@]}" update
 apt-get "${options[@]}" install --yes --no-install-recommends "${missing[@]}"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The test command: builds and tests every preset of CMakePresets.json, in the file's order, and stops at the
-# first that fails. The last line counts the tests of all presets that were run, whatever the outcome.
+# The test command: builds and tests every preset of CMakePresets.json that has tests, in the file's order, and stops at
+# the first that fails. The last line counts the tests of all presets that were run, whatever the outcome.
 # DERKIT_TEST_CORPUS=DIR makes the tests also read every file below DIR.
 set -euo pipefail
 
@@ -21,7 +21,7 @@ step() {
   echo "== $doing ($SECONDS s)"
 }
 
-# However the run ends, its last line says how many tests did what.
+# Prints the counts however the run ends.
 finish() {
   if $complete; then
     echo "== everything passed ($SECONDS s)"
@@ -36,8 +36,8 @@ finish() {
 }
 trap finish EXIT
 
-# Prints "PASSED FAILED SKIPPED" of CTest's report. A test that could not be started is "notrun" there, as one
-# that skipped itself is, but it counts as failed: CTest's exit status says so too.
+# Prints "PASSED FAILED SKIPPED" of CTest's report. There, a test that could not be started is "notrun" like one that
+# skipped itself, but it counts as failed, as in CTest's exit status.
 count_tests() {
   python3 - "$1" <<'EOF'
 import collections, sys, xml.etree.ElementTree
@@ -55,7 +55,7 @@ print(outcomes["passed"], outcomes["failed"], outcomes["skipped"])
 EOF
 }
 
-# Only what did not pass is worth a line; the whole log is in Testing/Temporary of the preset's folder.
+# The whole log is in Testing/Temporary of the preset's folder.
 hide_passed_tests() {
   sed -u -E -e '/^ *Start +[0-9]+: /d' -e '/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: .* Passed +[0-9.]+ sec$/d'
 }
@@ -82,7 +82,7 @@ step "reading the presets"
 presets=$(cmake --list-presets=test | sed -n -E 's/^ *"([^"]+)".*/\1/p')
 [[ -n $presets ]]
 
-# A compiler or a package that does not work shows here, within seconds, and not after the first builds.
+# All first, so that a missing compiler or package shows within seconds.
 for preset in $presets; do
   step "configuring $preset"
   cmake --preset "$preset"

@@ -42,7 +42,7 @@ inline std::string bags_text(const std::list<pkcs12_bag_t>& bags) {
     return text;
 }
 
-// Tells whether a view shows bytes that are still there: of the input, or of a plaintext that the container keeps.
+// Tells whether a view shows bytes of the input or of a plaintext that the container keeps.
 template <typename VIEW> bool is_kept(const VIEW& view, const exact_bytes_t& input, const pkcs12_easy_t& easy) {
     bool found = lies_in(view, input);
     for (const std::string& plaintext : easy.decrypted_buffers) {
@@ -51,7 +51,7 @@ template <typename VIEW> bool is_kept(const VIEW& view, const exact_bytes_t& inp
     return found;
 }
 
-// The same for all views of all bags. Absent attributes have none.
+// The same for all views of all bags; absent attributes have none.
 inline bool all_kept(const exact_bytes_t& input, const pkcs12_easy_t& easy) {
     for (const auto* const bags : {&easy.plain_bags, &easy.encrypted_bags}) {
         for (const pkcs12_bag_t& bag : *bags) {

@@ -1,4 +1,4 @@
-// DER written as plainly as possible and with nothing from the library: whole encodings to read or to expect.
+// A plain DER writer that uses nothing from the library: whole encodings to read or to expect.
 #ifndef DERKIT_TESTING_DER_H
 #define DERKIT_TESTING_DER_H
 
@@ -29,7 +29,7 @@ inline std::string der_length(std::size_t length) {
     return static_cast<char>(0x80 | octets.size()) + octets;
 }
 
-// A length in four octets, more than it needs: fine in BER.
+// A length in four octets, often more than it needs: valid BER.
 inline std::string long_length(std::size_t length) {
     std::string octets = from_hex("84");
     for (int shift = 24; shift >= 0; shift -= 8) {
@@ -112,7 +112,7 @@ inline der_t der_oid(const std::string& text) {
 
 // Spoiling
 
-// All elements, in the order in which they are written; what has no header is none.
+// All elements, in the order in which they are written; content without a header is not one.
 inline void list_elements(der_t& element, std::vector<der_t*>& list) {
     if (element.tag >= 0) {
         list.push_back(&element);

@@ -1,7 +1,7 @@
-// operator new and delete for a whole test program: they count blocks, remember the largest one that was asked for, and
-// fail when told to. Include it in the one source of a program.
+// operator new and delete for a whole test program: they count blocks, remember the largest requested one, and fail
+// when told to. Include it in one source of a program.
 //
-// A sanitizer's own checks go on: the blocks come from its malloc(), and its operators give way to these.
+// A sanitizer still checks: the blocks come from its malloc(), and these operators replace its own.
 #ifndef DERKIT_TESTING_FAILING_ALLOCATOR_H
 #define DERKIT_TESTING_FAILING_ALLOCATOR_H
 
@@ -20,7 +20,7 @@ struct allocator_t {
     std::size_t num_allocations = 0; // while watching
     std::size_t largest = 0;         // while watching, failed ones too
     std::size_t failing = 0;         // the allocation that fails, counted from 1; 0: none
-    bool failing_from_there = false; // all behind it fail too
+    bool failing_from_there = false; // all after it fail too
     std::size_t max_size = ANY_SIZE; // larger blocks fail while watching
     std::ptrdiff_t num_live = 0;     // always
 };
@@ -37,7 +37,7 @@ inline bool allocation_fails(std::size_t size) {
     return chosen || size > allocator.max_size;
 }
 
-// A program has one of each, so they may not be inline; it includes this header in one source.
+// They may not be inline; a program includes this header in one source.
 // NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void* operator new(std::size_t size) {
     void* const block = allocation_fails(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
@@ -59,7 +59,7 @@ void operator delete(void* block, std::size_t) noexcept {
     operator delete(block);
 }
 
-// A sanitizer's own forms for arrays would not come here.
+// A sanitizer's own array forms would not call these operators.
 // NOLINTNEXTLINE(misc-definitions-in-headers): see above
 void* operator new[](std::size_t size) {
     return operator new(size);
@@ -75,7 +75,7 @@ void operator delete[](void* block, std::size_t) noexcept {
     operator delete(block);
 }
 
-// Watches, and fails what it is asked to, as long as it lives.
+// Watches allocations while it lives, and fails those it is told to.
 class watched_allocations_t {
   public:
     explicit watched_allocations_t(std::size_t failing = 0, bool failing_from_there = false,
@@ -92,7 +92,7 @@ class watched_allocations_t {
     watched_allocations_t& operator=(const watched_allocations_t&) = delete;
 };
 
-// For what a test does of its own in between.
+// Ignores allocations while it lives: for the test's own.
 class unwatched_allocations_t {
   public:
     unwatched_allocations_t() : watching_(allocator.watching) { allocator.watching = false; }

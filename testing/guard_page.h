@@ -1,5 +1,5 @@
-// Inputs next to a page that may not be touched: a read that goes one octet too far ends the program, on every target
-// and whatever the compiler made of the code.
+// Inputs next to a page that may not be touched: a read one octet too far ends the program, on every target and
+// whatever the compiler does.
 #ifndef DERKIT_TESTING_GUARD_PAGE_H
 #define DERKIT_TESTING_GUARD_PAGE_H
 
@@ -30,7 +30,7 @@ class guarded_pages_t {
     unsigned char* begin() const { return base_ + page_; }
     unsigned char* end() const { return begin() + room_; }
 
-    // `size` octets with a forbidden one right behind them.
+    // `size` octets with a forbidden one right after them.
     unsigned char* last(std::size_t size) const {
         if (size > room_) {
             throw std::length_error("more than the pages hold");
@@ -38,14 +38,14 @@ class guarded_pages_t {
         return end() - size;
     }
 
-    // Copies of bytes, right in front of the second forbidden page and right behind the first.
+    // Copies of bytes, right before the second forbidden page and right after the first.
     unsigned char* put_last(std::string_view bytes) const { return put(last(bytes.size()), bytes); }
     unsigned char* put_first(std::string_view bytes) const {
         last(bytes.size());
         return put(begin(), bytes);
     }
 
-    // From now on nothing between the forbidden pages may be touched either.
+    // Forbids what is between the forbidden pages too.
     void forbid() const { protect(PROT_NONE); }
     void allow() const { protect(PROT_READ | PROT_WRITE); }
 

@@ -1,4 +1,4 @@
-// The C library's character tables, as a second opinion on ours.
+// The C library's character tables, to check ours against.
 #ifndef DERKIT_TESTING_ICONV_H
 #define DERKIT_TESTING_ICONV_H
 

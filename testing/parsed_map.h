@@ -7,8 +7,8 @@
 #include "derkit/asn_oidmap.h"
 #include "testing/bytes.h"
 
-// A parsed map that ends with its scope. The text stands in a block of its own size, which is gone after parsing:
-// a map keeps no view of it.
+// A parsed map that is released at the end of its scope. The text is in a block of its own size that is freed after
+// parsing: a map keeps no view of it.
 class parsed_map_t {
   public:
     explicit parsed_map_t(std::string_view text) : handle_(parse(exact_bytes_t(text))) {}

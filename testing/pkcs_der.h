@@ -1,4 +1,4 @@
-// Encodings of keys and containers for tests (RFC 8018, RFC 5208, RFC 2315, RFC 7292), every part open to change.
+// Encodings of keys and containers for tests (RFC 8018, RFC 5208, RFC 2315, RFC 7292); every part can be changed.
 #ifndef DERKIT_TESTING_PKCS_DER_H
 #define DERKIT_TESTING_PKCS_DER_H
 
@@ -100,7 +100,7 @@ struct encrypted_data_t {
     der_t entry() const { return content_info(OID_ENCRYPTED_DATA, whole()); }
 };
 
-// What is encrypted in an entry of a container.
+// The plaintext of an encrypted entry of a container.
 inline std::string entry_plaintext(der_members_t bags) {
     return encode(der_octet_string(safe_contents(std::move(bags))));
 }

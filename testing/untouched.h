@@ -1,4 +1,4 @@
-// Records that held something before a reader got them: it leaves a field alone that it does not come to.
+// Records filled before a reader gets them: it leaves alone the fields that it does not reach.
 #ifndef DERKIT_TESTING_UNTOUCHED_H
 #define DERKIT_TESTING_UNTOUCHED_H
 
@@ -9,7 +9,7 @@
 #include "testing/bytes.h"
 #include "testing/views.h"
 
-// What the fields hold; in a table of expected bytes it stands for a field that still holds it.
+// What the fields hold. In a table of expected bytes: the field still holds it.
 inline const std::string UNTOUCHED_BYTES = "-";
 inline constexpr unsigned int UNTOUCHED_NUMBER = 77;
 

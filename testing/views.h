@@ -22,7 +22,7 @@ template <typename VIEW = blob_t> VIEW view_of(std::string_view bytes) {
     return view;
 }
 
-// Tells whether a view points into these bytes; an empty one may stand at their end.
+// Tells whether a view points into these bytes; an empty one may be at their end.
 template <typename VIEW> bool lies_in(const VIEW& view, std::string_view bytes) {
     const char* const data = reinterpret_cast<const char*>(view.data);
     const char* const end = bytes.data() + bytes.size();
@@ -32,13 +32,13 @@ template <typename VIEW> bool lies_in(const VIEW& view, std::string_view bytes) 
 }
 
 template <typename VIEW> bool lies_in(const VIEW& view, const exact_bytes_t& bytes) {
-    return lies_in(view, std::string_view(bytes.chars(), bytes.size()));
+    return lies_in(view, bytes.text());
 }
 
 // for (const std::size_t size : sizes_t{0, 1, 127, 128})
 using sizes_t = std::initializer_list<std::size_t>;
 
-// Bytes that differ from their neighbours, so that a view in the wrong place shows.
+// Bytes that differ from their neighbours, which shows a view in the wrong place.
 inline std::string counting_bytes(std::size_t size, unsigned int first) {
     std::string bytes;
     for (std::size_t i = 0; i < size; ++i) {

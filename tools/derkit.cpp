@@ -5,14 +5,11 @@
 #include <cerrno>
 #include <csignal>
 #include <new>
-#include <sstream>
 #include <stdexcept>
 
-#include <CLI/CLI.hpp>
-
-#include "tools/commands.h"
-#include "tools/console.h"
-#include "tools/help.h"
+#include "commands/command_line.h"
+#include "commands/commands.h"
+#include "io/console.h"
 
 namespace {
 
@@ -20,44 +17,46 @@ constexpr int EXIT_OK = 0;
 constexpr int EXIT_FAILED = 1;
 constexpr int EXIT_USAGE = 2;
 
-// --help and --version end the parsing like errors do, with a code of their own.
-int end_of_parsing(const CLI::App& app, const CLI::ParseError& end, console_t& console) {
-    if (end.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
-        console.fail("usage", end.what() + std::string(" (see --help)"));
-        return EXIT_USAGE;
-    }
-    std::ostringstream text;
-    app.exit(end, text);
-    console.put_bytes(text.str());
-    return EXIT_OK;
+#ifdef DERKIT_WITH_GCRYPT
+void add_p12_command(command_t& derkit, console_t& console) {
+    command_t p12 = derkit.add_subcommand("p12", "Show, extract and make PKCS#12 containers of GOST keys");
+    add_p12_show(p12, console);
+    add_p12_extract(p12, console);
+    add_p12_make(p12);
+    p12.set_footer("derkit p12 SUBCOMMAND --help tells of one of them.");
+    p12.require_subcommand("a subcommand of p12 is required");
+}
+#endif
+
+void add_commands(command_t& derkit, console_t& console) {
+    derkit.set_footer("derkit SUBCOMMAND --help tells more of one of them, man derkit of all.\n"
+                      "Examples:\n"
+                      "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
+                      "  derkit dn --hex 'CN=user1,O=Example,C=RU'");
+    derkit.require_subcommand("a subcommand is required");
+    add_cert_command(derkit, console);
+    add_spki_command(derkit, console);
+    add_dn_command(derkit, console);
+    add_oid_command(derkit, console);
+    add_alg_command(derkit, console);
+    add_time_command(derkit, console);
+#ifdef DERKIT_WITH_GCRYPT
+    add_key_command(derkit, console);
+    add_p12_command(derkit, console);
+#endif
 }
 
 int run(int argc, char** argv, console_t& console) {
-    CLI::App app("Shows certificates, names, keys and PKCS#12 containers, and makes containers", "derkit");
-    set_help_layout(app);
-    app.set_version_flag("--version", "derkit " DERKIT_VERSION, "Show the version");
-    app.footer("derkit SUBCOMMAND --help tells more of one of them, man derkit of all.\n"
-               "Examples:\n"
-               "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
-               "  derkit dn --hex 'CN=user1,O=Example,C=RU'");
-    app.require_subcommand(0, 1); // none is told apart from an unknown one below
-    add_cert_command(app, console);
-    add_spki_command(app, console);
-    add_dn_command(app, console);
-    add_oid_command(app, console);
-    add_alg_command(app, console);
-    add_time_command(app, console);
-#ifdef DERKIT_WITH_GCRYPT
-    add_key_command(app, console);
-    add_p12_command(app, console);
-#endif
+    command_line_t command_line("derkit", "derkit " DERKIT_VERSION,
+                                "Shows certificates, names, keys and PKCS#12 containers, and makes containers");
+    command_t derkit = command_line.root();
+    add_commands(derkit, console);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& end) {
-        return end_of_parsing(app, end, console);
-    }
-    if (app.get_subcommands().empty()) {
-        console.fail("usage", "a subcommand is required (see --help)");
+        if (const std::optional<std::string> text = command_line.run(argc, argv)) {
+            console.put_bytes(*text);
+        }
+    } catch (const usage_error_t& error) {
+        console.fail("usage", error.what() + std::string(" (see --help)"));
         return EXIT_USAGE;
     }
     return console.failed() ? EXIT_FAILED : EXIT_OK;
@@ -66,7 +65,7 @@ int run(int argc, char** argv, console_t& console) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // A closed pipe is to be an error of writing like any other.
+    // A closed pipe is an error of writing like any other.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     console_t console;
     try {
@@ -74,7 +73,7 @@ int main(int argc, char** argv) {
     } catch (const failure_t& failure) {
         console.fail(failure);
     } catch (const output_error_t& error) {
-        // Whoever closed the pipe wants no more, which is nothing to complain about.
+        // Whoever closed the pipe wants no more: no reason to complain.
         if (error.code().value() != EPIPE) {
             console.fail("standard output", error.code().message());
         }

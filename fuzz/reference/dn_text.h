@@ -1,5 +1,5 @@
-// A second splitter of printable DNs, slow and obvious: whether a character is escaped or quoted is found anew for
-// each, from the start of its value.
+// A second splitter of printable DNs, slow and obvious: for each character it looks from the start of the value whether
+// the character is escaped or quoted.
 #ifndef DERKIT_FUZZ_REFERENCE_DN_TEXT_H
 #define DERKIT_FUZZ_REFERENCE_DN_TEXT_H
 
@@ -17,10 +17,10 @@ struct reference_attribute_t {
 
 struct reference_dn_t {
     bool done = false;
-    std::vector<reference_attribute_t> attributes; // on failure those in front of the error
+    std::vector<reference_attribute_t> attributes; // on failure those before the error
 };
 
-// An odd number of backslashes in a row in front of it.
+// An odd number of consecutive backslashes before it.
 inline bool is_escaped(std::string_view value, std::size_t position) {
     std::size_t num_backslashes = 0;
     while (num_backslashes < position && value[position - 1 - num_backslashes] == '\\') {
@@ -29,7 +29,7 @@ inline bool is_escaped(std::string_view value, std::size_t position) {
     return num_backslashes % 2 == 1;
 }
 
-// An odd number of quotes in front of it, escaped ones not counted.
+// An odd number of unescaped quotes before it.
 inline bool is_quoted(std::string_view value, std::size_t position) {
     bool quoted = false;
     for (std::size_t i = 0; i < position; ++i) {

@@ -1,4 +1,4 @@
-// A second decoder of the values in printable DNs, as text says what they mean.
+// A second decoder of the values in printable DNs.
 #ifndef DERKIT_FUZZ_REFERENCE_DN_VALUE_H
 #define DERKIT_FUZZ_REFERENCE_DN_VALUE_H
 
@@ -93,7 +93,7 @@ inline std::optional<reference_value_t> reference_plain(std::string_view text) {
     return value;
 }
 
-// Nothing for a value that is refused.
+// Empty for a value that is refused.
 inline std::optional<reference_value_t> reference_value(std::string_view text) {
     if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
         return reference_quoted(text.substr(1, text.size() - 2));

@@ -1,4 +1,5 @@
-// A second conversion of OIDs, slow and obvious: the text is split at its dots, the octets behind each final one.
+// A second conversion of OIDs, slow and obvious: the text is split at dots, the octets after each
+// final one.
 #ifndef DERKIT_FUZZ_REFERENCE_OID_TEXT_H
 #define DERKIT_FUZZ_REFERENCE_OID_TEXT_H
 

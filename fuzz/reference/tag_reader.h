@@ -12,7 +12,7 @@ struct reference_header_t {
     bool fits = false;             // the content lies in the input
 };
 
-// Nothing when there is no complete header with this identifier (0: with any).
+// Empty without a complete header with this identifier (0: any).
 inline std::optional<reference_header_t> reference_header(unsigned char tag, std::string_view input) {
     if (input.size() < 2 || (tag != 0 && input[0] != static_cast<char>(tag))) {
         return std::nullopt;
@@ -32,7 +32,7 @@ inline std::optional<reference_header_t> reference_header(unsigned char tag, std
     return header;
 }
 
-// Nothing when the content is refused. Not for an empty one, which says nothing about the value.
+// Empty when the content is refused. Not for empty content, which says nothing about the value.
 inline std::optional<unsigned int> reference_integer(std::string_view content, unsigned int max) {
     const unsigned char last = static_cast<unsigned char>(content.back());
     if ((static_cast<unsigned char>(content.front()) & 0x80) != 0) {

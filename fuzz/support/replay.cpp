@@ -1,5 +1,4 @@
-// A main for targets that are built without a fuzzing engine: runs every file that is named, and every file in the
-// folders that are.
+// A main for targets built without a fuzzing engine: runs the named files, and all files in the named folders.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -14,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace {
 
-// The name comes first, so that it stands above what a sanitizer says.
+// Prints the name first, so that it is above a sanitizer's report.
 void run(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     file.exceptions(std::ios::badbit);

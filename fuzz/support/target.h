@@ -1,4 +1,4 @@
-// What every fuzz target is made of: its one function, and rules that must hold.
+// The parts of every fuzz target: its one function, and rules that must hold.
 #ifndef DERKIT_FUZZ_TARGET_H
 #define DERKIT_FUZZ_TARGET_H
 

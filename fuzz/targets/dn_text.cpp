@@ -9,7 +9,7 @@
 
 namespace {
 
-// An RDN with the blanks in front of it.
+// An RDN with the blanks before it.
 std::string_view text_of_rdn(std::string_view dn, const RDNdescr_t& first, const RDNdescr_t& last) {
     const char* begin = first.type_begin;
     while (begin != dn.data() && (begin[-1] == ' ' || begin[-1] == '\t')) {
@@ -30,12 +30,12 @@ std::string reversed(std::string_view dn, const std::vector<RDNdescr_t>& attribu
     return attributes.empty() ? std::string(dn) : text;
 }
 
-std::string reverse(const block_t& text) {
+std::string reverse(const exact_bytes_t& text) {
     const std::string before = text.chars();
     char* const result = printable_dn_reverse(text.chars());
     require(result == nullptr || result == text.chars(), "the text is reversed in place");
     require(result != nullptr || before == text.chars(), "text that does not parse is untouched");
-    return answer_t(text).number(result != nullptr).bytes(text.chars()).text();
+    return read_text_t(text).number(result != nullptr).bytes(text.chars()).text();
 }
 
 std::string type_of(const RDNdescr_t& attribute) {
@@ -68,9 +68,9 @@ bool expect_C_before_CN(const std::vector<RDNdescr_t>& attributes) {
     return position("C") <= position("CN") || position("C") == static_cast<std::ptrdiff_t>(attributes.size());
 }
 
-std::string test(const block_t& text) {
+std::string test(const exact_bytes_t& text) {
     std::string out;
-    return answer_t(text)
+    return read_text_t(text)
         .number(printable_dn_C_before_CN(text.chars()))
         .number(printable_dn_get_attr(text.chars(), "CN", out, PDN_GET_ATTR_PAIR))
         .bytes(out)
@@ -98,17 +98,17 @@ void check_operations(std::string_view text) {
     std::string changed = dn;
     printable_dn_reverse(changed.data());
     require_same(reversed(dn, attributes), changed, "RDNs change their order and keep their text");
-    // A backslash at the end escapes nothing; reversed, it would escape the comma behind it.
+    // A backslash at the end escapes nothing; reversed, it would escape the comma after it.
     if (dn.empty() || dn.back() != '\\') {
         printable_dn_reverse(changed.data());
         require_same(dn, changed, "reversed twice is as before");
     }
-    require(printable_dn_C_before_CN(dn.c_str()) == expect_C_before_CN(attributes), "C stands before CN or is absent");
+    require(printable_dn_C_before_CN(dn.c_str()) == expect_C_before_CN(attributes), "C is before CN or absent");
     check_attributes(dn.c_str(), attributes);
 }
 
 std::string print(const std::string& der, oid_map_handle_t map, bool& done) {
-    const block_t block(der);
+    const exact_bytes_t block(der);
     std::string text;
     done = asn_dn_to_printable(block.data(), block.size(), text, PDN_ORDER_AS_ENCODED, map);
     return text;
@@ -127,7 +127,7 @@ bool can_be_encoded(const std::string& text) {
 }
 
 void check_encoded(const std::string& dn, oid_map_handle_t map) {
-    const auto encode = [map](const block_t& text) {
+    const auto encode = [map](const exact_bytes_t& text) {
         std::string der = "kept";
         const bool done = printable_to_asn_dn(text.chars(), der, map);
         require(done || der == "kept", "text that does not encode leaves the DER");
@@ -140,11 +140,11 @@ void check_encoded(const std::string& dn, oid_map_handle_t map) {
     std::string text = "kept";
     std::string normal_der = "kept";
     require(printable_dn_normalize(dn, text, &normal_der, map) == prints, "a name normalises when its DER prints");
-    require_same(der.empty() ? "kept" : der, normal_der, "normalising gives the DER");
-    require_same(der.empty() ? "kept" : printed, text, "normalising gives the printed DER");
+    require_same(der.empty() ? "kept" : der, normal_der, "normalising returns the DER");
+    require_same(der.empty() ? "kept" : printed, text, "normalising returns the printed DER");
     std::string alone;
     require(printable_dn_normalize(dn, alone, nullptr, map) == prints && (!prints || alone == text),
-            "normalising without DER gives the same text");
+            "normalising without DER returns the same text");
     if (!prints) {
         return; // a '#' value brought a string that its type does not allow
     }

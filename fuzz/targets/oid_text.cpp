@@ -17,22 +17,22 @@ struct array_t {
 };
 
 // Content octets; none for a text that is refused.
-std::string encode(const block_t& text) {
+std::string encode(const exact_bytes_t& text) {
     const std::unique_ptr<array_t> out(new array_t);
     std::fill(std::begin(out->bytes), std::end(out->bytes), PATTERN);
     const unsigned int size = oid_str_to_asn_(text.chars(), text.chars() + text.size(), out->bytes);
     require(size <= MAX_DER_SIZE, "room for a header stays free");
     require(std::all_of(out->bytes + MAX_DER_SIZE, std::end(out->bytes), [](auto octet) { return octet == PATTERN; }),
-            "nothing is written behind the room for content");
+            "nothing is written after the room for content");
     return std::string(reinterpret_cast<const char*>(out->bytes), size);
 }
 
 std::string encode(std::string_view text) {
-    return encode(block_t(text));
+    return encode(exact_bytes_t(text));
 }
 
-// A digit that tells success, and the text.
-std::string print(const block_t& der) {
+// A digit for success, and the text.
+std::string print(const exact_bytes_t& der) {
     std::string out = "kept";
     const int done = oid_asn_to_str_(der.data(), der.data() + der.size(), out);
     require(done == 0 || done == 1, "the result is 0 or 1");
@@ -40,17 +40,17 @@ std::string print(const block_t& der) {
     return std::to_string(done) + out.substr(4);
 }
 
-// A first arc above 2, which the plain division by 40 can give, does not go back.
+// A first arc above 2, which a plain division by 40 can produce, does not go back.
 bool can_be_encoded(std::string_view text) {
     return text.size() >= 2 && text[0] <= '2' && text[1] == '.';
 }
 
 void check_text(std::string_view input) {
-    const std::string der = answer_of([](const block_t& text) { return encode(text); }, input);
+    const std::string der = answer_of([](const exact_bytes_t& text) { return encode(text); }, input);
     if (der.empty()) {
         return;
     }
-    const std::string printed = print(block_t(der));
+    const std::string printed = print(exact_bytes_t(der));
     require(printed[0] == '1', "what was encoded prints");
     const std::string text = printed.substr(1);
     require_same(can_be_encoded(text) ? der : std::string(), encode(text), "printed text goes back to its octets");
@@ -66,7 +66,7 @@ void check_der(std::string_view input) {
     const std::string der = encode(text);
     require(der.empty() != can_be_encoded(text), "printed text goes to octets when its first arc is below 3");
     if (!der.empty()) {
-        require_same(printed, print(block_t(der)), "octets of a printed text print the same");
+        require_same(printed, print(exact_bytes_t(der)), "octets of a printed text print the same");
     }
 }
 

@@ -17,18 +17,18 @@ bool wraps(const reference_header_t& header) {
     return header.size + header.length > 0xFFFFFFFF;
 }
 
-void compare_header(asn_tag_t::Type tag, const block_t& in) {
+void compare_header(asn_tag_t::Type tag, const exact_bytes_t& in) {
     const std::optional<reference_header_t> expected = reference_header(tag, in.text());
     unsigned int length = UNTOUCHED;
     const unsigned char* const content = asn1_read_tag(tag, in.data(), in.size(), &length);
     if (!expected) {
-        require(content == nullptr && length == UNTOUCHED, "no header gives nothing");
+        require(content == nullptr && length == UNTOUCHED, "without a header nothing is stored");
         return;
     }
     require(length == expected->length, "the length is stored before it is judged");
     const bool accepted = expected->fits || (wraps(*expected) && (expected->size + length) % 0x100000000 <= in.size());
     require((content != nullptr) == accepted, "an element is accepted when it fits");
-    require(content == nullptr || content == in.data() + expected->size, "content starts behind the header");
+    require(content == nullptr || content == in.data() + expected->size, "content starts after the header");
 }
 
 // The cursor must not wrap: it agrees with 64 bits everywhere.
@@ -46,15 +46,15 @@ void compare_elements(std::string_view bytes, int depth) {
         const std::string_view inside =
             left.substr(static_cast<std::size_t>(expected->size), static_cast<std::size_t>(expected->length));
         require(chars_of(content).data() == inside.data() && content.size == inside.size(),
-                "a cursor gives the content");
-        require(in.size == left.size() - expected->size - expected->length, "a cursor moves behind the element");
+                "a cursor returns the content");
+        require(in.size == left.size() - expected->size - expected->length, "a cursor moves past the element");
         if (depth < MAX_DEPTH) {
             compare_elements(inside, depth + 1);
         }
     }
 }
 
-void compare_integer(const block_t& content, unsigned int max) {
+void compare_integer(const exact_bytes_t& content, unsigned int max) {
     if (content.size() == 0) {
         return;
     }
@@ -71,7 +71,7 @@ void check_input(std::string_view input) {
     taker_t taker(input);
     const unsigned int max = static_cast<unsigned int>(taker.number(4));
     for (const std::string_view bytes : {input, taker.rest()}) {
-        const block_t block(bytes);
+        const exact_bytes_t block(bytes);
         compare_header(asn_tag_t::ANY, block);
         compare_header(asn_tag_t::SEQUENCE, block);
         compare_header(asn_tag_t::INTEGER, block);

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Tests of the library's binary interface against its snapshot in abi/.
 
-The environment names DERKIT_SOURCE_DIR, the library DERKIT_LIBRARY and the snapshot DERKIT_SNAPSHOT. A failure that is
-meant is mended by scripts/update-abi.sh; docs/abi.md says which changes may be.
+The environment sets DERKIT_SOURCE_DIR, the library DERKIT_LIBRARY and the snapshot DERKIT_SNAPSHOT. After an intended
+change run scripts/update-abi.sh; docs/abi.md says which changes are allowed.
 """
 import os
 import pathlib
@@ -16,7 +16,7 @@ LIBRARY = os.environ["DERKIT_LIBRARY"]
 SNAPSHOT = pathlib.Path(os.environ["DERKIT_SNAPSHOT"])
 TIME_LIMIT = 120
 
-# A change of the interface, made in the snapshot: an expression, what takes its place.
+# Changes of the interface, made in the snapshot: an expression and its replacement.
 CHANGES = {
     "a function is gone": (r"\n *<elf-symbol name='_Z18PKI_KEY_ALG_TO_OID9pki_alg_t'[^\n]*", ""),
     "a function is new": (r"(\n *<elf-symbol name=')_Z18PKI_KEY_ALG_TO_OID9pki_alg_t('[^\n]*)", r"\g<0>\1_Z3newv\2"),
@@ -37,9 +37,9 @@ CHANGES = {
 
 
 def differences(before, after):
-    """abidiff's report, empty if there is nothing to report; also for changes that no program notices."""
+    """Returns abidiff's report, empty when nothing differs. Changes that no program notices are reported too."""
     done = subprocess.run(["abidiff", "--harmless", before, after], capture_output=True, text=True, timeout=TIME_LIMIT)
-    assert done.returncode & 3 == 0, done.stderr  # the bits for its own failures
+    assert done.returncode & 3 == 0, done.stderr  # the bits of abidiff's own failures
     assert bool(done.stdout) or done.returncode == 0, done.returncode
     return done.stdout
 
@@ -61,7 +61,7 @@ class AbiTest(unittest.TestCase):
                            timeout=TIME_LIMIT)
         self.assertEqual(differences(SNAPSHOT, built), "")
 
-    def test_changes_of_the_interface_are_noticed(self):
+    def test_abidiff_notices_changes_of_the_interface(self):
         for change, (pattern, replacement) in CHANGES.items():
             with self.subTest(change):
                 text, count = re.subn(pattern, replacement, self.text, count=1, flags=re.DOTALL)
@@ -70,7 +70,7 @@ class AbiTest(unittest.TestCase):
                 changed.write_text(text, encoding="utf-8")
                 self.assertNotEqual(differences(SNAPSHOT, changed), "")
 
-    def test_the_snapshot_tells_of_types_what_the_headers_tell(self):
+    def test_the_snapshot_has_every_type_of_the_headers(self):
         declaration = re.compile(r"^ *(struct|class|enum|typedef [^;]*?) ?\b(\w+)(?= *([:{]|;))", re.MULTILINE)
         seen_whole = set()
         for header in (SOURCE / "include/derkit").glob("*.h"):

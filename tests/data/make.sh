@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Made the files beside it: keys and containers by OpenSSL 3.0 with gost-engine 3 (Debian: openssl,
-# libengine-gost-openssl). Keys and salts are random, so a new run gives other bytes of the same form.
-# Every password is in passwords.txt, next to the name of its file.
+# Makes the keys and containers of this folder with OpenSSL 3.0 and gost-engine 3 (Debian: openssl,
+# libengine-gost-openssl). Keys and salts are random: another run makes other files of the same form.
+# passwords.txt lists the password of every file.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Digest of PBES2 and of the MAC, as gost-engine takes it from its configuration.
+# configure DIGEST: sets the digest that gost-engine uses in PBES2 and in the MAC.
 configure() {
   cat >"$work/openssl.cnf" <<CONFIGURATION
 openssl_conf = openssl_def
@@ -32,12 +32,13 @@ CONFIGURATION
   export OPENSSL_CONF=$work/openssl.cnf
 }
 
-# make_key NAME ALGORITHM PARAMETER-SET: a plain key, an encrypted one and a certificate.
+# make_key NAME ALGORITHM PARAMETER-SET: makes a plain key and its certificate.
 make_key() {
   openssl genpkey -algorithm "$2" -pkeyopt "paramset:$3" -out "$1.key.pem"
   openssl req -x509 -new -key "$1.key.pem" -days 7300 -subj "/C=RU/O=Пример/CN=Ключ $1" -out "$1.cert.pem"
 }
 
+# encrypt_key NAME FILE PASSWORD
 encrypt_key() {
   openssl pkcs8 -topk8 -in "$1.key.pem" -v2 gost89 -passout "pass:$3" -out "$2"
   echo "$2 $3" >>passwords.txt
@@ -63,7 +64,7 @@ for key in 2001 2012-256 2012-512; do
   encrypt_key "$key" "$key.encrypted.pem" "секрет-$key"
   export_container "$key" "$key.p12" "секрет-$key" md_gost94 gost89 -iter 2000
 done
-# Longer than the 1,024 octets behind which the cipher changes its key.
+# Longer than the 1,024 octets after which the cipher changes its key.
 cat 2012-256.cert.pem 2012-512.cert.pem >"$work/chain.pem"
 export_container 2001 chain.p12 секрет md_gost94 gost89 -certfile "$work/chain.pem"
 LEGACY_GOST_PKCS12=1 export_container 2001 mac-by-pkcs12-kdf.p12 секрет md_gost94 gost89
@@ -79,7 +80,7 @@ configure md_gost12_256
 encrypt_key 2012-256 declined-streebog.encrypted.pem secret
 export_container 2012-256 declined-streebog.p12 secret md_gost12_256 gost89
 
-# What is broken: cut short; one octet of the content changed, so that the MAC is wrong.
+# Broken files: one is cut short; in the other an octet of the content has changed, so that the MAC is wrong.
 head -c 400 2001.p12 >broken-cut.p12
 python3 - <<'PYTHON'
 bytes = bytearray(open("2001.p12", "rb").read())

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The layers of docs/architecture.md are those of the sources: every arrow is an #include and every #include an arrow.
+"""Checks that every arrow in the diagram of docs/architecture.md is an #include of the sources, and the reverse.
 
 Usage: check_layers.py SOURCE
 """
@@ -9,6 +9,7 @@ import sys
 from pathlib import Path
 
 SUFFIXES = {".h", ".cpp"}
+TOOL_LAYERS = {"commands", "formats", "io"}  # folders of tools/, which include each other by these names
 
 
 def arrows(document: Path) -> set[tuple[str, str]]:
@@ -21,21 +22,27 @@ def layer(included: str) -> str:
     return "include" if folder == "derkit" else folder
 
 
+def sources(source: Path, folder: str) -> list[Path]:
+    """The sources of a layer. Those of tools/ are the ones outside its three layers."""
+    root = source / "tools" / folder if folder in TOOL_LAYERS else source / folder
+    files = (path for path in root.rglob("*") if path.suffix in SUFFIXES)
+    return sorted(path for path in files if not TOOL_LAYERS.intersection(path.relative_to(root).parts))
+
+
 def includes(source: Path, folder: str) -> dict[tuple[str, str], str]:
-    """From which folder to which, with one place where it stands."""
+    """The includes of other layers as (from, to), each with one place where it is written."""
     found = {}
-    for path in sorted((source / folder).rglob("*")):
-        if path.suffix in SUFFIXES:
-            for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
-                if match := re.match(r'\s*#\s*include\s+(?:"([^"]+)"|<(derkit/[^>]+)>)', line):
-                    to = layer(match[1] or match[2])
-                    if to != folder:
-                        found.setdefault((folder, to), f"{path.relative_to(source)}:{number}")
+    for path in sources(source, folder):
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            if match := re.match(r'\s*#\s*include\s+(?:"([^"]+)"|<(derkit/[^>]+)>)', line):
+                to = layer(match[1] or match[2])
+                if to != folder:
+                    found.setdefault((folder, to), f"{path.relative_to(source)}:{number}")
     return found
 
 
 def cycle(edges: set[tuple[str, str]]) -> set[str]:
-    """The folders from which the arrows never come to an end."""
+    """The layers on or before a cycle of arrows."""
     left = {folder for edge in edges for folder in edge}
     while ends := {folder for folder in left if not any(a == folder and b in left for a, b in edges)}:
         left -= ends
@@ -53,7 +60,7 @@ def main() -> int:
     problems += [f"docs/architecture.md: {a} --> {b}, but no file includes such a header" for a, b in drawn
                  if (a, b) not in found]
     if ring := cycle(drawn):
-        problems.append(f"docs/architecture.md: the arrows go in a circle: {', '.join(sorted(ring))}")
+        problems.append(f"docs/architecture.md: the arrows form a cycle: {', '.join(sorted(ring))}")
     if not drawn:
         problems.append("docs/architecture.md: has no diagram")
     print("\n".join(problems) or f"{len(drawn)} arrows")

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the reference: Doxygen has nothing to warn about, and whatever the library exports stands in a group.
+"""Makes the reference: Doxygen does not warn, and everything that the library exports is in a group.
 
-Usage: check_reference.py DOXYGEN SOURCE EXPORTS DIRECTORY; the reference is DIRECTORY/html/index.html then.
+Usage: check_reference.py DOXYGEN SOURCE EXPORTS DIRECTORY; the reference is then DIRECTORY/html/index.html.
 """
 
 import subprocess
@@ -9,19 +9,14 @@ import sys
 import xml.etree.ElementTree
 from pathlib import Path
 
+from exported_names import exported_names
+
 
 def make(doxygen: str, source: Path, directory: Path) -> bool:
     directory.mkdir(parents=True, exist_ok=True)
     settings = (source / "docs" / "Doxyfile").read_text()
     settings += f"OUTPUT_DIRECTORY = {directory}\nGENERATE_TAGFILE = {directory / 'reference.tag'}\n"
     return subprocess.run([doxygen, "-"], input=settings.encode(), cwd=source).returncode == 0
-
-
-def exported(exports: Path) -> set[str]:
-    """Names without arguments; of members, the last part."""
-    symbols = exports.read_text().split()
-    demangled = subprocess.run(["c++filt"], input="\n".join(symbols), capture_output=True, check=True, text=True).stdout
-    return {line.partition("(")[0].rpartition("::")[2] for line in demangled.splitlines()}
 
 
 def grouped(tag_file: Path) -> set[str]:
@@ -42,7 +37,7 @@ def main() -> int:
     doxygen, source, exports, directory = sys.argv[1], *map(Path, sys.argv[2:5])
     if not make(doxygen, source, directory):
         return 1
-    missing = exported(exports) - grouped(directory / "reference.tag")
+    missing = exported_names(exports) - grouped(directory / "reference.tag")
     for name in sorted(missing):
         print(f"{name}: exported, but in no group of the reference")
     return 1 if missing else 0

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The manual pages and the completion of bash know what the tool and the library have, and nothing else.
+"""The manual pages and the bash completion list what the tool and the library have, and nothing else.
 
 DERKIT_TOOL names the tool, DERKIT_SOURCE the source tree, DERKIT_EXPORTS the list of exported symbols.
 """
@@ -10,6 +10,8 @@ import subprocess
 import tempfile
 import unittest
 from pathlib import Path
+
+from exported_names import exported_names
 
 TOOL = os.environ["DERKIT_TOOL"]
 SOURCE = Path(os.environ["DERKIT_SOURCE"])
@@ -99,11 +101,8 @@ class ToolPage(unittest.TestCase):
 
 class LibraryPage(unittest.TestCase):
     def test_it_names_what_is_exported_and_nothing_else(self):
-        symbols = EXPORTS.read_text()
-        demangled = subprocess.run(["c++filt"], input=symbols, capture_output=True, check=True, text=True).stdout
-        exported = {line.partition("(")[0].rpartition("::")[2] for line in demangled.splitlines()}
         named = set(re.findall(r"^\.(?:Fn|Va) (\w+)", page("derkit.3"), re.MULTILINE))
-        self.assertEqual(named, exported)
+        self.assertEqual(named, exported_names(EXPORTS))
 
     def test_its_example_compiles(self):
         program = page("derkit.3").partition(".Bd -literal -offset indent\n")[2].partition(".Ed")[0]

@@ -1,4 +1,4 @@
-// Expectations that show what failed: both sides as hexadecimal, which prefix, which case.
+// Expectations that show what failed: both sides in hexadecimal, the prefix, the case.
 #ifndef DERKIT_TESTS_EXPECT_H
 #define DERKIT_TESTS_EXPECT_H
 

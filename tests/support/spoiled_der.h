@@ -1,4 +1,4 @@
-// DER with one element spoiled while everything around it stays right.
+// DER with one element spoiled and everything around it correct.
 #ifndef DERKIT_TESTS_SPOILED_DER_H
 #define DERKIT_TESTS_SPOILED_DER_H
 
@@ -9,7 +9,7 @@
 
 #include "testing/der.h"
 
-// Runs check(whole, element) for every element of a fresh copy of `whole`, the outermost first; `element` lies in that
+// Runs check(whole, element) for every element of a fresh copy of `whole`, the outermost first; `element` is in that
 // copy and may be changed.
 template <typename CHECK> void for_each_element(const der_t& whole, CHECK check) {
     std::size_t num_elements = 1;
@@ -38,9 +38,8 @@ template <typename CHECK> void for_each_element_left_out(const der_t& whole, CHE
 inline const std::string ROOM_BEHIND(0x2000, '\0');
 
 // Runs check(whole, element) for every element with every length that no reader may follow: the indefinite form, more
-// than four octets, a length past what encloses the element, and lengths near 2^32. `whole` is to be read with
-// ROOM_BEHIND, so that the length past what encloses the element stays inside the input (and is fine for the outermost
-// element, which is left alone).
+// than four octets, a length past the enclosing element, and lengths near 2^32. Read `whole` with ROOM_BEHIND after it,
+// so that the length past the enclosing element is inside the input; the outermost element is not given that length.
 template <typename CHECK> void for_each_bad_length(const der_t& whole, CHECK check) {
     for (const char* const length : {"80", "85 00 00 00 00 01", "82 10 00", "84 FF FF FF F9", "84 FF FF FF FA",
                                      "84 FF FF FF FB", "84 FF FF FF FE", "84 FF FF FF FF"}) {

@@ -1,21 +1,19 @@
-"""Runs the tool over the keys and containers of tests/data: what each shows, and how what is declined or broken is said.
+#!/usr/bin/env python3
+"""Tests what the tool shows of the keys and containers of tests/data, and what it says of those declined or broken.
 
-With "--valgrind PROGRAM" in front, every run is watched for errors of memory.
+With "--valgrind PROGRAM" first, every run is watched for errors of memory.
 """
 
-import os
-import pathlib
-import subprocess
 import sys
-import tempfile
 import unittest
+from pathlib import Path
 
-TOOL = os.environ["DERKIT_TOOL"]
-DATA = pathlib.Path(__file__).resolve().parent.parent / "data"
-PASSWORDS = dict(
-    line.split(" ", 1) for line in (DATA / "passwords.txt").read_text(encoding="utf-8").splitlines())
+import tool
+from der import unpem
+
+DATA = Path(__file__).resolve().parent.parent / "data"
+PASSWORDS = dict(line.split(" ", 1) for line in (DATA / "passwords.txt").read_text(encoding="utf-8").splitlines())
 VALGRIND_ERROR = 99
-WATCHER = []
 
 # Container -> lines that its listing holds.
 READ = {
@@ -28,87 +26,76 @@ READ = {
     "empty-password.p12": ["mac: verdict: good", "key 1: family: GOST R 34.10-2001"],
 }
 
-# Container -> what the message says.
+# File -> a part of the message.
 REFUSED = {
     "declined-aes.p12": "AES-256-CBC",
     "declined-no-mac.p12": "has no MAC",
     "declined-sha256-mac.p12": "SHA-256",
     "declined-streebog.p12": "GOST R 34.11-2012 256",
+    "declined-streebog.encrypted.pem": "34.11-2012",
     "broken-cut.p12": "not a PKCS#12 container",
     "broken-mac.p12": "the MAC is wrong",
 }
 
-KEYS = ["2001", "2012-256", "2012-512"]
+FAMILIES = {
+    "2001": "GOST R 34.10-2001",
+    "2012-256": "GOST R 34.10-2012 256",
+    "2012-512": "GOST R 34.10-2012 512",
+}
 
 
-def run(*arguments, password=None):
-    done = subprocess.run(WATCHER + [TOOL, *map(str, arguments)], input=None if password is None else password + "\n",
-                          capture_output=True, text=True, encoding="utf-8", timeout=120)
-    if done.returncode == VALGRIND_ERROR:
-        raise AssertionError(done.stderr)
-    return done
+class CommittedFiles(tool.ToolTest):
+    def tool(self, *command, name, password=None):
+        password = PASSWORDS[name] if password is None else password
+        done = super().tool(*command, "--password-stdin", DATA / name, stdin=f"{password}\n".encode())
+        self.assertNotEqual(done.status, VALGRIND_ERROR, "\n".join(done.errors))
+        return done
 
+    def check_refused(self, name, part, password=None):
+        with self.subTest(name):
+            command = ["key"] if name.endswith(".pem") else ["p12", "show"]
+            done = self.tool(*command, name=name, password=password)
+            self.assertEqual(done.status, 1)
+            self.assertIn(part, "\n".join(done.errors))
 
-def without_pem(path):
-    return "".join(line for line in path.read_text().splitlines() if not line.startswith("-----"))
-
-
-class CommittedFiles(unittest.TestCase):
     def test_every_file_has_its_case(self):
-        self.assertEqual(set(READ) | set(REFUSED), {path.name for path in DATA.glob("*.p12")})
+        containers = {name for name in [*READ, *REFUSED] if name.endswith(".p12")}
+        self.assertEqual(containers, {path.name for path in DATA.glob("*.p12")})
 
     def test_containers_that_are_read(self):
         for name, lines in READ.items():
             with self.subTest(name):
-                done = run("p12", "show", "--password-stdin", DATA / name, password=PASSWORDS[name])
-                self.assertEqual((done.returncode, done.stderr), (0, ""))
-                for line in lines:
-                    self.assertIn(line, done.stdout.splitlines())
+                shown = self.succeeds("p12", "show", name=name).splitlines()
+                self.assertEqual([line for line in lines if line not in shown], [])
 
     def test_what_is_refused_and_why(self):
-        for name, reason in REFUSED.items():
-            with self.subTest(name):
-                done = run("p12", "show", "--password-stdin", DATA / name, password=PASSWORDS[name])
-                self.assertEqual(done.returncode, 1)
-                self.assertIn(reason, done.stderr)
+        for name, part in REFUSED.items():
+            self.check_refused(name, part)
 
     def test_a_wrong_password(self):
         for name in READ:
-            with self.subTest(name):
-                done = run("p12", "show", "--password-stdin", DATA / name, password="wrong")
-                self.assertEqual(done.returncode, 1)
-                self.assertIn("wrong password", done.stderr)
+            self.check_refused(name, "wrong password", password="wrong")
 
     def test_extracted_keys_and_certificates_are_those_that_went_in(self):
-        for key in KEYS:
-            with self.subTest(key), tempfile.TemporaryDirectory() as folder:
-                out = pathlib.Path(folder) / "out"
-                name = key + ".p12"
-                done = run("p12", "extract", "--password-stdin", DATA / name, "--out", out, password=PASSWORDS[name])
-                self.assertEqual((done.returncode, done.stderr), (0, ""))
-                self.assertEqual(without_pem(out / "key-1.pem"), without_pem(DATA / f"{key}.key.pem"))
-                self.assertEqual(without_pem(out / "certificate-1.pem"), without_pem(DATA / f"{key}.cert.pem"))
+        for key in FAMILIES:
+            with self.subTest(key):
+                out = self.folder / key
+                self.succeeds("p12", "extract", "--out", out, name=f"{key}.p12")
+                for kind, extracted in ("key", "key-1.pem"), ("cert", "certificate-1.pem"):
+                    expected = (DATA / f"{key}.{kind}.pem").read_bytes()
+                    self.assertEqual(unpem((out / extracted).read_bytes()), unpem(expected))
 
     def test_keys(self):
-        for key in KEYS:
-            family = "GOST R 34.10-" + key.replace("-", " ", 1) if "-" in key else "GOST R 34.10-2001"
-            encrypted = f"{key}.encrypted.pem"
-            for arguments in (["key", DATA / f"{key}.key.pem"], ["key", "--password-stdin", DATA / encrypted]):
-                with self.subTest(arguments[-1].name):
-                    done = run(*arguments, password=PASSWORDS[encrypted])
-                    self.assertEqual((done.returncode, done.stderr), (0, ""))
-                    self.assertIn(family, done.stdout)
-
-    def test_a_key_encrypted_in_another_way(self):
-        name = "declined-streebog.encrypted.pem"
-        done = run("key", "--password-stdin", DATA / name, password=PASSWORDS[name])
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("34.11-2012", done.stderr)
+        for key, family in FAMILIES.items():
+            for name in f"{key}.key.pem", f"{key}.encrypted.pem":
+                with self.subTest(name):
+                    shown = self.shows("key", name=name, password=PASSWORDS[f"{key}.encrypted.pem"])
+                    self.assertEqual(shown["family"], family)
 
 
 if __name__ == "__main__":
     if sys.argv[1:2] == ["--valgrind"]:
-        WATCHER = [sys.argv[2], "--quiet", f"--error-exitcode={VALGRIND_ERROR}", "--leak-check=full",
-                   "--errors-for-leak-kinds=definite"]
+        tool.COMMAND = [sys.argv[2], "--quiet", f"--error-exitcode={VALGRIND_ERROR}", "--leak-check=full",
+                        "--errors-for-leak-kinds=definite", tool.TOOL]
         del sys.argv[1:3]
     unittest.main()

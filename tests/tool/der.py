@@ -1,4 +1,7 @@
-"""DER for tests, built by hand: names and certificates that no tool would make."""
+"""Encodes DER and PEM for tests: names, certificates and keys that no program would make."""
+
+import base64
+import re
 
 INTEGER = 0x02
 BIT_STRING = 0x03
@@ -16,10 +19,18 @@ UNIVERSAL_STRING = 0x1C
 BMP_STRING = 0x1E
 SEQUENCE = 0x30
 SET = 0x31
+CONTEXT_0 = 0xA0
+CONTEXT_0_PRIMITIVE = 0x80
+NULL = bytes.fromhex("0500")
 
-COMMON_NAME = bytes.fromhex("550403")
-ORGANIZATION = bytes.fromhex("55040A")
-COUNTRY = bytes.fromhex("550406")
+COMMON_NAME = "2.5.4.3"
+COUNTRY = "2.5.4.6"
+ORGANIZATION = "2.5.4.10"
+# An arc for examples, which no table names.
+EXAMPLE_OID = "1.3.6.1.4.1.99999.1"
+GOST_2001 = "1.2.643.2.2.19"
+GOST_2012_256 = "1.2.643.7.1.1.1.1"
+GOST_2012_512 = "1.2.643.7.1.1.1.2"
 
 
 def element(tag, *parts):
@@ -31,7 +42,7 @@ def element(tag, *parts):
     return bytes([tag, 0x80 | len(octets)]) + octets + content
 
 
-def oid(dotted):
+def oid_content(dotted):
     first, second, *rest = map(int, dotted.split("."))
     content = b""
     for arc in [first * 40 + second, *rest]:
@@ -39,7 +50,11 @@ def oid(dotted):
         while arc := arc >> 7:
             octets.insert(0, 0x80 | arc & 0x7F)
         content += bytes(octets)
-    return element(OBJECT_IDENTIFIER, content)
+    return content
+
+
+def oid(dotted):
+    return element(OBJECT_IDENTIFIER, oid_content(dotted))
 
 
 def sequence(*parts):
@@ -50,58 +65,85 @@ def octet_string(*parts):
     return element(OCTET_STRING, *parts)
 
 
-def attribute(oid, tag, value, behind=b""):
-    return element(SEQUENCE, element(OBJECT_IDENTIFIER, oid), element(tag, value), behind)
+def integer(value):
+    return element(INTEGER, value.to_bytes(value.bit_length() // 8 + 1, "big"))
+
+
+def attribute(attribute_type, tag, value, after=b""):
+    """Encodes an AttributeTypeAndValue; its type is dotted text, or the content of an OID."""
+    content = attribute_type if isinstance(attribute_type, bytes) else oid_content(attribute_type)
+    return sequence(element(OBJECT_IDENTIFIER, content), element(tag, value), after)
 
 
 def name(*rdns):
-    """Each RDN is an attribute, or a list of attributes."""
-    return element(SEQUENCE, *(element(SET, *(rdn if isinstance(rdn, list) else [rdn])) for rdn in rdns))
+    """Encodes a Name; each RDN is an attribute, or a list of attributes."""
+    return sequence(*(element(SET, *(rdn if isinstance(rdn, list) else [rdn])) for rdn in rdns))
 
 
 def common_name(text):
     return name(attribute(COMMON_NAME, UTF8_STRING, text if isinstance(text, bytes) else text.encode()))
 
 
-def algorithm(oid_hex, parameters=bytes.fromhex("0500")):
-    return element(SEQUENCE, element(OBJECT_IDENTIFIER, bytes.fromhex(oid_hex)), parameters)
+def algorithm(dotted, parameters=NULL):
+    return sequence(oid(dotted), parameters)
 
 
-def utc_time(text):
-    return element(UTC_TIME, text.encode())
+def validity(*times):
+    """Encodes a Validity of (tag, text) pairs."""
+    return sequence(*(element(tag, text.encode()) for tag, text in times))
 
 
 def public_key(key_algorithm, bits):
-    return element(SEQUENCE, key_algorithm, element(BIT_STRING, b"\0", bits))
+    return sequence(key_algorithm, element(BIT_STRING, b"\0", bits))
 
 
-SHA256_RSA = algorithm("2A864886F70D01010B")
-RSA = algorithm("2A864886F70D010101")
-# From 2025-01-02 03:04:05 to 2049-12-31 23:59:59.
-VALIDITY = element(SEQUENCE, utc_time("250102030405Z"), utc_time("491231235959Z"))
+SHA256_RSA = algorithm("1.2.840.113549.1.1.11")
+RSA = algorithm("1.2.840.113549.1.1.1")
+VALIDITY = validity((UTC_TIME, "250102030405Z"), (UTC_TIME, "491231235959Z"))
 # A modulus of 10 bits, which no one uses, and the exponent 3.
-RSA_KEY = public_key(RSA, element(SEQUENCE, bytes.fromhex("0202032F"), bytes.fromhex("020103")))
+RSA_KEY = public_key(RSA, sequence(integer(0x32F), integer(3)))
 
 
 def certificate(
-    subject,
-    issuer=None,
-    version=True,
-    serial=b"\1",
-    validity=VALIDITY,
-    key=RSA_KEY,
-    signature=SHA256_RSA,
+    subject, issuer=None, version=True, serial=b"\1", validity=VALIDITY, key=RSA_KEY, signature=SHA256_RSA,
     inner_signature=None,
 ):
-    """Certificate (RFC 5280 4.1); serial is the content of the INTEGER."""
-    tbs = element(
-        SEQUENCE,
-        bytes.fromhex("A003020102") if version else b"",
+    """Encodes a Certificate (RFC 5280 4.1); `serial` is the content of the INTEGER, a subject may be a common name."""
+    subject = subject if isinstance(subject, bytes) else common_name(subject)
+    issuer = subject if issuer is None else issuer if isinstance(issuer, bytes) else common_name(issuer)
+    tbs = sequence(
+        element(CONTEXT_0, integer(2)) if version else b"",
         element(INTEGER, serial),
         signature if inner_signature is None else inner_signature,
-        subject if issuer is None else issuer,
+        issuer,
         validity,
         subject,
         key,
     )
-    return element(SEQUENCE, tbs, signature, bytes.fromhex("030100"))
+    return sequence(tbs, signature, element(BIT_STRING, b"\0"))
+
+
+def param_sets(*dotted):
+    return sequence(*map(oid, dotted))
+
+
+CRYPTOPRO_A = param_sets("1.2.643.2.2.35.1", "1.2.643.2.2.30.1")
+# No octet is zero, and the first one has its top bit clear.
+KEY_32 = bytes(range(0x41, 0x61))
+
+
+def private_key(octets=octet_string(KEY_32), algorithm=GOST_2001, parameters=CRYPTOPRO_A, after=b"", version=0):
+    """Encodes a PrivateKeyInfo (RFC 5208 5)."""
+    return sequence(integer(version), sequence(oid(algorithm), parameters), octet_string(octets), after)
+
+
+def pem(data, label="CERTIFICATE", line_end="\n", width=64):
+    text = base64.b64encode(data).decode()
+    lines = [text[i : i + width] for i in range(0, len(text), width)]
+    return line_end.join([f"-----BEGIN {label}-----", *lines, f"-----END {label}-----", ""]).encode()
+
+
+def unpem(text, label="[A-Z ]+"):
+    """Returns the DER of every block with this label."""
+    blocks = re.findall(f"-----BEGIN {label}-----\n(.*?)-----END {label}-----\n".encode(), text, re.DOTALL)
+    return [base64.b64decode(block) for block in blocks]

@@ -1,4 +1,4 @@
-// Containers that lack a part, or have something else in its place: every OPTIONAL and every [0].
+// Containers without a part, or with something else in its place: every OPTIONAL and every [0].
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,11 +10,11 @@
 #include "testing/der.h"
 #include "testing/guard_page.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 
 namespace {
 
-// A container with everything in it that may be left out.
+// A container with every part that may be left out.
 struct full_container_t {
     der_t cert_value = der_context_0({der_octet_string("c")});
     der_t cert_bag_value;
@@ -34,7 +34,7 @@ struct full_container_t {
     der_t mac_data;
 };
 
-// A part is spoiled when it is put in its place; what is around it is built afterwards.
+// A part is spoiled when it is put in its place; what surrounds it is built afterwards.
 using part_t = der_t full_container_t::*;
 
 class spoiler_t {
@@ -106,8 +106,9 @@ class spoiler_t {
     }
 };
 
-// What comes of a container: the values of its bags, plain ones before the slash and those with a name in upper case,
-// "_" for an empty value; then the iterations of its MAC. An exclamation mark stands in front when it is refused.
+// The result of reading a container: the values of its bags, plain ones before the slash and those with a name in upper
+// case, "_" for an empty value; then the iterations of its MAC. It starts with an exclamation mark when the container is
+// refused.
 std::string letters_of(const std::list<pkcs12_bag_t>& bags) {
     std::string letters;
     for (const pkcs12_bag_t& bag : bags) {
@@ -121,7 +122,7 @@ std::string letters_of(const std::list<pkcs12_bag_t>& bags) {
 
 std::string outcome_of(const std::string& container) {
     static const guarded_pages_t PAGES;
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     const unsigned char* const input = PAGES.put_last(container);
     const bool accepted = asn_read_pkcs12_easy(input, static_cast<unsigned int>(container.size()), &crypto, easy);
@@ -186,7 +187,7 @@ constexpr int NO_UNIVERSAL_TAG = -1;
 
 const missing_part_case_t PARTS[] = {
     {"mac_data", &full_container_t::mac_data, "!/ 0", "!/ 0", "!/ 0", "!/ 0", 0x30},
-    // Without a count there is one iteration; what stands in its place does not matter.
+    // Without a count there is one iteration; what replaces it does not matter.
     {"mac_iterations", &full_container_t::mac_iterations, "Ce/kd 1", "Ce/kd 1", "Ce/kd 1", "Ce/kd 1", 0x02},
     {"mac_algorithm_parameters", &full_container_t::mac_algorithm_parameters, WHOLE, WHOLE, WHOLE, WHOLE, 0x05},
     {"content_of_the_auth_safe", &full_container_t::authenticated_content, "!/ 0", "!/ 2000", "!/ 0", "!/ 0",

@@ -13,22 +13,22 @@
 #include "support/expect.h"
 #include "testing/bags.h"
 #include "testing/bytes.h"
+#include "testing/calls.h"
 #include "testing/der.h"
 #include "testing/failing_allocator.h"
 #include "testing/pkcs_der.h"
-#include "testing/readers.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 #include "util/string_room.h"
 
 namespace {
 
-// Where one length octet more is needed, or the one behind it becomes zero.
+// Where one more length octet is needed, or the last one becomes zero.
 const sizes_t SIZES = {0, 1, 126, 127, 128, 129, 254, 255, 256, 257, 65533, 65534, 65535, 65536, 65537, 65792};
 const sizes_t LARGE_SIZES = {0xFFFFFF, 0x1000000};
 
-// The length octets that writers put in front of so much content: minimal (X.690 10.1) below 65,536; from there on they
-// go from the lowest up to the first zero octet, the lowest itself excepted.
+// The length octets that writers put before content: minimal (X.690 10.1) below 65,536; from there on only those from
+// the lowest up to the first zero octet, the lowest itself excepted.
 struct written_length_t {
     std::size_t content_size;
     const char* octets;
@@ -61,7 +61,7 @@ const written_length_t WRITTEN_LENGTHS[] = {
 
 // Reading
 
-// Octets that show when a view is off by one, without the cost of making each.
+// Octets that show a view that is off by one, made quickly.
 std::string marked_bytes(std::size_t size) {
     std::string bytes(size, 'x');
     if (size != 0) {
@@ -109,7 +109,7 @@ TEST(containers, give_bags_of_every_size) {
             const std::string field = marked_bytes(size);
             const der_t attributes = der_set({friendly_name(field.substr(0, 70000))});
             const exact_bytes_t input(encode(pfx_t({data_entry({cert_bag(field, attributes)})}).whole()));
-            recording_crypto_t crypto;
+            scripted_crypto_t crypto;
             pkcs12_easy_t easy;
             EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
             ASSERT_EQ(1U, easy.plain_bags.size());
@@ -139,7 +139,7 @@ TEST(names, print_values_of_every_size) {
 
 // Writing
 
-// An element as writers put it: with the length octets of the table.
+// An element as writers encode it: with the length octets of the table.
 std::string written(char tag, const std::string& content) {
     for (const written_length_t& row : WRITTEN_LENGTHS) {
         if (row.content_size == content.size()) {
@@ -216,7 +216,7 @@ TEST(container_writer, shortens_the_length_of_safe_contents_of_65536_octets) {
 
     pkcs12_easy_t easy;
     easy.plain_bags = {bag_of(0, value)};
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     std::string out;
     asn_write_pkcs12_easy(easy, &crypto, out);
 
@@ -245,13 +245,13 @@ TEST(container_writer, shortens_the_length_of_safe_contents_of_65536_octets) {
     EXPECT_TRUE(all_kept(input, back));
 }
 
-// One octet less, and 65,792 (01 01 00), whose octets are none of them zero but the lowest, come back.
+// One octet less, and 65,792 (01 01 00), which has no zero octet but the lowest, come back.
 TEST(container_writer, comes_back_around_sizes_that_do_not) {
     for (const std::size_t size : sizes_t{65000, 65400, 65800, 66000, 0x10FFFF - 200}) {
         const std::string value = marked_bytes(size);
         pkcs12_easy_t easy;
         easy.plain_bags = {bag_of(1, value)};
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         std::string out;
         asn_write_pkcs12_easy(easy, &crypto, out);
         const exact_bytes_t input(out);
@@ -288,7 +288,7 @@ TEST(digest_info_writer, writes_digests_of_every_size_by_the_table) {
 
 // More than a builder holds
 
-// Views of more than there is: refused before anything is looked at.
+// Views of more than there is: refused before any octet is read.
 TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
     const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
     blob_t huge;
@@ -309,7 +309,7 @@ TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
         encrypted.encrypted_data = huge;
         EXPECT_THROW(asn_write_pkcs8_encrypted_pki_gost(encrypted, out), std::bad_alloc);
 
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         crypto.make_mac_answer = answer_t::NO;
         for (blob_t pkcs12_mac_t::*const field : {&pkcs12_mac_t::digest, &pkcs12_mac_t::salt}) {
             pkcs12_easy_t easy;
@@ -335,8 +335,8 @@ TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
     }
 }
 
-// What fits by itself but is too much with what stands around it. No memory of that size is made: allocations past a
-// gigabyte fail here as the builder's own refusal does, so no octet is read either.
+// Content that fits alone but not with what surrounds it. Allocations past a gigabyte fail here as the builder's own
+// refusal does, so no octet is read.
 TEST(writers, refuse_sums_that_pass_32_bits) {
     constexpr std::size_t GIGABYTE = 1U << 30;
     blob_t huge;
@@ -354,7 +354,7 @@ TEST(writers, refuse_sums_that_pass_32_bits) {
 
 // Inputs of up to 2^32 - 1 octets
 
-// Address space that takes no memory until it is touched. Not every machine has that much.
+// Address space that takes no memory until it is touched. Not every machine has enough.
 class sparse_input_t {
   public:
     explicit sparse_input_t(std::size_t size) : size_(size) {
@@ -374,7 +374,7 @@ class sparse_input_t {
     unsigned char* data() const { return data_; }
     unsigned int size() const { return static_cast<unsigned int>(size_); }
 
-    // Copies bytes to the front and gives what is behind them.
+    // Copies bytes to the start and returns the number of octets after them.
     unsigned int put(std::string_view bytes) const {
         std::memcpy(data_, bytes.data(), bytes.size());
         return static_cast<unsigned int>(size_ - bytes.size());
@@ -394,7 +394,7 @@ struct part_t {
     std::string octets;
 };
 
-// The front of an input of `size` octets.
+// The start of an input of `size` octets.
 std::string open_ended(const std::vector<part_t>& parts, unsigned int size) {
     constexpr unsigned int HEADER_SIZE = 6;
     std::string bytes;
@@ -476,20 +476,6 @@ TEST_P(sparse_input, holds_a_public_key) {
     EXPECT_EQ(input.data() + input.size(), rsa.exponent.data + rsa.exponent.size);
 }
 
-// Says yes without a look at the octets.
-class blind_crypto_t final : public pbe_crypto_t {
-  public:
-    unsigned int authenticated_size = 0;
-
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int size) override {
-        authenticated_size = size;
-        return true;
-    }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void*, unsigned int, std::string&) override { return false; }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-};
-
 TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
     const std::string mac = encode(mac_data_t().whole());
     const unsigned int mac_size = static_cast<unsigned int>(mac.size());
@@ -502,21 +488,28 @@ TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
     const unsigned int value_size = input.put(front) - mac_size;
     std::memcpy(input.data() + end, mac.data(), mac.size());
 
-    blind_crypto_t crypto;
+    // Says yes without looking at the octets.
+    scripted_crypto_t crypto;
+    crypto.records = false;
+    std::size_t authenticated_size = 0;
+    crypto.on_verify_mac = [&](const pkcs12_mac_t&, std::string_view data) {
+        authenticated_size = data.size();
+        return true;
+    };
     pkcs12_easy_t easy;
     EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
     ASSERT_EQ(1U, easy.plain_bags.size());
     EXPECT_EQ(value_size, easy.plain_bags.front().value.size);
     EXPECT_EQ(input.data() + front.size(), easy.plain_bags.front().value.data);
     EXPECT_EQ("digest", chars_of(easy.mac.digest));
-    EXPECT_LT(value_size, crypto.authenticated_size);
+    EXPECT_LT(value_size, authenticated_size);
 }
 
 TEST_P(sparse_input, holds_a_container) {
-    // A small container with all that room behind it; and one that says it fills the room, with its MAC out of it.
+    // A small container with all that room after it; and one that claims to fill the room, with its MAC outside.
     const std::string small = encode(pfx_t({data_entry({cert_bag("c")})}).whole());
     input.put(small);
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
     EXPECT_EQ("cert[63]", bags_text(easy.plain_bags));
@@ -526,7 +519,7 @@ TEST_P(sparse_input, holds_a_container) {
     EXPECT_EQ("verify_mac", crypto.operations()) << "of the small one alone";
 }
 
-// No time is spent on sizes alone, and no memory taken for them: of strings nothing larger than 16 megabytes is made.
+// A size alone costs neither time nor memory: no string exceeds 16 megabytes.
 TEST_P(sparse_input, costs_no_memory_by_its_size) {
     const unsigned int size = input.size();
     const std::string type = encode(der_oid("2.5.4.3"));
@@ -556,30 +549,30 @@ TEST_P(sparse_input, costs_no_memory_by_its_size) {
 INSTANTIATE_TEST_SUITE_P(of_octets, sparse_input, testing::Values(0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU),
                          testing::PrintToStringParamName());
 
-// The smallest inputs, of every reader, whatever the octet.
+// The smallest inputs, for every reader and every octet.
 
 TEST(smallest_input, of_no_octets_may_be_anywhere) {
-    for (const reader_t& reader : all_readers()) {
-        if (reader.kind == input_kind_t::SIZED) {
+    for (const call_t& call : all_calls()) {
+        if (call.input == input_t::BYTES) {
             const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
             const exact_bytes_t empty("");
-            EXPECT_EQ(reader.read(empty.data(), 0), reader.read(nowhere, 0)) << reader.name;
+            EXPECT_EQ(answer_to(call, empty.data(), 0), answer_to(call, nowhere, 0)) << call.name;
         }
     }
 }
 
 TEST(smallest_input, of_one_octet_is_no_record) {
-    for (const record_reader_t& reader : record_readers()) {
+    for (const call_t& call : record_calls()) {
         for (unsigned int octet = 0; octet < 256; ++octet) {
             const exact_bytes_t input(std::string(1, static_cast<char>(octet)));
-            const read_answer_t answer = reader.read(input.data(), input.size());
-            EXPECT_FALSE(answer.accepted) << reader.name << " " << octet;
-            EXPECT_TRUE(answer.views_inside) << reader.name << " " << octet;
+            const call_answer_t answer = answer_to(call, input.data(), input.size());
+            EXPECT_FALSE(answer.accepted) << call.name << " " << octet;
+            EXPECT_TRUE(answer.views_inside) << call.name << " " << octet;
         }
     }
 }
 
-// A sum that no string can have, which no call has memory enough to ask for where pointers have 64 bits.
+// A sum that no string can reach; where pointers have 64 bits no call has enough memory to get there.
 TEST(size_limits, text_that_no_string_can_hold_counts_as_memory_that_cannot_be_had) {
     std::string out = "kept";
     const unsigned long long largest = out.max_size() - out.size();

@@ -1,0 +1,134 @@
+#!/usr/bin/env python3
+"""What the build installs, and the source tree inside another project."""
+import json
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import tempfile
+import unittest
+
+from packages import (BUILD, CONSUMER, GUIDES, SOURCE, TIME_LIMIT, VERSION, development_files, files_below, manuals,
+                      run)
+
+CMAKE = os.environ["CMAKE"]
+COMPILER = [os.environ["CXX"], *shlex.split(os.environ["CXXFLAGS"])]
+FOR_COMPILER = [f"-DCMAKE_CXX_COMPILER={COMPILER[0]}", f"-DCMAKE_CXX_FLAGS={shlex.join(COMPILER[1:])}"]
+PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # by the consumer
+FILES = {
+    "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
+    "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in GUIDES},
+    "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit"},
+}
+
+
+def needed_libraries(program):
+    return [line.split("[")[1][:-1] for line in run("readelf", "--dynamic", program).splitlines() if "(NEEDED)" in line]
+
+
+def configure(source, build, *options):
+    return run(CMAKE, "-G", "Ninja", "-S", source, "-B", build, *options)
+
+
+class InstalledTreeTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.folder.cleanup)
+        cls.scratch = pathlib.Path(cls.folder.name)
+        run(CMAKE, "--install", BUILD, "--prefix", cls.scratch / "first")
+        # The tree may be moved.
+        cls.prefix = (cls.scratch / "first").rename(cls.scratch / "prefix")
+
+    def pkg_config(self, *arguments):
+        return shlex.split(run("pkg-config", *arguments, "derkit", PKG_CONFIG_LIBDIR=self.prefix / "lib/pkgconfig"))
+
+    def test_every_component_has_its_files(self):
+        found = {}
+        for component in FILES:
+            folder = self.scratch / component
+            run(CMAKE, "--install", BUILD, "--prefix", folder, "--component", component)
+            found[component] = files_below(folder)
+        self.assertEqual(found, FILES)
+        self.assertEqual(files_below(self.prefix), set().union(*FILES.values()))
+
+    def test_no_installed_text_names_the_machine(self):
+        for path in self.prefix.rglob("*"):
+            if path.suffix in {".cmake", ".pc", ".h", ".md", ".cfg"}:
+                text = path.read_text(encoding="utf-8")
+                for place in BUILD, str(SOURCE), str(self.scratch):
+                    self.assertNotIn(place, text, path)
+
+    def test_links_in_guides_lead_to_installed_files(self):
+        for guide in (self.prefix / "share/doc/derkit").glob("*.md"):
+            for link in re.findall(r"\]\((?!https?:|#)([^)#]+)", guide.read_text(encoding="utf-8")):
+                self.assertTrue((guide.parent / link).exists(), f"{guide.name}: {link}")
+
+    def test_the_tool_finds_its_library(self):
+        self.assertEqual(run(self.prefix / "bin/derkit", "--version"), f"derkit {VERSION}\n")
+
+    def test_find_package(self):
+        build = self.scratch / "consumer"
+        log = configure(CONSUMER, build, *FOR_COMPILER, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        self.assertIn(f"-- found {VERSION} in {self.prefix}/lib/cmake/derkit\n", log)
+        run(CMAKE, "--build", build)
+        for standard, printed in PRINTED.items():
+            for kind in "shared", "static":
+                with self.subTest(kind=kind, standard=standard):
+                    program = build / f"{kind}_{standard}"
+                    self.assertEqual(run(program), printed)
+                    self.assertEqual("libderkit.so.1" in needed_libraries(program), kind == "shared")
+
+    def test_a_build_of_the_other_target_does_not_find_the_package(self):
+        config = self.prefix / "lib/cmake/derkit/derkitConfigVersion.cmake"
+        script = self.scratch / "version.cmake"
+        script.write_text(f"""
+            set(PACKAGE_FIND_VERSION 1)
+            set(PACKAGE_FIND_VERSION_MAJOR 1)
+            foreach(CMAKE_SIZEOF_VOID_P 4 8)
+              unset(PACKAGE_VERSION_UNSUITABLE)
+              include({config})
+              message(NOTICE "${{CMAKE_SIZEOF_VOID_P}} ${{PACKAGE_VERSION_UNSUITABLE}}")
+            endforeach()
+            """)
+        done = subprocess.run([CMAKE, "-P", script], capture_output=True, text=True, check=True, timeout=TIME_LIMIT)
+        self.assertEqual(done.stderr, "4 \n8 TRUE\n" if "-m32" in COMPILER else "4 TRUE\n8 \n")
+
+    def test_pkg_config(self):
+        self.assertEqual(self.pkg_config("--modversion"), [VERSION])
+        library = {"shared": [], "static": ["-static"]}
+        for standard, printed in PRINTED.items():
+            for kind in library:
+                with self.subTest(kind=kind, standard=standard):
+                    program = self.scratch / f"pkg_config_{kind}_{standard}"
+                    flags = self.pkg_config("--cflags", "--libs", *(f"-{option}" for option in library[kind]))
+                    run(*COMPILER, f"-std=c++{standard}", *library[kind], CONSUMER / "main.cpp", *flags, "-o", program)
+                    self.assertEqual(run(program, LD_LIBRARY_PATH=self.prefix / "lib"), printed)
+                    self.assertEqual("libderkit.so.1" in needed_libraries(program), kind == "shared")
+
+
+class SubprojectTest(unittest.TestCase):
+    def test_the_tree_is_a_library_and_nothing_else(self):
+        with tempfile.TemporaryDirectory() as folder:
+            build = pathlib.Path(folder)
+            configure(SOURCE / "tests/packages/subproject", build, f"-DDERKIT_SOURCE_DIR={SOURCE}", *FOR_COMPILER)
+            targets = {line.split(":")[0] for line in run("ninja", "-C", build, "-t", "targets", "all").splitlines()}
+            self.assertEqual({name for name in targets if name.startswith("derkit") and "/" not in name},
+                             {"derkit", "derkit_static", "derkit_objects", "derkit_convi", "derkit_system_etc_dir"})
+            self.assertIn("\nTotal Tests: 0\n", run("ctest", "-N", "--test-dir", build))
+            for entry in json.loads((build / "compile_commands.json").read_text(encoding="utf-8")):
+                warnings = [option for option in shlex.split(entry["command"]) if option.startswith("-W")]
+                self.assertEqual(warnings, [], entry["file"])
+            run(CMAKE, "--install", build, "--prefix", build / "prefix")  # nothing to install, nothing to build for it
+            self.assertEqual(files_below(build / "prefix"), set())
+
+            run(CMAKE, "--build", build)
+            for library in "derkit", "derkit_static":
+                program = build / f"with_{library}"
+                self.assertEqual(run(program), PRINTED[14])
+                self.assertEqual("libderkit.so.1" in needed_libraries(program), library == "derkit")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

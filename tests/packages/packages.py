@@ -1,0 +1,42 @@
+"""What the tests of the installed tree and of the Debian packages share.
+
+The environment names the build: DERKIT_BUILD_DIR, DERKIT_SOURCE_DIR, DERKIT_VERSION, DERKIT_ARCHITECTURE (amd64 or i386),
+CMAKE, CPACK, CXX and CXXFLAGS.
+"""
+import os
+import pathlib
+import shlex
+import subprocess
+
+BUILD = os.environ["DERKIT_BUILD_DIR"]
+SOURCE = pathlib.Path(os.environ["DERKIT_SOURCE_DIR"])
+VERSION = os.environ["DERKIT_VERSION"]
+CONSUMER = SOURCE / "tests/packages/consumer"
+TIME_LIMIT = 240
+
+# Installed files, relative to the prefix.
+HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
+GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
+
+
+def manuals(sections, compressed=""):
+    return {f"share/man/man{page.suffix[1:]}/{page.name}{compressed}"
+            for page in (SOURCE / "docs/man").glob(f"*.[{sections}]")}
+
+
+def development_files(libdir):
+    cmake = {f"cmake/derkit/derkitConfig{part}.cmake" for part in ("", "Version", "-relwithdebinfo")}
+    return HEADERS | {f"{libdir}/{file}" for file in {"libderkit.so", "libderkit.a", "pkgconfig/derkit.pc"} | cmake}
+
+
+def run(*command, **environment):
+    """The output of a command that must succeed."""
+    environment = {name: str(value) for name, value in environment.items()}
+    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, timeout=TIME_LIMIT,
+                          env={**os.environ, "LC_ALL": "C", **environment})
+    assert done.returncode == 0, f"{shlex.join(done.args)}\n{done.stdout}{done.stderr}"
+    return done.stdout
+
+
+def files_below(folder):
+    return {str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_symlink() or not path.is_dir()}

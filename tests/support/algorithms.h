@@ -1,0 +1,117 @@
+// All algorithms that have a code and a name, in the order of the table of names, with their OIDs and parameters.
+#ifndef DERKIT_TESTS_ALGORITHMS_H
+#define DERKIT_TESTS_ALGORITHMS_H
+
+#include <string>
+#include <string_view>
+
+#include "derkit/asn_helper.h"
+#include "testing/der.h"
+
+namespace algorithms {
+
+enum kind_t { NONE, HASH, KEY, SIGNATURE };
+
+struct row_t {
+    unsigned int code;
+    pki_alg_t enumerator; // the code under its name in C++
+    const char* name;
+    kind_t kind = NONE; // the table of OIDs that it is in
+    const char* oid = "";
+    const char* parameters = ""; // of a signature's AlgorithmIdentifier (RFC 4055 3.1, 5; RFC 3279 2.2.2; RFC 4491 2.2)
+};
+
+// The first row with an OID is the one that the OID reads back as: the standard one.
+inline constexpr row_t ROWS[] = {
+    {0x00000001, PKI_ALG_RSA, "RSA", KEY, "1.2.840.113549.1.1.1"},
+    {0x00000003, PKI_ALG_DSA, "DSA", KEY, "1.2.840.10040.4.1"},
+    {0x00000004, PKI_ALG_DHKA, "DHKA"},
+    {0x00000005, PKI_ALG_OLD_DSA, "OLD DSA"},
+    {0x00000006, PKI_ALG_DHPN, "DHPN"},
+    {0x00000007, PKI_ALG_RC2, "RC2"},
+    {0x00000008, PKI_ALG_RC4, "RC4"},
+    {0x00000009, PKI_ALG_RC5, "RC5"},
+    {0x0000000A, PKI_ALG_DES, "DES"},
+    {0x0000000B, PKI_ALG_2KEY_3DES, "2KEY 3DES"},
+    {0x0000000C, PKI_ALG_3KEY_3DES, "3KEY 3DES"},
+    {0x0000000E, PKI_ALG_GOST_R_3410_94, "GOST R 34.10-94", KEY, "1.2.643.2.2.20"},
+    {0x0000010E, PKI_ALG_GOST_R_3410_2001, "GOST R 34.10-2001", KEY, "1.2.643.2.2.19"},
+    {0x0000010F, PKI_ALG_GOST_R_3410_2012_256, "GOST R 34.10-2012 256", KEY, "1.2.643.7.1.1.1.1"},
+    {0x00000110, PKI_ALG_GOST_R_3410_2012_512, "GOST R 34.10-2012 512", KEY, "1.2.643.7.1.1.1.2"},
+    {0x0100000E, PKI_ALG_GOST_R_3410_94_QEV, "GOST R 34.10-94 (QEV)", KEY, "1.3.6.1.4.1.3670.1.10"},
+    {0x0200000E, PKI_ALG_GOST_R_3410_94_CPRO, "GOST R 34.10-94 (CPRO)", KEY, "1.2.643.2.2.20"},
+    {0x0200010E, PKI_ALG_GOST_R_3410_2001_CPRO, "GOST R 34.10-2001 (CPRO)", KEY, "1.2.643.2.2.19"},
+    {0x0400000E, PKI_ALG_GOST_R_3410_94_SIGNALCOM, "GOST R 34.10-94 (SignalCOM)", KEY, "1.3.6.1.4.1.5849.1.1.5"},
+    {0x0400010E, PKI_ALG_GOST_R_3410_2001_SIGNALCOM, "GOST R 34.10-2001 (SignalCOM)", KEY, "1.3.6.1.4.1.5849.1.6.2"},
+    {0x00010000, PKI_ALG_SHA, "SHA", HASH, "1.3.14.3.2.18"},
+    {0x00020000, PKI_ALG_SHA1, "SHA1", HASH, "1.3.14.3.2.26"},
+    {0x00030000, PKI_ALG_SHA224, "SHA224", HASH, "2.16.840.1.101.3.4.2.4"},
+    {0x00040000, PKI_ALG_SHA256, "SHA256", HASH, "2.16.840.1.101.3.4.2.1"},
+    {0x00050000, PKI_ALG_SHA384, "SHA384", HASH, "2.16.840.1.101.3.4.2.2"},
+    {0x00060000, PKI_ALG_SHA512, "SHA512", HASH, "2.16.840.1.101.3.4.2.3"},
+    {0x00070000, PKI_ALG_MD2, "MD2", HASH, "1.2.840.113549.2.2"},
+    {0x00080000, PKI_ALG_MD5, "MD5", HASH, "1.2.840.113549.2.5"},
+    {0x00090000, PKI_ALG_GOST_3411_94, "GOST 34.11-94", HASH, "1.2.643.2.2.9"},
+    {0x000A0000, PKI_ALG_GOST_3411_2012_256, "GOST 34.11-2012 256", HASH, "1.2.643.7.1.1.2.2"},
+    {0x000B0000, PKI_ALG_GOST_3411_2012_512, "GOST 34.11-2012 512", HASH, "1.2.643.7.1.1.2.3"},
+    {0x01090000, PKI_ALG_GOST_3411_94_QEV, "GOST 34.11-94 (QEV)", HASH, "1.3.6.1.4.1.3670.1.5"},
+    {0x02090000, PKI_ALG_GOST_3411_94_CPRO, "GOST 34.11-94 (CPRO)", HASH, "1.2.643.2.2.9"},
+    {0x04090000, PKI_ALG_GOST_3411_94_SIGNALCOM, "GOST 34.11-94 (SignalCOM)"},
+    {0x00010001, PKI_ALG_SHA_RSA, "shaRSA"},
+    {0x00020001, PKI_ALG_SHA1_RSA, "sha1RSA", SIGNATURE, "1.2.840.113549.1.1.5", "05 00"},
+    {0x00030001, PKI_ALG_SHA224_RSA, "sha224RSA", SIGNATURE, "1.2.840.113549.1.1.14", "05 00"},
+    {0x00040001, PKI_ALG_SHA256_RSA, "sha256RSA", SIGNATURE, "1.2.840.113549.1.1.11", "05 00"},
+    {0x00050001, PKI_ALG_SHA384_RSA, "sha384RSA", SIGNATURE, "1.2.840.113549.1.1.12", "05 00"},
+    {0x00060001, PKI_ALG_SHA512_RSA, "sha512RSA", SIGNATURE, "1.2.840.113549.1.1.13", "05 00"},
+    {0x00000002, PKI_ALG_RSASSA_PSS, "RSASSA-PSS", SIGNATURE, "1.2.840.113549.1.1.10"},
+    {0x00020002, PKI_ALG_SHA1_RSASSA_PSS, "sha1RSASSA-PSS", SIGNATURE, "1.2.840.113549.1.1.10", "30 00"},
+    {0x00030002, PKI_ALG_SHA224_RSASSA_PSS, "sha224RSASSA-PSS", SIGNATURE, "1.2.840.113549.1.1.10",
+     "30 11 A0 0F 30 0D 06 09 60 86 48 01 65 03 04 02 04 05 00"},
+    {0x00040002, PKI_ALG_SHA256_RSASSA_PSS, "sha256RSASSA-PSS", SIGNATURE, "1.2.840.113549.1.1.10",
+     "30 11 A0 0F 30 0D 06 09 60 86 48 01 65 03 04 02 01 05 00"},
+    {0x00050002, PKI_ALG_SHA384_RSASSA_PSS, "sha384RSASSA-PSS", SIGNATURE, "1.2.840.113549.1.1.10",
+     "30 11 A0 0F 30 0D 06 09 60 86 48 01 65 03 04 02 02 05 00"},
+    {0x00060002, PKI_ALG_SHA512_RSASSA_PSS, "sha512RSASSA-PSS", SIGNATURE, "1.2.840.113549.1.1.10",
+     "30 11 A0 0F 30 0D 06 09 60 86 48 01 65 03 04 02 03 05 00"},
+    {0x00070001, PKI_ALG_MD2_RSA, "md2RSA", SIGNATURE, "1.2.840.113549.1.1.2", "05 00"},
+    {0x00080001, PKI_ALG_MD5_RSA, "md5RSA", SIGNATURE, "1.2.840.113549.1.1.4", "05 00"},
+    {0x00010003, PKI_ALG_SHA_DSA, "shaDSA"},
+    {0x00020003, PKI_ALG_SHA1_DSA, "sha1DSA", SIGNATURE, "1.2.840.10040.4.3"},
+    {0x0002000B, PKI_ALG_2KEY_3DES_SHA1, "2KEY 3DES SHA1"},
+    {0x0002000C, PKI_ALG_3KEY_3DES_SHA1, "3KEY 3DES SHA1"},
+    {0x0002000D, PKI_ALG_SHA1_HMAC, "sha1HMAC"},
+    {0x0009000E, PKI_ALG_GOST_R_3411_3410_94, "GOST R 34.11/34.10-94", SIGNATURE, "1.2.643.2.2.4"},
+    {0x0009010E, PKI_ALG_GOST_R_3411_3410_2001, "GOST R 34.11/34.10-2001", SIGNATURE, "1.2.643.2.2.3"},
+    {0x000A010F, PKI_ALG_GOST_R_3411_3410_2012_256, "GOST R 34.11-2012/34.10-2012 256", SIGNATURE, "1.2.643.7.1.1.3.2"},
+    {0x000B0110, PKI_ALG_GOST_R_3411_3410_2012_512, "GOST R 34.11-2012/34.10-2012 512", SIGNATURE, "1.2.643.7.1.1.3.3"},
+    {0x0109000E, PKI_ALG_GOST_R_3411_3410_94_QEV, "GOST R 34.11/34.10-94 (QEV)", SIGNATURE, "1.3.6.1.4.1.3670.1.6"},
+    {0x0209000E, PKI_ALG_GOST_R_3411_3410_94_CRYPTOPRO, "GOST R 34.11/34.10-94 (CryptoPro)", SIGNATURE,
+     "1.2.643.2.2.4"},
+    {0x0209010E, PKI_ALG_GOST_R_3411_3410_2001_CRYPTOPRO, "GOST R 34.11/34.10-2001 (CryptoPro)", SIGNATURE,
+     "1.2.643.2.2.3"},
+    {0x0409000E, PKI_ALG_GOST_R_3411_3410_94_SIGNALCOM, "GOST R 34.11/34.10-94 (SignalCOM)", SIGNATURE,
+     "1.3.6.1.4.1.5849.1.3.1"},
+    {0x0409010E, PKI_ALG_GOST_R_3411_3410_2001_SIGNALCOM, "GOST R 34.11/34.10-2001 (SignalCOM)", SIGNATURE,
+     "1.3.6.1.4.1.5849.1.3.2"},
+};
+
+// The other OID of sha1RSA, which is read but not written (OIW's sha1WithRSASignature).
+inline constexpr const char* OTHER_SHA1_RSA_OID = "1.3.14.3.2.29";
+
+// 0 when there is none.
+inline unsigned int first_code_of(std::string_view oid) {
+    for (const row_t& row : ROWS) {
+        if (row.kind != NONE && row.oid == oid) {
+            return row.code;
+        }
+    }
+    return 0;
+}
+
+inline std::string content_of(const row_t& row) {
+    return row.kind == NONE ? "" : der_oid(row.oid).octets;
+}
+
+} // namespace algorithms
+
+#endif

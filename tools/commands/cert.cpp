@@ -1,0 +1,202 @@
+// derkit cert: certificates at a glance.
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/commands.h"
+#include "commands/facts.h"
+#include "commands/options.h"
+#include "formats/certificate.h"
+#include "formats/der.h"
+#include "formats/pem.h"
+#include "io/bytes.h"
+#include "io/input.h"
+
+namespace {
+
+struct cert_options_t {
+    std::vector<std::string> files;
+    std::string order = "as-encoded";
+    oid_map_option_t oid_map;
+    bool json = false;
+    bool local = false;
+    bool round_trip = false;
+};
+
+// Tells whether the name, in this order, goes from its shown text back to DER and from there to the same text and the
+// same types. Types are compared as OIDs too: a map can give two of them one short name.
+bool comes_back_from_text(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map) {
+    const oid_map_handle_t no_map;
+    const std::optional<shown_text_t> text = show_name(name, order, map);
+    std::string der;
+    if (!text.has_value() || !printable_to_asn_dn(text->str().c_str(), der, map)) {
+        return false;
+    }
+    // The text was encoded in its own order, so the way back keeps that.
+    const blob_t encoded = make_blob(der);
+    return show_name(encoded, PDN_ORDER_AS_ENCODED, map) == text &&
+           show_name(encoded, PDN_ORDER_AS_ENCODED, no_map) == show_name(name, order, no_map);
+}
+
+bool comes_back_from_text(const blob_t& name, oid_map_handle_t map) {
+    return comes_back_from_text(name, PDN_ORDER_AS_ENCODED, map) && comes_back_from_text(name, PDN_ORDER_REVERSED, map);
+}
+
+class cert_command_t {
+  public:
+    cert_command_t(const cert_options_t& options, console_t& console)
+        : options_(options), console_(console), map_(options.oid_map.load()),
+          order_(options.order == "reversed" ? PDN_ORDER_REVERSED : PDN_ORDER_AS_ENCODED) {}
+
+    void run();
+
+  private:
+    const cert_options_t& options_;
+    console_t& console_;
+    oid_map_handle_t map_;
+    PrintableDnOrder order_;
+    unsigned int num_names_ = 0;
+    unsigned int num_failures_ = 0;
+
+    void run_file(const std::string& file);
+    bool run_der(input_stream_t& input, const std::string& file, std::string& problem);
+    bool run_pem(input_stream_t& input, const std::string& file);
+    void run_pem_block(const pem_block_t& block, const place_t& place);
+    void show(const certificate_t& certificate, const place_t& place);
+    void show_field(const char* field, const blob_t& name, const place_t& place, record_t& record);
+    void show_counts();
+};
+
+void cert_command_t::run() {
+    for (const std::string& file : options_.files) {
+        try {
+            run_file(file);
+        } catch (const failure_t& failure) {
+            console_.fail(failure);
+        }
+    }
+    if (options_.round_trip) {
+        show_counts();
+    }
+    console_.progress().hide();
+}
+
+// A file is DER if a certificate can be read from it. Anything else is searched for PEM, even if it starts like DER:
+// the text around PEM blocks may start with any character.
+void cert_command_t::run_file(const std::string& file) {
+    input_stream_t input(file);
+    const std::string name = input_name(file);
+    const std::string_view start = input.look(1);
+    if (start.empty()) {
+        throw failure_t(name, "is empty");
+    }
+    const bool starts_like_der = start[0] == static_cast<char>(asn_tag_t::SEQUENCE);
+    std::string problem = "neither PEM nor DER";
+    const bool done = (starts_like_der && run_der(input, name, problem)) || run_pem(input, name);
+    if (!done) {
+        throw failure_t(name, problem);
+    }
+}
+
+// Returns false if there is no certificate, and says why.
+bool cert_command_t::run_der(input_stream_t& input, const std::string& file, std::string& problem) {
+    const std::string bytes(look_at_element(input, asn_tag_t::SEQUENCE));
+    certificate_t certificate;
+    if (!read_certificate(bytes, certificate, problem)) {
+        return false;
+    }
+    const place_t place{file, 1, file};
+    input.pass(bytes.size());
+    warn_of_trailing(file, "certificate", certificate.trailing.size + input.pass_rest(), console_);
+    show(certificate, place);
+    return true;
+}
+
+// Returns false if the text has no PEM block at all.
+bool cert_command_t::run_pem(input_stream_t& input, const std::string& file) {
+    pem_reader_t reader(input);
+    const auto take = [&](const pem_block_t& block, unsigned int number) {
+        run_pem_block(block, place_in_pem(file, "certificate", number, block.line));
+        console_.progress().update([&] { return input.progress_text(number, "certificates"); });
+    };
+    return take_pem_blocks(reader, is_certificate_label, take).any(file, "no certificate");
+}
+
+void cert_command_t::run_pem_block(const pem_block_t& block, const place_t& place) {
+    certificate_t certificate;
+    std::string problem = block.problem;
+    if (!problem.empty() || !read_certificate(block.der, certificate, problem)) {
+        console_.fail(place.subject, problem);
+        return;
+    }
+    if (block.label != TRUSTED_LABEL) {
+        warn_of_trailing(place.subject, "certificate", certificate.trailing.size, console_);
+    }
+    show(certificate, place);
+}
+
+void cert_command_t::show(const certificate_t& certificate, const place_t& place) {
+    record_t record = start_record(place, options_.json);
+    show_field("subject", certificate.subject, place, record);
+    show_field("issuer", certificate.issuer, place, record);
+    for (const std::string& problem : add_certificate_facts(certificate, map_, options_.local, record)) {
+        console_.fail(place.subject, problem);
+    }
+    const bool several_files = options_.files.size() > 1;
+    console_.put(record, options_.json, several_files ? shown_text_t(place.file + ": ") : shown_text_t());
+}
+
+void cert_command_t::show_field(const char* field, const blob_t& name, const place_t& place, record_t& record) {
+    ++num_names_;
+    const std::optional<shown_text_t> text = show_name(name, order_, map_);
+    const char* problem = nullptr;
+    if (!text.has_value()) {
+        problem = " is malformed or has text that its string type does not allow";
+    } else {
+        record.add(field, *text);
+        if (options_.round_trip && !comes_back_from_text(name, map_)) {
+            problem = " does not come back from its text";
+        }
+    }
+    if (problem != nullptr) {
+        ++num_failures_;
+        console_.fail(place.subject, std::string(field) + problem);
+    }
+}
+
+void cert_command_t::show_counts() {
+    const unsigned int num_held = num_names_ - num_failures_;
+    if (options_.json) {
+        record_t record;
+        record.add("names", num_names_);
+        record.add("round_trips", num_held);
+        record.add("failures", num_failures_);
+        console_.put(record, true);
+        return;
+    }
+    console_.put(shown_text_t(std::to_string(num_names_) + " names, " + std::to_string(num_held) +
+                              " round trips hold, " + std::to_string(num_failures_) + " failures"));
+}
+
+} // namespace
+
+void add_cert_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("cert", "Show certificates: names, validity, algorithms, keys");
+    const auto options = std::make_shared<cert_options_t>();
+    command.add_argument("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input");
+    command.add_choice(
+        {"--order", "ORDER", "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it"},
+        options->order, {"as-encoded", "reversed"});
+    options->oid_map.add_to(command);
+    command.add_flag("--json", options->json, "One JSON object a line");
+    command.add_flag("--local", options->local, "Show the validity in local time too");
+    command.add_flag(
+        "--round-trip", options->round_trip,
+        "Take every name, in both orders, back to DER and print it again; count how often the text stays the same");
+    command.set_footer("What cannot be used is reported on standard error; the rest is shown all the same.\n"
+                       "Examples:\n"
+                       "  derkit cert server.pem\n"
+                       "  derkit cert --json --order reversed bundle.pem | jq .subject");
+    command.set_action([options, &console] { cert_command_t(*options, console).run(); });
+}

@@ -1,0 +1,189 @@
+#include "commands/command_line.h"
+
+#include <sstream>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+constexpr std::size_t WIDTH = 80;
+constexpr std::size_t OPTION_WIDTH = 26;
+
+// Breaks the text into lines of at most WIDTH columns. All but the first are indented; the first has as much in front
+// of it already.
+std::string wrap(const std::string& text, std::size_t indent) {
+    std::istringstream words(text);
+    std::string wrapped;
+    std::size_t column = indent;
+    for (std::string word; words >> word;) {
+        if (column != indent && column + 1 + word.size() > WIDTH) {
+            wrapped += "\n" + std::string(indent, ' ');
+            column = indent;
+        } else if (column != indent) {
+            wrapped += ' ';
+            ++column;
+        }
+        wrapped += word;
+        column += word.size();
+    }
+    return wrapped + "\n";
+}
+
+// "  OPTION                  what it does".
+std::string make_row(const std::string& left, const std::string& right) {
+    std::string row = "  " + left;
+    if (row.size() + 2 > OPTION_WIDTH) {
+        row += "\n";
+        row.append(OPTION_WIDTH, ' ');
+    } else {
+        row.resize(OPTION_WIDTH, ' ');
+    }
+    return row + wrap(right, OPTION_WIDTH);
+}
+
+// Lays the help out in two columns, options and what they do, no wider than a terminal.
+class help_formatter_t final : public CLI::Formatter {
+  public:
+    help_formatter_t() { label("Positionals", "Arguments"); }
+
+    // Without blank lines in a row or at the end.
+    std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
+        std::string help = CLI::Formatter::make_help(app, name, mode);
+        for (std::size_t place; (place = help.find("\n\n\n")) != std::string::npos;) {
+            help.erase(place, 1);
+        }
+        help.resize(help.find_last_not_of('\n') + 1);
+        return help + "\n";
+    }
+
+    std::string make_option(const CLI::Option* option, bool is_positional) const override {
+        std::string name = make_option_name(option, is_positional);
+        if (const std::size_t comma = name.find(','); comma != std::string::npos) {
+            name.insert(comma + 1, " ");
+        }
+        const bool say_required = option->get_required() && !is_positional;
+        return make_row(name + make_option_opts(option),
+                        option->get_description() + (say_required ? " (required)" : ""));
+    }
+
+    // The type of the value without the values allowed, which the description names.
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const std::string type = option->get_type_name();
+        const bool takes_value = option->get_type_size() != 0 && !type.empty();
+        return takes_value ? " " + type.substr(0, type.find(':')) : "";
+    }
+
+    std::string make_subcommand(const CLI::App* command) const override {
+        return make_row(command->get_name(), command->get_description());
+    }
+
+    std::string make_footer(const CLI::App* app) const override {
+        std::istringstream lines(app->get_footer());
+        std::string footer;
+        for (std::string line; std::getline(lines, line);) {
+            footer += line.starts_with(' ') ? line + "\n" : wrap(line, 0);
+        }
+        return footer;
+    }
+};
+
+} // namespace
+
+command_t command_t::add_subcommand(const char* name, const char* description) {
+    return command_t(*app_.add_subcommand(name, description));
+}
+
+void command_t::add_argument(const char* name, std::string& value, const char* description) {
+    app_.add_option(name, value, description)->type_name("")->required();
+}
+
+void command_t::add_argument(const char* name, std::vector<std::string>& values, const char* description) {
+    app_.add_option(name, values, description)->type_name("")->required();
+}
+
+void command_t::add_flag(const char* name, bool& value, const char* description) {
+    app_.add_flag(name, value, description);
+}
+
+void command_t::add_option(const option_text_t& text, std::string& value) {
+    app_.add_option(text.name, value, text.description)->type_name(text.type);
+}
+
+void command_t::add_option(const option_text_t& text, std::optional<std::string>& value) {
+    const auto set = [&value](const std::string& given) { value = given; };
+    app_.add_option_function<std::string>(text.name, set, text.description)->type_name(text.type);
+}
+
+// One value for each --name: what follows it is an argument.
+void command_t::add_option(const option_text_t& text, std::vector<std::string>& values) {
+    app_.add_option(text.name, values, text.description)->type_name(text.type)->allow_extra_args(false);
+}
+
+void command_t::add_choice(const option_text_t& text, std::string& value, names_t choices) {
+    app_.add_option(text.name, value, text.description)
+        ->check(CLI::IsMember(std::vector<std::string>(choices.begin(), choices.end())))
+        ->type_name(text.type);
+}
+
+void command_t::require(names_t names) {
+    for (const char* const name : names) {
+        app_.get_option(name)->required();
+    }
+}
+
+void command_t::exclude(const char* name, names_t others) {
+    for (const char* const other : others) {
+        app_.get_option(name)->excludes(app_.get_option(other));
+    }
+}
+
+void command_t::group(const char* heading, names_t names) {
+    for (const char* const name : names) {
+        app_.get_option(name)->group(heading);
+    }
+}
+
+void command_t::set_footer(const char* text) {
+    app_.footer(text);
+}
+
+// CLI11 would not tell a missing subcommand from an unknown one if it required one itself.
+void command_t::require_subcommand(const char* problem) {
+    app_.require_subcommand(0, 1);
+    app_.callback([this_app = &app_, problem] {
+        if (this_app->get_subcommands().empty()) {
+            throw usage_error_t(problem);
+        }
+    });
+}
+
+void command_t::set_action(std::function<void()> action) {
+    app_.callback(std::move(action));
+}
+
+command_line_t::command_line_t(const char* name, const char* version, const char* description)
+    : app_(std::make_unique<CLI::App>(description, name)) {
+    app_->formatter(std::make_shared<help_formatter_t>());
+    app_->set_help_flag("-h,--help", "Show this help");
+    app_->set_version_flag("--version", version, "Show the version");
+}
+
+command_line_t::~command_line_t() = default;
+
+command_t command_line_t::root() {
+    return command_t(*app_);
+}
+
+std::optional<std::string> command_line_t::run(int argc, char** argv) {
+    try {
+        app_->parse(argc, argv);
+    } catch (const CLI::Success& end) { // --help and --version
+        std::ostringstream text;
+        app_->exit(end, text);
+        return text.str();
+    } catch (const CLI::ParseError& error) {
+        throw usage_error_t(error.what());
+    }
+    return std::nullopt;
+}

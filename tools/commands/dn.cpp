@@ -1,0 +1,92 @@
+// derkit dn: a distinguished name from text to its canonical text and to DER.
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "commands/commands.h"
+#include "commands/options.h"
+#include "derkit/asn_printable.h"
+#include "io/bytes.h"
+
+namespace {
+
+struct dn_options_t {
+    std::string text;
+    std::optional<std::string> get; // the type of the attribute
+    oid_map_option_t oid_map;
+    bool reverse = false;
+    bool der = false;
+    bool hex = false;
+    bool json = false;
+};
+
+struct name_t {
+    shown_text_t text; // canonical
+    std::string der;
+};
+
+name_t normalize(const dn_options_t& options) {
+    std::string text = options.text;
+    const bool parses = printable_dn_reverse(text.data()) != nullptr;
+    if (!parses) {
+        throw failure_t(options.text, "does not parse as a distinguished name");
+    }
+    name_t name;
+    std::string normalized;
+    if (!printable_dn_normalize(options.reverse ? text : options.text, normalized, &name.der, options.oid_map.load())) {
+        throw failure_t(options.text, "has a type that is unknown or a value that is malformed");
+    }
+    name.text = shown_text_t(normalized);
+    return name;
+}
+
+// The shown text is searched, not the raw one, in which a zero byte would end the name.
+shown_text_t get_value(const name_t& name, const std::string& type) {
+    std::string value;
+    if (!printable_dn_get_attr(name.text.str().c_str(), type.c_str(), value, PDN_GET_ATTR_VALUE)) {
+        throw failure_t(name.text.str(), "has no attribute " + type);
+    }
+    return shown_text_t(value);
+}
+
+void run(const dn_options_t& options, console_t& console) {
+    const name_t name = normalize(options);
+    if (options.json) {
+        record_t record;
+        record.add("dn", name.text);
+        record.add("der", to_hex(name.der));
+        if (options.get.has_value()) {
+            record.add("value", get_value(name, *options.get));
+        }
+        console.put(record, true);
+    } else if (options.der) {
+        console.put_bytes(name.der);
+    } else if (options.hex) {
+        console.put(shown_text_t(to_hex(name.der)));
+    } else if (options.get.has_value()) {
+        console.put(get_value(name, *options.get));
+    } else {
+        console.put(name.text);
+    }
+}
+
+} // namespace
+
+void add_dn_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("dn", "Bring a distinguished name to its canonical text or to DER");
+    const auto options = std::make_shared<dn_options_t>();
+    command.add_argument("TEXT", options->text, "The name, such as CN=user1,O=Example,C=RU");
+    command.add_flag("--reverse", options->reverse, "Reverse the order of the RDNs first");
+    command.add_flag("--der", options->der, "Write the DER Name");
+    command.add_flag("--hex", options->hex, "Show the DER Name in hexadecimal");
+    command.add_option({"--get", "TYPE", "Show the value of the first TYPE, as written"}, options->get);
+    options->oid_map.add_to(command);
+    command.add_flag("--json", options->json, "One JSON object, with the DER in hexadecimal");
+    command.exclude("--der", {"--hex", "--get", "--json"});
+    command.exclude("--hex", {"--get", "--json"});
+    command.set_footer("--der and --hex exclude each other, --get and --json.\n"
+                       "Examples:\n"
+                       "  derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'\n"
+                       "  derkit dn --get O 'CN=user1,O=Example'");
+    command.set_action([options, &console] { run(*options, console); });
+}

@@ -1,0 +1,174 @@
+#include "commands/facts.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "derkit/int2str.h"
+#include "io/bytes.h"
+
+namespace {
+
+using problems_t = std::vector<std::string>; // why facts cannot be shown
+
+// Two's complement: inverts all bits and adds one.
+void negate(std::string& number) {
+    for (char& octet : number) {
+        octet = static_cast<char>(~octet);
+    }
+    for (auto octet = number.rbegin(); octet != number.rend(); ++octet) {
+        *octet = static_cast<char>(*octet + 1);
+        if (*octet != 0) {
+            return;
+        }
+    }
+}
+
+// Content octets of an INTEGER (X.690 8.3) as a number: "-" before a negative one, no leading zero octets.
+std::string number_text(std::string_view content) {
+    std::string number(content);
+    const bool is_negative = (static_cast<unsigned char>(content[0]) & 0x80) != 0;
+    if (is_negative) {
+        negate(number);
+    }
+    const std::size_t leading = std::min(number.find_first_not_of('\0'), number.size() - 1);
+    std::string text = is_negative ? "-" : "";
+    text += to_hex(std::string_view(number).substr(leading));
+    return text;
+}
+
+void add_time(const char* key, const char* local_key, cert_time64_t time, bool local, record_t& record) {
+    if (time == CERT_TIME64_INVALID) {
+        return;
+    }
+    std::string text;
+    record.add(key, CertTimeToStringGMT(time, text));
+    if (local) {
+        text.clear();
+        record.add(local_key, CertTimeToString(time, text));
+    }
+}
+
+void add_serial(const blob_t& serial_number, record_t& record, problems_t& problems) {
+    const std::string_view content = chars(serial_number);
+    if (content.empty()) {
+        problems.push_back("serialNumber is empty");
+        return;
+    }
+    record.add("serial", number_text(content));
+}
+
+void add_validity(const blob_t& content, bool local, record_t& record, problems_t& problems) {
+    validity_times_t validity;
+    std::string problem;
+    if (!read_validity_times(content, validity, problem)) {
+        problems.push_back(problem);
+    }
+    add_time("not_before", "not_before_local", validity.not_before, local, record);
+    add_time("not_after", "not_after_local", validity.not_after, local, record);
+}
+
+// RFC 5280 4.1.1.2: the algorithm inside, which is signed, and the one outside are the same.
+void add_signature_algorithm(const certificate_t& certificate, const oid_map_handle_t& map, record_t& record,
+                             problems_t& problems) {
+    const std::optional<named_oid_t> algorithm = name_signature_algorithm(certificate.signature_algorithm, map);
+    if (!algorithm.has_value()) {
+        problems.push_back("signatureAlgorithm has no OID");
+        return;
+    }
+    add_named("signature_algorithm", "signature_algorithm_oid", *algorithm, record);
+    if (chars(certificate.signature_algorithm) != chars(certificate.inner_signature)) {
+        problems.push_back("the signature algorithm outside differs from the one that is signed");
+    }
+}
+
+void add_certified_key(const blob_t& key_info, const oid_map_handle_t& map, record_t& record, problems_t& problems) {
+    public_key_t key;
+    std::string problem;
+    if (!read_public_key(key_info, map, key, problem)) {
+        problems.push_back(problem);
+    }
+    add_public_key(key, record);
+}
+
+} // namespace
+
+place_t place_in_pem(const std::string& file, const char* thing, unsigned int number, std::size_t line) {
+    const std::string which = std::string(thing) + " " + std::to_string(number);
+    return {file, number, file + ": " + which + " (line " + std::to_string(line) + ")"};
+}
+
+record_t start_record(const place_t& place, bool as_json) {
+    record_t record;
+    if (as_json) {
+        record.add("file", place.file);
+        record.add("index", place.index);
+    }
+    return record;
+}
+
+void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console) {
+    if (size != 0) {
+        console.warn(subject, std::to_string(size) + " bytes behind the " + thing + " are not looked at");
+    }
+}
+
+void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record) {
+    if (named.has_value()) {
+        record.add_if(name_key, named->name);
+        record.add_if(oid_key, named->oid);
+    }
+}
+
+void add_param_sets(const std::vector<named_oid_t>& param_sets, record_t& record) {
+    static constexpr const char* KEYS[][2] = {
+        {"param_set", "param_set_oid"},
+        {"digest_param_set", "digest_param_set_oid"},
+        {"encryption_param_set", "encryption_param_set_oid"},
+    };
+    for (std::size_t i = 0; i < std::min(param_sets.size(), std::size(KEYS)); ++i) {
+        add_named(KEYS[i][0], KEYS[i][1], param_sets[i], record);
+    }
+}
+
+void add_derivation(const pbe_outline_t& pbe, record_t& record) {
+    add_named("kdf", "kdf_oid", pbe.kdf, record);
+    add_named("prf", "prf_oid", pbe.prf, record);
+    record.add_if("salt_size", pbe.salt_size);
+    record.add_if("iterations", pbe.iterations);
+}
+
+void add_encryption(const pbe_outline_t& pbe, record_t& record) {
+    add_named("scheme", "scheme_oid", pbe.scheme, record);
+    add_derivation(pbe, record);
+    add_named("cipher", "cipher_oid", pbe.cipher, record);
+    add_named("cipher_param_set", "cipher_param_set_oid", pbe.param_set, record);
+    record.add_if("iv_size", pbe.iv_size);
+}
+
+void add_public_key(const public_key_t& key, record_t& record) {
+    if (key.algorithm.oid.empty()) {
+        return;
+    }
+    add_named("public_key_algorithm", "public_key_algorithm_oid", key.algorithm, record);
+    if (key.bits != 0) {
+        record.add("public_key_bits", key.bits);
+    }
+    add_param_sets(key.param_sets, record);
+    add_named("curve", "curve_oid", key.curve, record);
+}
+
+std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
+                                               bool local, record_t& record) {
+    problems_t problems;
+    add_serial(certificate.serial_number, record, problems);
+    add_validity(certificate.validity, local, record, problems);
+    add_signature_algorithm(certificate, map, record, problems);
+    add_certified_key(certificate.public_key, map, record, problems);
+    return problems;
+}
+
+std::optional<shown_text_t> show_name(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map) {
+    std::string text;
+    const bool done = asn_dn_to_printable(name.data, name.size, text, order, map);
+    return done ? std::optional(shown_text_t(text)) : std::nullopt;
+}

@@ -1,0 +1,51 @@
+// What several commands show, and how they name the place of an object.
+#ifndef DERKIT_TOOLS_COMMANDS_FACTS_H
+#define DERKIT_TOOLS_COMMANDS_FACTS_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "derkit/asn_oidmap.h"
+#include "derkit/asn_printable.h"
+#include "formats/certificate.h"
+#include "formats/pbe_outline.h"
+#include "formats/public_key.h"
+#include "io/console.h"
+
+// Where an object was found: a file and, if it holds several, which one.
+struct place_t {
+    std::string file;
+    unsigned int index = 1;
+    std::string subject; // of messages
+};
+
+// "FILE: key 2 (line 7)".
+place_t place_in_pem(const std::string& file, const char* thing, unsigned int number, std::size_t line);
+
+// A record for an object. In JSON it begins with the place.
+record_t start_record(const place_t& place, bool as_json);
+
+void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console);
+
+// Adds the name and the OID, as far as there are any.
+void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record);
+
+// By their places in the parameters of a GOST key.
+void add_param_sets(const std::vector<named_oid_t>& param_sets, record_t& record);
+
+void add_derivation(const pbe_outline_t& pbe, record_t& record);
+void add_encryption(const pbe_outline_t& pbe, record_t& record);
+
+void add_public_key(const public_key_t& key, record_t& record);
+
+// Adds serial number, validity (in local time too if `local` is set), algorithms and the size or the parameter sets of
+// the key. Returns what is wrong with those that cannot be shown.
+std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
+                                               bool local, record_t& record);
+
+// The text of a DER Name, or nothing if it has none.
+std::optional<shown_text_t> show_name(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map);
+
+#endif

@@ -1,0 +1,71 @@
+#include "commands/options.h"
+
+#include "io/bytes.h"
+#include "io/input.h"
+#include "io/password.h"
+
+namespace {
+
+constexpr const char* PASSWORD_GROUP = "Password, one of these";
+
+} // namespace
+
+void oid_map_option_t::add_to(command_t& command) {
+    command.add_option({"--oid-map", "FILE",
+                        "Names of OIDs, a line \"OID = SHORT, long name\" each, in place of the system's qaroids.cfg; "
+                        "repeatable"},
+                       files_);
+}
+
+oid_map_handle_t oid_map_option_t::load() const {
+    if (files_.empty()) {
+        return OID_MAP_HANDLE_DEFAULT_FILE;
+    }
+    // A map cannot be copied, so the files are added to the existing one of the built-in names, and what that map held
+    // before wins. It serves the whole process, which is this one command.
+    for (const std::string& file : files_) {
+        const std::string text = read_input(file);
+        oid_map_parse_(*OID_MAP_HANDLE_DEFAULT.map, text.data(), size_of(text));
+    }
+    return OID_MAP_HANDLE_DEFAULT;
+}
+
+void password_option_t::add_to(command_t& command) {
+    command.add_option({"--password-file", "FILE", "The password is the first line of FILE"}, file_);
+    command.add_option({"--password-env", "VARIABLE", "The password is the value of VARIABLE in the environment"},
+                       variable_);
+    command.add_flag("--password-stdin", on_stdin_, "The password is the first line of the standard input");
+    command.add_flag("--password-ask", ask_, "Ask for the password at the terminal, without echo");
+    command.exclude("--password-file", {"--password-env", "--password-stdin", "--password-ask"});
+    command.exclude("--password-env", {"--password-stdin", "--password-ask"});
+    command.exclude("--password-stdin", {"--password-ask"});
+    command.group(PASSWORD_GROUP, {"--password-file", "--password-env", "--password-stdin", "--password-ask"});
+}
+
+void password_option_t::require_free_stdin(const std::string& file) const {
+    if (on_stdin_ && file == "-") {
+        throw usage_error_t("--password-stdin: the standard input holds the file already");
+    }
+}
+
+secret_t password_option_t::read(const std::string& what_for) const {
+    if (file_.has_value()) {
+        return read_password_from_file(*file_);
+    }
+    if (variable_.has_value()) {
+        return read_password_from_variable(*variable_);
+    }
+    return on_stdin_ ? read_password_from_stdin() : ask_for_password(what_for);
+}
+
+void container_password_option_t::add_to(command_t& command) {
+    option_.add_to(command);
+    command.add_flag("--no-password", none_,
+                     "The container was made without any password, which is not the same as an empty one");
+    command.exclude("--no-password", {"--password-file", "--password-env", "--password-stdin", "--password-ask"});
+    command.group(PASSWORD_GROUP, {"--no-password"});
+}
+
+std::optional<secret_t> container_password_option_t::read(const std::string& file) const {
+    return none_ ? std::nullopt : std::optional(option_.read(input_name(file)));
+}

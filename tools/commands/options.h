@@ -1,0 +1,70 @@
+// Options that several commands have.
+#ifndef DERKIT_TOOLS_COMMANDS_OPTIONS_H
+#define DERKIT_TOOLS_COMMANDS_OPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/command_line.h"
+#include "derkit/asn_oidmap.h"
+#include "io/secret.h"
+
+// --oid-map FILE, the same for every command that names OIDs.
+class oid_map_option_t {
+  public:
+    void add_to(command_t& command);
+
+    // Without the option: the built-in names and those of the system's qaroids.cfg. With it: the built-in names and
+    // those of the files instead, the earlier file first; on a clash the earlier name wins, as it does with
+    // qaroids.cfg. To be called once. Throws failure_t.
+    oid_map_handle_t load() const;
+
+  private:
+    std::vector<std::string> files_;
+};
+
+// --password-file FILE, --password-env VARIABLE, --password-stdin and --password-ask; at most one of them.
+class password_option_t {
+  public:
+    void add_to(command_t& command);
+
+    // Whether one of the options was given.
+    bool given() const { return file_.has_value() || variable_.has_value() || on_stdin_ || ask_; }
+
+    // Whether the password is to be asked for at the terminal.
+    bool asks() const { return ask_ || !given(); }
+
+    // Whether the password takes the standard input, which can be read only once.
+    bool takes_stdin() const { return on_stdin_; }
+
+    // Throws usage_error_t when both the password and the file are to come from the standard input.
+    void require_free_stdin(const std::string& file) const;
+
+    // Asks at the terminal when no option was given. Throws failure_t when there is no password.
+    secret_t read(const std::string& what_for) const;
+
+  private:
+    std::optional<std::string> file_;
+    std::optional<std::string> variable_;
+    bool on_stdin_ = false;
+    bool ask_ = false;
+};
+
+// As above, and --no-password: some programs write containers without any password, which is not the same as with an
+// empty one.
+class container_password_option_t {
+  public:
+    void add_to(command_t& command);
+    bool given() const { return none_ || option_.given(); }
+    void require_free_stdin(const std::string& file) const { option_.require_free_stdin(file); }
+
+    // Nothing under --no-password.
+    std::optional<secret_t> read(const std::string& file) const;
+
+  private:
+    password_option_t option_;
+    bool none_ = false;
+};
+
+#endif

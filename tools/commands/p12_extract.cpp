@@ -1,0 +1,129 @@
+// derkit p12 extract: keys and certificates of a container as PEM files.
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "commands/commands.h"
+#include "commands/options.h"
+#include "formats/certificate.h"
+#include "formats/p12_container.h"
+#include "formats/pem.h"
+#include "formats/private_key.h"
+#include "io/bytes.h"
+#include "io/input.h"
+#include "io/output.h"
+
+namespace {
+
+struct p12_extract_options_t {
+    std::string file;
+    std::string directory;
+    container_password_option_t password;
+    bool force = false;
+    bool partial = false;
+};
+
+class p12_extract_t {
+  public:
+    p12_extract_t(const p12_extract_options_t& options, console_t& console)
+        : options_(options), console_(console), name_(input_name(options.file)) {}
+
+    void run();
+
+  private:
+    const p12_extract_options_t& options_;
+    console_t& console_;
+    std::string name_; // of the file, in messages
+
+    void tell_skipped(const p12_container_t& container);
+    void extract(const p12_container_t& container);
+    void add_key(const blob_t& value, const std::string& which, file_set_t& files);
+    void add_certificate(const blob_t& value, const std::string& which, file_set_t& files);
+    std::string_view without_trailing(const blob_t& value, const blob_t& trailing, const std::string& which);
+};
+
+void p12_extract_t::run() {
+    options_.password.require_free_stdin(options_.file);
+    std::string bytes = read_filled_input(options_.file);
+    const std::optional<secret_t> password = options_.password.read(options_.file);
+    const p12_container_t container(name_, std::move(bytes), password);
+    tell_skipped(container);
+    if (!container.skipped().empty() && !options_.partial) {
+        throw failure_t(name_, "nothing is extracted, because not all can be read (--partial extracts the rest)");
+    }
+    if (container.keys().empty() && container.certificates().empty()) {
+        throw failure_t(name_, "holds neither a key nor a certificate that can be read");
+    }
+    extract(container);
+}
+
+void p12_extract_t::tell_skipped(const p12_container_t& container) {
+    for (const std::string& text : container.skipped()) {
+        console_.fail(name_, text);
+    }
+}
+
+void p12_extract_t::extract(const p12_container_t& container) {
+    file_set_t files(options_.directory, options_.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED);
+    unsigned int index = 0;
+    for (const opened_bag_t& bag : container.keys()) {
+        add_key(bag.bag->value, std::to_string(++index), files);
+    }
+    index = 0;
+    for (const opened_bag_t& bag : container.certificates()) {
+        add_certificate(bag.bag->value, std::to_string(++index), files);
+    }
+    files.commit();
+    for (const std::string& path : files.paths()) {
+        console_.put(shown_text_t(path));
+    }
+}
+
+void p12_extract_t::add_key(const blob_t& value, const std::string& which, file_set_t& files) {
+    private_key_t key;
+    std::string problem;
+    if (!read_private_key(chars(value), key, problem)) {
+        throw failure_t(name_ + ": key " + which, problem);
+    }
+    std::string pem = write_pem("PRIVATE KEY", without_trailing(value, key.trailing, "key " + which));
+    const wipe_at_end_t wiped(pem);
+    files.add("key-" + which + ".pem", secrecy_t::SECRET, pem);
+}
+
+void p12_extract_t::add_certificate(const blob_t& value, const std::string& which, file_set_t& files) {
+    certificate_t certificate;
+    std::string problem;
+    if (!read_certificate(chars(value), certificate, problem)) {
+        throw failure_t(name_ + ": certificate " + which, problem);
+    }
+    const std::string_view der = without_trailing(value, certificate.trailing, "certificate " + which);
+    files.add("certificate-" + which + ".pem", secrecy_t::PUBLIC, write_pem("CERTIFICATE", der));
+}
+
+std::string_view p12_extract_t::without_trailing(const blob_t& value, const blob_t& trailing,
+                                                 const std::string& which) {
+    if (trailing.size != 0) {
+        console_.warn(name_ + ": " + which, std::to_string(trailing.size) + " bytes behind it are left out");
+    }
+    return chars(value.data, value.size - trailing.size);
+}
+
+} // namespace
+
+void add_p12_extract(command_t& p12, console_t& console) {
+    command_t command = p12.add_subcommand("extract", "Write the keys and certificates of a container as PEM files");
+    const auto options = std::make_shared<p12_extract_options_t>();
+    command.add_argument("FILE", options->file, "A container; - is standard input");
+    command.add_option({"--out", "DIR", "Where key-1.pem, certificate-1.pem and so on go; made if missing"},
+                       options->directory);
+    options->password.add_to(command);
+    command.add_flag("--force", options->force, "Overwrite files that are there");
+    command.add_flag("--partial", options->partial, "Extract what can be read although something cannot");
+    command.require({"--out"});
+    command.set_footer(
+        "Keys are written unencrypted, for their owner's eyes only (mode 0600). After a failure there is "
+        "no file at all. Without a password option the password is asked for at the terminal.\n"
+        "Example:\n"
+        "  derkit p12 extract --out folder container.p12");
+    command.set_action([options, &console] { p12_extract_t(*options, console).run(); });
+}

@@ -1,0 +1,103 @@
+// derkit time: one moment in the forms of logs and certificates.
+#include <charconv>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "commands/commands.h"
+#include "derkit/int2str.h"
+
+namespace {
+
+struct time_options_t {
+    std::string moment;
+    bool json = false;
+};
+
+struct moment_t {
+    cert_time64_t time = CERT_TIME64_INVALID;
+    std::optional<long> seconds; // nothing if the system has no such moment
+};
+
+bool is_number(const std::string& text) {
+    const std::size_t begin = text.starts_with('-') ? 1 : 0;
+    return text.size() > begin && text.find_first_not_of("0123456789", begin) == std::string::npos;
+}
+
+cert_time64_t pack_utc(long seconds) {
+    const std::time_t time = seconds;
+    std::tm utc = {};
+    constexpr int FIRST_YEAR = 1900;
+    constexpr int LAST_YEAR = 0xFFFFFF;
+    if (gmtime_r(&time, &utc) == nullptr || utc.tm_year < 0 || utc.tm_year > LAST_YEAR - FIRST_YEAR) {
+        return CERT_TIME64_INVALID;
+    }
+    cert_time64_t packed = static_cast<cert_time64_t>(utc.tm_year) + FIRST_YEAR;
+    for (const int field : {utc.tm_mon, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec}) {
+        packed = packed << 8 | static_cast<cert_time64_t>(field);
+    }
+    return packed;
+}
+
+moment_t moment_of_seconds(const std::string& text) {
+    long seconds = 0;
+    const std::from_chars_result end = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    const cert_time64_t time = end.ec == std::errc() ? pack_utc(seconds) : CERT_TIME64_INVALID;
+    if (time == CERT_TIME64_INVALID) {
+        throw failure_t(text, "no certificate time is so many seconds from the epoch");
+    }
+    return {time, seconds};
+}
+
+// -1, the error value, is also the second before the epoch: given as text, that moment shows no seconds.
+moment_t moment_of_text(const std::string& text) {
+    const cert_time64_t time = CertTimeFromLogStringGMT(text);
+    if (time == CERT_TIME64_INVALID) {
+        throw failure_t(text, "neither seconds since the epoch nor a time like \"2024.02.29 13:05:09\" from 1900 on");
+    }
+    const long seconds = CertTimeTo_time_t(time);
+    return {time, seconds != -1 ? std::optional(seconds) : std::nullopt};
+}
+
+void add_seconds(long seconds, record_t& record) {
+    char log_text[32];
+    std::string ctime_text;
+    record.add("seconds", seconds);
+    record.add("local_log", i2s::LogTimeToString(seconds, log_text));
+    record.add("local_ctime", TimeToString(seconds, ctime_text));
+}
+
+void run(const time_options_t& options, console_t& console) {
+    const moment_t moment =
+        is_number(options.moment) ? moment_of_seconds(options.moment) : moment_of_text(options.moment);
+    std::string gmt;
+    std::string gmt_log;
+    std::string local;
+    record_t record;
+    record.add("gmt", CertTimeToStringGMT(moment.time, gmt));
+    record.add("gmt_log", CertTimeToLogStringGMT(moment.time, gmt_log));
+    record.add("local", CertTimeToString(moment.time, local));
+    if (moment.seconds.has_value()) {
+        add_seconds(*moment.seconds, record);
+    } else {
+        console.warn(options.moment, "this system does not count the seconds from the epoch to it");
+    }
+    console.put(record, options.json);
+}
+
+} // namespace
+
+void add_time_command(command_t& parent, console_t& console) {
+    command_t command = parent.add_subcommand("time", "Show a moment in the forms of logs and certificates");
+    const auto options = std::make_shared<time_options_t>();
+    command.add_argument("MOMENT", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch");
+    command.add_flag("--json", options->json, "One JSON object");
+    command.set_footer(
+        "local and, of a text, seconds are reckoned with the present distance of local time from GMT, so "
+        "they are an hour off for a moment on the other side of a change to or from daylight saving.\n"
+        "Examples:\n"
+        "  derkit time '2024.02.29 13:05:09'\n"
+        "  derkit time 1709211909");
+    command.set_action([options, &console] { run(*options, console); });
+}

@@ -1,0 +1,52 @@
+// X.509 certificates: their fields, and the times of their validity.
+#ifndef DERKIT_TOOLS_FORMATS_CERTIFICATE_H
+#define DERKIT_TOOLS_FORMATS_CERTIFICATE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "derkit/asn_types.h"
+#include "derkit/int2str.h"
+
+// Views into the bytes that were read.
+struct certificate_t {
+    blob_t serial_number;       // content of the INTEGER
+    blob_t inner_signature;     // complete AlgorithmIdentifier, signed with the rest
+    blob_t issuer;              // complete Name
+    blob_t validity;            // content of Validity
+    blob_t subject;             // complete Name
+    blob_t public_key;          // complete SubjectPublicKeyInfo
+    blob_t signature_algorithm; // complete AlgorithmIdentifier
+    blob_t trailing;            // what follows the certificate
+};
+
+// RFC 7468 5.1, and the label of a certificate that is followed by trust settings.
+inline constexpr std::string_view TRUSTED_LABEL = "TRUSTED CERTIFICATE";
+bool is_certificate_label(std::string_view label);
+
+// Reads a DER certificate. On failure `problem` names the field that is missing.
+bool read_certificate(std::string_view der, certificate_t& out, std::string& problem);
+
+// The certificates in a file, at least one, each without what follows it: PEM, with any number of them, or DER. Throws
+// failure_t.
+std::vector<std::string> read_certificate_file(const std::string& file);
+
+struct validity_texts_t {
+    std::string not_before;
+    std::string not_after;
+};
+
+// From the content of a Validity (RFC 5280 4.1.2.5): "2030-12-31T23:59:59Z". A time that has neither of the two forms
+// allowed in certificates is returned as it is.
+bool read_validity_texts(const blob_t& content, validity_texts_t& out);
+
+struct validity_times_t {
+    cert_time64_t not_before = CERT_TIME64_INVALID;
+    cert_time64_t not_after = CERT_TIME64_INVALID;
+};
+
+// As above, as times. On failure `problem` says what is wrong with which time; the other one may be good.
+bool read_validity_times(const blob_t& content, validity_times_t& out, std::string& problem);
+
+#endif

@@ -1,0 +1,28 @@
+// Public keys: what their encoding shows, and the names of algorithms.
+#ifndef DERKIT_TOOLS_FORMATS_PUBLIC_KEY_H
+#define DERKIT_TOOLS_FORMATS_PUBLIC_KEY_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "derkit/asn_oidmap.h"
+#include "derkit/asn_types.h"
+#include "formats/named_oid.h"
+
+struct public_key_t {
+    named_oid_t algorithm;
+    unsigned int bits = 0;               // of the modulus of RSA, of p of DSA, of GOST; 0 if unknown
+    std::vector<named_oid_t> param_sets; // GOST: of the key, of the digest, of the encryption
+    std::optional<named_oid_t> curve;    // of an EC key that names one
+};
+
+// Reads a SubjectPublicKeyInfo (RFC 5280 4.1) that nothing follows. On failure `problem` says what is wrong; the
+// algorithm is filled in if it could be read.
+bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_t& out, std::string& problem);
+
+// The algorithm of a complete AlgorithmIdentifier, by the library's name, else that of the map; RSASSA-PSS has the hash
+// in its name that its parameters say. Nothing if there is no OID.
+std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm, const oid_map_handle_t& map);
+
+#endif

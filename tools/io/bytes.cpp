@@ -1,0 +1,82 @@
+#include "io/bytes.h"
+
+#include <memory>
+#include <stdexcept>
+
+#include <iconv.h>
+
+#include "derkit/int2str.h"
+#include "io/secret.h"
+
+namespace {
+
+int digit_value(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+struct close_converter_t {
+    void operator()(void* converter) const { iconv_close(converter); }
+};
+
+// `growth` is the largest number of output bytes for one input byte.
+std::optional<std::string> convert(const char* to, const char* from, std::string_view text, std::size_t growth) {
+    iconv_t opened = iconv_open(to, from);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C library reports failure this way
+    if (opened == reinterpret_cast<iconv_t>(-1)) {
+        throw std::runtime_error(std::string("no converter from ") + from + " to " + to);
+    }
+    const std::unique_ptr<void, close_converter_t> converter(opened);
+    std::string out(text.size() * growth, '\0');
+    char* input = const_cast<char*>(text.data());
+    std::size_t input_left = text.size();
+    char* output = out.data();
+    std::size_t output_left = out.size();
+    if (iconv(converter.get(), &input, &input_left, &output, &output_left) != 0) {
+        wipe(out.data(), out.size()); // it may be half a password
+        return std::nullopt;
+    }
+    out.resize(out.size() - output_left);
+    return out;
+}
+
+} // namespace
+
+std::string to_hex(std::string_view bytes) {
+    std::string hex;
+    return TO_HEX_STD_STRING(octets(bytes), size_of(bytes), hex, '\0');
+}
+
+std::optional<std::string> from_hex(std::string_view text) {
+    std::string bytes;
+    int high = -1;
+    for (const char c : text) {
+        if (c == ' ' || c == '\t' || c == ':') {
+            continue;
+        }
+        const int digit = digit_value(c);
+        if (digit < 0) {
+            return std::nullopt;
+        }
+        if (high < 0) {
+            high = digit;
+            continue;
+        }
+        bytes.push_back(static_cast<char>(high << 4 | digit));
+        high = -1;
+    }
+    return high < 0 ? std::optional(bytes) : std::nullopt;
+}
+
+std::optional<std::string> utf16_from_utf8(std::string_view text) {
+    return convert("UTF-16BE", "UTF-8", text, 2);
+}
+
+std::optional<std::string> utf8_from_utf16(std::string_view bytes) {
+    return convert("UTF-8", "UTF-16BE", bytes, 2);
+}

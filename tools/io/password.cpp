@@ -1,0 +1,195 @@
+#include "io/password.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "io/failure.h"
+#include "io/input.h"
+#include "io/record.h"
+
+namespace {
+
+// The longest line of a terminal.
+constexpr std::size_t MAX_PASSWORD_SIZE = 4095;
+
+constexpr const char* TERMINAL = "/dev/tty";
+
+class descriptor_t {
+  public:
+    explicit descriptor_t(int descriptor) : descriptor_(descriptor) {}
+    ~descriptor_t() {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
+    descriptor_t(const descriptor_t&) = delete;
+    descriptor_t& operator=(const descriptor_t&) = delete;
+
+    int get() const { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
+// Unbuffered, since a buffer would keep a copy. Returns false at the end.
+bool read_octet(int descriptor, unsigned char& out, const std::string& subject) {
+    for (;;) {
+        const ssize_t size = read(descriptor, &out, 1);
+        if (size >= 0) {
+            return size != 0;
+        }
+        if (errno != EINTR) {
+            throw failure_t(subject, std::strerror(errno));
+        }
+    }
+}
+
+// A line without its end (LF or CRLF); nothing if there is not even an empty one.
+std::optional<secret_t> read_line(int descriptor, const std::string& subject) {
+    secret_t buffer(MAX_PASSWORD_SIZE + std::string_view("\r\n").size());
+    std::size_t size = 0;
+    bool ended = false;
+    while (!ended && size < buffer.size() && read_octet(descriptor, buffer.data()[size], subject)) {
+        ended = buffer.data()[size] == '\n';
+        ++size;
+    }
+    std::string_view line = buffer.text().substr(0, size);
+    if (line.empty()) {
+        return std::nullopt;
+    }
+    if (ended) {
+        line.remove_suffix(line.ends_with("\r\n") ? 2 : 1);
+    }
+    if (line.size() > MAX_PASSWORD_SIZE) {
+        throw failure_t(subject, "a password has at most " + std::to_string(MAX_PASSWORD_SIZE) + " bytes");
+    }
+    return secret_t(line);
+}
+
+secret_t read_first_line(int descriptor, const std::string& subject) {
+    std::optional<secret_t> line = read_line(descriptor, subject);
+    if (!line.has_value()) {
+        throw failure_t(subject, "has no line with a password, not even an empty one");
+    }
+    return std::move(*line);
+}
+
+// Holds back the signals that end or stop a program, so that none does while the echo is off. They are delivered when
+// the object is destroyed.
+class held_signals_t {
+  public:
+    held_signals_t() {
+        sigemptyset(&held_);
+        for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) {
+            sigaddset(&held_, number);
+        }
+        sigprocmask(SIG_BLOCK, &held_, &before_);
+        descriptor_ = signalfd(-1, &held_, SFD_CLOEXEC);
+    }
+    ~held_signals_t() {
+        close(descriptor_);
+        sigprocmask(SIG_SETMASK, &before_, nullptr);
+    }
+    held_signals_t(const held_signals_t&) = delete;
+    held_signals_t& operator=(const held_signals_t&) = delete;
+
+    // Waits until there is something to read; returns false if a signal came first.
+    bool wait_for(int input) const {
+        pollfd waiting[] = {{input, POLLIN, 0}, {descriptor_, POLLIN, 0}};
+        while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
+        }
+        return waiting[1].revents == 0;
+    }
+
+  private:
+    sigset_t held_;
+    sigset_t before_;
+    int descriptor_;
+};
+
+// A terminal that does not show what is typed.
+class silence_t {
+  public:
+    explicit silence_t(int terminal) : terminal_(terminal) {
+        if (tcgetattr(terminal_, &before_) != 0) {
+            throw failure_t(TERMINAL, std::strerror(errno));
+        }
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
+        if (tcsetattr(terminal_, TCSAFLUSH, &silent) != 0) {
+            throw failure_t(TERMINAL, std::strerror(errno));
+        }
+    }
+    // Drops what was typed and not read: it may be half a password.
+    ~silence_t() { tcsetattr(terminal_, TCSAFLUSH, &before_); }
+    silence_t(const silence_t&) = delete;
+    silence_t& operator=(const silence_t&) = delete;
+
+  private:
+    int terminal_;
+    termios before_;
+};
+
+// A prompt that cannot be shown is no reason to stop.
+void show(int terminal, const std::string& text) {
+    static_cast<void>(!write(terminal, text.data(), text.size()));
+}
+
+// Nothing if a signal came instead.
+std::optional<secret_t> ask_once(int terminal, const std::string& prompt) {
+    const held_signals_t signals;
+    const silence_t silence(terminal);
+    show(terminal, prompt);
+    const bool answered = signals.wait_for(terminal);
+    std::optional<secret_t> answer;
+    if (answered) {
+        answer.emplace(read_first_line(terminal, TERMINAL));
+    }
+    show(terminal, "\n"); // the typed one was not shown
+    return answer;
+}
+
+} // namespace
+
+secret_t read_password_from_file(const std::string& file) {
+    const descriptor_t opened(open_to_read(file));
+    return read_first_line(opened.get(), file);
+}
+
+secret_t read_password_from_variable(const std::string& name) {
+    const char* const value = std::getenv(name.c_str());
+    if (value == nullptr) {
+        throw failure_t(name, "no such variable in the environment");
+    }
+    return secret_t(std::string_view(value));
+}
+
+secret_t read_password_from_stdin() {
+    return read_first_line(STDIN_FILENO, "(standard input)");
+}
+
+// A signal may have stopped the program only for a while, or be ignored: then it asks again.
+secret_t ask_for_password(const std::string& what_for) {
+    const descriptor_t terminal(open(TERMINAL, O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (terminal.get() < 0) {
+        throw failure_t(what_for, "there is no terminal to ask for the password at");
+    }
+    const std::string prompt = "Password for " + shown_text_t(what_for).str() + ": ";
+    for (;;) {
+        std::optional<secret_t> answer = ask_once(terminal.get(), prompt);
+        if (answer.has_value()) {
+            return std::move(*answer);
+        }
+    }
+}
