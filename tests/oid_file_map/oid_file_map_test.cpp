@@ -1,45 +1,47 @@
-// The ready-made map that holds the built-in table and, behind it, the lines of qaroids.cfg.
-#include <fcntl.h>
+// The built-in table followed by the lines of qaroids.cfg: the ready-made map, which is made when this program starts, and
+// maps that each case makes in the same way.
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <sstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "probe_etc_dir.h"
+#include "asn/oid_map.h"
+#include "platform/system_etc_dir.h"
 #include "support/expect.h"
-#include "testing/bytes.h"
+#include "support/oid_maps.h"
+#include "testing/failing_allocator.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_view_literals;
 
-using lines_t = std::vector<std::string>;
-using environment_t = std::map<std::string, std::string>;
+// What systemEtcDir() does and returns. They need no constructor: the ready-made map asks before any runs.
+void (*on_lookup)() = nullptr;
+const char* etc_dir = OID_FILE_MAP_ETC_DIR;
+int num_lookups = 0;
 
-// Long enough for the slowest machine: it only ends a probe that hangs.
-constexpr unsigned int HANG_SECONDS = 120;
+const int NUM_LOOKUPS_AT_START = num_lookups;
+
 constexpr std::size_t NUM_BUILT_IN = 23;
-const char* const CFG = "qaroids.cfg";
-
-std::string read_whole(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
+const lines_t NOTHING = {};
+const char* const COMMON_NAME = "55 04 03|2.5.4.3|CN|commonName";
 
 void write_whole(const fs::path& path, std::string_view content) {
     std::ofstream out(path, std::ios::binary);
@@ -50,362 +52,275 @@ void write_whole(const fs::path& path, std::string_view content) {
     }
 }
 
-// A folder that is gone after the test, open to everybody: a probe may have become another user.
-class temporary_folder_t {
-  public:
-    temporary_folder_t() {
-        std::string name = (fs::temp_directory_path() / "oid_file_map_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr || chmod(name.c_str(), 0755) != 0) {
-            throw std::runtime_error("cannot make " + name);
-        }
-        path_ = name;
-    }
-    ~temporary_folder_t() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    temporary_folder_t(const temporary_folder_t&) = delete;
-    temporary_folder_t& operator=(const temporary_folder_t&) = delete;
-
-    const fs::path& path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
-
-// What one probe said and how it ended.
-struct report_t {
-    int wait_status = -1;
-    std::vector<lines_t> answers;
-
-    bool exited_with(int status) const { return WIFEXITED(wait_status) && WEXITSTATUS(wait_status) == status; }
-};
-
-std::string show_end(int wait_status) {
-    if (WIFSIGNALED(wait_status)) {
-        return std::string("ended by signal ") + strsignal(WTERMSIG(wait_status));
-    }
-    return "exit status " + std::to_string(WEXITSTATUS(wait_status));
-}
-
-std::vector<lines_t> split_answers(const std::string& output) {
-    std::vector<lines_t> answers;
-    lines_t answer;
-    std::istringstream in(output);
-    for (std::string line; std::getline(in, line);) {
-        if (line != ".") {
-            answer.push_back(line);
-            continue;
-        }
-        answers.push_back(answer);
-        answer.clear();
-    }
-    return answers;
-}
-
-// Descriptors, not streams: what this process has not flushed yet is none of the probe's business.
-bool redirect(int descriptor, const fs::path& path, int flags) {
-    const int opened = open(path.c_str(), flags, 0644);
-    return opened >= 0 && dup2(opened, descriptor) == descriptor;
-}
-
-[[noreturn]] void become_probe(const fs::path& folder, const environment_t& environment) {
-    for (const auto& [name, value] : environment) {
-        setenv(name.c_str(), value.c_str(), 1);
-    }
-    if (redirect(STDIN_FILENO, folder / "questions", O_RDONLY) &&
-        redirect(STDOUT_FILENO, folder / "answers", O_WRONLY | O_CREAT | O_TRUNC) && chdir(folder.c_str()) == 0) {
-        alarm(HANG_SECONDS);
-        execl(OID_FILE_MAP_PROBE, OID_FILE_MAP_PROBE, static_cast<char*>(nullptr));
-    }
-    _exit(126);
+void limit_descriptors(rlim_t limit) {
+    rlimit limits = {};
+    getrlimit(RLIMIT_NOFILE, &limits);
+    limits.rlim_cur = std::min(limit, limits.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limits);
 }
 
 class oid_file_map : public testing::Test {
   protected:
-    // The configuration directory: a folder of its own in the temporary one.
-    fs::path etc() const { return folder_.path() / "etc"; }
-    fs::path cfg() const { return etc() / CFG; }
-
-    void SetUp() override { fs::create_directory(etc()); }
-
-    // Starts a probe in the temporary folder and puts the questions to it.
-    report_t ask(const lines_t& questions, const environment_t& environment) {
-        std::string text;
-        for (const std::string& question : questions) {
-            text += question + "\n";
+    // The configuration directory is a folder inside a temporary one that everybody can read.
+    void SetUp() override {
+        std::string name = (fs::temp_directory_path() / "oid_file_map_XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr || chmod(name.c_str(), 0755) != 0) {
+            throw std::runtime_error("cannot make " + name);
         }
-        write_whole(folder_.path() / "questions", text);
-        report_t report;
-        const pid_t probe = fork();
-        if (probe == 0) {
-            become_probe(folder_.path(), environment);
-        }
-        if (probe < 0 || waitpid(probe, &report.wait_status, 0) != probe) {
-            throw std::runtime_error("cannot run the probe");
-        }
-        report.answers = split_answers(read_whole(folder_.path() / "answers"));
-        return report;
+        folder_ = name;
+        fs::create_directory(folder_ / "etc");
+        use_directory(folder_.string() + "/etc/");
+        alarm(120); // ends what hangs on the slowest machine too
+    }
+    void TearDown() override {
+        alarm(0);
+        on_lookup = nullptr;
+        fs::remove_all(folder_);
     }
 
-    report_t ask(const lines_t& questions) { return ask(questions, {{PROBE_ETC_DIR, etc().string() + "/"}}); }
+    fs::path cfg() const { return folder_ / "etc/qaroids.cfg"; }
 
-    // The lines that the file added, on a probe that must end well. What stands before them must be the built-in
-    // table, and the map without the file must hold that alone.
-    lines_t added_lines(const environment_t& environment) {
-        const report_t report = ask({"default list", "file list", "calls"}, environment);
-        EXPECT_TRUE(report.exited_with(0)) << show_end(report.wait_status);
-        if (report.answers.size() != 3) {
-            ADD_FAILURE() << "the probe gave " << report.answers.size() << " answers";
-            return {"no answer"};
-        }
-        const lines_t& built_in = report.answers[0];
-        lines_t all = report.answers[1];
-        EXPECT_EQ(built_in.size(), NUM_BUILT_IN);
-        EXPECT_EQ(built_in.front(), "550403|2.5.4.3|CN|commonName");
-        EXPECT_EQ(built_in.back(), "2B060104012A020B0201|1.3.6.1.4.1.42.2.11.2.1|SUNIP|ipAddress");
-        EXPECT_EQ(report.answers[2], lines_t{"1"}) << "the directory is asked for once";
-        if (all.size() < built_in.size()) {
-            ADD_FAILURE() << "only " << all.size() << " entries";
-            return {"no answer"};
-        }
-        const auto added = all.begin() + static_cast<lines_t::difference_type>(built_in.size());
-        EXPECT_EQ(lines_t(all.begin(), added), built_in);
-        return lines_t(added, all.end());
+    void use_directory(std::string text) {
+        directory_ = std::move(text);
+        etc_dir = directory_.c_str();
     }
 
-    lines_t added_lines() { return added_lines({{PROBE_ETC_DIR, etc().string() + "/"}}); }
-
-    // Asks one thing a line and compares with one line of answer.
-    void expect_answers(const std::vector<std::pair<std::string, std::string>>& expected) {
-        lines_t questions;
-        for (const auto& [question, answer] : expected) {
-            questions.push_back(question);
-        }
-        const report_t report = ask(questions);
-        EXPECT_TRUE(report.exited_with(0)) << show_end(report.wait_status);
-        ASSERT_EQ(report.answers.size(), expected.size());
-        for (std::size_t i = 0; i < expected.size(); ++i) {
-            EXPECT_EQ(report.answers[i], lines_t{expected[i].second}) << expected[i].first;
-        }
+    // What the file adds to the built-in table in a new map.
+    static lines_t added_lines() {
+        num_lookups = 0;
+        const default_file_oid_map_t map;
+        limit_descriptors(RLIM_INFINITY);
+        EXPECT_EQ(num_lookups, 1);
+        lines_t lines = show_all(map.entries);
+        const auto added = lines.begin() + std::min<std::ptrdiff_t>(NUM_BUILT_IN, std::ssize(lines));
+        EXPECT_EQ(lines_t(lines.begin(), added), show_all(OID_MAP_HANDLE_DEFAULT.map->entries));
+        return lines_t(added, lines.end());
     }
 
-    temporary_folder_t folder_;
+    void expect_added(std::string_view content, const lines_t& lines) const {
+        write_whole(cfg(), content);
+        EXPECT_EQ(added_lines(), lines) << content;
+    }
+
+    fs::path folder_;
+    std::string directory_;
 };
 
-const lines_t NOTHING;
-
-// ---- what stands at the path ----
-
-TEST_F(oid_file_map, file_adds_its_lines_behind_the_built_in_ones) {
-    write_whole(cfg(), "# ours\n1.2.643.3.131.1.1 = INN, taxpayer\n1.2.643.100.1 = ogrn\n\n3.1 = BAD\n");
-    EXPECT_EQ(added_lines(),
-              (lines_t{"2A85030381030101|1.2.643.3.131.1.1|INN|taxpayer", "2A85036401|1.2.643.100.1|OGRN|"}));
-    expect_answers({{"file sn inn", "2A85030381030101|1.2.643.3.131.1.1|INN|taxpayer"},
-                    {"file str 1.2.643.100.1", "2A85036401|1.2.643.100.1|OGRN|"},
-                    {"file asn 2A85036401", "2A85036401|1.2.643.100.1|OGRN|"},
-                    {"default sn inn", "none"},
-                    {"default str 1.2.643.100.1", "none"},
-                    {"default asn 2A85036401", "none"}});
+TEST(oid_file_map_at_start, holds_the_lines_of_the_file_and_the_other_map_does_not) {
+    EXPECT_EQ(NUM_LOOKUPS_AT_START, 1) << "the directory is asked for once";
+    EXPECT_EQ(OID_MAP_HANDLE_DEFAULT.map->entries.size(), NUM_BUILT_IN);
+    EXPECT_EQ(OID_MAP_HANDLE_DEFAULT_FILE.map->entries.size(), NUM_BUILT_IN + 1);
+    const std::string_view line = "2A 85 03 64 01|1.2.643.100.1|OGRN|";
+    expect_found(OID_MAP_HANDLE_DEFAULT_FILE, line, {"sn OGRN", "sn ogrn", "str 1.2.643.100.1", "asn 2A 85 03 64 01"});
+    expect_found(OID_MAP_HANDLE_DEFAULT, "none", {"sn OGRN", "sn ogrn", "str 1.2.643.100.1", "asn 2A 85 03 64 01"});
+    expect_found(OID_MAP_HANDLE_DEFAULT_FILE, COMMON_NAME, {"sn cn"});
 }
 
-TEST_F(oid_file_map, absent_file_adds_nothing) {
-    EXPECT_EQ(added_lines(), NOTHING);
-}
+// ---- the file ----
 
-TEST_F(oid_file_map, absent_directory_adds_nothing) {
-    EXPECT_EQ(added_lines({{PROBE_ETC_DIR, (folder_.path() / "nowhere").string() + "/"}}), NOTHING);
-}
-
-TEST_F(oid_file_map, empty_file_adds_nothing) {
-    write_whole(cfg(), "");
-    EXPECT_EQ(added_lines(), NOTHING);
-}
-
-TEST_F(oid_file_map, unreadable_file_adds_nothing) {
-    const environment_t as_nobody = {{PROBE_ETC_DIR, etc().string() + "/"}, {PROBE_DROP_ROOT, "1"}};
-    write_whole(cfg(), "1.2.3 = FOO\n");
-    const report_t readable = ask({"file sn FOO"}, as_nobody);
-    if (readable.exited_with(PROBE_CANNOT_DROP_ROOT)) {
-        GTEST_SKIP() << "root reads every file and cannot become another user here";
-    }
-    if (readable.exited_with(0) && readable.answers == std::vector<lines_t>{{"none"}}) {
-        GTEST_SKIP() << "nobody cannot reach " << folder_.path() << ", readable or not";
-    }
-    ASSERT_EQ(readable.answers, std::vector<lines_t>{{"2A03|1.2.3|FOO|"}}) << show_end(readable.wait_status);
-    ASSERT_EQ(chmod(cfg().c_str(), 0), 0);
-    EXPECT_EQ(added_lines(as_nobody), NOTHING);
-}
-
-TEST_F(oid_file_map, file_that_no_descriptor_is_left_for_adds_nothing) {
-    write_whole(cfg(), "1.2.3 = FOO\n");
-    EXPECT_EQ(added_lines({{PROBE_ETC_DIR, etc().string() + "/"}, {PROBE_NO_DESCRIPTORS, "1"}}), NOTHING);
-}
-
-TEST_F(oid_file_map, directory_in_its_place_adds_nothing) {
-    fs::create_directory(cfg());
-    EXPECT_EQ(added_lines(), NOTHING);
-}
-
-TEST_F(oid_file_map, pipe_in_its_place_adds_nothing_and_is_not_waited_for) {
-    ASSERT_EQ(mkfifo(cfg().c_str(), 0644), 0) << std::strerror(errno);
-    EXPECT_EQ(added_lines(), NOTHING);
-}
-
-TEST_F(oid_file_map, device_in_its_place_adds_nothing_and_is_not_read_for_ever) {
-    for (const char* const device : {"/dev/null", "/dev/zero"}) {
-        SCOPED_TRACE(device);
+TEST_F(oid_file_map, what_is_no_readable_file_adds_nothing) {
+    const auto link_to = [&](const char* target) { fs::create_symlink(target, cfg()); };
+    const auto on_lookup_with_a_file = [&](void (*action)()) {
+        write_whole(cfg(), "1.2.3 = FOO\n");
+        on_lookup = action;
+    };
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"no file", [] {}},
+        {"an empty file", [&] { write_whole(cfg(), ""); }},
+        {"a directory", [&] { fs::create_directory(cfg()); }},
+        {"a pipe, which is not waited for", [&] { ASSERT_EQ(mkfifo(cfg().c_str(), 0644), 0); }},
+        {"an empty device", [&] { link_to("/dev/null"); }},
+        {"a device, which is not read for ever", [&] { link_to("/dev/zero"); }},
+        {"a link to nowhere", [&] { link_to("nowhere.cfg"); }},
+        {"a link to itself", [&] { link_to("qaroids.cfg"); }},
+        {"no descriptor left", [&] { on_lookup_with_a_file([] { limit_descriptors(0); }); }},
+        {"an exception", [&] { on_lookup_with_a_file([] { throw std::runtime_error("no directory"); }); }},
+        {"no memory", [&] { on_lookup_with_a_file([] { throw std::bad_alloc(); }); }},
+        {"another exception", [&] { on_lookup_with_a_file([] { throw 1; }); }},
+        {"no directory", [&] { use_directory((folder_ / "nowhere/").string()); }},
+    };
+    for (const auto& [name, prepare] : cases) {
+        SCOPED_TRACE(name);
         fs::remove(cfg());
-        fs::create_symlink(device, cfg());
+        on_lookup = nullptr;
+        prepare();
         EXPECT_EQ(added_lines(), NOTHING);
     }
 }
 
-TEST_F(oid_file_map, dangling_symbolic_link_adds_nothing) {
-    fs::create_symlink("nowhere.cfg", cfg());
-    EXPECT_EQ(added_lines(), NOTHING);
+constexpr int CANNOT_DROP_ROOT = 77;
+
+// In a process of its own: the number of lines that the file adds for a user who is not root.
+int num_lines_for_nobody() {
+    constexpr unsigned int NOBODY = 65534;
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(NOBODY) != 0 || setuid(NOBODY) != 0)) {
+            _exit(CANNOT_DROP_ROOT);
+        }
+        _exit(static_cast<int>(default_file_oid_map_t().entries.size() - NUM_BUILT_IN));
+    }
+    int status = -1;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(oid_file_map, symbolic_link_to_itself_adds_nothing) {
-    fs::create_symlink(CFG, cfg());
-    EXPECT_EQ(added_lines(), NOTHING);
+TEST_F(oid_file_map, unreadable_file_adds_nothing) {
+    write_whole(cfg(), "1.2.3 = FOO\n");
+    const int num_lines = num_lines_for_nobody();
+    if (num_lines == CANNOT_DROP_ROOT) {
+        GTEST_SKIP() << "root reads every file and cannot become another user here";
+    }
+    if (num_lines == 0) {
+        GTEST_SKIP() << "nobody cannot reach " << folder_ << ", readable or not";
+    }
+    ASSERT_EQ(num_lines, 1);
+    ASSERT_EQ(chmod(cfg().c_str(), 0), 0);
+    EXPECT_EQ(num_lines_for_nobody(), 0);
 }
 
 TEST_F(oid_file_map, symbolic_link_is_followed) {
-    write_whole(etc() / "elsewhere.cfg", "1.2.3 = FOO\n");
+    write_whole(folder_ / "etc/elsewhere.cfg", "1.2.3 = FOO\n");
     fs::create_symlink("elsewhere.cfg", cfg());
-    EXPECT_EQ(added_lines(), (lines_t{"2A03|1.2.3|FOO|"}));
+    EXPECT_EQ(added_lines(), (lines_t{"2A 03|1.2.3|FOO|"}));
+}
+
+TEST_F(oid_file_map, path_is_the_directory_and_the_file_name_and_nothing_between_them) {
+    write_whole(folder_ / "etcqaroids.cfg", "1.2.3 = BESIDE\n");
+    write_whole(folder_ / "qaroids.cfg", "1.2.3 = HERE\n");
+    write_whole(folder_ / "etc/qaroids.cfg.bak", "1.2.3 = OTHER\n");
+    write_whole(folder_ / "etc/QAROIDS.CFG", "1.2.3 = OTHER\n");
+    EXPECT_EQ(added_lines(), NOTHING);
+    expect_added("1.2.3 = INSIDE\n", {"2A 03|1.2.3|INSIDE|"});
+    use_directory((folder_ / "etc").string());
+    EXPECT_EQ(added_lines(), (lines_t{"2A 03|1.2.3|BESIDE|"}));
+    const fs::path before = fs::current_path();
+    fs::current_path(folder_);
+    use_directory("");
+    EXPECT_EQ(added_lines(), (lines_t{"2A 03|1.2.3|HERE|"}));
+    fs::current_path(before);
 }
 
 TEST_F(oid_file_map, file_of_10_megabytes_loads_and_all_of_it_is_found) {
-    constexpr std::size_t LINE_SIZE = 1000;
-    constexpr std::size_t FILE_SIZE = 10 * 1024 * 1024;
     std::string text;
-    lines_t questions;
-    lines_t answers;
-    for (unsigned int i = 0; text.size() < FILE_SIZE; ++i) {
-        // 16,384 to 2,097,151 takes three octets.
-        const unsigned int arc = 16384 + i;
-        const unsigned char octets[] = {0x2A, 0x03, static_cast<unsigned char>(0x80 | arc >> 14),
-                                        static_cast<unsigned char>(0x80 | (arc >> 7 & 0x7F)),
-                                        static_cast<unsigned char>(arc & 0x7F)};
-        std::string der = to_hex(octets, sizeof octets);
-        std::erase(der, ' ');
-        const std::string oid = "1.2.3." + std::to_string(arc);
-        const std::string short_name = "NAME" + std::to_string(i);
-        std::string line = oid + " = " + short_name + ", ";
-        const std::string long_name(LINE_SIZE - 1 - line.size(), 'x');
-        text += line + long_name + "\n";
-        const std::string entry = der + "|" + oid + "|" + short_name + "|" + long_name;
-        const std::string keys[] = {"asn " + der, "str " + oid, "sn " + short_name};
-        questions.push_back("file " + keys[i % 3]);
-        answers.push_back(entry);
+    std::size_t num_lines = 0;
+    for (; text.size() < 10 * 1024 * 1024; ++num_lines) {
+        const std::string number = std::to_string(num_lines);
+        text += "1.2.3." + number + " = NAME" + number + ", " + std::string(1000, 'x') + "\n";
     }
     write_whole(cfg(), text);
-    const report_t report = ask(questions);
-    ASSERT_TRUE(report.exited_with(0)) << show_end(report.wait_status);
-    ASSERT_EQ(report.answers.size(), questions.size());
-    for (std::size_t i = 0; i < questions.size(); ++i) {
-        ASSERT_EQ(report.answers[i], lines_t{answers[i]}) << questions[i];
-    }
-}
-
-// ---- the path ----
-
-TEST_F(oid_file_map, no_separator_is_put_between_directory_and_file_name) {
-    write_whole(cfg(), "1.2.3 = INSIDE\n");
-    write_whole(etc().string() + CFG, "1.2.3 = BESIDE\n");
-    EXPECT_EQ(added_lines({{PROBE_ETC_DIR, etc().string() + "/"}}), (lines_t{"2A03|1.2.3|INSIDE|"}));
-    EXPECT_EQ(added_lines({{PROBE_ETC_DIR, etc().string()}}), (lines_t{"2A03|1.2.3|BESIDE|"}));
-}
-
-TEST_F(oid_file_map, empty_directory_text_leaves_the_bare_file_name) {
-    write_whole(folder_.path() / CFG, "1.2.3 = HERE\n"); // the probe runs in this folder
-    EXPECT_EQ(added_lines({{PROBE_ETC_DIR, ""}}), (lines_t{"2A03|1.2.3|HERE|"}));
-}
-
-TEST_F(oid_file_map, other_files_of_the_directory_are_not_read) {
-    write_whole(etc() / "qaroids.cfg.bak", "1.2.3 = FOO\n");
-    write_whole(etc() / "QAROIDS.CFG", "1.2.3 = FOO\n");
-    EXPECT_EQ(added_lines(), NOTHING);
-}
-
-TEST_F(oid_file_map, failing_directory_lookup_leaves_the_built_in_table_alone) {
-    write_whole(cfg(), "1.2.3 = FOO\n");
-    for (const char* const what : {"exception", "bad_alloc", "int"}) {
-        SCOPED_TRACE(what);
-        EXPECT_EQ(added_lines({{PROBE_ETC_DIR, etc().string() + "/"}, {PROBE_THROW, what}}), NOTHING);
+    default_file_oid_map_t map;
+    ASSERT_EQ(map.entries.size(), NUM_BUILT_IN + num_lines);
+    auto entry = std::next(map.entries.begin(), NUM_BUILT_IN);
+    for (std::size_t i = 0; i < num_lines; ++i, ++entry) {
+        const std::string number = std::to_string(i);
+        ASSERT_EQ(find_str({&map}, "1.2.3." + number), &*entry);
+        ASSERT_EQ(find_sn({&map}, "name" + number), &*entry);
+        ASSERT_EQ(find_asn({&map}, as_chars(entry->oid_asn, entry->oid_asn_size)), &*entry);
+        ASSERT_EQ(entry->oid_ln, std::string(1000, 'x'));
     }
 }
 
 // ---- its lines ----
 
-struct content_case_t {
-    const char* name;
-    std::string_view content;
-    lines_t added;
-};
-
-class oid_file_map_content : public oid_file_map, public testing::WithParamInterface<content_case_t> {};
-
-TEST_P(oid_file_map_content, adds) {
-    write_whole(cfg(), GetParam().content);
-    EXPECT_EQ(added_lines(), GetParam().added);
+TEST_F(oid_file_map, lines_have_any_line_end_and_may_be_odd) {
+    const lines_t two_lines = {"2A 01|1.2.1|A|first name", "2A 02|1.2.2|B|second name"};
+    for (const std::string_view content :
+         {"1.2.1 = A, first name\n1.2.2 = B, second name\n"sv, "1.2.1 = A, first name\r1.2.2 = B, second name\r"sv,
+          "1.2.1 = A, first name\r\n1.2.2 = B, second name\r\n"sv,
+          "\r\r\n1.2.1 = A, first name\n\r\n1.2.2 = B, second name\r"sv,
+          "1.2.1 = A, first name\n1.2.2 = B, second name"sv,
+          "\0\0\0\n1.2.1 = A, first name\n\0\n1.2.2 = B, second name"sv,
+          "1.2.1 = A, first name\n\x1A\n1.2.2 = B, second name"sv}) {
+        expect_added(content, two_lines);
+    }
+    for (const char* const content : {"1", "\n", "# a\n; b\nabc = X\n"}) {
+        expect_added(content, {});
+    }
+    expect_added("1.2.1 = A, first name\n1.2.2 ", {two_lines[0]});
 }
 
-const lines_t TWO_LINES = {"2A01|1.2.1|A|first name", "2A02|1.2.2|B|second name"};
-
-INSTANTIATE_TEST_SUITE_P(
-    line_ends, oid_file_map_content,
-    testing::Values(content_case_t{"LF", "1.2.1 = A, first name\n1.2.2 = B, second name\n", TWO_LINES},
-                    content_case_t{"CR", "1.2.1 = A, first name\r1.2.2 = B, second name\r", TWO_LINES},
-                    content_case_t{"CRLF", "1.2.1 = A, first name\r\n1.2.2 = B, second name\r\n", TWO_LINES},
-                    content_case_t{"mixed", "\r\r\n1.2.1 = A, first name\n\r\n1.2.2 = B, second name\r", TWO_LINES},
-                    content_case_t{"missing_at_the_end", "1.2.1 = A, first name\n1.2.2 = B, second name", TWO_LINES}),
-    case_name_t());
-
-INSTANTIATE_TEST_SUITE_P(
-    odd_files, oid_file_map_content,
-    testing::Values(
-        content_case_t{"one_byte", "1", {}}, content_case_t{"one_line_end", "\n", {}},
-        content_case_t{"comments_alone", "# a\n; b\nabc = X\n", {}},
-        content_case_t{"zero_bytes", "\0\0\0\n1.2.1 = A, first name\n\0\n1.2.2 = B, second name"sv, TWO_LINES},
-        content_case_t{"end_of_file_character", "1.2.1 = A, first name\n\x1A\n1.2.2 = B, second name", TWO_LINES},
-        content_case_t{"line_cut_short", "1.2.1 = A, first name\n1.2.2 ", {TWO_LINES[0]}}),
-    case_name_t());
-
-TEST_F(oid_file_map, built_in_entry_wins_by_DER) {
-    write_whole(cfg(), "2.5.4.03 = NAME, ours\n");
-    expect_answers({{"file asn 550403", "550403|2.5.4.3|CN|commonName"},
-                    {"file str 2.5.4.3", "550403|2.5.4.3|CN|commonName"},
-                    {"file sn CN", "550403|2.5.4.3|CN|commonName"},
-                    {"file str 2.5.4.03", "550403|2.5.4.03|NAME|ours"},
-                    {"file sn NAME", "550403|2.5.4.03|NAME|ours"}});
+TEST_F(oid_file_map, earlier_entry_wins_by_DER_text_and_short_name) {
+    const auto map_with = [&](const char* content) {
+        write_whole(cfg(), content);
+        return std::make_unique<default_file_oid_map_t>();
+    };
+    auto map = map_with("2.5.4.03 = NAME, ours\n");
+    expect_found({map.get()}, COMMON_NAME, {"asn 55 04 03", "str 2.5.4.3", "sn CN"});
+    expect_found({map.get()}, "55 04 03|2.5.4.03|NAME|ours", {"str 2.5.4.03", "sn NAME"});
+    map = map_with("2.5.4.3 = NAME, ours\n");
+    expect_found({map.get()}, COMMON_NAME, {"asn 55 04 03", "str 2.5.4.3", "sn CN"});
+    expect_found({map.get()}, "55 04 03|2.5.4.3|NAME|ours", {"sn NAME"});
+    map = map_with("1.2.3 = cn, ours\n");
+    expect_found({map.get()}, COMMON_NAME, {"sn cn"});
+    expect_found({map.get()}, "2A 03|1.2.3|CN|ours", {"asn 2A 03", "str 1.2.3"});
+    map = map_with("1.2.3 = FOO, one\n1.2.3 = BAR, two\n1.2.4 = FOO, three\n");
+    expect_found({map.get()}, "2A 03|1.2.3|FOO|one", {"asn 2A 03", "sn FOO"});
+    expect_found({map.get()}, "2A 03|1.2.3|BAR|two", {"sn BAR"});
+    expect_found({map.get()}, "2A 04|1.2.4|FOO|three", {"asn 2A 04"});
 }
 
-TEST_F(oid_file_map, built_in_entry_wins_by_text_and_the_new_short_name_leads_to_the_new_entry) {
-    write_whole(cfg(), "2.5.4.3 = NAME, ours\n");
-    expect_answers({{"file asn 550403", "550403|2.5.4.3|CN|commonName"},
-                    {"file str 2.5.4.3", "550403|2.5.4.3|CN|commonName"},
-                    {"file sn CN", "550403|2.5.4.3|CN|commonName"},
-                    {"file sn NAME", "550403|2.5.4.3|NAME|ours"},
-                    {"default sn NAME", "none"}});
+// ---- without memory ----
+
+constexpr std::size_t NUM_LINES = 25;
+
+std::string short_name(std::size_t i) {
+    return "SHORT" + std::to_string(100 + i);
 }
 
-TEST_F(oid_file_map, built_in_entry_wins_by_short_name) {
-    write_whole(cfg(), "1.2.3 = cn, ours\n");
-    expect_answers({{"file sn cn", "550403|2.5.4.3|CN|commonName"},
-                    {"file asn 2A03", "2A03|1.2.3|CN|ours"},
-                    {"file str 1.2.3", "2A03|1.2.3|CN|ours"},
-                    {"default str 1.2.3", "none"}});
+std::size_t num_known_lines(default_file_oid_map_t& map) {
+    std::size_t known = 0;
+    while (known < NUM_LINES && find_sn({&map}, short_name(known)) != nullptr) {
+        ++known;
+    }
+    return known;
 }
 
-TEST_F(oid_file_map, first_line_of_the_file_wins_over_later_ones) {
-    write_whole(cfg(), "1.2.3 = FOO, one\n1.2.3 = BAR, two\n1.2.4 = FOO, three\n");
-    expect_answers({{"file asn 2A03", "2A03|1.2.3|FOO|one"},
-                    {"file sn FOO", "2A03|1.2.3|FOO|one"},
-                    {"file sn BAR", "2A03|1.2.3|BAR|two"},
-                    {"file asn 2A04", "2A04|1.2.4|FOO|three"}});
+std::ptrdiff_t num_open_files() {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
+// A failure in the built-in table is an exception; after it the map keeps the lines of the file that memory sufficed for.
+TEST_F(oid_file_map, without_memory_holds_the_built_in_table_and_the_lines_before_the_failure) {
+    std::string text;
+    for (std::size_t i = 0; i < NUM_LINES; ++i) {
+        text += "1.2.643." + std::to_string(100 + i) + " = " + short_name(i) + ", a long name\n";
+    }
+    write_whole(cfg(), text);
+    const std::ptrdiff_t open_before = num_open_files();
+    std::size_t num_without_table = 0;
+    std::size_t least_known = NUM_LINES;
+    std::size_t failing = 0;
+    for (bool done = false; !done;) {
+        SCOPED_TRACE("allocation " + std::to_string(++failing));
+        const std::ptrdiff_t live_before = allocator.num_live;
+        try {
+            watched_allocations_t watched(failing);
+            default_file_oid_map_t map;
+            done = allocator.num_allocations < failing;
+            allocator.watching = false;
+            const std::size_t known = num_known_lines(map);
+            least_known = std::min(least_known, known);
+            EXPECT_EQ(done, known == NUM_LINES);
+            EXPECT_LE(NUM_BUILT_IN + known, map.entries.size());
+            // Of the line that failed there may be an entry that not all keys lead to.
+            EXPECT_GE(NUM_BUILT_IN + known + 1, map.entries.size());
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ(++num_without_table, failing) << "only until the table is made";
+        }
+        ASSERT_EQ(live_before, allocator.num_live);
+        ASSERT_EQ(open_before, num_open_files());
+    }
+    EXPECT_EQ(0U, least_known);
+    EXPECT_LT(NUM_BUILT_IN, num_without_table);
+    EXPECT_LT(num_without_table + NUM_LINES, failing - 1);
 }
 
 } // namespace
+
+std::string systemEtcDir() {
+    ++num_lookups;
+    if (on_lookup != nullptr) {
+        on_lookup();
+    }
+    return etc_dir;
+}

@@ -4,13 +4,14 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "derkit/int2str.h"
 #include "support/expect.h"
 #include "testing/bytes.h"
 
 namespace {
+
+using namespace std::string_view_literals;
 
 std::string all_bytes() {
     std::string bytes;
@@ -20,12 +21,12 @@ std::string all_bytes() {
     return bytes;
 }
 
-// The text, written into a block of that size.
-std::string written(std::string_view bytes, std::size_t size, char sep) {
+// Converts into a string of that size, at a place in it.
+std::string written(std::string_view bytes, std::size_t size, char sep, std::size_t place = 0) {
     const exact_bytes_t input(bytes);
-    std::vector<char> block(size, '?');
-    TO_HEX_STRING(input.data(), input.size(), block.data(), sep);
-    return std::string(block.begin(), block.end());
+    std::string out(size, '?');
+    TO_HEX_STRING(input.data(), input.size(), &out[place], sep);
+    return out;
 }
 
 std::string appended(std::string_view before, std::string_view bytes, char sep) {
@@ -35,84 +36,66 @@ std::string appended(std::string_view before, std::string_view bytes, char sep) 
     return out;
 }
 
-struct hex_case_t {
-    const char* name;
-    const char* bytes;
-    char sep;
-    std::string text;
-};
-const hex_case_t TEXTS[] = {
-    {"without_separator", "00 AB 10", '\0', "00AB10"},
-    {"with_separator", "00 AB 10", ':', "00:AB:10"},
-    {"blank_as_separator", "DE AD BE EF", ' ', "DE AD BE EF"},
-    {"digit_as_separator", "12 34", '0', "12034"},
-    {"separator_above_ascii", "12 34", '\xFF',
-     "12\xFF"
-     "34"},
-    {"high_half_first", "1F", '\0', "1F"},
-    {"one_byte_has_no_separator", "0A", ':', "0A"},
-    {"two_bytes", "FF 00", '-', "FF-00"},
-};
-
-TEST(hex, is_written_into_just_enough_room_or_appended) {
-    for (const hex_case_t& c : TEXTS) {
-        const std::string bytes = from_hex(c.bytes);
-        EXPECT_EQ(c.text, written(bytes, c.text.size(), c.sep)) << c.name;
-        EXPECT_EQ(c.text + "???", written(bytes, c.text.size() + 3, c.sep)) << c.name;
-        EXPECT_EQ(c.text, appended("", bytes, c.sep)) << c.name;
-        EXPECT_EQ("before" + c.text, appended("before", bytes, c.sep)) << c.name;
+// Written into just enough room or more, and appended.
+void expect_text(const std::string& text, std::string_view bytes, char sep) {
+    EXPECT_TRUE(same_bytes(text, written(bytes, text.size(), sep)));
+    EXPECT_TRUE(same_bytes(text + "???", written(bytes, text.size() + 3, sep)));
+    for (const std::string_view before : {""sv, "before"sv, "\0a\0"sv}) {
+        EXPECT_TRUE(same_bytes(std::string(before) + text, appended(before, bytes, sep)));
     }
 }
 
-TEST(hex, of_every_byte) {
-    const std::string text = to_hex(all_bytes());
-    EXPECT_EQ(text, written(all_bytes(), text.size(), ' '));
-    EXPECT_EQ(text, appended("", all_bytes(), ' '));
+TEST(hex, two_digits_a_byte_and_a_separator_between_bytes) {
+    const struct {
+        const char* bytes;
+        char sep;
+        const char* text;
+    } cases[] = {{"00 AB 10", '\0', "00AB10"},
+                 {"00 AB 10", ':', "00:AB:10"},
+                 {"DE AD BE EF", ' ', "DE AD BE EF"},
+                 {"12 34", '0', "12034"},
+                 {"12 34", '\xFF', "12\xFF\x33\x34"},
+                 {"1F", '\0', "1F"},
+                 {"0A", ':', "0A"},
+                 {"FF 00", '-', "FF-00"}};
+    for (const auto& c : cases) {
+        expect_text(c.text, from_hex(c.bytes), c.sep);
+    }
+    expect_text(to_hex(all_bytes()), all_bytes(), ' ');
 }
 
-// Long texts are converted in blocks, the last of which overlaps the one before it, wherever they begin.
+// Long texts are converted in blocks, the last of which overlaps the one before it.
 TEST(hex, without_separator_is_the_same_at_every_size_and_address) {
     const std::string bytes = all_bytes() + all_bytes();
     std::string text = to_hex(bytes);
-    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+    std::erase(text, ' ');
     for (std::size_t size = 1; size <= 256; ++size) {
         for (const std::size_t start : {std::size_t{0}, size}) {
             ASSERT_EQ(text.substr(2 * start, 2 * size), written(bytes.substr(start, size), 2 * size, '\0'))
                 << size << " bytes from " << start;
         }
     }
-    const exact_bytes_t input(bytes);
-    for (const unsigned int size : {1U, 15U, 16U, 17U, 31U, 32U, 33U, 63U, 64U, 65U}) {
-        for (unsigned int start = 0; start <= 32; ++start) {
-            const std::string before(start, '?');
-            std::string out = before + std::string(2 * size + 32, '?');
-            TO_HEX_STRING(input.data() + start, size, &out[start], '\0');
-            ASSERT_EQ(before + text.substr(2 * start, 2 * size) + std::string(32, '?'), out)
-                << size << " bytes from " << start;
+    for (const std::size_t size : {1, 15, 16, 17, 31, 32, 33, 63, 64, 65}) {
+        for (std::size_t place = 0; place <= 32; ++place) {
+            const std::string digits = text.substr(2 * place, 2 * size);
+            ASSERT_EQ(std::string(place, '?') + digits + std::string(32, '?'),
+                      written(std::string_view(bytes).substr(place, size), place + 2 * size + 32, '\0', place))
+                << size << " bytes to " << place;
         }
     }
 }
 
 // The first byte is converted before the size is looked at.
-TEST(hex, of_no_bytes_converts_one_byte_all_the_same) {
-    const exact_bytes_t input("\x5A");
+TEST(hex, of_no_bytes_writes_one_byte_and_appends_nothing) {
     for (const char sep : {'\0', ':'}) {
+        const exact_bytes_t input("\x5A");
         char out[] = "???";
         TO_HEX_STRING(input.data(), 0, out, sep);
         EXPECT_STREQ("5A?", out);
+        std::string text = "before";
+        EXPECT_EQ(&text, &TO_HEX_STD_STRING(nullptr, 0, text, sep));
+        EXPECT_EQ("before", text);
     }
-}
-
-TEST(hex, of_no_bytes_appends_nothing_to_a_string) {
-    EXPECT_EQ("before", appended("before", "", '\0'));
-    EXPECT_EQ("before", appended("before", "", ':'));
-    std::string out = "before";
-    EXPECT_EQ(&out, &TO_HEX_STD_STRING(nullptr, 0, out, ':'));
-    EXPECT_EQ("before", out);
-}
-
-TEST(hex, keeps_zero_bytes_in_front_of_it) {
-    EXPECT_TRUE(same_bytes(from_hex("00 61 00 34 32"), appended(std::string_view("\0a\0", 3), "B", ':')));
 }
 
 } // namespace
