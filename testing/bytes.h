@@ -56,15 +56,18 @@ inline std::string to_hex(const unsigned char* data, std::size_t size) {
     return to_hex(as_chars(data, size));
 }
 
-// A copy of bytes in a heap block of exactly their size, so that a sanitizer sees every read outside.
+// A copy of bytes at the start of a heap block that ends with `after`, so that a sanitizer sees every access outside.
+// `after` is not part of the bytes: a reader must not depend on it.
 class exact_bytes_t {
   public:
-    explicit exact_bytes_t(std::string_view bytes) : block_(new unsigned char[bytes.size()]), size_(bytes.size()) {
-        std::copy(bytes.begin(), bytes.end(), block_.get());
+    explicit exact_bytes_t(std::string_view bytes, std::string_view after = {})
+        : block_(new unsigned char[bytes.size() + after.size()]), size_(bytes.size()) {
+        std::copy(after.begin(), after.end(), std::copy(bytes.begin(), bytes.end(), block_.get()));
     }
-    const unsigned char* data() const { return block_.get(); }
-    const char* chars() const { return reinterpret_cast<const char*>(block_.get()); }
+    unsigned char* data() const { return block_.get(); }
+    char* chars() const { return reinterpret_cast<char*>(block_.get()); }
     unsigned int size() const { return static_cast<unsigned int>(size_); }
+    std::string_view text() const { return std::string_view(chars(), size_); }
 
   private:
     std::unique_ptr<unsigned char[]> block_;

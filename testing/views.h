@@ -32,7 +32,7 @@ template <typename VIEW> bool lies_in(const VIEW& view, std::string_view bytes) 
 }
 
 template <typename VIEW> bool lies_in(const VIEW& view, const exact_bytes_t& bytes) {
-    return lies_in(view, std::string_view(bytes.chars(), bytes.size()));
+    return lies_in(view, bytes.text());
 }
 
 // for (const std::size_t size : sizes_t{0, 1, 127, 128})

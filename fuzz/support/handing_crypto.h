@@ -1,4 +1,4 @@
-// A container's cryptography for fuzzing: a "ciphertext" is an instruction which bytes to hand back.
+// A container's cryptography for fuzzing: a "ciphertext" is an instruction that says which bytes to return.
 #ifndef DERKIT_FUZZ_HANDING_CRYPTO_H
 #define DERKIT_FUZZ_HANDING_CRYPTO_H
 
@@ -10,13 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "derkit/pkcs12_helper.h"
 #include "support/input.h"
+#include "testing/scripted_crypto.h"
 
-// What the crypto object throws.
-struct crypto_failure_t {};
-
-// First octet of a ciphertext. Any other is not looked at: what is behind it is the plaintext.
+// First octet of a ciphertext. After any other octet the rest is the plaintext.
 enum instruction_t : unsigned char {
     HAND_PART = 'P', // a part of the input: two octets for its place, two for its size
     HAND_NOTHING = 'N',
@@ -24,18 +21,49 @@ enum instruction_t : unsigned char {
     THROW = 'T',
 };
 
-class handing_crypto_t final : public pbe_crypto_t {
+class handing_crypto_t {
   public:
-    explicit handing_crypto_t(const block_t& input) : input_(input) {}
+    explicit handing_crypto_t(const exact_bytes_t& input) : input_(input) {
+        crypto_.records = false;
+        crypto_.on_verify_mac = [this](const pkcs12_mac_t& mac, std::string_view data) {
+            return verify_mac(mac, data);
+        };
+        crypto_.on_make_mac = make_mac;
+        crypto_.on_decrypt = [this](const pkcs5_pbe_gost_t& params, std::string_view data, std::string& out) {
+            return decrypt(params, data, out);
+        };
+        crypto_.on_encrypt = encrypt;
+    }
+    handing_crypto_t(const handing_crypto_t&) = delete;
+    handing_crypto_t& operator=(const handing_crypto_t&) = delete;
 
     unsigned int num_verified = 0;
     bool accepted = false;
-    std::vector<const char*> handed_at; // where each plaintext lies
 
-    // The digest tells the answer.
-    bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) override {
+    pbe_crypto_t* object() { return &crypto_; }
+
+    // Plaintexts are kept at the addresses where they were returned, in any order.
+    void require_kept(const std::list<std::string>& buffers) const {
+        std::vector<const char*> handed = handed_at_;
+        std::vector<const char*> kept;
+        for (const std::string& buffer : buffers) {
+            kept.push_back(buffer.data());
+        }
+        std::sort(handed.begin(), handed.end(), std::less<const char*>());
+        std::sort(kept.begin(), kept.end(), std::less<const char*>());
+        require(handed == kept, "every plaintext is kept where it was");
+    }
+
+  private:
+    const exact_bytes_t& input_;
+    scripted_crypto_t crypto_;
+    std::vector<const char*> handed_at_;
+    std::size_t handed_size_ = 0;
+
+    // The digest says what to answer.
+    bool verify_mac(const pkcs12_mac_t& mac, std::string_view data) {
         ++num_verified;
-        require(lies_in(as_view(data, size), input_.text()), "the MAC is over a part of the input");
+        require(lies_in(view_of(data), input_.text()), "the MAC is over a part of the input");
         const std::string_view digest = chars_of(mac.digest);
         const char answer = digest.empty() ? '\0' : digest[0];
         if (answer == THROW) {
@@ -45,19 +73,19 @@ class handing_crypto_t final : public pbe_crypto_t {
         return accepted;
     }
 
-    // The container's own is written.
-    bool make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac) override {
+    // Declines, so that the container's own MAC is written.
+    static bool make_mac(std::string_view data, pkcs12_mac_t& mac) {
         require(mac.digest.data == nullptr && mac.salt.data == nullptr && mac.iterations == 0, "a MAC record is fresh");
-        touch(data, size);
+        touch(data);
         return false;
     }
 
-    bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) override {
+    bool decrypt(const pkcs5_pbe_gost_t& params, std::string_view data, std::string& out) {
         require(accepted, "nothing is decrypted before the MAC is verified");
         require(out.empty(), "the output arrives empty");
-        touch(params.salt.data, params.salt.size);
-        touch(params.iv.data, params.iv.size);
-        taker_t taker(chars_of(as_view(data, size)));
+        touch(chars_of(params.salt));
+        touch(chars_of(params.iv));
+        taker_t taker(data);
         const unsigned int instruction = taker.octet();
         if (instruction == THROW) {
             throw crypto_failure_t();
@@ -75,49 +103,26 @@ class handing_crypto_t final : public pbe_crypto_t {
         if (instruction == REFUSE || handed_size_ > MAX_HANDED_SIZE) {
             return false;
         }
-        handed_at.push_back(out.data());
+        handed_at_.push_back(out.data());
         return true;
     }
 
-    // The instruction to hand back the same.
-    bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) override {
+    // Writes the instruction to return the same bytes.
+    static bool encrypt(std::string_view data, pkcs5_pbe_gost_t& params, std::string& out) {
         require(params.salt.data == nullptr && params.iv.data == nullptr && params.iterations == 0 && out.empty(),
                 "parameters are fresh");
         params.salt = view_of("salt");
         params.iterations = 1000;
         params.iv = view_of("a vector");
         out = " ";
-        out += chars_of(as_view(data, size));
-        return false; // nobody looks
-    }
-
-    // The plaintexts are kept where they were handed over, whatever their order.
-    void require_kept(const std::list<std::string>& buffers) const {
-        std::vector<const char*> handed = handed_at;
-        std::vector<const char*> kept;
-        for (const std::string& buffer : buffers) {
-            kept.push_back(buffer.data());
-        }
-        std::sort(handed.begin(), handed.end(), std::less<const char*>());
-        std::sort(kept.begin(), kept.end(), std::less<const char*>());
-        require(handed == kept, "every plaintext is kept where it was");
-    }
-
-  private:
-    const block_t& input_;
-    std::size_t handed_size_ = 0;
-
-    static blob_t as_view(const void* data, unsigned int size) {
-        blob_t view;
-        view.size = size;
-        view.data = static_cast<const unsigned char*>(data);
-        return view;
+        out += data;
+        return false; // ignored
     }
 
     // A sanitizer sees whether the bytes can be read.
-    static void touch(const void* data, unsigned int size) {
-        const std::string copy(static_cast<const char*>(data), data == nullptr ? 0 : size);
-        require(copy.size() == size, "what is handed over has its size");
+    static void touch(std::string_view bytes) {
+        const std::string copy(bytes);
+        require(copy.size() == bytes.size(), "an argument has its size");
     }
 };
 

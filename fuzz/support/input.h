@@ -4,71 +4,32 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
 
-#include "derkit/asn_types.h"
 #include "support/target.h"
-
-// Bytes in a heap block that ends right behind `behind`, so that a sanitizer sees every read outside. What is behind
-// does not count as the block's: its readers must not look there.
-class block_t {
-  public:
-    explicit block_t(std::string_view bytes, std::string_view behind = std::string_view())
-        : memory_(new unsigned char[bytes.size() + behind.size()]), size_(static_cast<unsigned int>(bytes.size())) {
-        std::copy(behind.begin(), behind.end(), std::copy(bytes.begin(), bytes.end(), memory_.get()));
-    }
-    unsigned char* data() const { return memory_.get(); }
-    char* chars() const { return reinterpret_cast<char*>(memory_.get()); }
-    unsigned int size() const { return size_; }
-    std::string_view text() const { return std::string_view(chars(), size_); }
-
-  private:
-    std::unique_ptr<unsigned char[]> memory_;
-    unsigned int size_;
-};
-
-template <typename VIEW> std::string_view chars_of(const VIEW& view) {
-    return std::string_view(reinterpret_cast<const char*>(view.data), view.size);
-}
-
-template <typename VIEW = blob_t> VIEW view_of(std::string_view bytes) {
-    VIEW view;
-    view.size = static_cast<unsigned int>(bytes.size());
-    view.data = reinterpret_cast<const unsigned char*>(bytes.data());
-    return view;
-}
-
-// Tells whether a view points into these bytes; an empty one may stand at their end.
-template <typename VIEW> bool lies_in(const VIEW& view, std::string_view bytes) {
-    const char* const data = reinterpret_cast<const char*>(view.data);
-    const char* const end = bytes.data() + bytes.size();
-    const std::less<const char*> before;
-    return data != nullptr && !before(data, bytes.data()) && !before(end, data) &&
-           view.size <= static_cast<std::size_t>(end - data);
-}
+#include "testing/views.h"
 
 // What a reader answered, as text that can be compared: numbers, bytes, and views as their places in the input.
-class answer_t {
+class read_text_t {
   public:
-    explicit answer_t(const block_t& input) : input_(input) {}
+    explicit read_text_t(const exact_bytes_t& input) : input_(input) {}
 
-    answer_t& number(unsigned long long value) {
+    read_text_t& number(unsigned long long value) {
         text_ += std::to_string(value) + ";";
         return *this;
     }
 
-    answer_t& bytes(std::string_view value) {
+    read_text_t& bytes(std::string_view value) {
         number(value.size());
         text_ += value;
         return *this;
     }
 
     // A null view has no bytes; any other must lie in the input.
-    template <typename VIEW> answer_t& view(const VIEW& view) {
+    template <typename VIEW> read_text_t& view(const VIEW& view) {
         if (view.data == nullptr) {
             require(view.size == 0, "a null view has no bytes");
             text_ += "null;";
@@ -81,16 +42,16 @@ class answer_t {
     const std::string& text() const { return text_; }
 
   private:
-    const block_t& input_;
+    const exact_bytes_t& input_;
     std::string text_;
 };
 
 // The answer of `reader` to a block of exactly these bytes. It must be the same whatever stands behind them.
 template <typename READER> std::string answer_of(READER reader, std::string_view input) {
     using namespace std::string_view_literals;
-    const std::string answer = reader(block_t(input));
+    const std::string answer = reader(exact_bytes_t(input));
     for (const std::string_view behind : {"\x00\x00\x00\x00\x00\x00\x00\x00"sv, "\x02\x01\x05\x04\x03\x30\x01="sv}) {
-        require_same(answer, reader(block_t(input, behind)), "what stands behind an input does not matter");
+        require_same(answer, reader(exact_bytes_t(input, behind)), "what stands behind an input does not matter");
     }
     return answer;
 }

@@ -5,19 +5,16 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "derkit/int2str.h"
+#include "testing/bytes.h"
 
 namespace {
 
-// Beyond this a fuzzer only gets slower. No element that the targets make of an input comes near 65,536 octets then,
-// from where on the writers' lengths can come out too short.
+// Larger inputs only slow a fuzzer down. Within this limit no element that the targets write comes near 65,536 octets,
+// where the writers' lengths begin to come out too short.
 constexpr std::size_t MAX_INPUT_SIZE = 8192;
 
 void show(const char* label, std::string_view bytes) {
-    std::string hex;
-    TO_HEX_STD_STRING(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned int>(bytes.size()),
-                      hex, ' ');
-    std::fprintf(stderr, "%s [%s]\n", label, hex.c_str());
+    std::fprintf(stderr, "%s [%s]\n", label, to_hex(bytes).c_str());
 }
 
 } // namespace

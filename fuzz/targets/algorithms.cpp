@@ -16,7 +16,7 @@ using to_alg_t = pki_alg_t (*)(const void*, unsigned int);
 using to_oid_t = oid_ref_t (*)(pki_alg_t);
 
 // The code of an OID has an OID, though perhaps another, and that one has the same code.
-unsigned int check_lookup(const block_t& oid, to_alg_t to_alg, to_oid_t to_oid) {
+unsigned int check_lookup(const exact_bytes_t& oid, to_alg_t to_alg, to_oid_t to_oid) {
     const pki_alg_t alg = to_alg(oid.data(), oid.size());
     if (alg != PKI_ALG_UNKNOWN) {
         const oid_ref_t found = to_oid(alg);
@@ -27,13 +27,13 @@ unsigned int check_lookup(const block_t& oid, to_alg_t to_alg, to_oid_t to_oid) 
     return alg;
 }
 
-std::string look_up(const block_t& oid) {
+std::string look_up(const exact_bytes_t& oid) {
     const unsigned int hash = check_lookup(oid, PKI_OID_TO_HASH_ALG, PKI_HASH_ALG_TO_OID);
     const unsigned int key = check_lookup(oid, PKI_OID_TO_KEY_ALG, PKI_KEY_ALG_TO_OID);
     const unsigned int signature = check_lookup(oid, PKI_OID_TO_CERT_SIGN_ALG, PKI_CERT_SIGN_ALG_TO_OID);
     const unsigned int any = PKI_OID_TO_ALG(oid.data(), oid.size());
     require(any == (hash != 0 ? hash : key != 0 ? key : signature), "any code is a hash's, a key's or a signature's");
-    return answer_t(oid).number(hash).number(key).number(signature).text();
+    return read_text_t(oid).number(hash).number(key).number(signature).text();
 }
 
 // This reader takes a string, so there is nothing behind the input that it could see.
@@ -61,11 +61,11 @@ void check_written_digest_info(std::string_view digest, pki_alg_t hash) {
 }
 
 // What stands behind the OID up to the end of the input are the parameters.
-std::string read_signature_algorithm(const block_t& in) {
+std::string read_signature_algorithm(const exact_bytes_t& in) {
     asn_ike_signalg_t out;
     const int done = asn_read_ike_signalg(in.data(), in.size(), out);
     require(done == 0 || done == 1, "the result is 0 or 1");
-    answer_t answer(in);
+    read_text_t answer(in);
     answer.number(static_cast<unsigned int>(done)).view(out.oid).view(out.parameters);
     if (done != 0) {
         require(out.parameters.data == out.oid.data + out.oid.size, "parameters start behind the OID");
@@ -75,7 +75,7 @@ std::string read_signature_algorithm(const block_t& in) {
     return answer.text();
 }
 
-std::string read_pss_parameters(const block_t& in) {
+std::string read_pss_parameters(const exact_bytes_t& in) {
     asn_ike_signalg_t algorithm;
     algorithm.oid.data = RSASSA_PSS_OID;
     algorithm.oid.size = sizeof RSASSA_PSS_OID;
@@ -83,7 +83,7 @@ std::string read_pss_parameters(const block_t& in) {
     algorithm.parameters.size = in.size();
     const unsigned int alg = algorithm.to_pki_alg();
     require(alg == 0 || ((alg & 0xFF) == PKI_ALG_RSASSA_PSS && alg >> 16 != 0), "a code names RSASSA-PSS and a hash");
-    return answer_t(in).number(alg).text();
+    return read_text_t(in).number(alg).text();
 }
 
 // What is formed for a code reads back as that code, or as its standard form where the two share an OID. RSASSA-PSS
@@ -101,12 +101,12 @@ void check_formed(pki_alg_t alg) {
     require(read == alg || read == standard, "what is formed keeps its code");
 }
 
-std::string look_up_name(const block_t& text) {
+std::string look_up_name(const exact_bytes_t& text) {
     const unsigned int value = I2S_PKI_ALG_T->getInt(text.chars(), 0);
     const unsigned int level = I2S_LOG_LEVEL->getInt(text.chars(), 4);
     require(value == 0 || I2S_PKI_ALG_T->getInt(I2S_PKI_ALG_T->getString(value, ""), 0) == value,
             "a value's name has that value");
-    return answer_t(text).number(value).number(level).text();
+    return read_text_t(text).number(value).number(level).text();
 }
 
 pki_alg_t pick_alg(taker_t& taker) {

@@ -12,14 +12,14 @@
 namespace {
 
 // A digit that tells success, and the text.
-std::string print(const block_t& der, PrintableDnOrder order, oid_map_handle_t map) {
+std::string print(const exact_bytes_t& der, PrintableDnOrder order, oid_map_handle_t map) {
     std::string out = "kept";
     const bool done = asn_dn_to_printable(der.data(), der.size(), out, order, map);
     require_same("kept", out.substr(0, 4), "text is appended");
     return std::to_string(done) + out.substr(4);
 }
 
-std::string print_oid(const block_t& der, bool with_oid, oid_map_handle_t map) {
+std::string print_oid(const exact_bytes_t& der, bool with_oid, oid_map_handle_t map) {
     std::string out = "kept";
     const bool done = asn_oid_to_printable(der.data(), der.size(), out, with_oid, map);
     return std::to_string(done) + out;
@@ -78,8 +78,8 @@ void check_text(std::string_view der, const std::string& text, const std::string
 }
 
 void check_name(std::string_view der, oid_map_handle_t map) {
-    const auto as_encoded = [map](const block_t& in) { return print(in, PDN_ORDER_AS_ENCODED, map); };
-    const auto reversed = [map](const block_t& in) { return print(in, PDN_ORDER_REVERSED, map); };
+    const auto as_encoded = [map](const exact_bytes_t& in) { return print(in, PDN_ORDER_AS_ENCODED, map); };
+    const auto reversed = [map](const exact_bytes_t& in) { return print(in, PDN_ORDER_REVERSED, map); };
     const std::string text = answer_of(as_encoded, der);
     const std::string text_reversed = answer_of(reversed, der);
     require(text[0] == text_reversed[0], "a name prints in both orders or in none");
@@ -89,7 +89,7 @@ void check_name(std::string_view der, oid_map_handle_t map) {
 }
 
 void check_hex(std::string_view bytes) {
-    const block_t in(bytes);
+    const exact_bytes_t in(bytes);
     std::string plain = "kept";
     std::string separated;
     TO_HEX_STD_STRING(in.data(), in.size(), plain, '\0');
@@ -109,7 +109,7 @@ void check_input(std::string_view input) {
     check_hex(input.substr(0, 64));
     for (const oid_map_handle_t map : {OID_MAP_HANDLE_DEFAULT, oid_map_handle_t()}) {
         check_name(input, map);
-        answer_of([map](const block_t& in) { return print_oid(in, false, map); }, input);
-        answer_of([map](const block_t& in) { return print_oid(in, true, map); }, input);
+        answer_of([map](const exact_bytes_t& in) { return print_oid(in, false, map); }, input);
+        answer_of([map](const exact_bytes_t& in) { return print_oid(in, true, map); }, input);
     }
 }

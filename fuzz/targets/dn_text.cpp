@@ -30,12 +30,12 @@ std::string reversed(std::string_view dn, const std::vector<RDNdescr_t>& attribu
     return attributes.empty() ? std::string(dn) : text;
 }
 
-std::string reverse(const block_t& text) {
+std::string reverse(const exact_bytes_t& text) {
     const std::string before = text.chars();
     char* const result = printable_dn_reverse(text.chars());
     require(result == nullptr || result == text.chars(), "the text is reversed in place");
     require(result != nullptr || before == text.chars(), "text that does not parse is untouched");
-    return answer_t(text).number(result != nullptr).bytes(text.chars()).text();
+    return read_text_t(text).number(result != nullptr).bytes(text.chars()).text();
 }
 
 std::string type_of(const RDNdescr_t& attribute) {
@@ -68,9 +68,9 @@ bool expect_C_before_CN(const std::vector<RDNdescr_t>& attributes) {
     return position("C") <= position("CN") || position("C") == static_cast<std::ptrdiff_t>(attributes.size());
 }
 
-std::string test(const block_t& text) {
+std::string test(const exact_bytes_t& text) {
     std::string out;
-    return answer_t(text)
+    return read_text_t(text)
         .number(printable_dn_C_before_CN(text.chars()))
         .number(printable_dn_get_attr(text.chars(), "CN", out, PDN_GET_ATTR_PAIR))
         .bytes(out)
@@ -108,7 +108,7 @@ void check_operations(std::string_view text) {
 }
 
 std::string print(const std::string& der, oid_map_handle_t map, bool& done) {
-    const block_t block(der);
+    const exact_bytes_t block(der);
     std::string text;
     done = asn_dn_to_printable(block.data(), block.size(), text, PDN_ORDER_AS_ENCODED, map);
     return text;
@@ -127,7 +127,7 @@ bool can_be_encoded(const std::string& text) {
 }
 
 void check_encoded(const std::string& dn, oid_map_handle_t map) {
-    const auto encode = [map](const block_t& text) {
+    const auto encode = [map](const exact_bytes_t& text) {
         std::string der = "kept";
         const bool done = printable_to_asn_dn(text.chars(), der, map);
         require(done || der == "kept", "text that does not encode leaves the DER");

@@ -18,7 +18,7 @@ constexpr std::size_t MAX_TEXT_SIZE = 256;
 // The value goes into a name of its own.
 void compare_value(const std::string& value) {
     const std::optional<reference_value_t> expected = reference_value(value);
-    const block_t text("2.5.4.3=" + value + '\0');
+    const exact_bytes_t text("2.5.4.3=" + value + '\0');
     std::string der;
     require(printable_to_asn_dn(text.chars(), der, oid_map_handle_t()) == expected.has_value(),
             "the same values are accepted");
@@ -40,7 +40,7 @@ void compare_value(const std::string& value) {
 void check_input(std::string_view input) {
     const std::string text(up_to_zero(input.substr(0, MAX_TEXT_SIZE)));
     const reference_dn_t expected = reference_split(text);
-    const block_t block(text + '\0');
+    const exact_bytes_t block(text + '\0');
     std::vector<RDNdescr_t> attributes;
     require((printable_dn_parse(block.chars(), attributes) != 0) == expected.done, "the same texts parse");
     require(attributes.size() == expected.attributes.size(), "as many attributes are found");

@@ -23,7 +23,7 @@ unsigned int as_written(unsigned int value) {
 // Every reader reads the whole: no proper prefix of what was written will do.
 template <typename READER> void check_cut(const std::string& written, READER reads) {
     for (const std::size_t size : {std::size_t(0), written.size() / 2, written.size() - 1}) {
-        require(!reads(block_t(std::string_view(written).substr(0, size))), "what is cut short is refused");
+        require(!reads(exact_bytes_t(std::string_view(written).substr(0, size))), "what is cut short is refused");
     }
 }
 
@@ -34,14 +34,14 @@ void check_written_key(unsigned int key_type, std::string_view private_key) {
     std::string written = "gone";
     asn_write_pkcs8_pki_gost(in, written);
 
-    const block_t block(written);
+    const exact_bytes_t block(written);
     pkcs8_pki_gost_t out;
     const bool done = asn_read_pkcs8_pki_gost(block.data(), block.size(), out);
     require(done == (key_type < NUM_KEY_TYPES), "a written key of a known type reads back");
     if (done) {
         require(out.key_type == key_type, "a key keeps its type");
         require_same(private_key, chars_of(out.private_key), "a key keeps its octets");
-        check_cut(written, [](const block_t& cut) {
+        check_cut(written, [](const exact_bytes_t& cut) {
             pkcs8_pki_gost_t ignored;
             return asn_read_pkcs8_pki_gost(cut.data(), cut.size(), ignored);
         });
@@ -57,14 +57,14 @@ void check_same_parameters(const pkcs5_pbe_gost_t& in, const pkcs5_pbe_gost_t& o
 void check_written_parameters(const pkcs5_pbe_gost_t& in) {
     std::string written = "gone";
     asn_write_pkcs5_pbe_gost(in, written);
-    const block_t block(written);
+    const exact_bytes_t block(written);
     asn_cursor_t element(block.data(), block.size());
     const blob_t content = element.read(asn_tag_t::SEQUENCE);
     require(element.ok() && element.empty(), "parameters are one element");
     pkcs5_pbe_gost_t out;
     require(asn_read_pkcs5_pbe_gost(content.data, content.size, out), "written parameters read back");
     check_same_parameters(in, out);
-    check_cut(std::string(chars_of(content)), [](const block_t& cut) {
+    check_cut(std::string(chars_of(content)), [](const exact_bytes_t& cut) {
         pkcs5_pbe_gost_t ignored;
         return asn_read_pkcs5_pbe_gost(cut.data(), cut.size(), ignored);
     });
@@ -73,24 +73,24 @@ void check_written_parameters(const pkcs5_pbe_gost_t& in) {
 void check_written_encrypted_key(const pkcs8_encrypted_pki_gost_t& in) {
     std::string written = "gone";
     asn_write_pkcs8_encrypted_pki_gost(in, written);
-    const block_t block(written);
+    const exact_bytes_t block(written);
     pkcs8_encrypted_pki_gost_t out;
     require(asn_read_pkcs8_encrypted_pki_gost(block.data(), block.size(), out), "a written encrypted key reads back");
     require_same(chars_of(in.encrypted_data), chars_of(out.encrypted_data), "an encrypted key keeps its octets");
     check_same_parameters(in.pbe, out.pbe);
-    check_cut(written, [](const block_t& cut) {
+    check_cut(written, [](const exact_bytes_t& cut) {
         pkcs8_encrypted_pki_gost_t ignored;
         return asn_read_pkcs8_encrypted_pki_gost(cut.data(), cut.size(), ignored);
     });
 }
 
-std::string read_key_info(const block_t& in) {
+std::string read_key_info(const exact_bytes_t& in) {
     asn_pkcs8_priv_key_info_t out;
     const bool done = asn_read_pkcs8_priv_key_info(in.data(), in.size(), out);
-    return answer_t(in).number(done).view(out.algorithm).view(out.private_key).text();
+    return read_text_t(in).number(done).view(out.algorithm).view(out.private_key).text();
 }
 
-std::string read_key(const block_t& in) {
+std::string read_key(const exact_bytes_t& in) {
     pkcs8_pki_gost_t out;
     out.key_type = UNTOUCHED;
     const bool done = asn_read_pkcs8_pki_gost(in.data(), in.size(), out);
@@ -98,27 +98,27 @@ std::string read_key(const block_t& in) {
         check_written_key(out.key_type, chars_of(out.private_key));
     }
     require(!done || read_key_info(in)[0] == '1', "a GOST key is a key");
-    return answer_t(in).number(done).number(out.key_type).view(out.private_key).text();
+    return read_text_t(in).number(done).number(out.key_type).view(out.private_key).text();
 }
 
-std::string read_parameters(const block_t& in) {
+std::string read_parameters(const exact_bytes_t& in) {
     pkcs5_pbe_gost_t out;
     out.iterations = UNTOUCHED;
     const bool done = asn_read_pkcs5_pbe_gost(in.data(), in.size(), out);
     if (done) {
         check_written_parameters(out);
     }
-    return answer_t(in).number(done).view(out.salt).number(out.iterations).view(out.iv).text();
+    return read_text_t(in).number(done).view(out.salt).number(out.iterations).view(out.iv).text();
 }
 
-std::string read_encrypted_key(const block_t& in) {
+std::string read_encrypted_key(const exact_bytes_t& in) {
     pkcs8_encrypted_pki_gost_t out;
     out.pbe.iterations = UNTOUCHED;
     const bool done = asn_read_pkcs8_encrypted_pki_gost(in.data(), in.size(), out);
     if (done) {
         check_written_encrypted_key(out);
     }
-    return answer_t(in)
+    return read_text_t(in)
         .number(done)
         .view(out.pbe.salt)
         .number(out.pbe.iterations)

@@ -46,12 +46,12 @@ void check_finds(oid_map_handle_t handle, const OIDdescr_t& entry) {
     const auto same_name = [&entry](const OIDdescr_t& other) {
         return same_but_for_case(short_name_of(other), short_name_of(entry));
     };
-    const block_t der(der_of(entry));
-    const block_t dotted(dotted_of(entry));
+    const exact_bytes_t der(der_of(entry));
+    const exact_bytes_t dotted(dotted_of(entry));
     std::string lower(short_name_of(entry));
     std::transform(lower.begin(), lower.end(), lower.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    const block_t name(lower);
+    const exact_bytes_t name(lower);
     require(oid_map_find_asn(handle, der.data(), der.size()) == first_entry(map, same_der),
             "the first line wins by DER");
     require(oid_map_find_str(handle, dotted.chars(), dotted.size()) == first_entry(map, same_dotted),
@@ -85,7 +85,7 @@ std::string write(const OIDmaps_t& map) {
     return text;
 }
 
-std::string parse_and_write(const block_t& text) {
+std::string parse_and_write(const exact_bytes_t& text) {
     const oid_map_handle_t handle = oid_map_parse(text.chars(), text.size());
     require(handle.map != nullptr, "a handle is never empty");
     const std::string written = write(*handle.map);
@@ -98,7 +98,7 @@ std::string parse_and_write(const block_t& text) {
 
 // Finds of anything at all, in the ready-made maps and in an empty one.
 void check_strange_keys(std::string_view key) {
-    const block_t in(key);
+    const exact_bytes_t in(key);
     const oid_map_handle_t empty = oid_map_parse(nullptr, 0);
     for (const oid_map_handle_t map : {OID_MAP_HANDLE_DEFAULT, OID_MAP_HANDLE_DEFAULT_FILE, empty}) {
         const OIDdescr_t* const by_der = oid_map_find_asn(map, in.data(), in.size());
@@ -120,8 +120,8 @@ void check_two_steps(std::string_view text, const std::string& expected) {
     if (line_end == std::string_view::npos) {
         return;
     }
-    const block_t first(text.substr(0, line_end));
-    const block_t second(text.substr(line_end));
+    const exact_bytes_t first(text.substr(0, line_end));
+    const exact_bytes_t second(text.substr(line_end));
     const oid_map_handle_t handle = oid_map_parse(first.chars(), first.size());
     oid_map_parse_(*handle.map, second.chars(), second.size());
     require_same(expected, write(*handle.map), "lines can be added in two steps");
@@ -132,7 +132,7 @@ void check_two_steps(std::string_view text, const std::string& expected) {
 
 void check_input(std::string_view input) {
     const std::string written = answer_of(parse_and_write, input);
-    require_same(written, parse_and_write(block_t(written)), "a map that is written parses the same");
+    require_same(written, parse_and_write(exact_bytes_t(written)), "a map that is written parses the same");
     check_two_steps(input, written);
     check_strange_keys(input);
 }

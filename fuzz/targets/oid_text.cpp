@@ -17,7 +17,7 @@ struct array_t {
 };
 
 // Content octets; none for a text that is refused.
-std::string encode(const block_t& text) {
+std::string encode(const exact_bytes_t& text) {
     const std::unique_ptr<array_t> out(new array_t);
     std::fill(std::begin(out->bytes), std::end(out->bytes), PATTERN);
     const unsigned int size = oid_str_to_asn_(text.chars(), text.chars() + text.size(), out->bytes);
@@ -28,11 +28,11 @@ std::string encode(const block_t& text) {
 }
 
 std::string encode(std::string_view text) {
-    return encode(block_t(text));
+    return encode(exact_bytes_t(text));
 }
 
 // A digit that tells success, and the text.
-std::string print(const block_t& der) {
+std::string print(const exact_bytes_t& der) {
     std::string out = "kept";
     const int done = oid_asn_to_str_(der.data(), der.data() + der.size(), out);
     require(done == 0 || done == 1, "the result is 0 or 1");
@@ -46,11 +46,11 @@ bool can_be_encoded(std::string_view text) {
 }
 
 void check_text(std::string_view input) {
-    const std::string der = answer_of([](const block_t& text) { return encode(text); }, input);
+    const std::string der = answer_of([](const exact_bytes_t& text) { return encode(text); }, input);
     if (der.empty()) {
         return;
     }
-    const std::string printed = print(block_t(der));
+    const std::string printed = print(exact_bytes_t(der));
     require(printed[0] == '1', "what was encoded prints");
     const std::string text = printed.substr(1);
     require_same(can_be_encoded(text) ? der : std::string(), encode(text), "printed text goes back to its octets");
@@ -66,7 +66,7 @@ void check_der(std::string_view input) {
     const std::string der = encode(text);
     require(der.empty() != can_be_encoded(text), "printed text goes to octets when its first arc is below 3");
     if (!der.empty()) {
-        require_same(printed, print(block_t(der)), "octets of a printed text print the same");
+        require_same(printed, print(exact_bytes_t(der)), "octets of a printed text print the same");
     }
 }
 

@@ -6,7 +6,7 @@
 #include "support/input.h"
 
 void check_input(std::string_view input) {
-    const block_t in(input);
+    const exact_bytes_t in(input);
     unsigned char out[512];
     const unsigned int size = oid_str_to_asn_(in.chars(), in.chars() + in.size(), out);
     require_same(reference_oid_to_der(input), std::string_view(reinterpret_cast<const char*>(out), size),

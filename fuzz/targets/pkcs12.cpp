@@ -11,31 +11,31 @@ namespace {
 
 enum outcome_t : unsigned int { REFUSED, DONE, THROWN };
 
-outcome_t read(const block_t& in, handing_crypto_t& crypto, pkcs12_easy_t& easy) {
+outcome_t read(const exact_bytes_t& in, handing_crypto_t& crypto, pkcs12_easy_t& easy) {
     try {
-        return asn_read_pkcs12_easy(in.data(), in.size(), &crypto, easy) ? DONE : REFUSED;
+        return asn_read_pkcs12_easy(in.data(), in.size(), crypto.object(), easy) ? DONE : REFUSED;
     } catch (const crypto_failure_t&) {
         return THROWN;
     }
 }
 
 std::string write(const pkcs12_easy_t& easy) {
-    const block_t nothing("");
+    const exact_bytes_t nothing("");
     handing_crypto_t crypto(nothing);
     std::string written = "gone";
-    asn_write_pkcs12_easy(easy, &crypto, written);
+    asn_write_pkcs12_easy(easy, crypto.object(), written);
     return written;
 }
 
-std::string mac_of(const block_t& in, const pkcs12_easy_t& easy) {
-    return answer_t(in).bytes(bytes_of(easy.mac.digest, in, easy)).bytes(bytes_of(easy.mac.salt, in, easy)).text();
+std::string mac_of(const exact_bytes_t& in, const pkcs12_easy_t& easy) {
+    return read_text_t(in).bytes(bytes_of(easy.mac.digest, in, easy)).bytes(bytes_of(easy.mac.salt, in, easy)).text();
 }
 
 // What is written reads back, and what is read is written the same.
-void check_written(const block_t& in, const pkcs12_easy_t& easy) {
+void check_written(const exact_bytes_t& in, const pkcs12_easy_t& easy) {
     const std::string bytes = write(easy);
     require(bytes.size() < 0x10000, "lengths are exact below 65,536");
-    const block_t written(bytes);
+    const exact_bytes_t written(bytes);
     handing_crypto_t crypto(written);
     pkcs12_easy_t again;
     require(read(written, crypto, again) == DONE, "a written container reads back");
@@ -47,7 +47,7 @@ void check_written(const block_t& in, const pkcs12_easy_t& easy) {
     require_same(bytes, write(again), "a container that is read is written the same");
 }
 
-std::string read_container(const block_t& in) {
+std::string read_container(const exact_bytes_t& in) {
     handing_crypto_t crypto(in);
     pkcs12_easy_t easy;
     const outcome_t outcome = read(in, crypto, easy);
@@ -60,7 +60,7 @@ std::string read_container(const block_t& in) {
     if (outcome == DONE) {
         check_written(in, easy);
     }
-    return answer_t(in)
+    return read_text_t(in)
         .number(outcome)
         .bytes(plain)
         .bytes(encrypted)
@@ -73,7 +73,7 @@ std::string read_container(const block_t& in) {
 
 // A container that is read into twice holds everything twice.
 void check_read_twice(std::string_view input) {
-    const block_t in(input);
+    const exact_bytes_t in(input);
     handing_crypto_t crypto(in);
     pkcs12_easy_t easy;
     const outcome_t first = read(in, crypto, easy);

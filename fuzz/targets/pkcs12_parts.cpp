@@ -26,7 +26,7 @@ std::string write(const pkcs12_mac_t& mac) {
 // What is written reads back, and what is read is written the same.
 void check_written(const pkcs12_mac_t& mac) {
     const std::string written = write(mac);
-    const block_t block(written);
+    const exact_bytes_t block(written);
     asn_cursor_t in(block.data(), block.size());
     asn_cursor_t parent = in.enter(asn_tag_t::SEQUENCE);
     const blob_t content = parent.read(asn_tag_t::SEQUENCE);
@@ -38,26 +38,32 @@ void check_written(const pkcs12_mac_t& mac) {
     require_same(written, write(again), "a MAC that is read is written the same");
 }
 
-std::string read_mac(const block_t& in) {
+std::string read_mac(const exact_bytes_t& in) {
     pkcs12_mac_t mac;
     mac.iterations = UNTOUCHED;
     const bool done = asn_read_pkcs12_MacData(in.data(), in.size(), mac);
     if (done) {
         check_written(mac);
     }
-    return answer_t(in).number(done).view(mac.digest_alg).view(mac.digest).view(mac.salt).number(mac.iterations).text();
+    return read_text_t(in)
+        .number(done)
+        .view(mac.digest_alg)
+        .view(mac.digest)
+        .view(mac.salt)
+        .number(mac.iterations)
+        .text();
 }
 
-std::string read_content_info(const block_t& in) {
+std::string read_content_info(const exact_bytes_t& in) {
     pkcs7_content_info_t info;
     const bool done = asn_read_pkcs7_ContentInfo(in.data(), in.size(), info);
-    return answer_t(in).number(done).view(info.content_type).view(info.content).text();
+    return read_text_t(in).number(done).view(info.content_type).view(info.content).text();
 }
 
-std::string read_data(const block_t& in) {
+std::string read_data(const exact_bytes_t& in) {
     blob_t data;
     const bool done = asn_read_pkcs7_data(in.data(), in.size(), data);
-    return answer_t(in).number(done).view(data).text();
+    return read_text_t(in).number(done).view(data).text();
 }
 
 std::string write(const std::list<pkcs12_bag_t>& bags) {
@@ -69,20 +75,20 @@ std::string write(const std::list<pkcs12_bag_t>& bags) {
 
 // All in one list: keys that were shrouded are written bare.
 void check_written(const std::list<pkcs12_bag_t>& bags, const std::string& expected) {
-    const block_t written(write(bags));
+    const exact_bytes_t written(write(bags));
     handing_crypto_t crypto(written);
     pkcs12_easy_t again;
-    pkcs12_easy_wrap_t wrap = {&again, &crypto};
+    pkcs12_easy_wrap_t wrap = {&again, crypto.object()};
     require(asn_read_pkcs12_bags(written.data(), written.size(), true, wrap), "written bags read back");
     require_same(expected, bags_of(again.encrypted_bags, written, again), "bags keep what they hold");
     require(again.plain_bags.empty() && again.decrypted_buffers.empty(), "bags go where they belong");
 }
 
-std::string read_bags(bool from_encrypted, const block_t& in) {
+std::string read_bags(bool from_encrypted, const exact_bytes_t& in) {
     handing_crypto_t crypto(in);
     crypto.accepted = true;
     pkcs12_easy_t easy;
-    pkcs12_easy_wrap_t wrap = {&easy, &crypto};
+    pkcs12_easy_wrap_t wrap = {&easy, crypto.object()};
     unsigned int done = 0;
     try {
         done = asn_read_pkcs12_bags(in.data(), in.size(), from_encrypted, wrap) ? 1 : 0;
@@ -104,7 +110,7 @@ std::string read_bags(bool from_encrypted, const block_t& in) {
     const std::string encrypted = bags_of(easy.encrypted_bags, in, easy);
     check_written(easy.plain_bags, plain);
     check_written(easy.encrypted_bags, encrypted);
-    return answer_t(in).number(done).bytes(plain).bytes(encrypted).text();
+    return read_text_t(in).number(done).bytes(plain).bytes(encrypted).text();
 }
 
 } // namespace
@@ -113,6 +119,6 @@ void check_input(std::string_view input) {
     answer_of(read_mac, input);
     answer_of(read_content_info, input);
     answer_of(read_data, input);
-    answer_of([](const block_t& in) { return read_bags(false, in); }, input);
-    answer_of([](const block_t& in) { return read_bags(true, in); }, input);
+    answer_of([](const exact_bytes_t& in) { return read_bags(false, in); }, input);
+    answer_of([](const exact_bytes_t& in) { return read_bags(true, in); }, input);
 }

@@ -10,7 +10,7 @@ namespace {
 // The size of the key of an empty BIT STRING; nobody may follow it.
 constexpr unsigned int WRAPPED_SIZE = 0xFFFFFFFF;
 
-std::string read_rsa(const block_t& in, const asn_pubkey_t& key) {
+std::string read_rsa(const exact_bytes_t& in, const asn_pubkey_t& key) {
     asn_rsa_pubkey_t out;
     const int done = asn_read_rsa_pubkey(key, out);
     require(done == 0 || (lies_in(out.modulus, chars_of(key.key)) && lies_in(out.exponent, chars_of(key.key))),
@@ -20,14 +20,14 @@ std::string read_rsa(const block_t& in, const asn_pubkey_t& key) {
     require(out.modulus.size < 2 || out.modulus.data[0] != 0, "a modulus has no leading zero");
     require((out.modulus.size == 0) == (modulus.size == 0), "a modulus of zeros keeps one");
     require(out.modulus.data + out.modulus.size == modulus.data + modulus.size, "a modulus keeps its end");
-    return answer_t(in).number(static_cast<unsigned int>(done)).view(out.modulus).view(out.exponent).text();
+    return read_text_t(in).number(static_cast<unsigned int>(done)).view(out.modulus).view(out.exponent).text();
 }
 
 bool is_oid_element(const blob_t& element) {
     return element.size >= 2 && element.data[0] == asn_tag_t::OBJECT_IDENTIFIER;
 }
 
-std::string read_gost(const block_t& in, const asn_pubkey_t& key) {
+std::string read_gost(const exact_bytes_t& in, const asn_pubkey_t& key) {
     asn_gost_pubkey_t out;
     const int done = asn_read_gost_pubkey(key, out);
     require(done == 0 || lies_in(out.key, chars_of(key.key)), "a point lies in the key's bits");
@@ -35,7 +35,7 @@ std::string read_gost(const block_t& in, const asn_pubkey_t& key) {
             "parameter sets are complete elements");
     require(out.encryption_param_set.data == nullptr || is_oid_element(out.encryption_param_set),
             "the third parameter set is an element or absent");
-    return answer_t(in)
+    return read_text_t(in)
         .number(static_cast<unsigned int>(done))
         .view(out.public_key_param_set)
         .view(out.digest_param_set)
@@ -44,10 +44,10 @@ std::string read_gost(const block_t& in, const asn_pubkey_t& key) {
         .text();
 }
 
-std::string read_key(const block_t& in) {
+std::string read_key(const exact_bytes_t& in) {
     asn_pubkey_t out;
     const int done = asn_read_pubkey(in.data(), static_cast<long>(in.size()), out);
-    answer_t answer(in);
+    read_text_t answer(in);
     answer.number(static_cast<unsigned int>(done)).view(out.algorithm).view(out.parameters);
     if (done != 0 && out.key.size == WRAPPED_SIZE) {
         asn_rsa_pubkey_t rsa;
@@ -62,14 +62,14 @@ std::string read_key(const block_t& in) {
     return done == 0 ? answer.text() : answer.bytes(read_rsa(in, out)).bytes(read_gost(in, out)).text();
 }
 
-std::string read_signature(const block_t& in) {
+std::string read_signature(const exact_bytes_t& in) {
     asn_dsa_certsign_t out;
     const int done = asn_read_dsa_certsign(in.data(), in.size(), out);
-    return answer_t(in).number(static_cast<unsigned int>(done)).view(out.r).view(out.s).text();
+    return read_text_t(in).number(static_cast<unsigned int>(done)).view(out.r).view(out.s).text();
 }
 
 // The readers of keys alone: the first octet tells how much of the input are parameters, the rest are the key's bits.
-std::string read_inner(const block_t& in) {
+std::string read_inner(const exact_bytes_t& in) {
     taker_t taker(in.text());
     asn_pubkey_t key;
     key.parameters = view_of(taker.counted());

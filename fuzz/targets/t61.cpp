@@ -11,7 +11,7 @@ namespace {
 constexpr int MAX_UTF8_SIZE = 6;
 
 // A digit that tells success, and the text.
-std::string convert(const block_t& in) {
+std::string convert(const exact_bytes_t& in) {
     std::string out = "kept";
     const bool done = ldap_t61s_to_utf8s(in.chars(), in.size(), out);
     require_same("kept", out.substr(0, 4), "text is appended");
@@ -25,7 +25,7 @@ void check_steps(std::string_view text, const std::string& answer) {
     while (!text.empty() && expected[0] == '1') {
         const bool is_prefix = (static_cast<unsigned char>(text[0]) & 0xF0) == 0xC0;
         const std::string_view step = text.substr(0, is_prefix ? 2 : 1);
-        const std::string converted = convert(block_t(step));
+        const std::string converted = convert(exact_bytes_t(step));
         expected = converted[0] == '1' ? expected + converted.substr(1) : "0";
         text.remove_prefix(step.size());
     }
@@ -58,7 +58,7 @@ void check_code_point(unsigned int code_point) {
     }
     require(size >= 1 && size <= MAX_UTF8_SIZE, "a code point takes one to six bytes");
     for (int room = 0; room <= MAX_UTF8_SIZE; ++room) {
-        const block_t buffer(std::string(static_cast<std::size_t>(room), '?'));
+        const exact_bytes_t buffer(std::string(static_cast<std::size_t>(room), '?'));
         const int written = ldap_x_wc_to_utf8(buffer.chars(), code_point, buffer.size());
         if (room < size) {
             require(written == 0 && buffer.text().find_first_not_of('?') == std::string_view::npos,

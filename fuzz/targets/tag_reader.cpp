@@ -15,10 +15,10 @@ constexpr int MAX_DEPTH = 6;
 // From here on header and content length wrap in 32 bits, and the content can lie outside.
 constexpr unsigned int FIRST_WRAPPING_LENGTH = 0xFFFFFFFF - MAX_HEADER_SIZE + 1;
 
-std::string read_header(asn_tag_t::Type tag, const block_t& in) {
+std::string read_header(asn_tag_t::Type tag, const exact_bytes_t& in) {
     unsigned int length = UNTOUCHED;
     const unsigned char* const content = asn1_read_tag(tag, in.data(), in.size(), &length);
-    answer_t answer(in);
+    read_text_t answer(in);
     answer.number(length);
     if (content != nullptr) {
         const std::size_t offset = static_cast<std::size_t>(content - in.data());
@@ -30,8 +30,8 @@ std::string read_header(asn_tag_t::Type tag, const block_t& in) {
 }
 
 void check_header(std::string_view input) {
-    const auto with_any = [](const block_t& in) { return read_header(asn_tag_t::ANY, in); };
-    const auto with_first = [](const block_t& in) {
+    const auto with_any = [](const exact_bytes_t& in) { return read_header(asn_tag_t::ANY, in); };
+    const auto with_first = [](const exact_bytes_t& in) {
         return read_header(static_cast<asn_tag_t::Type>(in.size() == 0 ? 0 : in.data()[0]), in);
     };
     require_same(answer_of(with_any, input), answer_of(with_first, input), "an element's own identifier is accepted");
@@ -43,7 +43,7 @@ void check_written(asn_tag_t::Type tag, const blob_t& content) {
     node.add_bytes(content.data, content.size);
     std::string written;
     node.assign_to(written);
-    const block_t block(written);
+    const exact_bytes_t block(written);
     asn_cursor_t in(block.data(), block.size());
     require_same(chars_of(content), chars_of(in.read(tag)), "a written element reads back");
     require(in.ok() && in.empty(), "a written element is all of its bytes");
@@ -70,17 +70,17 @@ void check_elements(const blob_t& bytes, int depth) {
     }
 }
 
-std::string read_integer(unsigned int max, const block_t& in) {
+std::string read_integer(unsigned int max, const exact_bytes_t& in) {
     unsigned int value = UNTOUCHED;
     const bool done = asn_read_INTEGER(in.data(), in.size(), value, max);
     require(done || value == UNTOUCHED, "a refused INTEGER leaves the value");
     require(in.size() != 0 || (done && value == UNTOUCHED), "an empty INTEGER says nothing");
-    return answer_t(in).number(done).number(value).text();
+    return read_text_t(in).number(done).number(value).text();
 }
 
 void check_integer(std::string_view content, unsigned int max) {
-    const auto bounded = [max](const block_t& in) { return read_integer(max, in); };
-    const auto unbounded = [](const block_t& in) { return read_integer(0xFFFFFFFF, in); };
+    const auto bounded = [max](const exact_bytes_t& in) { return read_integer(max, in); };
+    const auto unbounded = [](const exact_bytes_t& in) { return read_integer(0xFFFFFFFF, in); };
     const std::string answer = answer_of(bounded, content);
     if (answer[0] == '1') {
         require_same(answer, answer_of(unbounded, content), "a bound does not change a value");
@@ -101,7 +101,7 @@ void check_written_integer(unsigned int value) {
     std::string out = "kept";
     asn_write_INTEGER(value, out);
     require_same("kept", out.substr(0, 4), "an INTEGER is appended");
-    const block_t content(out.substr(4));
+    const exact_bytes_t content(out.substr(4));
     require(content.size() >= 1 && content.size() <= 5, "an INTEGER has one to five octets");
     unsigned int read = UNTOUCHED;
     require(asn_read_INTEGER(content.data(), content.size(), read, 0xFFFFFFFF), "a written INTEGER reads back");
@@ -112,7 +112,7 @@ void check_written_integer(unsigned int value) {
 
 void check_input(std::string_view input) {
     check_header(input);
-    const block_t block(input);
+    const exact_bytes_t block(input);
     check_elements(view_of(block.text()), 0);
     taker_t taker(input);
     const unsigned int number = static_cast<unsigned int>(taker.number(4));

@@ -17,7 +17,7 @@ bool wraps(const reference_header_t& header) {
     return header.size + header.length > 0xFFFFFFFF;
 }
 
-void compare_header(asn_tag_t::Type tag, const block_t& in) {
+void compare_header(asn_tag_t::Type tag, const exact_bytes_t& in) {
     const std::optional<reference_header_t> expected = reference_header(tag, in.text());
     unsigned int length = UNTOUCHED;
     const unsigned char* const content = asn1_read_tag(tag, in.data(), in.size(), &length);
@@ -54,7 +54,7 @@ void compare_elements(std::string_view bytes, int depth) {
     }
 }
 
-void compare_integer(const block_t& content, unsigned int max) {
+void compare_integer(const exact_bytes_t& content, unsigned int max) {
     if (content.size() == 0) {
         return;
     }
@@ -71,7 +71,7 @@ void check_input(std::string_view input) {
     taker_t taker(input);
     const unsigned int max = static_cast<unsigned int>(taker.number(4));
     for (const std::string_view bytes : {input, taker.rest()}) {
-        const block_t block(bytes);
+        const exact_bytes_t block(bytes);
         compare_header(asn_tag_t::ANY, block);
         compare_header(asn_tag_t::SEQUENCE, block);
         compare_header(asn_tag_t::INTEGER, block);

@@ -17,7 +17,7 @@
 #include "testing/der.h"
 #include "testing/guard_page.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 
 namespace {
@@ -60,7 +60,7 @@ TEST(throwing_crypto, is_heard_and_leaves_whole_bags) {
     constexpr std::size_t NUM_DECRYPTIONS = 5;
     for (std::size_t throwing = 0; throwing < NUM_DECRYPTIONS; ++throwing) {
         SCOPED_TRACE("decryption " + std::to_string(throwing));
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         crypto.decrypt_answers.assign(throwing, answer_t::YES);
         crypto.decrypt_answers.push_back(answer_t::THROW);
         pkcs12_easy_t easy;
@@ -70,7 +70,7 @@ TEST(throwing_crypto, is_heard_and_leaves_whole_bags) {
         EXPECT_TRUE(read(input, crypto, easy));
         EXPECT_TRUE(all_kept(input, easy));
     }
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     crypto.verify_mac_answer = answer_t::THROW;
     pkcs12_easy_t easy;
     EXPECT_THROW(read(input, crypto, easy), crypto_failure_t);
@@ -81,7 +81,7 @@ TEST(refusing_crypto, leaves_out_what_it_refuses_wherever_that_is) {
     const exact_bytes_t input(usual_pfx());
     constexpr unsigned int NUM_DECRYPTIONS = 5;
     for (unsigned int refused = 0; refused < 1U << NUM_DECRYPTIONS; ++refused) {
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         for (unsigned int i = 0; i < NUM_DECRYPTIONS; ++i) {
             crypto.decrypt_answers.push_back((refused >> i & 1) != 0 ? answer_t::NO : answer_t::YES);
         }
@@ -98,22 +98,18 @@ TEST(refusing_crypto, leaves_out_what_it_refuses_wherever_that_is) {
 
 // Plaintexts
 
-// Answers every decryption with one plaintext.
-class answering_crypto_t final : public pbe_crypto_t {
-  public:
-    std::string plaintext;
-
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void*, unsigned int, std::string& out) override {
+// Answers every decryption with `plaintext`.
+scripted_crypto_t answering_crypto(const std::string& plaintext) {
+    scripted_crypto_t crypto;
+    crypto.on_decrypt = [plaintext](const pkcs5_pbe_gost_t&, std::string_view, std::string& out) {
         out = plaintext;
         return true;
-    }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-};
+    };
+    return crypto;
+}
 
 TEST(empty_plaintext, is_an_empty_key_and_no_entry) {
-    answering_crypto_t crypto;
+    scripted_crypto_t crypto = answering_crypto("");
     const exact_bytes_t key(pfx_of({data_entry({shrouded("k"), cert_bag("c")})}));
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(key, crypto, easy));
@@ -129,24 +125,23 @@ TEST(empty_plaintext, is_an_empty_key_and_no_entry) {
 
 // Every prefix of a plaintext, for it can be cut anywhere. The container keeps it whether it could be read or not.
 TEST(short_plaintext, is_refused_at_every_size) {
-    answering_crypto_t crypto;
     const exact_bytes_t input(pfx_of({encrypted_bags({cert_bag("c")})}));
     const std::string whole = entry_plaintext({cert_bag("c"), key_bag(KEY, der_set({local_key_id("id")}))});
     for (std::size_t size = 0; size < whole.size(); ++size) {
-        crypto.plaintext = whole.substr(0, size);
+        const std::string plaintext = whole.substr(0, size);
+        scripted_crypto_t crypto = answering_crypto(plaintext);
         pkcs12_easy_t easy;
         EXPECT_FALSE(read(input, crypto, easy)) << size;
         EXPECT_EQ("", bags_text(easy.encrypted_bags)) << size;
         ASSERT_EQ(1U, easy.decrypted_buffers.size()) << size;
-        EXPECT_EQ(crypto.plaintext, easy.decrypted_buffers.front()) << size;
+        EXPECT_EQ(plaintext, easy.decrypted_buffers.front()) << size;
     }
 }
 
 // Far more than was encrypted, and more than the whole file has.
 TEST(huge_plaintext, is_read_like_any_other) {
     constexpr std::size_t HUGE = 16 << 20;
-    answering_crypto_t crypto;
-    crypto.plaintext = entry_plaintext({key_bag(std::string(HUGE, 'k')), cert_bag("c")});
+    scripted_crypto_t crypto = answering_crypto(entry_plaintext({key_bag(std::string(HUGE, 'k')), cert_bag("c")}));
     const exact_bytes_t input(pfx_of({encrypted_bags({})}));
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(input, crypto, easy));
@@ -162,14 +157,12 @@ TEST(misaligned_plaintext, is_read_at_every_address) {
     const exact_bytes_t input(pfx_of({encrypted_bags({})}));
     for (std::size_t shift = 0; shift <= 4; ++shift) {
         const der_t bag = cert_bag("c", der_set({friendly_name(from_hex("04 1A 04 3B")), local_key_id("id")}));
-        std::string plaintext;
         der_t octets = der_octet_string(safe_contents({bag, shrouded("k")}));
         if (shift != 0) {
             const std::string length = long_length(encode_content(octets).size());
             octets.length = static_cast<char>(0x80 | shift) + length.substr(5 - shift);
         }
-        answering_crypto_t crypto;
-        crypto.plaintext = encode(octets);
+        scripted_crypto_t crypto = answering_crypto(encode(octets));
         pkcs12_easy_t easy;
         EXPECT_TRUE(read(input, crypto, easy)) << shift;
         EXPECT_EQ("cert[63] name[04 1A 04 3B] id[69 64]", bag_text(easy.encrypted_bags.front())) << shift;
@@ -179,9 +172,9 @@ TEST(misaligned_plaintext, is_read_at_every_address) {
 
 // References that are kept
 
-// Keeps the addresses of all that it is given.
-class keeping_crypto_t final : public pbe_crypto_t {
-  public:
+// What it was given lies in the input or in a plaintext that the container keeps, and the string that it filled is the
+// one that is kept: all of it is there as long as input and container are.
+TEST(crypto_that_keeps_references, finds_them_valid_after_the_reading) {
     struct kept_t {
         blob_t salt;
         blob_t data;
@@ -190,35 +183,26 @@ class keeping_crypto_t final : public pbe_crypto_t {
     pkcs12_mac_t mac;
     blob_t mac_data;
     std::vector<kept_t> decryptions;
-
-    bool verify_mac(const pkcs12_mac_t& given, const void* data, unsigned int size) override {
+    scripted_crypto_t crypto;
+    crypto.on_verify_mac = [&](const pkcs12_mac_t& given, std::string_view data) {
         mac = given;
-        mac_data = view_of(std::string_view(static_cast<const char*>(data), size));
+        mac_data = view_of(data);
         return true;
-    }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) override {
-        const std::string_view bytes(static_cast<const char*>(data), size);
-        decryptions.push_back({params.salt, view_of(bytes), &out});
-        out = toy_cipher(bytes);
+    };
+    crypto.on_decrypt = [&](const pkcs5_pbe_gost_t& params, std::string_view data, std::string& out) {
+        decryptions.push_back({params.salt, view_of(data), &out});
+        toggle_bits(data, out);
         return true;
-    }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-};
-
-// What it was given lies in the input or in a plaintext that the container keeps, and the string that it filled is the
-// one that is kept: all of it is there as long as input and container are.
-TEST(crypto_that_keeps_references, finds_them_valid_after_the_reading) {
+    };
     const exact_bytes_t input(usual_pfx());
-    keeping_crypto_t crypto;
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(input, crypto, easy));
     const pkcs12_easy_t moved = std::move(easy);
-    EXPECT_EQ("digest", chars_of(crypto.mac.digest));
-    EXPECT_TRUE(lies_in(crypto.mac.digest, input));
-    EXPECT_TRUE(lies_in(crypto.mac_data, input));
-    ASSERT_EQ(5U, crypto.decryptions.size());
-    for (const keeping_crypto_t::kept_t& kept : crypto.decryptions) {
+    EXPECT_EQ("digest", chars_of(mac.digest));
+    EXPECT_TRUE(lies_in(mac.digest, input));
+    EXPECT_TRUE(lies_in(mac_data, input));
+    ASSERT_EQ(5U, decryptions.size());
+    for (const kept_t& kept : decryptions) {
         EXPECT_TRUE(is_kept(kept.data, input, moved));
         EXPECT_TRUE(is_kept(kept.salt, input, moved));
         EXPECT_EQ("salt", chars_of(kept.salt));
@@ -228,98 +212,67 @@ TEST(crypto_that_keeps_references, finds_them_valid_after_the_reading) {
     }
 }
 
-// Exchanges the string's storage for its own, and back when it is asked again.
-class swapping_crypto_t final : public pbe_crypto_t {
-  public:
-    std::string own = std::string(1000, 'x');
-
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
-        own = toy_cipher(std::string_view(static_cast<const char*>(data), size));
-        out.swap(own);
-        return true;
-    }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-};
-
 TEST(crypto_that_swaps_strings, changes_nothing_that_was_read) {
     const exact_bytes_t input(usual_pfx());
     pkcs12_easy_t easy;
     {
-        swapping_crypto_t crypto;
+        // Exchanges the string's storage for its own, and back at the next call.
+        std::string own(1000, 'x');
+        scripted_crypto_t crypto;
+        crypto.on_decrypt = [&](const pkcs5_pbe_gost_t&, std::string_view data, std::string& out) {
+            own = toy_cipher(data);
+            out.swap(own);
+            return true;
+        };
         EXPECT_TRUE(read(input, crypto, easy));
     }
-    recording_crypto_t plain_crypto;
+    scripted_crypto_t plain_crypto;
     pkcs12_easy_t expected;
     EXPECT_TRUE(read(input, plain_crypto, expected));
     EXPECT_EQ(bags_text(expected.encrypted_bags), bags_text(easy.encrypted_bags));
     EXPECT_TRUE(all_kept(input, easy));
 }
 
-// Reads another container while it is asked for a plaintext.
-class nesting_crypto_t final : public pbe_crypto_t {
-  public:
-    explicit nesting_crypto_t(const exact_bytes_t& inner) : inner_(inner) {}
-    pkcs12_easy_t inner_easy;
-
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
-        recording_crypto_t crypto;
-        EXPECT_TRUE(read(inner_, crypto, inner_easy));
-        out = toy_cipher(std::string_view(static_cast<const char*>(data), size));
-        return true;
-    }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-
-  private:
-    const exact_bytes_t& inner_;
-};
-
 TEST(crypto_that_reads_containers_itself, disturbs_none) {
     const exact_bytes_t inner(usual_pfx());
     const exact_bytes_t outer(usual_pfx());
-    nesting_crypto_t crypto(inner);
+    pkcs12_easy_t inner_easy;
+    scripted_crypto_t crypto;
+    crypto.on_decrypt = [&](const pkcs5_pbe_gost_t&, std::string_view data, std::string& out) {
+        scripted_crypto_t inner_crypto;
+        EXPECT_TRUE(read(inner, inner_crypto, inner_easy));
+        toggle_bits(data, out);
+        return true;
+    };
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(outer, crypto, easy));
     EXPECT_TRUE(all_kept(outer, easy));
-    EXPECT_TRUE(all_kept(inner, crypto.inner_easy));
-    EXPECT_EQ(5U * easy.encrypted_bags.size(), crypto.inner_easy.encrypted_bags.size());
+    EXPECT_TRUE(all_kept(inner, inner_easy));
+    EXPECT_EQ(5U * easy.encrypted_bags.size(), inner_easy.encrypted_bags.size());
 }
 
 // Outputs that view inputs
-
-// Makes records that view what it was given, and the ciphertext that it made.
-class viewing_crypto_t final : public pbe_crypto_t {
-  public:
-    std::string plaintext;
-    std::string authenticated;
-
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
-    bool make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac) override {
-        authenticated.assign(static_cast<const char*>(data), size);
-        mac.digest = view_of(std::string_view(static_cast<const char*>(data), size));
-        mac.salt = view_of(std::string_view(static_cast<const char*>(data) + size - 1, 1));
-        mac.iterations = 5;
-        return true;
-    }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void*, unsigned int, std::string&) override { return false; }
-    bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) override {
-        plaintext.assign(static_cast<const char*>(data), size);
-        out = toy_cipher(plaintext);
-        params.salt = view_of(out);
-        params.iv = view_of(std::string_view(static_cast<const char*>(data), size));
-        params.iterations = 7;
-        return true;
-    }
-};
 
 TEST(crypto_whose_records_view_what_it_was_given, is_written_down) {
     for (const std::string& value : {std::string("k"), KEY, std::string(20000, 'k')}) {
         pkcs12_easy_t easy;
         easy.encrypted_bags = {bag_of(0, value)};
-        viewing_crypto_t crypto;
+        std::string authenticated;
+        scripted_crypto_t crypto;
+        crypto.on_make_mac = [&](std::string_view data, pkcs12_mac_t& mac) {
+            authenticated = data;
+            mac.digest = view_of(data);
+            mac.salt = view_of(data.substr(data.size() - 1));
+            mac.iterations = 5;
+            return true;
+        };
+        crypto.on_encrypt = [](std::string_view data, pkcs5_pbe_gost_t& params, std::string& out) {
+            toggle_bits(data, out);
+            params.salt = view_of(out);
+            params.iv = view_of(data);
+            params.iterations = 7;
+            return true;
+        };
         std::string out;
         asn_write_pkcs12_easy(easy, &crypto, out);
 
@@ -333,12 +286,12 @@ TEST(crypto_whose_records_view_what_it_was_given, is_written_down) {
         data.encrypted_content = der_element(0x80, toy_cipher(plaintext));
         pfx_t pfx({data.entry()});
         mac_data_t mac;
-        mac.digest = der_octet_string(crypto.authenticated);
-        mac.salt = der_octet_string(crypto.authenticated.substr(crypto.authenticated.size() - 1));
+        mac.digest = der_octet_string(authenticated);
+        mac.salt = der_octet_string(authenticated.substr(authenticated.size() - 1));
         mac.iterations = der_integer("05");
         pfx.mac_data = mac.whole();
-        EXPECT_EQ(plaintext, crypto.plaintext);
-        EXPECT_EQ(encode(pfx.content), crypto.authenticated);
+        EXPECT_EQ(plaintext, crypto.calls.at(0).data);
+        EXPECT_EQ(encode(pfx.content), authenticated);
         EXPECT_TRUE(encode(pfx.whole()) == out) << value.size();
     }
 }
@@ -351,7 +304,7 @@ TEST(container, read_into_twice_from_two_inputs_outlives_both) {
     const std::string bytes = usual_pfx();
     const unsigned int size = static_cast<unsigned int>(bytes.size());
     std::optional<pkcs12_easy_t> easy(std::in_place);
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     EXPECT_TRUE(asn_read_pkcs12_easy(first.put_last(bytes), size, &crypto, *easy));
     EXPECT_TRUE(asn_read_pkcs12_easy(second.put_first(bytes), size, &crypto, *easy));
     EXPECT_EQ(2U, easy->plain_bags.size());
@@ -372,7 +325,7 @@ TEST(container, read_into_twice_from_two_inputs_outlives_both) {
 TEST(container, may_go_before_its_input) {
     const exact_bytes_t input(usual_pfx());
     const std::string before(input.chars(), input.size());
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     for (int i = 0; i < 3; ++i) {
         const std::unique_ptr<pkcs12_easy_t> easy = std::make_unique<pkcs12_easy_t>();
         EXPECT_TRUE(read(input, crypto, *easy));
@@ -384,7 +337,7 @@ TEST(container, may_go_before_its_input) {
 TEST(container, read_into_again_after_a_failure_holds_all_that_was_read) {
     const exact_bytes_t good(usual_pfx());
     const exact_bytes_t broken(pfx_of({data_entry({cert_bag("b"), shrouded("x")}), der_null()}));
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(good, crypto, easy));
     EXPECT_FALSE(read(broken, crypto, easy));
@@ -397,7 +350,7 @@ TEST(container, read_into_again_after_a_failure_holds_all_that_was_read) {
 // A container's bags may be those of another one, whose plaintexts they view.
 TEST(container, is_written_from_views_of_plaintexts) {
     const exact_bytes_t input(usual_pfx());
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(input, crypto, easy));
     std::string out;
@@ -449,7 +402,7 @@ const aliasing_case_t ALIASING[] = {
      }},
     {"container", KEY,
      [](const blob_t& input, std::string& out) {
-         recording_crypto_t crypto;
+         scripted_crypto_t crypto;
          crypto.make_mac_answer = answer_t::NO;
          pkcs12_easy_t easy;
          pkcs12_bag_t bag;

@@ -1,5 +1,5 @@
-// No reader looks at an octet that is not its caller's: inputs end right in front of a page that may not be touched, or
-// start right behind one, and so do the buffers that are written into.
+// No function touches an octet that is not its caller's: inputs end right before a page that may not be touched, or
+// start right after one, and so do the buffers that are written into.
 #include "support/expect.h"
 #include "testing/guard_page.h"
 
@@ -7,21 +7,19 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <new>
-#include <set>
 #include <string>
 
-#include "testing/exported_functions.h"
-#include "testing/processor.h"
-#include "testing/readers.h"
+#include "testing/calls.h"
 
 // The compiler sees free() behind delete, but not that new below takes from malloc().
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 
 namespace {
 
-// Where the next block of one size comes from: the characters of a string, in front of a guard page.
+// Where the next block of one size comes from: the characters of a string, before a guard page.
 void* placed_block = nullptr;
 std::size_t placed_size = 0;
 bool placed_is_used = false;
@@ -54,27 +52,24 @@ namespace {
 
 std::size_t num_cases = 0; // inputs next to a page
 
-class guarded_reader : public testing::TestWithParam<reader_t> {
+class guarded_call : public testing::TestWithParam<call_t> {
   protected:
     static void TearDownTestSuite() { std::cout << num_cases << " inputs next to a guard page\n"; }
 
-    // Gives the answer to an input on the heap, once it is the same at both pages.
-    static read_answer_t check(std::string_view input) {
-        const reader_t& reader = GetParam();
-        std::string octets(input);
-        if (reader.kind == input_kind_t::ZERO_TERMINATED) {
-            octets.push_back('\0');
-        }
+    // Returns the answer to an input on the heap, once the answers at both pages are the same.
+    static call_answer_t check(std::string_view input) {
+        const call_t& call = GetParam();
+        const std::string octets = octets_for(call, input);
         const exact_bytes_t block(octets);
         const unsigned int size = static_cast<unsigned int>(input.size());
-        const read_answer_t expected = reader.read(block.data(), size);
+        const call_answer_t expected = answer_to(call, block.data(), size);
         EXPECT_TRUE(expected.views_inside) << to_hex(input) << expected;
-        if (reader.kind == input_kind_t::STRING) {
-            EXPECT_EQ(expected, read_string(block)) << "in a string, " << to_hex(input);
+        if (call.input == input_t::STRING) {
+            EXPECT_EQ(expected, answer_in_string(block)) << "in a string, " << to_hex(input);
             return expected;
         }
-        EXPECT_EQ(expected, reader.read(pages().put_last(octets), size)) << "in front of a page, " << to_hex(input);
-        EXPECT_EQ(expected, reader.read(pages().put_first(octets), size)) << "behind a page, " << to_hex(input);
+        EXPECT_EQ(expected, answer_to(call, pages().put_last(octets), size)) << "before a page, " << to_hex(input);
+        EXPECT_EQ(expected, answer_to(call, pages().put_first(octets), size)) << "after a page, " << to_hex(input);
         num_cases += 2;
         return expected;
     }
@@ -85,14 +80,14 @@ class guarded_reader : public testing::TestWithParam<reader_t> {
         return PAGES;
     }
 
-    // The reader makes its string of the input, with the zero of the string as the last octet in front of the page. A
-    // string of up to 15 characters holds them itself.
-    static read_answer_t read_string(const exact_bytes_t& block) {
+    // The call makes its string of the input, with the zero of the string as the last octet before the page. A string
+    // of up to 15 characters holds them itself.
+    static call_answer_t answer_in_string(const exact_bytes_t& block) {
         constexpr unsigned int MAX_HELD_INSIDE = 15;
         placed_size = std::size_t{block.size()} + 1;
         placed_block = pages().last(placed_size);
         placed_is_used = false;
-        const read_answer_t answer = GetParam().read(block.data(), block.size());
+        const call_answer_t answer = answer_to(GetParam(), block.data(), block.size());
         EXPECT_EQ(block.size() > MAX_HELD_INSIDE, placed_is_used);
         num_cases += placed_is_used ? 1 : 0;
         placed_block = nullptr;
@@ -100,13 +95,13 @@ class guarded_reader : public testing::TestWithParam<reader_t> {
     }
 };
 
-TEST_P(guarded_reader, stays_in_what_it_takes) {
+TEST_P(guarded_call, stays_in_what_it_takes) {
     for (const std::string& sample : GetParam().samples) {
         EXPECT_TRUE(check(sample).accepted) << to_hex(sample);
     }
 }
 
-TEST_P(guarded_reader, stays_in_every_prefix) {
+TEST_P(guarded_call, stays_in_every_prefix) {
     for (const std::string& sample : GetParam().samples) {
         for (std::size_t size = 0; size < sample.size(); ++size) {
             check(std::string_view(sample).substr(0, size));
@@ -114,7 +109,7 @@ TEST_P(guarded_reader, stays_in_every_prefix) {
     }
 }
 
-TEST_P(guarded_reader, stays_in_its_input_whichever_octet_is_another) {
+TEST_P(guarded_call, stays_in_its_input_whichever_octet_is_another) {
     for (const std::string& sample : GetParam().samples) {
         for (std::size_t place = 0; place < sample.size(); ++place) {
             std::string changed = sample;
@@ -127,8 +122,8 @@ TEST_P(guarded_reader, stays_in_its_input_whichever_octet_is_another) {
     }
 }
 
-// One octet says that five, or four, or none more follow than there are.
-TEST_P(guarded_reader, stays_in_an_input_that_ends_in_a_longer_length) {
+// The last octets announce five, four or no more octets than there are.
+TEST_P(guarded_call, stays_in_an_input_that_ends_in_a_longer_length) {
     for (const std::string& sample : GetParam().samples) {
         for (std::size_t size = 0; size <= sample.size(); ++size) {
             for (const char* const end : {"84", "84 FF FF FF", "84 FF FF FF FF", "7F", "81", "80", "5C", "22", "C2"}) {
@@ -138,20 +133,15 @@ TEST_P(guarded_reader, stays_in_an_input_that_ends_in_a_longer_length) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, guarded_reader, testing::ValuesIn(all_readers()), case_name_t());
-
-TEST(guarded_readers, are_all_functions_but_those_that_read_no_octets) {
-    std::set<std::string> unguarded = exported_functions();
-    for (const reader_t& reader : all_readers()) {
-        unguarded.erase(reader.function);
-    }
-    const std::set<std::string> without_input = {
-        "CertTimeToLogStringGMT", "CertTimeToString",      "CertTimeToStringGMT",      "CertTimeTo_time_t",
-        "TimeToString",           "i2s::LogTimeToString",  "ldap_x_wc_to_utf8",        "asn_write_INTEGER",
-        "PKI_HASH_ALG_TO_OID",    "PKI_KEY_ALG_TO_OID",    "PKI_CERT_SIGN_ALG_TO_OID", "asn_form_ike_signalg",
-        "oid_map_release",        "IntToString::getString"};
-    EXPECT_EQ(without_input, unguarded);
+std::vector<call_t> calls_that_read() {
+    std::vector<call_t> calls = all_calls();
+    calls.erase(
+        std::remove_if(calls.begin(), calls.end(), [](const call_t& call) { return call.input == input_t::NUMBER; }),
+        calls.end());
+    return calls;
 }
+
+INSTANTIATE_TEST_SUITE_P(, guarded_call, testing::ValuesIn(calls_that_read()), case_name_t());
 
 TEST(guarded_pages, end_a_program_that_leaves_them) {
     const guarded_pages_t pages;
@@ -165,7 +155,7 @@ TEST(guarded_pages, end_a_program_that_leaves_them) {
 
 // Buffers that are written into
 
-// Runs `write` with `room` octets in front of a page.
+// Runs `write` on a buffer of the expected size before a page.
 template <typename WRITE> void expect_written(std::string_view expected, WRITE write) {
     const guarded_pages_t pages;
     char* const out = reinterpret_cast<char*>(pages.last(expected.size()));
@@ -180,18 +170,16 @@ TEST(guarded_buffer, of_hexadecimal_text_holds_it_exactly) {
     expect_written("00", [&](char* out) { TO_HEX_STRING(data.data(), 1, out, '-'); });
 }
 
-// Texts are converted in blocks, by one instruction set or the other.
+// Texts are converted in blocks, the last of which overlaps the one before it.
 TEST(guarded_buffer, of_hexadecimal_text_of_every_size_holds_it_exactly) {
     const guarded_pages_t in;
-    on_each_processor([&in] {
-        for (unsigned int size = 1; size <= 150; ++size) {
-            const std::string bytes = counting_bytes(size, size);
-            std::string expected = to_hex(bytes);
-            expected.erase(std::remove(expected.begin(), expected.end(), ' '), expected.end());
-            expect_written(expected, [&](char* out) { TO_HEX_STRING(in.put_last(bytes), size, out, '\0'); });
-            expect_written(expected, [&](char* out) { TO_HEX_STRING(in.put_first(bytes), size, out, '\0'); });
-        }
-    });
+    for (unsigned int size = 1; size <= 150; ++size) {
+        const std::string bytes = counting_bytes(size, size);
+        std::string expected = to_hex(bytes);
+        expected.erase(std::remove(expected.begin(), expected.end(), ' '), expected.end());
+        expect_written(expected, [&](char* out) { TO_HEX_STRING(in.put_last(bytes), size, out, '\0'); });
+        expect_written(expected, [&](char* out) { TO_HEX_STRING(in.put_first(bytes), size, out, '\0'); });
+    }
 }
 
 TEST(guarded_buffer, of_a_character_holds_it_exactly) {
@@ -220,7 +208,7 @@ TEST(guarded_buffer, of_a_log_time_holds_every_time) {
     }
 }
 
-// Of the 512 octets six stay free.
+// At most 506 of the 512 octets are used.
 TEST(guarded_buffer, of_an_oid_is_not_left) {
     const guarded_pages_t pages;
     unsigned char(&out)[512] = *reinterpret_cast<unsigned char(*)[512]>(pages.last(512));

@@ -10,7 +10,7 @@
 #include "testing/der.h"
 #include "testing/guard_page.h"
 #include "testing/pkcs_der.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 
 namespace {
 
@@ -121,7 +121,7 @@ std::string letters_of(const std::list<pkcs12_bag_t>& bags) {
 
 std::string outcome_of(const std::string& container) {
     static const guarded_pages_t PAGES;
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     const unsigned char* const input = PAGES.put_last(container);
     const bool accepted = asn_read_pkcs12_easy(input, static_cast<unsigned int>(container.size()), &crypto, easy);

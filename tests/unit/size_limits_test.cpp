@@ -13,11 +13,11 @@
 #include "support/expect.h"
 #include "testing/bags.h"
 #include "testing/bytes.h"
+#include "testing/calls.h"
 #include "testing/der.h"
 #include "testing/failing_allocator.h"
 #include "testing/pkcs_der.h"
-#include "testing/readers.h"
-#include "testing/recording_crypto.h"
+#include "testing/scripted_crypto.h"
 #include "testing/views.h"
 #include "util/string_room.h"
 
@@ -109,7 +109,7 @@ TEST(containers, give_bags_of_every_size) {
             const std::string field = marked_bytes(size);
             const der_t attributes = der_set({friendly_name(field.substr(0, 70000))});
             const exact_bytes_t input(encode(pfx_t({data_entry({cert_bag(field, attributes)})}).whole()));
-            recording_crypto_t crypto;
+            scripted_crypto_t crypto;
             pkcs12_easy_t easy;
             EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
             ASSERT_EQ(1U, easy.plain_bags.size());
@@ -216,7 +216,7 @@ TEST(container_writer, shortens_the_length_of_safe_contents_of_65536_octets) {
 
     pkcs12_easy_t easy;
     easy.plain_bags = {bag_of(0, value)};
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     std::string out;
     asn_write_pkcs12_easy(easy, &crypto, out);
 
@@ -251,7 +251,7 @@ TEST(container_writer, comes_back_around_sizes_that_do_not) {
         const std::string value = marked_bytes(size);
         pkcs12_easy_t easy;
         easy.plain_bags = {bag_of(1, value)};
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         std::string out;
         asn_write_pkcs12_easy(easy, &crypto, out);
         const exact_bytes_t input(out);
@@ -309,7 +309,7 @@ TEST(writers, refuse_content_that_passes_32_bits_before_they_read_it) {
         encrypted.encrypted_data = huge;
         EXPECT_THROW(asn_write_pkcs8_encrypted_pki_gost(encrypted, out), std::bad_alloc);
 
-        recording_crypto_t crypto;
+        scripted_crypto_t crypto;
         crypto.make_mac_answer = answer_t::NO;
         for (blob_t pkcs12_mac_t::*const field : {&pkcs12_mac_t::digest, &pkcs12_mac_t::salt}) {
             pkcs12_easy_t easy;
@@ -476,20 +476,6 @@ TEST_P(sparse_input, holds_a_public_key) {
     EXPECT_EQ(input.data() + input.size(), rsa.exponent.data + rsa.exponent.size);
 }
 
-// Says yes without a look at the octets.
-class blind_crypto_t final : public pbe_crypto_t {
-  public:
-    unsigned int authenticated_size = 0;
-
-    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int size) override {
-        authenticated_size = size;
-        return true;
-    }
-    bool make_mac(const void*, unsigned int, pkcs12_mac_t&) override { return false; }
-    bool decrypt(const pkcs5_pbe_gost_t&, const void*, unsigned int, std::string&) override { return false; }
-    bool encrypt(const void*, unsigned int, pkcs5_pbe_gost_t&, std::string&) override { return false; }
-};
-
 TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
     const std::string mac = encode(mac_data_t().whole());
     const unsigned int mac_size = static_cast<unsigned int>(mac.size());
@@ -502,21 +488,28 @@ TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
     const unsigned int value_size = input.put(front) - mac_size;
     std::memcpy(input.data() + end, mac.data(), mac.size());
 
-    blind_crypto_t crypto;
+    // Says yes without looking at the octets.
+    scripted_crypto_t crypto;
+    crypto.records = false;
+    std::size_t authenticated_size = 0;
+    crypto.on_verify_mac = [&](const pkcs12_mac_t&, std::string_view data) {
+        authenticated_size = data.size();
+        return true;
+    };
     pkcs12_easy_t easy;
     EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
     ASSERT_EQ(1U, easy.plain_bags.size());
     EXPECT_EQ(value_size, easy.plain_bags.front().value.size);
     EXPECT_EQ(input.data() + front.size(), easy.plain_bags.front().value.data);
     EXPECT_EQ("digest", chars_of(easy.mac.digest));
-    EXPECT_LT(value_size, crypto.authenticated_size);
+    EXPECT_LT(value_size, authenticated_size);
 }
 
 TEST_P(sparse_input, holds_a_container) {
     // A small container with all that room behind it; and one that says it fills the room, with its MAC out of it.
     const std::string small = encode(pfx_t({data_entry({cert_bag("c")})}).whole());
     input.put(small);
-    recording_crypto_t crypto;
+    scripted_crypto_t crypto;
     pkcs12_easy_t easy;
     EXPECT_TRUE(asn_read_pkcs12_easy(input.data(), input.size(), &crypto, easy));
     EXPECT_EQ("cert[63]", bags_text(easy.plain_bags));
@@ -559,22 +552,22 @@ INSTANTIATE_TEST_SUITE_P(of_octets, sparse_input, testing::Values(0x7FFFFFFFU, 0
 // The smallest inputs, of every reader, whatever the octet.
 
 TEST(smallest_input, of_no_octets_may_be_anywhere) {
-    for (const reader_t& reader : all_readers()) {
-        if (reader.kind == input_kind_t::SIZED) {
+    for (const call_t& call : all_calls()) {
+        if (call.input == input_t::BYTES) {
             const unsigned char* const nowhere = reinterpret_cast<const unsigned char*>(0x10);
             const exact_bytes_t empty("");
-            EXPECT_EQ(reader.read(empty.data(), 0), reader.read(nowhere, 0)) << reader.name;
+            EXPECT_EQ(answer_to(call, empty.data(), 0), answer_to(call, nowhere, 0)) << call.name;
         }
     }
 }
 
 TEST(smallest_input, of_one_octet_is_no_record) {
-    for (const record_reader_t& reader : record_readers()) {
+    for (const call_t& call : record_calls()) {
         for (unsigned int octet = 0; octet < 256; ++octet) {
             const exact_bytes_t input(std::string(1, static_cast<char>(octet)));
-            const read_answer_t answer = reader.read(input.data(), input.size());
-            EXPECT_FALSE(answer.accepted) << reader.name << " " << octet;
-            EXPECT_TRUE(answer.views_inside) << reader.name << " " << octet;
+            const call_answer_t answer = answer_to(call, input.data(), input.size());
+            EXPECT_FALSE(answer.accepted) << call.name << " " << octet;
+            EXPECT_TRUE(answer.views_inside) << call.name << " " << octet;
         }
     }
 }

@@ -1,21 +1,20 @@
-// Classes of faults that readers of such records have had elsewhere: lengths that overflow, memory taken because a
-// length asked for it, and fields without content. Every element of every record in turn.
+// Faults that readers of such records are known for: lengths that overflow, memory taken because a length asks for it,
+// and fields without content. Every element of every record in turn.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "support/expect.h"
 #include "support/spoiled_der.h"
 #include "testing/bytes.h"
-#include "testing/failing_allocator.h"
+#include "testing/calls.h"
 #include "testing/guard_page.h"
-#include "testing/readers.h"
+#include "testing/library_allocations.h"
 
 namespace {
-
-std::string record_name(const testing::TestParamInfo<record_reader_t>& info) {
-    return info.param.name;
-}
 
 const guarded_pages_t& pages() {
     static const guarded_pages_t PAGES;
@@ -23,11 +22,11 @@ const guarded_pages_t& pages() {
 }
 
 // The input ends at a page that may not be touched.
-read_answer_t read_guarded(const record_reader_t& reader, const std::string& input) {
-    return reader.read(pages().put_last(input), static_cast<unsigned int>(input.size()));
+call_answer_t read_guarded(const call_t& reader, const std::string& input) {
+    return answer_to(reader, pages().put_last(input), static_cast<unsigned int>(input.size()));
 }
 
-// The signs of 31 and 32 bits, and all lengths that wrap with a header of up to six octets, and with two of them.
+// Lengths around 2^31, and all that wrap with one header of up to six octets or with two.
 std::vector<unsigned int> overflowing_lengths() {
     std::vector<unsigned int> lengths = {0x7FFFFFFF, 0x80000000, 0x7FFFFFFA, 0x80000006, 0xC0000000};
     for (unsigned int k = 0; k <= 16; ++k) {
@@ -38,24 +37,24 @@ std::vector<unsigned int> overflowing_lengths() {
 
 // ---- length_overflow ----
 
-class length_overflow : public testing::TestWithParam<record_reader_t> {};
+class length_overflow : public testing::TestWithParam<call_t> {};
 
-// A length that no arithmetic can wrap, but which is past the end like the others: they must all be judged alike.
+// A length that wraps in no sum but is past the end like the others: they must all be judged alike.
 constexpr unsigned int MERELY_TOO_LONG = 0x00FFFFFF;
 
-bool prints_octets_of_lengths(const record_reader_t& reader) {
-    return std::string_view(reader.function) == "asn_dn_to_printable"; // in the hexadecimal form of a value
+bool prints_octets_of_lengths(const call_t& reader) {
+    return std::string_view(reader.function) == "asn_dn_to_printable"; // values print in hexadecimal
 }
 
 TEST_P(length_overflow, is_judged_like_any_length_past_the_end) {
-    const record_reader_t& reader = GetParam();
-    for_each_element(reader.sample, [&](der_t& record, der_t& element) {
+    const call_t& reader = GetParam();
+    for_each_element(*reader.record, [&](der_t& record, der_t& element) {
         element.length = long_length(MERELY_TOO_LONG);
-        const read_answer_t expected = read_guarded(reader, reader.input(record));
+        const call_answer_t expected = read_guarded(reader, reader.input_of(record));
         EXPECT_TRUE(expected.views_inside) << expected;
         for (const unsigned int length : overflowing_lengths()) {
             element.length = long_length(length);
-            const read_answer_t answer = read_guarded(reader, reader.input(record));
+            const call_answer_t answer = read_guarded(reader, reader.input_of(record));
             EXPECT_TRUE(answer.views_inside) << "length " << length << answer;
             EXPECT_EQ(expected.accepted, answer.accepted) << "length " << length << answer;
             if (!prints_octets_of_lengths(reader)) {
@@ -66,11 +65,11 @@ TEST_P(length_overflow, is_judged_like_any_length_past_the_end) {
 }
 
 TEST_P(length_overflow, of_the_whole_is_refused) {
-    const record_reader_t& reader = GetParam();
+    const call_t& reader = GetParam();
     if (reader.takes_content) {
-        return; // the outermost header is not in the input
+        return; // the outermost header is not part of the input
     }
-    der_t record = reader.sample;
+    der_t record = *reader.record;
     for (const unsigned int length : overflowing_lengths()) {
         record.length = long_length(length);
         EXPECT_FALSE(read_guarded(reader, encode(record)).accepted) << length;
@@ -79,44 +78,45 @@ TEST_P(length_overflow, of_the_whole_is_refused) {
 
 // All lengths of a record at once, so that a sum over several levels can wrap too.
 TEST_P(length_overflow, of_every_element_at_once_stays_inside) {
-    const record_reader_t& reader = GetParam();
+    const call_t& reader = GetParam();
     for (const unsigned int length : overflowing_lengths()) {
-        der_t record = reader.sample;
+        der_t record = *reader.record;
         std::vector<der_t*> elements;
         list_elements(record, elements);
         for (der_t* const element : elements) {
             element->length = long_length(length);
         }
-        const read_answer_t answer = read_guarded(reader, reader.input(record));
+        const call_answer_t answer = read_guarded(reader, reader.input_of(record));
         EXPECT_TRUE(answer.views_inside) << length << answer;
         EXPECT_FALSE(answer.accepted) << length << answer;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, length_overflow, testing::ValuesIn(record_readers()), record_name);
+INSTANTIATE_TEST_SUITE_P(, length_overflow, testing::ValuesIn(record_calls()), case_name_t());
 
 // ---- claimed_length_allocation ----
 
-class claimed_length_allocation : public testing::TestWithParam<record_reader_t> {};
+class claimed_length_allocation : public testing::TestWithParam<call_t> {};
 
-// What is asked for depends on the octets that are there. The bound leaves room for what the test notes down.
+// Memory depends on the octets that are there, not on a length.
 TEST_P(claimed_length_allocation, is_bounded_by_the_input) {
-    const record_reader_t& reader = GetParam();
-    for_each_element(reader.sample, [&](der_t& record, der_t& element) {
+    const call_t& reader = GetParam();
+    for_each_element(*reader.record, [&](der_t& record, der_t& element) {
         for (const unsigned int length : {0x0000FFFFU, 0x00FFFFFFU, 0x0FFFFFFFU, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
             element.length = long_length(length);
-            const std::string input = reader.input(record);
-            const watched_allocations_t watched;
-            read_guarded(reader, input);
-            const std::size_t largest = allocator.largest;
-            EXPECT_GE(4096 + 16 * input.size(), largest) << length;
+            const std::string input = reader.input_of(record);
+            library_allocations_t library;
+            run_t run(pages().put_last(input), static_cast<unsigned int>(input.size()));
+            run.observer = &library;
+            reader.run(run);
+            EXPECT_GE(1024 + 4 * input.size(), allocator.largest) << length;
         }
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(, claimed_length_allocation, testing::ValuesIn(record_readers()), record_name);
+INSTANTIATE_TEST_SUITE_P(, claimed_length_allocation, testing::ValuesIn(record_calls()), case_name_t());
 
-// Elements that a text brings in hexadecimal.
+// Elements in hexadecimal text.
 TEST(claimed_length_allocation_of_text, is_bounded_by_the_input) {
     for (const char* const dn : {"CN=#0C847FFFFFFF61", "CN=#0C8480000000", "CN=#0C84FFFFFFFA61", "CN=#0C84FFFFFFFF",
                                  "CN=#0C83FFFFFF61", "CN=#300484FFFFFFFA"}) {
@@ -132,16 +132,10 @@ TEST(claimed_length_allocation_of_text, is_bounded_by_the_input) {
 
 // ---- zero_length_fields ----
 
-struct zero_length_case_t {
-    const char* name;
-    // What becomes of the record when an element has no content, for each in the order in which they are written: "a"
-    // for accepted, "r" for refused, blanks between the parts.
-    std::string verdicts;
-};
-
-// In the order of record_readers().
-std::vector<zero_length_case_t> zero_length_cases() {
-    // Of an RDN and its attributes only the value may be empty, and not as a wide string, which has to convert.
+// What becomes of each record when an element has no content, for all elements in the order in which they are written:
+// "a" for accepted, "r" for refused, blanks between the parts.
+std::map<std::string, std::string> zero_length_verdicts() {
+    // Only values may be empty, except wide strings, which must convert.
     const std::string name = "a  r rra  r rra rrr  r rrr  r rra rra  r rra rra ";
     // A salt, a count, the parameters of the HMAC, an initialisation vector, a parameter set.
     const std::string pbes2 = "r r r r r r a a r r a r r r a a ";
@@ -157,6 +151,9 @@ std::vector<zero_length_case_t> zero_length_cases() {
         {"name", name},
         {"name_reversed", name},
         {"object_identifier", "r"},
+        {"unknown_object_identifier", "r"},
+        {"named_object_identifier", "r"},
+        {"signature_object_identifier", "r"},
         {"hash_object_identifier", "r"},
         {"key_info", "r a r a a a a a a"},
         {"gost_key", "r a r r a a a r a"},
@@ -181,19 +178,16 @@ der_t emptied(const der_t& element) {
 }
 
 TEST(zero_length_fields, are_judged_one_by_one) {
-    const std::vector<zero_length_case_t> cases = zero_length_cases();
-    ASSERT_EQ(record_readers().size(), cases.size());
-    for (std::size_t i = 0; i < cases.size(); ++i) {
-        const record_reader_t& reader = record_readers()[i];
-        ASSERT_STREQ(reader.name, cases[i].name);
+    std::map<std::string, std::string> all_verdicts = zero_length_verdicts();
+    for (const call_t& reader : record_calls()) {
         SCOPED_TRACE(reader.name);
-        std::string verdicts = cases[i].verdicts;
+        std::string verdicts = all_verdicts[reader.name];
         verdicts.erase(std::remove(verdicts.begin(), verdicts.end(), ' '), verdicts.end());
         std::size_t index = 0;
-        for_each_element(reader.sample, [&](der_t& record, der_t& element) {
+        for_each_element(*reader.record, [&](der_t& record, der_t& element) {
             ASSERT_LT(index, verdicts.size());
             element = emptied(element);
-            const read_answer_t answer = read_guarded(reader, reader.input(record));
+            const call_answer_t answer = read_guarded(reader, reader.input_of(record));
             EXPECT_EQ(verdicts[index] == 'a', answer.accepted) << answer;
             EXPECT_TRUE(answer.views_inside) << answer;
             ++index;
@@ -202,26 +196,25 @@ TEST(zero_length_fields, are_judged_one_by_one) {
     }
 }
 
-// The same with the header in its longest form, and with the length alone set to zero, so that the content becomes what
-// follows.
-TEST(zero_length_fields, may_have_a_longer_header_and_something_behind) {
-    for (const record_reader_t& reader : record_readers()) {
+// The same with the header in its longest form, and with the length alone set to zero, so that the content turns into
+// what follows.
+TEST(zero_length_fields, may_have_a_longer_header_and_something_after_it) {
+    for (const call_t& reader : record_calls()) {
         SCOPED_TRACE(reader.name);
-        for_each_element(reader.sample, [&](der_t& record, der_t& element) {
+        for_each_element(*reader.record, [&](der_t& record, der_t& element) {
             element.length = from_hex("00");
-            EXPECT_TRUE(read_guarded(reader, reader.input(record)).views_inside);
+            EXPECT_TRUE(read_guarded(reader, reader.input_of(record)).views_inside);
             element = emptied(element);
-            const bool accepted = read_guarded(reader, reader.input(record)).accepted;
+            const bool accepted = read_guarded(reader, reader.input_of(record)).accepted;
             element.length = long_length(0);
-            const read_answer_t answer = read_guarded(reader, reader.input(record));
+            const call_answer_t answer = read_guarded(reader, reader.input_of(record));
             EXPECT_TRUE(answer.views_inside) << answer;
             EXPECT_EQ(accepted, answer.accepted) << answer;
         });
     }
 }
 
-// Of RSASSA-PSS parameters what is malformed makes the code unknown, what does not matter changes nothing, and no hash
-// stands for SHA-1.
+// Malformed RSASSA-PSS parameters make the code unknown, ignored ones change nothing, and without a hash it is SHA-1.
 TEST(zero_length_fields, of_pss_parameters_give_these_codes) {
     const pki_alg_t SAME = PKI_ALG_SHA256_RSASSA_PSS;
     const std::vector<pki_alg_t> codes = {PKI_ALG_UNKNOWN, // the whole
@@ -234,7 +227,7 @@ TEST(zero_length_fields, of_pss_parameters_give_these_codes) {
                                           // [2], the salt length
                                           PKI_ALG_UNKNOWN, SAME};
     std::size_t index = 0;
-    for_each_element(readers::pss_sample(), [&](der_t& record, der_t& element) {
+    for_each_element(*call_named("ike_pss").record, [&](der_t& record, der_t& element) {
         element = emptied(element);
         const exact_bytes_t input(encode(record));
         asn_ike_signalg_t out;
