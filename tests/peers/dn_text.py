@@ -1,10 +1,10 @@
-"""Text of distinguished names, taken apart and freed of its escapes, so that names from several tools can be compared."""
+"""Parses the text of distinguished names into values without escapes, so that names from several tools can be compared."""
 
 import re
 
 
 def split_unescaped(text, separators):
-    """Gives (part, separator in front of it) for every part of a text; what stands behind a backslash separates nothing."""
+    """Returns (part, separator before it) for every part of a text; an escaped separator does not separate."""
     parts, separator, start, i = [], "", 0, 0
     while i < len(text):
         if text[i] == "\\":
@@ -17,7 +17,7 @@ def split_unescaped(text, separators):
 
 
 def unescape(value):
-    """The bytes of a value: a backslash stands in front of two hexadecimal digits or of a character."""
+    """The bytes of a value: a backslash precedes two hexadecimal digits or a character."""
     escape = re.compile(rb"\\([0-9A-Fa-f]{2}|.)", re.DOTALL)
     return escape.sub(lambda m: bytes.fromhex(m[1].decode()) if len(m[1]) == 2 else m[1], value.encode())
 

@@ -3,6 +3,7 @@
 // success "READER.FIELD HEX" for each of its fields.
 #include <cstdio>
 #include <fstream>
+#include <initializer_list>
 #include <iostream>
 #include <iterator>
 #include <string>
@@ -11,9 +12,22 @@
 
 namespace {
 
-void print_field(const char* reader, const char* field, const blob_t& view) {
-    std::string hex;
-    std::cout << reader << '.' << field << ' ' << TO_HEX_STD_STRING(view.data, view.size, hex, '\0') << '\n';
+struct field_t {
+    const char* name;
+    const blob_t& view;
+};
+
+// Returns whether the reader succeeded.
+bool print_record(const char* reader, int result, std::initializer_list<field_t> fields) {
+    std::cout << reader << ' ' << result << '\n';
+    for (const field_t& field : fields) {
+        std::string hex;
+        if (result != 0) {
+            TO_HEX_STD_STRING(field.view.data, field.view.size, hex, '\0');
+            std::cout << reader << '.' << field.name << ' ' << hex << '\n';
+        }
+    }
+    return result != 0;
 }
 
 void print_code(const char* reader, pki_alg_t code) {
@@ -22,58 +36,36 @@ void print_code(const char* reader, pki_alg_t code) {
     std::cout << reader << ".code " << text << '\n';
 }
 
-int print_result(const char* reader, int result) {
-    std::cout << reader << ' ' << result << '\n';
-    return result;
-}
-
-void print_rsa(const asn_pubkey_t& key) {
-    asn_rsa_pubkey_t rsa;
-    if (print_result("rsa", asn_read_rsa_pubkey(key, rsa))) {
-        print_field("rsa", "modulus", rsa.modulus);
-        print_field("rsa", "exponent", rsa.exponent);
-    }
-}
-
-void print_gost(const asn_pubkey_t& key) {
-    asn_gost_pubkey_t gost;
-    if (print_result("gost", asn_read_gost_pubkey(key, gost))) {
-        print_field("gost", "public_key_param_set", gost.public_key_param_set);
-        print_field("gost", "digest_param_set", gost.digest_param_set);
-        print_field("gost", "encryption_param_set", gost.encryption_param_set);
-        print_field("gost", "key", gost.key);
-    }
-}
-
-void print_public_key(const std::string& der) {
+void print_public_key(const unsigned char* data, unsigned int size) {
     asn_pubkey_t key;
-    const auto* const data = reinterpret_cast<const unsigned char*>(der.data());
-    if (print_result("public_key", asn_read_pubkey(data, static_cast<long>(der.size()), key))) {
-        print_field("public_key", "algorithm", key.algorithm);
-        print_field("public_key", "parameters", key.parameters);
-        print_field("public_key", "key", key.key);
-        print_code("public_key", PKI_OID_TO_KEY_ALG(key.algorithm.data, key.algorithm.size));
-        print_rsa(key);
-        print_gost(key);
+    const int result = asn_read_pubkey(data, static_cast<long>(size), key);
+    if (!print_record("public_key", result,
+                      {{"algorithm", key.algorithm}, {"parameters", key.parameters}, {"key", key.key}})) {
+        return;
     }
+    print_code("public_key", PKI_OID_TO_KEY_ALG(key.algorithm.data, key.algorithm.size));
+    asn_rsa_pubkey_t rsa;
+    const int is_rsa = asn_read_rsa_pubkey(key, rsa);
+    print_record("rsa", is_rsa, {{"modulus", rsa.modulus}, {"exponent", rsa.exponent}});
+    asn_gost_pubkey_t gost;
+    const int is_gost = asn_read_gost_pubkey(key, gost);
+    print_record("gost", is_gost,
+                 {{"public_key_param_set", gost.public_key_param_set},
+                  {"digest_param_set", gost.digest_param_set},
+                  {"encryption_param_set", gost.encryption_param_set},
+                  {"key", gost.key}});
 }
 
-void print_dsa_signature(const std::string& der) {
+void print_dsa_signature(const unsigned char* data, unsigned int size) {
     asn_dsa_certsign_t signature;
-    const auto* const data = reinterpret_cast<const unsigned char*>(der.data());
-    if (print_result("dsa_signature", asn_read_dsa_certsign(data, static_cast<unsigned int>(der.size()), signature))) {
-        print_field("dsa_signature", "r", signature.r);
-        print_field("dsa_signature", "s", signature.s);
-    }
+    const int result = asn_read_dsa_certsign(data, size, signature);
+    print_record("dsa_signature", result, {{"r", signature.r}, {"s", signature.s}});
 }
 
-void print_signature_algorithm(const std::string& der) {
+void print_signature_algorithm(const unsigned char* data, unsigned int size) {
     asn_ike_signalg_t algorithm;
-    const auto* const data = reinterpret_cast<const unsigned char*>(der.data());
-    if (print_result("signature_algorithm",
-                     asn_read_ike_signalg(data, static_cast<unsigned int>(der.size()), algorithm))) {
-        print_field("signature_algorithm", "oid", algorithm.oid);
-        print_field("signature_algorithm", "parameters", algorithm.parameters);
+    const int result = asn_read_ike_signalg(data, size, algorithm);
+    if (print_record("signature_algorithm", result, {{"oid", algorithm.oid}, {"parameters", algorithm.parameters}})) {
         print_code("signature_algorithm", algorithm.to_pki_alg());
     }
 }
@@ -91,7 +83,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::string der{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    print_public_key(der);
-    print_dsa_signature(der);
-    print_signature_algorithm(der);
+    const auto* const data = reinterpret_cast<const unsigned char*>(der.data());
+    const auto size = static_cast<unsigned int>(der.size());
+    print_public_key(data, size);
+    print_dsa_signature(data, size);
+    print_signature_algorithm(data, size);
 }

@@ -2,111 +2,30 @@
 """Public keys, signature values and signature algorithms: derkit reads what openssl made, as openssl itself reads it.
 
 Everything is made anew in a temporary folder: RSA, RSASSA-PSS, DSA and (by gost-engine) GOST keys, certificates and
-signatures. DERKIT_PUBLIC_KEY_PROBE is the program that prints what derkit's readers give.
+signatures. DERKIT_PUBLIC_KEY_PROBE is the program that prints what derkit's readers return.
 """
 
 import os
 import re
 import subprocess
 import sys
-import tempfile
-from collections import defaultdict, namedtuple
-from pathlib import Path
+from collections import defaultdict
 
-GOST_CONFIG = (Path(__file__).parent / "gost_engine.cnf").read_text(encoding="ascii")
-PLAIN_CONFIG = "[req]\ndistinguished_name = dn\n[dn]\n"
+from peer import GOST_PARAM_SETS, KEY_ALGORITHMS, PSS_CODES, SIGNATURE_ALGORITHMS, Comparison, Workshop
+from peer import option, printed_number, printed_signature_algorithm
 
-# openssl's names of algorithms, and derkit's codes (pki_alg_t). What is not here has no code.
-KEY_CODES = {
-    "rsaEncryption": 0x00000001,
-    "dsaEncryption": 0x00000003,
-    "GOST R 34.10-2001": 0x0000010E,
-    "GOST R 34.10-2012 with 256 bit modulus": 0x0000010F,
-    "GOST R 34.10-2012 with 512 bit modulus": 0x00000110,
-}
-SIGNATURE_CODES = {
-    "md5WithRSAEncryption": 0x00080001,
-    "sha1WithRSAEncryption": 0x00020001,
-    "sha224WithRSAEncryption": 0x00030001,
-    "sha256WithRSAEncryption": 0x00040001,
-    "sha384WithRSAEncryption": 0x00050001,
-    "sha512WithRSAEncryption": 0x00060001,
-    "dsaWithSHA1": 0x00020003,
-    "GOST R 34.11-94 with GOST R 34.10-2001": 0x0009010E,
-    "GOST R 34.10-2012 with GOST R 34.11-2012 (256 bit)": 0x000A010F,
-    "GOST R 34.10-2012 with GOST R 34.11-2012 (512 bit)": 0x000B0110,
-}
-PSS_CODES = {"sha1": 0x00020002, "sha224": 0x00030002, "sha256": 0x00040002, "sha384": 0x00050002, "sha512": 0x00060002}
-
-GOST_PARAM_SETS = {
-    "gost2001": ["0", "A", "B", "C", "XA", "XB"],
-    "gost2012_256": ["0", "A", "B", "C", "XA", "XB", "TCA", "TCB", "TCC", "TCD"],
-    "gost2012_512": ["A", "B", "C"],
-}
-
-Element = namedtuple("Element", "offset depth end tag value content der")
+NO_CODE = (0, None)
 
 
-class Comparison:
-    """Counts what was compared and says what differs."""
+class KeyWorkshop(Workshop):
+    """Keys, and what openssl and the probe read from them."""
 
-    def __init__(self):
-        self.compared = 0
-        self.failures = 0
-
-    def same(self, case, what, openssl, derkit):
-        self.compared += 1
-        if openssl != derkit:
-            self.failures += 1
-            print(f"{case}, {what}:\n  openssl {openssl}\n  derkit  {derkit}")
-
-
-class Workshop:
-    """A folder in which openssl makes files and takes them apart."""
-
-    def __init__(self, folder, comparison):
-        self.folder = Path(folder)
+    def __init__(self, comparison):
+        super().__init__()
         self.comparison = comparison
-        self.count = 0
-        (self.folder / "gost.cnf").write_text(GOST_CONFIG)
-        (self.folder / "plain.cnf").write_text(PLAIN_CONFIG)
-
-    def file(self, content=None):
-        self.count += 1
-        path = self.folder / str(self.count)
-        if content is not None:
-            path.write_bytes(content)
-        return path
-
-    def openssl(self, *args, input=None, gost=False):
-        env = dict(os.environ, OPENSSL_CONF=str(self.folder / ("gost.cnf" if gost else "plain.cnf")))
-        run = subprocess.run(["openssl", *map(str, args)], input=input, env=env, capture_output=True)
-        if run.returncode != 0:
-            raise RuntimeError(f"openssl {' '.join(map(str, args))}: {run.stderr.decode(errors='replace').strip()}")
-        return run.stdout
-
-    def make_key(self, *args, gost=False):
-        path = self.file()
-        self.openssl("genpkey", "-out", path, *args, gost=gost)
-        return path
 
     def public_key(self, key, gost=False):
         return self.openssl("pkey", "-in", key, "-pubout", "-outform", "DER", gost=gost)
-
-    def certificate(self, key, *args, gost=False):
-        args = ["-x509", "-key", key, "-subj", "/CN=test", "-outform", "DER", *args]
-        return self.openssl("req", *args, gost=gost)
-
-    def elements(self, der):
-        """What asn1parse lists."""
-        lines = self.openssl("asn1parse", "-inform", "DER", input=der).decode().splitlines()
-        pattern = re.compile(r" *(\d+):d=(\d+) +hl=(\d+) l= *(\d+) (?:prim|cons): ([^:]*?) *(?::(.*))?$")
-        found = []
-        for line in lines:
-            offset, depth, header, length, tag, value = pattern.match(line).groups()
-            begin, end = int(offset) + int(header), int(offset) + int(header) + int(length)
-            found.append(Element(int(offset), int(depth), end, tag, value, der[begin:end], der[int(offset) : end]))
-        return found
 
     def names(self, der):
         """openssl's names of OIDs, in order."""
@@ -140,11 +59,15 @@ def oid_element(content):
     return bytes([0x06, len(content)]) + content
 
 
+def der_certificate(shop, key, *options, gost=False):
+    return shop.certificate(key, "-outform", "DER", *options, gost=gost)
+
+
 # Comparing
 
 
 def compare_public_key(shop, case, der):
-    """The parts of a SubjectPublicKeyInfo; gives what the probe printed, and the elements of the parameters."""
+    """The parts of a SubjectPublicKeyInfo; returns what the probe printed, and the elements of the parameters."""
     same, shown, elements = shop.comparison.same, shop.probe(der), shop.elements(der)
     _, algorithm, oid = elements[:3]
     bits = next(element for element in elements if element.depth == 1 and element.tag == "BIT STRING")
@@ -154,7 +77,7 @@ def compare_public_key(shop, case, der):
     same(case, "name of the algorithm", [oid.value], algorithm_name)
     same(case, "parameters", hexadecimal(der[oid.end : algorithm.end]), shown["public_key.parameters"])
     same(case, "key", hexadecimal(bits.content[1:]), shown["public_key.key"])
-    same(case, "code", code_text(KEY_CODES.get(oid.value, 0)), shown["public_key.code"])
+    same(case, "code", code_text(KEY_ALGORITHMS.get(oid.value, NO_CODE)[0]), shown["public_key.code"])
     return shown, [element for element in elements if oid.end <= element.offset < algorithm.end]
 
 
@@ -162,7 +85,7 @@ def compare_rsa(shop, case, der, bits):
     same = shop.comparison.same
     shown, _ = compare_public_key(shop, case, der)
     text = shop.openssl("pkey", "-pubin", "-inform", "DER", "-noout", "-text", input=der).decode()
-    modulus = int(re.sub(r"[\s:]", "", re.search(r"Modulus:\n((?:\s+[0-9a-f:]+\n)+)", text)[1]), 16)
+    modulus = printed_number(text, "Modulus")
     exponent = int(re.search(r"Exponent: (\d+)", text)[1])
     same(case, "RSA key", "1", shown["rsa"])
     same(case, "modulus", magnitude(modulus), shown["rsa.modulus"])
@@ -204,7 +127,7 @@ def compare_dsa_signature(shop, case, der):
 
 
 def compare_certificate(shop, case, der, gost=False):
-    """The signature algorithm; gives the certificate's public key and signature."""
+    """The signature algorithm; returns the certificate's public key and signature."""
     same, elements = shop.comparison.same, shop.elements(der)
     _, algorithm, signature = [element for element in elements if element.depth == 1]
     oid = next(element for element in elements if element.offset > algorithm.offset)
@@ -213,18 +136,14 @@ def compare_certificate(shop, case, der, gost=False):
     same(case, "OID", hexadecimal(oid.content), shown["signature_algorithm.oid"])
     same(case, "parameters", hexadecimal(der[oid.end : algorithm.end]), shown["signature_algorithm.parameters"])
     text = shop.openssl("x509", "-inform", "DER", "-noout", "-text", input=der, gost=gost).decode()
-    name, pss_hash = re.search(r"Signature Algorithm: (.*\S)\s*\n(?:\s+Hash Algorithm: (\S+))?", text).groups()
-    code = PSS_CODES.get(pss_hash, 0) if name == "rsassaPss" else SIGNATURE_CODES.get(name, 0)
+    name, pss_hash = printed_signature_algorithm(text)
+    code = PSS_CODES.get(pss_hash, 0) if name == "rsassaPss" else SIGNATURE_ALGORITHMS.get(name, NO_CODE)[0]
     same(case, f"code of {name} {pss_hash or ''}", code_text(code), shown["signature_algorithm.code"])
     pem = shop.openssl("x509", "-inform", "DER", "-noout", "-pubkey", input=der, gost=gost)
     return shop.openssl("pkey", "-pubin", "-outform", "DER", input=pem, gost=gost), signature.content[1:]
 
 
 # Making
-
-
-def option(name, value):
-    return ["-pkeyopt", f"{name}:{value}"]
 
 
 def check_rsa(shop):
@@ -244,7 +163,7 @@ def check_rsa(shop):
     key = shop.make_key("-algorithm", "RSA", *option("rsa_keygen_bits", 2048))
     for digest in ["md5", "sha1", "sha224", "sha256", "sha384", "sha512", "sha512-256"]:
         case = f"certificate with RSA and {digest}"
-        public_key, _ = compare_certificate(shop, case, shop.certificate(key, f"-{digest}"))
+        public_key, _ = compare_certificate(shop, case, der_certificate(shop, key, f"-{digest}"))
         compare_rsa(shop, case, public_key, 2048)
 
 
@@ -263,28 +182,25 @@ def check_rsassa_pss(shop):
             for salt in ["digest", "0", "max"]:
                 case = f"certificate with PSS of {name}, {digest}, salt {salt}"
                 options = [f"-{digest}", *pss, "-sigopt", f"rsa_pss_saltlen:{salt}"]
-                public_key, _ = compare_certificate(shop, case, shop.certificate(keys[name], *options))
+                public_key, _ = compare_certificate(shop, case, der_certificate(shop, keys[name], *options))
         compare_rsa(shop, case, public_key, 2048)
     for digest, mask_digest in [("sha1", "sha256"), ("sha256", "sha1"), ("sha512", "sha224")]:
         case = f"certificate with PSS, {digest}, mask of {mask_digest}"
         options = [f"-{digest}", *pss, "-sigopt", f"rsa_mgf1_md:{mask_digest}"]
-        compare_certificate(shop, case, shop.certificate(keys["RSA"], *options))
+        compare_certificate(shop, case, der_certificate(shop, keys["RSA"], *options))
 
 
 def check_dsa(shop):
     for bits, q_bits in [(1024, 160), (2048, 224), (2048, 256)]:
         case = f"DSA {bits} with {q_bits}"
-        parameters = shop.file()
-        options = option("dsa_paramgen_bits", bits) + option("dsa_paramgen_q_bits", q_bits)
-        shop.openssl("genpkey", "-genparam", "-algorithm", "DSA", *options, "-out", parameters)
-        key = shop.make_key("-paramfile", parameters)
+        key = shop.make_dsa_key(*option("dsa_paramgen_bits", bits), *option("dsa_paramgen_q_bits", q_bits))
         compare_public_key(shop, case, shop.public_key(key))
         for i in range(8):
             signature = shop.openssl("dgst", "-sha1", "-sign", key, input=bytes([i]))
             compare_dsa_signature(shop, f"{case}, signature {i}", signature)
         for digest in ["sha1", "sha256"]:
             certificate_case = f"certificate with {case} and {digest}"
-            certificate = shop.certificate(key, f"-{digest}")
+            certificate = der_certificate(shop, key, f"-{digest}")
             public_key, signature = compare_certificate(shop, certificate_case, certificate)
             compare_public_key(shop, certificate_case, public_key)
             compare_dsa_signature(shop, certificate_case, signature)
@@ -296,7 +212,7 @@ def check_gost(shop):
             case = f"{algorithm} {param_set}"
             key = shop.make_key("-algorithm", algorithm, *option("paramset", param_set), gost=True)
             compare_gost(shop, case, shop.public_key(key, gost=True))
-            certificate = shop.certificate(key, gost=True)
+            certificate = der_certificate(shop, key, gost=True)
             public_key, _ = compare_certificate(shop, f"certificate of {case}", certificate, gost=True)
             compare_gost(shop, f"certificate of {case}", public_key)
     compare_gost(shop, "gost2001 A with an encryption set", with_encryption_set(shop))
@@ -326,12 +242,10 @@ encryption_param_set = OID:1.2.643.2.2.31.1
 
 def main():
     comparison = Comparison()
-    with tempfile.TemporaryDirectory() as folder:
-        shop = Workshop(folder, comparison)
-        for check in check_rsa, check_rsassa_pss, check_dsa, check_gost:
-            check(shop)
-    print(f"{comparison.compared} facts compared, {comparison.failures} differ")
-    return 1 if comparison.failures else 0
+    shop = KeyWorkshop(comparison)
+    for check in check_rsa, check_rsassa_pss, check_dsa, check_gost:
+        check(shop)
+    return comparison.exit_status("facts")
 
 
 if __name__ == "__main__":

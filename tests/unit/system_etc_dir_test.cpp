@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-// The source once more, without the setting that the build may have given to the one that is linked.
+// The source again, without the setting that the build may have made for the object that is linked.
 namespace without_a_setting {
 #include "platform/system_etc_dir.cpp"
 }
@@ -23,7 +23,7 @@ TEST(system_etc_dir, ends_in_a_slash) {
     EXPECT_EQ('/', directory.back());
 }
 
-// A variable of the environment for as long as this lives.
+// Sets an environment variable for the lifetime of the object.
 class scoped_variable_t {
   public:
     scoped_variable_t(const char* name, const char* value) : name_(name) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What lies in an exact block of `room` bytes after encoding into it; every byte was 0xEE.
+// Encodes into a block of exactly `room` bytes 0xEE and returns what the block holds then.
 std::string written(unsigned int wc, unsigned int room, int& result) {
     std::vector<char> block(room, '\xEE');
     char spare = 0;
@@ -22,36 +22,26 @@ struct wide_case_t {
     unsigned int wc;
     const char* utf8;
 };
-class wide_character : public testing::TestWithParam<wide_case_t> {
-  protected:
-    const unsigned int wc = GetParam().wc;
+class wide_character : public testing::TestWithParam<wide_case_t> {};
+
+TEST_P(wide_character, is_written_if_there_is_room) {
     const std::string utf8 = from_hex(GetParam().utf8);
-    const unsigned int size = static_cast<unsigned int>(utf8.size());
-};
-
-TEST_P(wide_character, is_written_into_just_enough_room) {
-    int result = 0;
-    EXPECT_TRUE(same_bytes(utf8, written(wc, size, result)));
-    EXPECT_EQ(static_cast<int>(size), result);
-}
-
-TEST_P(wide_character, writes_nothing_behind_itself) {
-    int result = 0;
-    EXPECT_TRUE(same_bytes(utf8 + from_hex("EE EE EE"), written(wc, size + 3, result)));
-    EXPECT_EQ(static_cast<int>(size), result);
-}
-
-TEST_P(wide_character, gives_zero_when_room_is_too_small) {
-    for (unsigned int room = 0; room < size; ++room) {
+    for (unsigned int room = 0; room < utf8.size() + 4; ++room) {
         int result = -2;
-        written(wc, room, result);
-        EXPECT_EQ(0, result) << "room " << room;
+        const std::string block = written(GetParam().wc, room, result);
+        if (room < utf8.size()) {
+            EXPECT_EQ(0, result) << "room " << room;
+        } else {
+            EXPECT_EQ(static_cast<int>(utf8.size()), result) << "room " << room;
+            EXPECT_TRUE(same_bytes(utf8 + std::string(room - utf8.size(), '\xEE'), block));
+        }
     }
 }
 
-TEST_P(wide_character, gives_its_size_for_null_buffer_whatever_the_room) {
+TEST_P(wide_character, size_is_returned_for_a_null_buffer_whatever_the_room) {
+    const int size = static_cast<int>(from_hex(GetParam().utf8).size());
     for (const unsigned int room : {0U, 1U, 6U, 0xFFFFFFFFU}) {
-        EXPECT_EQ(static_cast<int>(size), ldap_x_wc_to_utf8(nullptr, wc, room)) << "room " << room;
+        EXPECT_EQ(size, ldap_x_wc_to_utf8(nullptr, GetParam().wc, room)) << "room " << room;
     }
 }
 
