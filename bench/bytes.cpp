@@ -1,0 +1,42 @@
+#include "bytes.h"
+
+#include <random>
+#include <stdexcept>
+
+std::string upper_hex(std::string_view bytes) {
+    std::string hex = to_hex(bytes);
+    std::erase(hex, ' ');
+    return hex;
+}
+
+std::string noise(std::size_t size, unsigned int seed) {
+    std::minstd_rand random(seed + 1);
+    std::string bytes;
+    while (bytes.size() < size) {
+        bytes.push_back(static_cast<char>(random() >> 8 & 0xFF));
+    }
+    return bytes;
+}
+
+element_t take_element(std::string_view& rest) {
+    const auto octet = [&rest](std::size_t i) {
+        return static_cast<std::size_t>(static_cast<unsigned char>(rest.at(i)));
+    };
+    element_t taken;
+    taken.tag = static_cast<unsigned int>(octet(0));
+    std::size_t length = octet(1);
+    std::size_t header = 2;
+    if (length >= 0x80) {
+        const std::size_t end = header + (length & 0x7F);
+        for (length = 0; header != end; ++header) {
+            length = length << 8 | octet(header);
+        }
+    }
+    if (length > rest.size() - header) {
+        throw std::runtime_error("an element is cut short");
+    }
+    taken.content = rest.substr(header, length);
+    taken.whole = rest.substr(0, header + length);
+    rest.remove_prefix(header + length);
+    return taken;
+}
