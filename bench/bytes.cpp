@@ -40,3 +40,28 @@ element_t take_element(std::string_view& rest) {
     rest.remove_prefix(header + length);
     return taken;
 }
+
+std::size_t count_elements(std::string_view encoding) {
+    const unsigned char* p = octets(encoding);
+    const unsigned char* const end = p + encoding.size();
+    std::size_t count = 0;
+    while (end - p >= 2) {
+        constexpr unsigned int CONSTRUCTED = 0x20;
+        const bool is_constructed = (p[0] & CONSTRUCTED) != 0;
+        std::size_t length = p[1];
+        p += 2;
+        if (length >= 0x80) {
+            std::size_t num_octets = length & 0x7F;
+            for (length = 0; num_octets != 0 && p != end; --num_octets) {
+                length = length << 8 | *p++;
+            }
+        }
+        if (length > static_cast<std::size_t>(end - p)) {
+            break;
+        }
+        ++count;
+        // The members of a constructed element come next.
+        p += is_constructed ? 0 : length;
+    }
+    return count;
+}

@@ -34,4 +34,7 @@ struct element_t {
 // Takes the first element off `rest`; throws an exception if there is none.
 element_t take_element(std::string_view& rest);
 
+// Walks over all elements, into constructed ones too, and counts them: the least that any reader of DER has to do.
+std::size_t count_elements(std::string_view encoding);
+
 #endif

@@ -1,4 +1,4 @@
-// glibc: iconv with its descriptor kept, strftime and strptime.
+// glibc: iconv with a descriptor that is kept, strftime and strptime.
 #include <gnu/libc-version.h>
 #include <iconv.h>
 

@@ -83,7 +83,7 @@ std::string upper_case(std::string text) {
     return text;
 }
 
-// Small letters, which are hexadecimal digits as well.
+// Writes small letters, which are hexadecimal digits too.
 struct hex_t {
     std::string hex = std::string(2 * 4096 + 1, '\0');
     std::size_t size = 0;

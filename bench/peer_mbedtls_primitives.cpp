@@ -196,37 +196,29 @@ struct write_encrypted_key_t : output_t {
             writer.add_octet_string(input.encrypted);
             writer.add(TAG_SEQUENCE, [&] {
                 writer.add(TAG_SEQUENCE, [&] {
-                    add_cipher(writer, input);
-                    add_derivation(writer, input);
+                    writer.add(TAG_SEQUENCE, [&] { // encryptionScheme
+                        writer.add(TAG_SEQUENCE, [&] {
+                            writer.add_oid(CONSTANTS.gost_28147_param_set);
+                            writer.add_octet_string(input.iv);
+                        });
+                        writer.add_oid(CONSTANTS.gost_28147);
+                    });
+                    writer.add(TAG_SEQUENCE, [&] { // keyDerivationFunc
+                        writer.add(TAG_SEQUENCE, [&] {
+                            writer.add(TAG_SEQUENCE, [&] {
+                                writer.add_null();
+                                writer.add_oid(CONSTANTS.hmac_gost);
+                            });
+                            writer.add_int(static_cast<int>(input.iterations));
+                            writer.add_octet_string(input.salt);
+                        });
+                        writer.add_oid(CONSTANTS.pbkdf2);
+                    });
                 });
                 writer.add_oid(CONSTANTS.pbes2);
             });
         });
         writer.assign_to(out);
-    }
-
-    static void add_cipher(writer_t& writer, const encrypted_key_t& input) {
-        writer.add(TAG_SEQUENCE, [&] {
-            writer.add(TAG_SEQUENCE, [&] {
-                writer.add_oid(CONSTANTS.gost_28147_param_set);
-                writer.add_octet_string(input.iv);
-            });
-            writer.add_oid(CONSTANTS.gost_28147);
-        });
-    }
-
-    static void add_derivation(writer_t& writer, const encrypted_key_t& input) {
-        writer.add(TAG_SEQUENCE, [&] {
-            writer.add(TAG_SEQUENCE, [&] {
-                writer.add(TAG_SEQUENCE, [&] {
-                    writer.add_null();
-                    writer.add_oid(CONSTANTS.hmac_gost);
-                });
-                writer.add_int(static_cast<int>(input.iterations));
-                writer.add_octet_string(input.salt);
-            });
-            writer.add_oid(CONSTANTS.pbkdf2);
-        });
     }
 };
 

@@ -68,7 +68,7 @@ std::string upper_case(std::string text) {
     return text;
 }
 
-// The objects exist beforehand, as the library is given content octets; decoding would look them up already.
+// The objects are made beforehand, as the library gets content octets too; decoding would already look them up.
 struct by_der_t {
     const named_oid_t* first;
     std::vector<object_t> objects;
@@ -98,7 +98,7 @@ std::string bytes_of(const BIGNUM* number) {
     return bytes;
 }
 
-// The numbers of an RSA key without making a key of it.
+// Reads the numbers of an RSA key without making a key of them.
 struct read_bare_rsa_key_t {
     owned_t<ASN1_SEQUENCE_ANY, free_any> numbers;
     std::string_view modulus, exponent;
@@ -110,7 +110,7 @@ struct read_bare_rsa_key_t {
     std::string shown() const { return listed_numbers(modulus, exponent); }
 };
 
-// A key that could be used at once, so more than is asked for.
+// Makes a key that is ready for use, which is more than the task asks for.
 struct read_rsa_key_t {
     owned_t<EVP_PKEY, EVP_PKEY_free> key;
     void operator()(const rsa_key_t& input) { key.reset(decode<d2i_PUBKEY>(input.spki_der)); }
@@ -214,7 +214,7 @@ const peer_registration_t registration(add);
 
 } // namespace
 
-// Names that differ in their case alone, and OIDs with several names, would not be the same lookups.
+// Leaves out names that differ only in case, and second names of an OID: the library would not find the same.
 std::vector<named_oid_t> list_openssl_oids() {
     std::vector<named_oid_t> list;
     std::set<std::string> seen;

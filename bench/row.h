@@ -41,16 +41,17 @@ struct target_t {
 
 enum class der_side_t { NONE, INPUT, OUTPUT };
 
+template <typename INPUT> using bytes_of_t = std::function<std::string(const INPUT&)>;
+
 template <typename INPUT> struct task_t {
-    using bytes_of_t = std::function<std::string(const INPUT&)>;
     std::string name;
-    target_t target = {};
-    std::vector<INPUT> inputs = {};
-    bytes_of_t expected = {}; // what each call has to show
+    target_t target;
+    std::vector<INPUT> inputs;
+    bytes_of_t<INPUT> expected; // what each call has to show
     // What goes in and comes out of a call, for the two limits: a copy of both, and a walk over the tags of the encoded
     // side. What comes out is `expected` unless it is given.
-    bytes_of_t in = {};
-    bytes_of_t out = {};
+    bytes_of_t<INPUT> in = {};
+    bytes_of_t<INPUT> out = {};
     der_side_t der_side = der_side_t::NONE;
 };
 
@@ -59,8 +60,7 @@ template <typename... RECORDS>
 inline constexpr auto RECORD = [](const auto&) { return std::string((sizeof(RECORDS) + ...), '\0'); };
 
 template <typename INPUT>
-std::vector<std::string> for_each_input(const std::vector<INPUT>& inputs,
-                                        const typename task_t<INPUT>::bytes_of_t& bytes_of) {
+std::vector<std::string> for_each_input(const std::vector<INPUT>& inputs, const bytes_of_t<INPUT>& bytes_of) {
     std::vector<std::string> list;
     for (const INPUT& input : inputs) {
         list.push_back(bytes_of(input));
@@ -82,19 +82,32 @@ struct row_t {
     std::deque<contender_t> contenders;
 
     template <typename WORK> void add(const std::string& contender);
+    template <typename WORK> void add_limit(const std::string& contender, std::vector<input_of_t<WORK>> limit_inputs);
     void add_limits(const std::vector<std::string>& in, const std::vector<std::string>& out, der_side_t der_side);
 };
 
 // The rows in the order of the table. Rows and contenders are added once, before anything runs.
 class registry_t {
   public:
-    static registry_t& instance();
-
     // A row, in which the library is the first contender.
     template <typename WORK> void add(const task_t<input_of_t<WORK>>& task) {
         row_t& row = add_row<WORK>(task.name, task, task.inputs);
         row.add_limits(for_each_input(task.inputs, task.in),
                        task.out ? for_each_input(task.inputs, task.out) : row.expected, task.der_side);
+    }
+
+    // A row whose inputs are DER; the library fills RECORDS.
+    template <typename WORK, typename... RECORDS>
+    void add_reader(const char* name, const target_t& target, const std::vector<input_of_t<WORK>>& inputs,
+                    const bytes_of_t<input_of_t<WORK>>& expected, const bytes_of_t<input_of_t<WORK>>& der) {
+        add<WORK>({name, target, inputs, expected, der, RECORD<RECORDS...>, der_side_t::INPUT});
+    }
+
+    // A row whose expected outputs are DER.
+    template <typename WORK>
+    void add_writer(const char* name, const target_t& target, const std::vector<input_of_t<WORK>>& inputs,
+                    const bytes_of_t<input_of_t<WORK>>& der, const bytes_of_t<input_of_t<WORK>>& in) {
+        add<WORK>({name, target, inputs, der, in, {}, der_side_t::OUTPUT});
     }
 
     // A row with the library alone for each input, of which `sizes` has the size.
@@ -115,7 +128,7 @@ class registry_t {
         }
     }
 
-    std::deque<row_t>& rows() { return rows_; }
+    const std::deque<row_t>& rows() const { return rows_; }
     struct peer_t {
         std::string name;
         std::string version;
@@ -179,9 +192,12 @@ struct peer_registration_t {
 };
 
 template <typename WORK> class runner_of_t final : public runner_t {
+    using inputs_t = std::vector<input_of_t<WORK>>;
+
   public:
-    explicit runner_of_t(const row_t& row)
-        : row_(row), inputs_(std::any_cast<const inputs_t&>(row.inputs)), work_(make_work(inputs_)) {}
+    // Without expected results any result is right.
+    runner_of_t(const inputs_t& inputs, const std::vector<std::string>& expected)
+        : inputs_(inputs), expected_(expected), work_(make_work(inputs)) {}
 
     void pass() override {
         for (const auto& input : inputs_) {
@@ -191,22 +207,21 @@ template <typename WORK> class runner_of_t final : public runner_t {
     }
 
     std::string find_mismatch() override {
-        for (std::size_t i = 0; i < inputs_.size(); ++i) {
+        for (std::size_t i = 0; i < expected_.size(); ++i) {
             // Twice, so that what the first call leaves in the storage must not show.
             work_(inputs_[i]);
             work_(inputs_[i]);
             const std::string shown = work_.shown();
-            if (shown != row_.expected.at(i)) {
-                return "expected [" + row_.expected[i] + "], got [" + shown + "]";
+            if (shown != expected_[i]) {
+                return "expected [" + expected_[i] + "], got [" + shown + "]";
             }
         }
         return std::string();
     }
 
   private:
-    using inputs_t = std::vector<input_of_t<WORK>>;
-    const row_t& row_;
     const inputs_t& inputs_;
+    const std::vector<std::string>& expected_;
     WORK work_;
 
     static WORK make_work([[maybe_unused]] const inputs_t& inputs) {
@@ -219,7 +234,17 @@ template <typename WORK> class runner_of_t final : public runner_t {
 };
 
 template <typename WORK> void row_t::add(const std::string& contender) {
-    contenders.push_back({contender, false, [this] { return std::make_unique<runner_of_t<WORK>>(*this); }});
+    const auto& row_inputs = std::any_cast<const std::vector<input_of_t<WORK>>&>(inputs);
+    contenders.push_back(
+        {contender, false, [this, &row_inputs] { return std::make_unique<runner_of_t<WORK>>(row_inputs, expected); }});
+}
+
+template <typename WORK>
+void row_t::add_limit(const std::string& contender, std::vector<input_of_t<WORK>> limit_inputs) {
+    contenders.push_back({contender, true, [limit_inputs = std::move(limit_inputs)] {
+                              static const std::vector<std::string> none;
+                              return std::make_unique<runner_of_t<WORK>>(limit_inputs, none);
+                          }});
 }
 
 #endif

@@ -161,8 +161,24 @@ std::vector<ike_algorithm_t> ike_algorithms() {
             ike_pss(PKI_ALG_SHA512_RSASSA_PSS, "2.16.840.1.101.3.4.2.3", "40")};
 }
 
-std::string rsa_numbers(const rsa_key_t& key) {
+std::string shown_rsa(const rsa_key_t& key) {
     return listed_numbers(key.modulus, key.exponent);
+}
+
+std::string shown_gost(const gost_key_t& key) {
+    return gost_key_view_t{key.public_key_param_set, key.digest_param_set, key.point}.shown();
+}
+
+std::string shown_signature(const dsa_signature_t& signature) {
+    return listed_numbers(signature.r, signature.s);
+}
+
+std::string shown_hash(const digest_t& digest) {
+    return oid_content(DIGEST_OIDS[digest.hash]);
+}
+
+std::string shown_code(const ike_algorithm_t& algorithm) {
+    return std::to_string(algorithm.code);
 }
 
 } // namespace
@@ -185,54 +201,20 @@ std::string listed_ike_algorithm(int hash, const int (&hashes)[5], bool is_pss) 
 }
 
 void add_algorithm_rows(registry_t& registry) {
-    registry.add<read_rsa_key_t>({.name = "SubjectPublicKeyInfo, RSA key",
-                                  .target = {0.80, "mbedTLS primitives"},
-                                  .inputs = twelve(make_rsa_key),
-                                  .expected = rsa_numbers,
-                                  .in = &rsa_key_t::spki_der,
-                                  .out = RECORD<asn_pubkey_t, asn_rsa_pubkey_t>,
-                                  .der_side = der_side_t::INPUT});
-    registry.add<read_bare_rsa_key_t>({.name = "RSA key alone",
-                                       .target = {1.0, "mbedTLS primitives"},
-                                       .inputs = twelve(make_rsa_key),
-                                       .expected = rsa_numbers,
-                                       .in = &rsa_key_t::key_der,
-                                       .out = RECORD<asn_rsa_pubkey_t>,
-                                       .der_side = der_side_t::INPUT});
-    registry.add<read_gost_key_t>(
-        {.name = "SubjectPublicKeyInfo, GOST key",
-         .inputs = twelve(make_gost_key),
-         .expected = [](const gost_key_t& key) { return key.public_key_param_set + key.digest_param_set + key.point; },
-         .in = &gost_key_t::spki_der,
-         .out = RECORD<asn_pubkey_t, asn_gost_pubkey_t>,
-         .der_side = der_side_t::INPUT});
-    registry.add<read_signature_t>(
-        {.name = "DSA signature",
-         .target = {0.09, "mbedTLS"},
-         .inputs = twelve(make_dsa_signature),
-         .expected = [](const dsa_signature_t& signature) { return listed_numbers(signature.r, signature.s); },
-         .in = &dsa_signature_t::der,
-         .out = RECORD<asn_dsa_certsign_t>,
-         .der_side = der_side_t::INPUT});
-    registry.add<read_digest_t>(
-        {.name = "DigestInfo read",
-         .target = {0.60, "mbedTLS primitives"},
-         .inputs = twelve(make_digest),
-         .expected = [](const digest_t& digest) { return oid_content(DIGEST_OIDS[digest.hash]); },
-         .in = &digest_t::der,
-         .out = RECORD<asn_algorid_t>,
-         .der_side = der_side_t::INPUT});
-    registry.add<write_digest_t>({.name = "DigestInfo write",
-                                  .target = {0.70, "mbedTLS primitives"},
-                                  .inputs = twelve(make_digest),
-                                  .expected = &digest_t::der,
-                                  .in = &digest_t::value,
-                                  .der_side = der_side_t::OUTPUT});
-    registry.add<read_ike_algorithm_t>(
-        {.name = "IKE identifier to algorithm",
-         .inputs = ike_algorithms(),
-         .expected = [](const ike_algorithm_t& algorithm) { return std::to_string(algorithm.code); },
-         .in = &ike_algorithm_t::der,
-         .out = RECORD<pki_alg_t>,
-         .der_side = der_side_t::INPUT});
+    const target_t none;
+    registry.add_reader<read_rsa_key_t, asn_pubkey_t, asn_rsa_pubkey_t>(
+        "SubjectPublicKeyInfo, RSA key", {0.80, "mbedTLS primitives"}, twelve(make_rsa_key), shown_rsa,
+        &rsa_key_t::spki_der);
+    registry.add_reader<read_bare_rsa_key_t, asn_rsa_pubkey_t>("RSA key alone", {1.0, "mbedTLS primitives"},
+                                                               twelve(make_rsa_key), shown_rsa, &rsa_key_t::key_der);
+    registry.add_reader<read_gost_key_t, asn_pubkey_t, asn_gost_pubkey_t>(
+        "SubjectPublicKeyInfo, GOST key", none, twelve(make_gost_key), shown_gost, &gost_key_t::spki_der);
+    registry.add_reader<read_signature_t, asn_dsa_certsign_t>(
+        "DSA signature", {0.09, "mbedTLS"}, twelve(make_dsa_signature), shown_signature, &dsa_signature_t::der);
+    registry.add_reader<read_digest_t, asn_algorid_t>("DigestInfo read", {0.60, "mbedTLS primitives"},
+                                                      twelve(make_digest), shown_hash, &digest_t::der);
+    registry.add_writer<write_digest_t>("DigestInfo write", {0.70, "mbedTLS primitives"}, twelve(make_digest),
+                                        &digest_t::der, &digest_t::value);
+    registry.add_reader<read_ike_algorithm_t, pki_alg_t>("IKE identifier to algorithm", none, ike_algorithms(),
+                                                         shown_code, &ike_algorithm_t::der);
 }

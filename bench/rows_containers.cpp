@@ -4,18 +4,48 @@
 #include "tasks.h"
 #include "testing/bags.h"
 #include "testing/pkcs_der.h"
-#include "testing/scripted_crypto.h"
 
 namespace {
 
-template <bool IS_OPENED> struct read_t {
-    scripted_crypto_t crypto = copying_crypto();
-    pkcs12_easy_t easy;
-    read_t() {
-        if (!IS_OPENED) {
-            crypto.on_decrypt = [](const pkcs5_pbe_gost_t&, std::string_view, std::string&) { return false; };
-        }
+// Copies in place of computing, so that what is measured is the container. A crypto object that follows a script costs
+// instructions that show in the rows.
+class copying_crypto_t final : public pbe_crypto_t {
+  public:
+    const container_t* container = nullptr; // whose MAC and parameters are written
+
+    explicit copying_crypto_t(bool decrypts) : decrypts_(decrypts) {}
+
+    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
+
+    bool make_mac(const void*, unsigned int, pkcs12_mac_t& mac) override {
+        mac.digest = view_of(container->digest);
+        mac.salt = view_of(container->mac_salt);
+        mac.iterations = container->iterations;
+        return true;
     }
+
+    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
+        if (decrypts_) {
+            out.assign(static_cast<const char*>(data), size);
+        }
+        return decrypts_;
+    }
+
+    bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) override {
+        params.salt = view_of(container->pbe_salt);
+        params.iterations = container->iterations;
+        params.iv = view_of(container->iv);
+        out.assign(static_cast<const char*>(data), size);
+        return true;
+    }
+
+  private:
+    bool decrypts_;
+};
+
+template <bool IS_OPENED> struct read_t {
+    copying_crypto_t crypto{IS_OPENED};
+    pkcs12_easy_t easy;
     void operator()(const container_t& container) {
         easy = pkcs12_easy_t();
         asn_read_pkcs12_easy(container.der_to_read.data(), size32(container.der_to_read), &crypto, easy);
@@ -33,25 +63,9 @@ template <bool IS_OPENED> struct read_t {
 };
 
 struct write_t : output_t {
-    scripted_crypto_t crypto = copying_crypto();
-    const container_t* container = nullptr; // whose MAC and parameters are written
-    write_t() {
-        crypto.on_make_mac = [this](std::string_view, pkcs12_mac_t& mac) {
-            mac.digest = view_of(container->digest);
-            mac.salt = view_of(container->mac_salt);
-            mac.iterations = container->iterations;
-            return true;
-        };
-        crypto.on_encrypt = [this](std::string_view bytes, pkcs5_pbe_gost_t& params, std::string& encrypted) {
-            params.salt = view_of(container->pbe_salt);
-            params.iterations = container->iterations;
-            params.iv = view_of(container->iv);
-            copy_bytes(bytes, encrypted);
-            return true;
-        };
-    }
+    copying_crypto_t crypto{true};
     void operator()(const container_t& input) {
-        container = &input;
+        crypto.container = &input;
         pkcs12_easy_t easy;
         easy.plain_bags.push_back(record_of(input.key));
         for (const bag_t& certificate : input.certificates) {
@@ -136,10 +150,12 @@ container_t make_large_container(std::size_t size) {
     return container;
 }
 
+constexpr std::size_t NUM_BAGS = 3; // a key and two certificates
+
 std::vector<container_t> containers() {
     std::vector<container_t> list;
     for (unsigned int i = 0; i < 4; ++i) {
-        list.push_back(make_container(100 * i, 2, 900 + 37 * i));
+        list.push_back(make_container(100 * i, NUM_BAGS - 1, 900 + 37 * i));
     }
     return list;
 }
@@ -159,10 +175,6 @@ std::string listed(const container_t& container) {
     return lines + listed_mac_of(container);
 }
 
-std::string records(const container_t& container) {
-    return std::string(sizeof(pkcs12_bag_t) * (1 + container.certificates.size()) + sizeof(pkcs12_mac_t), '\0');
-}
-
 } // namespace
 
 std::string listed_bag(bool is_certificate, std::string_view value, std::string_view friendly_name,
@@ -176,32 +188,18 @@ std::string listed_mac(std::string_view digest, std::string_view salt, unsigned 
 }
 
 void add_container_rows(registry_t& registry) {
-    registry.add<read_t<false>>({.name = "PKCS#12 read, closed",
-                                 .target = {0.04, "OpenSSL"},
-                                 .inputs = containers(),
-                                 .expected = listed_mac_of,
-                                 .in = &container_t::der_to_read,
-                                 .out = records,
-                                 .der_side = der_side_t::INPUT});
-    registry.add<read_t<true>>({.name = "PKCS#12 read, opened",
-                                .target = {0.06, "OpenSSL"},
-                                .inputs = containers(),
-                                .expected = listed,
-                                .in = &container_t::der_to_read,
-                                .out = records,
-                                .der_side = der_side_t::INPUT});
-    registry.add<write_t>({.name = "PKCS#12 write",
-                           .target = {0.08, "OpenSSL"},
-                           .inputs = containers(),
-                           .expected = &container_t::der_to_write,
-                           .in = records,
-                           .der_side = der_side_t::OUTPUT});
+    registry.add_reader<read_t<false>, pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>(
+        "PKCS#12 read, closed", {0.04, "OpenSSL"}, containers(), listed_mac_of, &container_t::der_to_read);
+    registry.add_reader<read_t<true>, pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>(
+        "PKCS#12 read, opened", {0.06, "OpenSSL"}, containers(), listed, &container_t::der_to_read);
+    registry.add_writer<write_t>("PKCS#12 write", {0.08, "OpenSSL"}, containers(), &container_t::der_to_write,
+                                 RECORD<pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>);
 }
 
 void add_container_sizes(registry_t& registry) {
     const std::vector<container_t> inputs = for_each_size(make_large_container);
-    registry.add_series<read_t<true>>({.name = "PKCS#12 read", .inputs = inputs, .expected = listed},
+    registry.add_series<read_t<true>>({"PKCS#12 read", {}, inputs, listed},
                                       sizes_of(inputs, &container_t::der_to_read));
-    registry.add_series<write_t>({.name = "PKCS#12 write", .inputs = inputs, .expected = &container_t::der_to_write},
+    registry.add_series<write_t>({"PKCS#12 write", {}, inputs, &container_t::der_to_write},
                                  sizes_of(inputs, &container_t::der_to_write));
 }

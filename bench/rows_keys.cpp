@@ -89,30 +89,12 @@ std::vector<private_key_t> private_keys() {
 }
 
 void add_key_rows(registry_t& registry) {
-    registry.add<read_key_t>({.name = "PKCS#8 read",
-                              .target = {0.60, "mbedTLS primitives"},
-                              .inputs = private_keys(),
-                              .expected = shown,
-                              .in = &private_key_t::der,
-                              .out = RECORD<pkcs8_pki_gost_t>,
-                              .der_side = der_side_t::INPUT});
-    registry.add<write_key_t>({.name = "PKCS#8 write",
-                               .target = {1.5, "mbedTLS primitives"},
-                               .inputs = private_keys(),
-                               .expected = &private_key_t::der,
-                               .in = RECORD<pkcs8_pki_gost_t>,
-                               .der_side = der_side_t::OUTPUT});
-    registry.add<read_encrypted_key_t>({.name = "encrypted key read",
-                                        .target = {0.70, "mbedTLS primitives"},
-                                        .inputs = encrypted_keys(),
-                                        .expected = shown_encrypted,
-                                        .in = &encrypted_key_t::der,
-                                        .out = RECORD<pkcs8_encrypted_pki_gost_t>,
-                                        .der_side = der_side_t::INPUT});
-    registry.add<write_encrypted_key_t>({.name = "encrypted key write",
-                                         .target = {1.2, "mbedTLS primitives"},
-                                         .inputs = encrypted_keys(),
-                                         .expected = &encrypted_key_t::der,
-                                         .in = RECORD<pkcs8_encrypted_pki_gost_t>,
-                                         .der_side = der_side_t::OUTPUT});
+    registry.add_reader<read_key_t, pkcs8_pki_gost_t>("PKCS#8 read", {0.60, "mbedTLS primitives"}, private_keys(),
+                                                      shown, &private_key_t::der);
+    registry.add_writer<write_key_t>("PKCS#8 write", {1.5, "mbedTLS primitives"}, private_keys(), &private_key_t::der,
+                                     RECORD<pkcs8_pki_gost_t>);
+    registry.add_reader<read_encrypted_key_t, pkcs8_encrypted_pki_gost_t>(
+        "encrypted key read", {0.70, "mbedTLS primitives"}, encrypted_keys(), shown_encrypted, &encrypted_key_t::der);
+    registry.add_writer<write_encrypted_key_t>("encrypted key write", {1.2, "mbedTLS primitives"}, encrypted_keys(),
+                                               &encrypted_key_t::der, RECORD<pkcs8_encrypted_pki_gost_t>);
 }

@@ -42,13 +42,7 @@ std::string attributes_of(const name_t& name) {
 }
 
 void add_to_text(registry_t& registry, const char* name, const target_t& target, const std::vector<name_t>& names) {
-    registry.add<to_text_t>({.name = name,
-                             .target = target,
-                             .inputs = names,
-                             .expected = values_of,
-                             .in = &name_t::der,
-                             .out = printed,
-                             .der_side = der_side_t::INPUT});
+    registry.add<to_text_t>({name, target, names, values_of, &name_t::der, printed, der_side_t::INPUT});
 }
 
 } // namespace
@@ -57,23 +51,13 @@ void add_name_rows(registry_t& registry) {
     add_to_text(registry, "name to text, roots", {0.20, FASTEST}, root_names());
     add_to_text(registry, "name to text, international", {0.04}, international_names());
     add_to_text(registry, "name to text, accented T.61", {}, accented_names());
-    registry.add<to_der_t>({.name = "text to name",
-                            .target = {0.20},
-                            .inputs = texts_of_roots(),
-                            .expected = attributes_of,
-                            .in = &name_t::text,
-                            .out = &name_t::der,
-                            .der_side = der_side_t::OUTPUT});
-    registry.add<normalize_t>({.name = "normalise name",
-                               .inputs = texts_of_roots(),
-                               .expected = values_of,
-                               .in = &name_t::text,
-                               .out = &name_t::text});
+    registry.add<to_der_t>(
+        {"text to name", {0.20}, texts_of_roots(), attributes_of, &name_t::text, &name_t::der, der_side_t::OUTPUT});
+    registry.add<normalize_t>({"normalise name", {}, texts_of_roots(), values_of, &name_t::text, &name_t::text});
 }
 
 void add_name_sizes(registry_t& registry) {
     const std::vector<name_t> names = for_each_size(long_name);
-    registry.add_series<to_text_t>({.name = "name to text", .inputs = names, .expected = values_of}, SIZES);
-    registry.add_series<to_der_t>({.name = "text to name", .inputs = names, .expected = attributes_of},
-                                  sizes_of(names, &name_t::der));
+    registry.add_series<to_text_t>({"name to text", {}, names, values_of}, SIZES);
+    registry.add_series<to_der_t>({"text to name", {}, names, attributes_of}, sizes_of(names, &name_t::der));
 }

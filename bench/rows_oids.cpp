@@ -141,29 +141,12 @@ std::string listed_oid(std::string_view der) {
 }
 
 void add_oid_rows(registry_t& registry) {
-    registry.add<to_der_t>({.name = "OID text to DER",
-                            .target = {0.50, "OpenSSL"},
-                            .inputs = common_oids(),
-                            .expected = &oid_t::content,
-                            .in = &oid_t::text});
-    registry.add<to_text_t>({.name = "OID DER to text",
-                             .target = {0.20, "libtasn1"},
-                             .inputs = common_oids(),
-                             .expected = &oid_t::text,
-                             .in = &oid_t::content});
-    registry.add<by_name_t>({.name = "short name to OID",
-                             .target = {0.45, "OpenSSL"},
-                             .inputs = lookups(),
-                             .expected = content_of,
-                             .in = &named_oid_t::name});
-    registry.add<by_der_t>({.name = "OID to short name",
-                            .target = {0.20, "OpenSSL"},
-                            .inputs = lookups(),
-                            .expected = &named_oid_t::name,
-                            .in = content_of});
+    registry.add<to_der_t>({"OID text to DER", {0.50, "OpenSSL"}, common_oids(), &oid_t::content, &oid_t::text});
+    registry.add<to_text_t>({"OID DER to text", {0.20, "libtasn1"}, common_oids(), &oid_t::text, &oid_t::content});
+    registry.add<by_name_t>({"short name to OID", {0.50, "OpenSSL"}, lookups(), content_of, &named_oid_t::name});
+    registry.add<by_der_t>({"OID to short name", {0.20, "OpenSSL"}, lookups(), &named_oid_t::name, content_of});
 }
 
 void add_oid_sizes(registry_t& registry) {
-    registry.add_series<to_text_t>(
-        {.name = "OID DER to text", .inputs = for_each_size(long_oid), .expected = &oid_t::text}, SIZES);
+    registry.add_series<to_text_t>({"OID DER to text", {}, for_each_size(long_oid), &oid_t::text}, SIZES);
 }

@@ -88,37 +88,27 @@ std::vector<cert_time_t> cert_times() {
     return times;
 }
 
-void add_hex_row(registry_t& registry, std::size_t size, double at_most) {
-    registry.add<hex_work_t>({.name = "hex of " + std::to_string(size) + " bytes",
-                              .target = {at_most, "GnuTLS"},
-                              .inputs = bytes_for_hex(size),
-                              .expected = upper_hex,
-                              .in = [](const std::string& bytes) { return bytes; }});
+std::string same(const std::string& bytes) {
+    return bytes;
+}
+
+std::string shown(const cert_time_t& time) {
+    return std::to_string(time.packed);
 }
 
 } // namespace
 
 void add_text_rows(registry_t& registry) {
-    registry.add<t61_work_t>({.name = "T.61 to UTF-8",
-                              .target = {0.50, "glibc"},
-                              .inputs = t61_texts(),
-                              .expected = &t61_text_t::utf8,
-                              .in = &t61_text_t::t61});
-    add_hex_row(registry, 20, 0.50);
-    add_hex_row(registry, 256, 0.20);
-    add_hex_row(registry, 4096, 0.12);
-    registry.add<print_time_t>({.name = "time to text",
-                                .inputs = cert_times(),
-                                .expected = &cert_time_t::display_text,
-                                .in = RECORD<cert_time64_t>});
-    registry.add<parse_time_t>({.name = "text to time",
-                                .inputs = cert_times(),
-                                .expected = [](const cert_time_t& time) { return std::to_string(time.packed); },
-                                .in = &cert_time_t::log_text,
-                                .out = RECORD<cert_time64_t>});
+    registry.add<t61_work_t>({"T.61 to UTF-8", {0.50, "glibc"}, t61_texts(), &t61_text_t::utf8, &t61_text_t::t61});
+    registry.add<hex_work_t>({"hex of 20 bytes", {0.50, "GnuTLS"}, bytes_for_hex(20), upper_hex, same});
+    registry.add<hex_work_t>({"hex of 256 bytes", {0.25, "GnuTLS"}, bytes_for_hex(256), upper_hex, same});
+    registry.add<hex_work_t>({"hex of 4096 bytes", {0.30, "GnuTLS"}, bytes_for_hex(4096), upper_hex, same});
+    const target_t none;
+    const bytes_of_t<cert_time_t> packed = RECORD<cert_time64_t>;
+    registry.add<print_time_t>({"time to text", none, cert_times(), &cert_time_t::display_text, packed});
+    registry.add<parse_time_t>({"text to time", none, cert_times(), shown, &cert_time_t::log_text, packed});
 }
 
 void add_text_sizes(registry_t& registry) {
-    registry.add_series<t61_work_t>(
-        {.name = "T.61 to UTF-8", .inputs = for_each_size(long_t61_text), .expected = &t61_text_t::utf8}, SIZES);
+    registry.add_series<t61_work_t>({"T.61 to UTF-8", {}, for_each_size(long_t61_text), &t61_text_t::utf8}, SIZES);
 }
