@@ -233,7 +233,8 @@ def plot_ratios(rows):
     def x(ratio):
         return left + (right - left) * (max(math.log10(ratio), low) - low) / (high - low)
 
-    parts = [text_at(left, 20, "Time of derkit divided by that of the target's peer (logarithmic; red: the target; 1: as fast)")]
+    title = "Time of derkit divided by that of the target's peer (logarithmic; red: the target; 1: as fast)"
+    parts = [text_at(left, 20, title)]
     for tick in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2):
         if math.log10(tick) <= high:
             parts += [line_at(x(tick), top - 6, x(tick), bottom, "axis" if tick == 1 else "grid"),
@@ -290,8 +291,8 @@ def plot_sizes(series):
 def machine():
     model = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.MULTILINE)
     return (f"{model.group(1) if model else 'unknown processor'}, {os.cpu_count()} processors, Linux "
-            f"{os.uname().release}; load average of the last 15 minutes {os.getloadavg()[2]:.1f}, of which the benchmark "
-            "itself is 1 to 2")
+            f"{os.uname().release}; load average of the last 15 minutes {os.getloadavg()[2]:.1f}, of which the "
+            "benchmark itself is 1 to 2")
 
 
 def commit():
@@ -312,11 +313,11 @@ def document(results, build, docs):
 
 Written by `scripts/bench.sh`; changes made here are lost.
 
-{len(met)} of {len(with_target)} targets are met. A time is the processor time of one call, averaged over the inputs of
-the row, which are the same for every contender. It is the median of 15 repetitions, which are spread over the whole run
-in random order. All contenders write into storage that is kept from call to call. Before anything is timed, each result
-of each contender is compared with the known right one; ✗ marks a peer that truncates, refuses or garbles at least one
-input of the row.
+{len(met)} of {len(with_target)} targets are met. A time is the processor time of one call, averaged over the row's
+inputs, which are the same for all contenders. It is the median of 15 repetitions, which are spread over the whole run
+in random order. All contenders write into storage that is kept from call to call. Before anything is timed, each
+result of each contender is compared with the known right one; ✗ marks a peer that truncates, refuses or garbles at
+least one input of the row.
 
 - derkit: {commit()}, RelWithDebInfo (`-O2`), the shared library
 - peers: {peers}; "mbedTLS primitives" is code by hand on mbedTLS's ASN.1 functions
@@ -324,9 +325,9 @@ input of the row.
 - machine: {machine()}
 - date: {datetime.date.today().isoformat()}
 
-To repeat it, run `scripts/bench.sh` as root from a clone, on an otherwise idle Debian 12. For a short look at some rows,
-run `scripts/bench.sh --quick --filter='name|hex'`. `build/bench/bench/derkit_bench --pass=check` shows what unfaithful
-peers do wrong.
+To repeat it, run `scripts/bench.sh` as root from a clone, on an otherwise idle Debian 12. For a short look at some
+rows, run `scripts/bench.sh --quick --filter='name|hex'`. `build/bench/bench/derkit_bench --pass=check` shows what
+unfaithful peers do wrong.
 
 ## Against the peers, x86-64
 
@@ -347,14 +348,14 @@ what the machine itself can do.
 
 ## Loading, and size
 
-The time and the allocations of `dlopen`, with and without the library's dependencies (derkit: the C++ standard library).
-A time is the median of {NUM_LOADS} processes. Sizes are in bytes, of the stripped library.
+The time and the allocations of `dlopen`, with and without the library's dependencies (derkit: the C++ standard
+library). A time is the median of {NUM_LOADS} processes. Sizes are in bytes, of the stripped library.
 
 {load_table(build)}"""]
     if (results / "bench-i386.time.json").exists():
         other = read_results(results, "bench-i386")[0]
-        parts.append("## 32-bit x86\n\nThe only peer is the C library. The names of the map are made up; on x86-64 they "
-                     f"are those of OpenSSL.\n\n{costs_table(other)}\n{contenders_table(other)}")
+        parts.append("## 32-bit x86\n\nThe only peer is the C library. The names of the map are made up; on x86-64 "
+                     f"they are those of OpenSSL.\n\n{costs_table(other)}\n{contenders_table(other)}")
     parts.append(f"## All peers, x86-64\n\n{contenders_table(rows)}")
     (docs / "performance.md").write_text("\n".join(parts))
 
