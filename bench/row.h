@@ -160,7 +160,7 @@ void add_container_rows(registry_t& registry);
 void add_algorithm_rows(registry_t& registry);
 void add_text_rows(registry_t& registry);
 
-// The lengths of large elements have no zero octet, even if an element is a little larger: the library would leave it out.
+// Elements of about these sizes have lengths without a zero octet, which the library would leave out.
 inline const std::vector<std::size_t> SIZES = {0x420, 0x1120, 0x4420, 0x11120, 0x44420, 0x111120, 0x404020};
 void add_name_sizes(registry_t& registry);
 void add_oid_sizes(registry_t& registry);
