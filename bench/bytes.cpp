@@ -1,7 +1,14 @@
 #include "bytes.h"
 
+#include <algorithm>
 #include <random>
 #include <stdexcept>
+
+std::string upper_case(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    return text;
+}
 
 std::string upper_hex(std::string_view bytes) {
     std::string hex = to_hex(bytes);

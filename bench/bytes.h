@@ -15,6 +15,9 @@ inline unsigned int size32(std::string_view bytes) {
     return static_cast<unsigned int>(bytes.size());
 }
 
+// Turns small letters of ASCII into capital ones.
+std::string upper_case(std::string text);
+
 // Without blanks.
 std::string upper_hex(std::string_view bytes);
 

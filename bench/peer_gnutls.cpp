@@ -3,8 +3,6 @@
 #include <gnutls/gnutls.h>
 #include <gnutls/x509.h>
 
-#include <cctype>
-
 #include "row.h"
 #include "tasks.h"
 
@@ -28,18 +26,28 @@ struct owned_datum_t {
     std::string_view chars() const { return as_chars(datum.data, datum.size); }
 };
 
+struct owned_dn_t {
+    gnutls_x509_dn_t dn = nullptr;
+    owned_dn_t() { gnutls_x509_dn_init(&dn); }
+    owned_dn_t(const owned_dn_t&) = delete;
+    owned_dn_t& operator=(const owned_dn_t&) = delete;
+    ~owned_dn_t() { gnutls_x509_dn_deinit(dn); }
+    bool parse(const std::string& text) {
+        const char* error = nullptr;
+        return gnutls_x509_dn_set_str(dn, text.c_str(), &error) == 0;
+    }
+};
+
 // RFC 4514: the last RDN comes first.
 struct to_text_t {
     owned_datum_t text;
     void operator()(const name_t& name) {
         text.clear();
         const gnutls_datum_t der = datum_of(name.der);
-        gnutls_x509_dn_t dn;
-        gnutls_x509_dn_init(&dn);
-        if (gnutls_x509_dn_import(dn, &der) == 0) {
-            gnutls_x509_dn_get_str2(dn, &text.datum, 0);
+        const owned_dn_t parsed;
+        if (gnutls_x509_dn_import(parsed.dn, &der) == 0) {
+            gnutls_x509_dn_get_str2(parsed.dn, &text.datum, 0);
         }
-        gnutls_x509_dn_deinit(dn);
     }
     std::string shown() const { return listed_values(text.chars(), order_t::REVERSED); }
 };
@@ -48,15 +56,11 @@ struct to_der_t {
     std::string der = std::string(4096, '\0');
     std::size_t size = 0;
     void operator()(const name_t& name) {
-        gnutls_x509_dn_t dn;
-        gnutls_x509_dn_init(&dn);
-        const char* error = nullptr;
+        owned_dn_t parsed;
         size = der.size();
-        if (gnutls_x509_dn_set_str(dn, name.text.c_str(), &error) != 0 ||
-            gnutls_x509_dn_export(dn, GNUTLS_X509_FMT_DER, der.data(), &size) != 0) {
+        if (!parsed.parse(name.text) || gnutls_x509_dn_export(parsed.dn, GNUTLS_X509_FMT_DER, der.data(), &size) != 0) {
             size = 0;
         }
-        gnutls_x509_dn_deinit(dn);
     }
     std::string shown() const { return listed_attributes(std::string_view(der).substr(0, size), order_t::REVERSED); }
 };
@@ -65,23 +69,13 @@ struct normalize_t {
     owned_datum_t text;
     void operator()(const name_t& name) {
         text.clear();
-        gnutls_x509_dn_t dn;
-        gnutls_x509_dn_init(&dn);
-        const char* error = nullptr;
-        if (gnutls_x509_dn_set_str(dn, name.text.c_str(), &error) == 0) {
-            gnutls_x509_dn_get_str2(dn, &text.datum, 0);
+        owned_dn_t parsed;
+        if (parsed.parse(name.text)) {
+            gnutls_x509_dn_get_str2(parsed.dn, &text.datum, 0);
         }
-        gnutls_x509_dn_deinit(dn);
     }
     std::string shown() const { return listed_values(text.chars(), order_t::AS_ENCODED); }
 };
-
-std::string upper_case(std::string text) {
-    for (char& c : text) {
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
-    return text;
-}
 
 // Writes small letters, which are hexadecimal digits too.
 struct hex_t {

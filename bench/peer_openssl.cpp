@@ -7,7 +7,6 @@
 #include <openssl/dsa.h>
 #include <openssl/rsa.h>
 
-#include <algorithm>
 #include <set>
 
 namespace {
@@ -61,12 +60,6 @@ struct by_name_t {
     void operator()(const named_oid_t& named) { nid = OBJ_sn2nid(named.spelling.c_str()); }
     std::string shown() const { return content_of(OBJ_nid2obj(nid)); }
 };
-
-std::string upper_case(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
-    return text;
-}
 
 // The objects are made beforehand, as the library gets content octets too; decoding would already look them up.
 struct by_der_t {
