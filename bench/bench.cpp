@@ -1,18 +1,14 @@
 // The benchmark's program: judges every contender of every row, then measures them in one of several ways.
-#include <benchmark/benchmark.h>
-
-#include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <fstream>
 #include <map>
 #include <regex>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "passes.h"
-#include "row.h"
 
 namespace {
 
@@ -20,12 +16,11 @@ constexpr const char* USAGE =
     "Usage: derkit_bench [--pass=time|check|allocations|instructions|threads|sizes] [--filter=REGEX] [--quick]\n"
     "                    [--json=FILE] [--benchmark_...]\n";
 
-// Takes the options of this program out of argv and leaves those of Google Benchmark.
-options_t take_options(int& argc, char** argv) {
+options_t parse_options(int argc, char** argv) {
     options_t options;
-    int kept = 1;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
+    options.arguments.assign(argv, argv + argc);
+    for (char* const word : options.arguments) {
+        const std::string_view argument = word;
         if (argument == "--quick") {
             options.is_quick = true;
         } else if (argument.starts_with("--pass=")) {
@@ -35,29 +30,23 @@ options_t take_options(int& argc, char** argv) {
         } else if (argument.starts_with("--json=")) {
             options.json = argument.substr(7);
         } else {
-            argv[kept++] = argv[i];
+            options.benchmark_arguments.push_back(word);
         }
     }
-    argc = kept;
+    options.arguments.push_back(nullptr);
+    options.benchmark_arguments.push_back(nullptr);
     return options;
 }
 
-// The passes that restart the program need its arguments as they came.
-std::vector<char*> copy_arguments(int argc, char** argv) {
-    std::vector<char*> copy(argv, argv + argc);
-    copy.push_back(nullptr);
-    return copy;
-}
-
-// One row for each size; no peers.
-void fill_with_sizes(registry_t& registry) {
+// Rows of growing size have no peers.
+void add_sizes(registry_t& registry) {
     add_name_sizes(registry);
     add_oid_sizes(registry);
     add_container_sizes(registry);
     add_text_sizes(registry);
 }
 
-void fill(registry_t& registry) {
+void add_rows(registry_t& registry) {
     add_name_rows(registry);
     add_oid_rows(registry);
     add_key_rows(registry);
@@ -78,10 +67,10 @@ std::string find_mismatch(const contender_t& contender) {
     }
 }
 
-std::vector<judged_row_t> judge(registry_t& registry, const std::string& filter) {
+judged_rows_t judge(const registry_t& registry, const std::string& filter) {
     const std::regex wanted(filter, std::regex::icase);
-    std::vector<judged_row_t> rows;
-    for (row_t& row : registry.rows()) {
+    judged_rows_t rows;
+    for (const row_t& row : registry.rows()) {
         if (!std::regex_search(row.name, wanted)) {
             continue;
         }
@@ -90,45 +79,56 @@ std::vector<judged_row_t> judge(registry_t& registry, const std::string& filter)
         for (const contender_t& contender : row.contenders) {
             judged.mismatches.push_back(find_mismatch(contender));
         }
+        if (!judged.is_faithful(0)) {
+            throw std::runtime_error("the library's own result is wrong: " + row.name + ": " + judged.mismatches[0]);
+        }
     }
     return rows;
 }
 
-int run(int argc, char** argv) {
-    std::vector<char*> arguments = copy_arguments(argc, argv);
-    const options_t options = take_options(argc, argv);
-    registry_t& registry = registry_t::instance();
-    if (options.pass == "sizes") {
-        fill_with_sizes(registry);
-    } else {
-        fill(registry);
+// Prints which contenders do each row faithfully, and what the others do.
+void run_check_pass(const registry_t& registry, const judged_rows_t& rows, const options_t& options) {
+    results_t results(options.json);
+    for (const registry_t::peer_t& peer : registry.peers()) {
+        results.add_peer(peer);
     }
-    const std::vector<judged_row_t> rows = judge(registry, options.filter);
     for (const judged_row_t& judged : rows) {
-        if (!judged.is_faithful(0)) {
-            std::fprintf(stderr, "derkit_bench: the library's own result is wrong: %s: %s\n", judged.row->name.c_str(),
-                         judged.mismatches[0].c_str());
-            return 1;
+        std::printf("== %s\n", judged.row->name.c_str());
+        for (std::size_t i = 0; i < judged.mismatches.size(); ++i) {
+            const contender_t& contender = judged.row->contenders[i];
+            if (!contender.is_limit) {
+                std::printf("%s: %s\n", contender.name.c_str(),
+                            judged.is_faithful(i) ? "faithful" : judged.mismatches[i].c_str());
+            }
         }
     }
-    const std::map<std::string, void (*)(const std::vector<judged_row_t>&, const options_t&, int, char**)> passes = {
+}
+
+int run(const options_t& options) {
+    const std::map<std::string, void (*)(const judged_rows_t&, const options_t&)> passes = {
         {"time", run_time_pass},
-        {"check", run_check_pass},
+        {"sizes", run_time_pass},
+        {"threads", run_threads_pass},
         {"allocations", run_allocations_pass},
         {"instructions", run_instructions_pass},
-        {"threads", run_threads_pass},
-        {"sizes", run_time_pass},
     };
+    const bool is_check = options.pass == "check";
     const auto pass = passes.find(options.pass);
-    if (pass == passes.end()) {
+    if (!is_check && pass == passes.end()) {
         std::fputs(USAGE, stderr);
         return 2;
     }
-    const bool restarts = options.pass == "allocations" || options.pass == "instructions";
-    if (restarts) {
-        pass->second(rows, options, static_cast<int>(arguments.size()) - 1, arguments.data());
+    registry_t registry;
+    if (options.pass == "sizes") {
+        add_sizes(registry);
     } else {
-        pass->second(rows, options, argc, argv);
+        add_rows(registry);
+    }
+    const judged_rows_t rows = judge(registry, options.filter);
+    if (is_check) {
+        run_check_pass(registry, rows, options);
+    } else {
+        pass->second(rows, options);
     }
     return 0;
 }
@@ -137,7 +137,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return run(argc, argv);
+        return run(parse_options(argc, argv));
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "derkit_bench: %s\n", failure.what());
         return 1;

@@ -1,5 +1,5 @@
-// Counts what the C library's allocator is asked for. Preloaded in runs of their own, so that counting disturbs no
-// times. operator new asks the same allocator.
+// Counts the requests to the C library's allocator, which operator new uses too. Preloaded only in runs that count, so
+// that counting disturbs no times.
 #include "count_allocations.h"
 
 #include <cerrno>

@@ -9,7 +9,7 @@ struct allocation_counters_t {
     unsigned long bytes;
 };
 
-// By this name it is looked up in the running program.
+// The name under which the running program looks them up.
 inline constexpr const char* ALLOCATION_COUNTERS = "bench_allocation_counters";
 
 #endif

@@ -1,5 +1,5 @@
-// The cost of loading a library: derkit_bench_load LIBRARY [DEPENDENCY...]. What the library depends on can be loaded
-// beforehand, as it is in a program that uses it anyway. Needs the C library alone, so that nothing else is there yet.
+// Measures the cost of loading a library: derkit_bench_load LIBRARY [DEPENDENCY...]. The dependencies are loaded first,
+// as in a program that uses them anyway. This program needs only the C library, so nothing else is loaded yet.
 #include <dlfcn.h>
 
 #include <cstdio>

@@ -1,72 +1,46 @@
-#include "name_listing.h"
-
+// A plain reading of names, by which results are judged.
 #include <algorithm>
 
-#include "der.h"
+#include "tasks.h"
+#include "testing/iconv.h"
 
 namespace {
 
-void append_utf8(unsigned int code_point, std::string& out) {
-    const auto add = [&out](unsigned int octet) { out.push_back(static_cast<char>(octet)); };
-    if (code_point < 0x80) {
-        add(code_point);
-    } else if (code_point < 0x800) {
-        add(0xC0 | code_point >> 6);
-        add(0x80 | (code_point & 0x3F));
-    } else {
-        add(0xE0 | code_point >> 12);
-        add(0x80 | (code_point >> 6 & 0x3F));
-        add(0x80 | (code_point & 0x3F));
-    }
-}
-
-// False for a string whose characters take more than these few lines to read.
+// Returns false for a string that takes more than these few lines to decode.
 bool decode_value(const element_t& value, std::string& utf8) {
-    utf8.clear();
-    if (value.tag == TAG_BMP_STRING) {
-        for (std::size_t i = 0; i + 1 < value.content.size(); i += 2) {
-            const unsigned int high = static_cast<unsigned char>(value.content[i]);
-            append_utf8(high << 8 | static_cast<unsigned char>(value.content[i + 1]), utf8);
-        }
-        return true;
-    }
-    utf8 = value.content;
-    return value.tag != TAG_T61_STRING ||
-           std::all_of(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    constexpr unsigned int T61_STRING = 0x14;
+    constexpr unsigned int BMP_STRING = 0x1E;
+    const bool is_ascii =
+        std::all_of(value.content.begin(), value.content.end(), [](char c) { return (c & 0x80) == 0; });
+    utf8 = value.tag == BMP_STRING ? iconv_text("UTF-16BE", "UTF-8", value.content).value_or("") : value.content;
+    return value.tag != T61_STRING || is_ascii;
 }
 
-int hex_digit(char c) {
-    const std::size_t found = std::string_view("0123456789ABCDEFabcdef").find(c);
-    return found == std::string_view::npos ? -1 : static_cast<int>(found < 16 ? found : found - 6);
+bool is_hex(std::string_view text) {
+    return text.size() >= 2 && text.substr(0, 2).find_first_not_of("0123456789ABCDEFabcdef") == std::string_view::npos;
 }
 
-std::string bytes_of(std::string_view hex) {
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes.push_back(static_cast<char>(hex_digit(hex[i]) * 16 + hex_digit(hex[i + 1])));
-    }
-    return bytes;
-}
-
-// Takes the character behind a backslash, or the byte that two digits there stand for.
+// Takes the character after a backslash, or the byte that two digits there stand for.
 char take_escaped(std::string_view& text) {
-    const bool is_hex = text.size() >= 2 && hex_digit(text[0]) >= 0 && hex_digit(text[1]) >= 0;
-    const char c = is_hex ? bytes_of(text.substr(0, 2))[0] : text.front();
-    text.remove_prefix(is_hex ? 2 : 1);
+    const std::size_t size = is_hex(text) ? 2 : 1;
+    const char c = size == 2 ? from_hex(text.substr(0, 2))[0] : text.front();
+    text.remove_prefix(size);
     return c;
 }
 
-// The digits stand for a whole element; where they do not, nobody could read them back.
-std::string decode_or(const std::string& otherwise, std::string_view der) {
+// "#" and the digits of a whole element. Digits that are none are kept: nobody could read them back.
+std::string decode_or_keep(const std::string& digits) {
     try {
+        const std::string der = from_hex(std::string_view(digits).substr(1));
+        std::string_view rest = der;
         std::string decoded;
-        return decode_value(take_element(der), decoded) ? decoded : otherwise;
+        return decode_value(take_element(rest), decoded) ? decoded : digits;
     } catch (const std::exception&) {
-        return otherwise;
+        return digits;
     }
 }
 
-// Takes one value off the text, up to the separator behind it, and undoes quotes, backslashes and the #hex form.
+// Takes one value off the text, up to the next separator, and undoes quotes, backslashes and the #hex form.
 std::string take_value(std::string_view& text) {
     const bool is_encoded = text.starts_with('#');
     std::string value;
@@ -80,11 +54,7 @@ std::string take_value(std::string_view& text) {
             value.push_back(c == '\\' && !text.empty() ? take_escaped(text) : c);
         }
     }
-    if (!is_encoded) {
-        return value;
-    }
-    const std::string der = bytes_of(std::string_view(value).substr(1));
-    return decode_or(value, der);
+    return is_encoded ? decode_or_keep(value) : value;
 }
 
 bool split_text(std::string_view text, std::vector<rdn_t>& rdns) {
@@ -108,7 +78,10 @@ bool split_text(std::string_view text, std::vector<rdn_t>& rdns) {
     return true;
 }
 
-std::string listed(const std::vector<rdn_t>& rdns, bool with_types) {
+std::string listed(std::vector<rdn_t> rdns, order_t order, bool with_types) {
+    if (order == order_t::REVERSED) {
+        std::reverse(rdns.begin(), rdns.end());
+    }
     std::string lines;
     for (const rdn_t& rdn : rdns) {
         for (const attribute_t& attribute : rdn) {
@@ -116,12 +89,6 @@ std::string listed(const std::vector<rdn_t>& rdns, bool with_types) {
         }
     }
     return lines;
-}
-
-void put_in_order(std::vector<rdn_t>& rdns, order_t order) {
-    if (order == order_t::REVERSED) {
-        std::reverse(rdns.begin(), rdns.end());
-    }
 }
 
 } // namespace
@@ -145,27 +112,19 @@ bool decode_name(std::string_view der, std::vector<rdn_t>& rdns) {
 }
 
 std::string listed_values(const std::vector<rdn_t>& rdns) {
-    return listed(rdns, false);
+    return listed(rdns, order_t::AS_ENCODED, false);
 }
 
 std::string listed_values(std::string_view text, order_t order) {
     std::vector<rdn_t> rdns;
-    if (!split_text(text, rdns)) {
-        return "not attributes: " + std::string(text);
-    }
-    put_in_order(rdns, order);
-    return listed(rdns, false);
+    return split_text(text, rdns) ? listed(rdns, order, false) : "not attributes: " + std::string(text);
 }
 
 std::string listed_attributes(const std::vector<rdn_t>& rdns) {
-    return listed(rdns, true);
+    return listed(rdns, order_t::AS_ENCODED, true);
 }
 
 std::string listed_attributes(std::string_view der, order_t order) {
     std::vector<rdn_t> rdns;
-    if (der.empty() || !decode_name(der, rdns)) {
-        return "not a name: " + upper_hex(der);
-    }
-    put_in_order(rdns, order);
-    return listed(rdns, true);
+    return !der.empty() && decode_name(der, rdns) ? listed(rdns, order, true) : "not a name: " + upper_hex(der);
 }

@@ -1,23 +1,25 @@
-#include "names.h"
-
+// Names to print and to encode.
 #include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
-#include "der.h"
+#include "tasks.h"
+#include "testing/iconv.h"
 
 namespace {
 
 constexpr const char* ROOT_BUNDLE = "/etc/ssl/certs/ca-certificates.crt";
 
 struct type_t {
-    const char* name;
+    std::string_view name;
     const char* oid;
 };
 constexpr type_t TYPES[] = {
     {"C", "2.5.4.6"}, {"ST", "2.5.4.8"}, {"L", "2.5.4.7"}, {"O", "2.5.4.10"}, {"OU", "2.5.4.11"}, {"CN", "2.5.4.3"},
 };
+
+enum string_tag_t { UTF8_STRING = 0x0C, PRINTABLE_STRING = 0x13, T61_STRING = 0x14, BMP_STRING = 0x1E };
 
 std::string from_base64(std::string_view text) {
     std::string bytes;
@@ -39,34 +41,6 @@ std::string from_base64(std::string_view text) {
     return bytes;
 }
 
-// Code points below 0x10000.
-std::vector<unsigned int> code_points(std::string_view utf8) {
-    std::vector<unsigned int> result;
-    for (const char c : utf8) {
-        const unsigned int octet = static_cast<unsigned char>(c);
-        if ((octet & 0xC0) == 0x80) {
-            result.back() = result.back() << 6 | (octet & 0x3F);
-        } else {
-            result.push_back(octet < 0x80 ? octet : octet < 0xE0 ? octet & 0x1F : octet & 0x0F);
-        }
-    }
-    return result;
-}
-
-std::string encode_value(unsigned int tag, std::string_view utf8) {
-    if (tag != TAG_BMP_STRING && tag != TAG_T61_STRING) {
-        return element(tag, {utf8});
-    }
-    std::string content;
-    for (const unsigned int code_point : code_points(utf8)) {
-        if (tag == TAG_BMP_STRING) {
-            content.push_back(static_cast<char>(code_point >> 8));
-        }
-        content.push_back(static_cast<char>(code_point & 0xFF)); // T.61: the same place as in ISO 8859-1
-    }
-    return element(tag, {content});
-}
-
 std::string escaped(std::string_view value) {
     std::string text;
     for (const char c : value) {
@@ -78,36 +52,28 @@ std::string escaped(std::string_view value) {
     return text;
 }
 
-const char* type_name(const std::string& oid) {
-    for (const type_t& type : TYPES) {
-        if (oid_content(type.oid) == oid) {
-            return type.name;
-        }
-    }
-    return nullptr;
-}
-
 std::string text_of(const std::vector<rdn_t>& rdns) {
     std::string text;
     for (const rdn_t& rdn : rdns) {
         for (const attribute_t& attribute : rdn) {
-            const char* const type = type_name(attribute.oid);
-            if (type == nullptr) {
+            const auto is_type = [&attribute](const type_t& type) { return oid_content(type.oid) == attribute.oid; };
+            const auto type = std::find_if(std::begin(TYPES), std::end(TYPES), is_type);
+            if (type == std::end(TYPES)) {
                 return std::string();
             }
             text += text.empty() ? "" : &attribute == &rdn.front() ? "," : "+";
-            text += std::string(type) + "=" + escaped(attribute.value);
+            text.append(type->name).append("=").append(escaped(attribute.value));
         }
     }
     return text;
 }
 
 std::string_view subject_of(std::string_view certificate) {
+    constexpr unsigned int VERSION = 0xA0;
     std::string_view whole = take_element(certificate).content;
     std::string_view tbs = take_element(whole).content;
-    element_t field = take_element(tbs);
-    if (field.tag == TAG_CONTEXT_0) {
-        field = take_element(tbs); // a version stands in front of the serial number
+    if (take_element(tbs).tag == VERSION) {
+        take_element(tbs); // serial number
     }
     take_element(tbs); // signature
     take_element(tbs); // issuer
@@ -115,7 +81,34 @@ std::string_view subject_of(std::string_view certificate) {
     return take_element(tbs).whole;
 }
 
-std::vector<name_t> read_roots() {
+struct value_t {
+    std::string_view type;
+    string_tag_t tag;
+    const char* utf8;
+};
+
+std::string content_of(const value_t& value) {
+    const char* const encoding = value.tag == BMP_STRING ? "UTF-16BE" : value.tag == T61_STRING ? "T.61-8BIT" : "UTF-8";
+    return iconv_text("UTF-8", encoding, value.utf8).value();
+}
+
+name_t make_name(const std::vector<value_t>& values) {
+    name_t name;
+    der_members_t rdns;
+    for (const value_t& value : values) {
+        const auto is_type = [&value](const type_t& type) { return type.name == value.type; };
+        const char* const oid = std::find_if(std::begin(TYPES), std::end(TYPES), is_type)->oid;
+        rdns.push_back(der_set({der_sequence({der_oid(oid), der_element(value.tag, content_of(value))})}));
+        name.rdns.push_back({{oid_content(oid), value.utf8}});
+    }
+    name.der = encode(der_sequence(rdns));
+    name.text = text_of(name.rdns);
+    return name;
+}
+
+} // namespace
+
+std::vector<name_t> root_names() {
     std::ifstream file(ROOT_BUNDLE, std::ios::binary);
     const std::string pem((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     constexpr std::string_view BEGIN = "-----BEGIN CERTIFICATE-----";
@@ -136,30 +129,13 @@ std::vector<name_t> read_roots() {
     return names;
 }
 
-struct typed_value_t {
-    const char* type;
-    unsigned int tag;
-    std::string utf8;
-    std::string t61 = {}; // content octets, where they are not those of ISO 8859-1
-};
-
-name_t make_name(const std::vector<typed_value_t>& values) {
-    name_t name;
-    std::string content;
-    for (const typed_value_t& value : values) {
-        const auto is_wanted = [&value](const type_t& type) { return type.name == std::string_view(value.type); };
-        const std::string oid = oid_content(std::find_if(std::begin(TYPES), std::end(TYPES), is_wanted)->oid);
-        const std::string encoded =
-            value.t61.empty() ? encode_value(value.tag, value.utf8) : element(value.tag, {value.t61});
-        content += element(TAG_SET, {sequence({element(TAG_OID, {oid}), encoded})});
-        name.rdns.push_back({{oid, value.utf8}});
-    }
-    name.der = sequence({content});
-    name.text = text_of(name.rdns);
-    return name;
+std::vector<name_t> texts_of_roots() {
+    std::vector<name_t> names = root_names();
+    std::erase_if(names, [](const name_t& name) { return name.text.empty(); });
+    return names;
 }
 
-std::vector<name_t> make_international_names() {
+std::vector<name_t> international_names() {
     const char* const cities[] = {"Москва", "Санкт-Петербург", "Нижний Новгород", "Екатеринбург"};
     const char* const firms[] = {"ООО «Ромашка»", "ЗАО Удостоверяющий центр, г. Москва", "АО «Связь+»"};
     const char* const people[] = {"Иванов Иван Иванович", "Щёголева Юлия Объездчикова"};
@@ -168,74 +144,38 @@ std::vector<name_t> make_international_names() {
     for (const char* const city : cities) {
         for (const char* const firm : firms) {
             for (const char* const person : people) {
-                names.push_back(make_name({{"C", TAG_PRINTABLE_STRING, "RU"},
-                                           {"ST", TAG_UTF8_STRING, city},
-                                           {"L", TAG_BMP_STRING, city},
-                                           {"O", TAG_UTF8_STRING, firm},
-                                           {"OU", TAG_T61_STRING, offices[names.size() % 2]},
-                                           {"OU", TAG_BMP_STRING, "Отдел кадров"},
-                                           {"CN", TAG_UTF8_STRING, person}}));
+                names.push_back(make_name({{"C", PRINTABLE_STRING, "RU"},
+                                           {"ST", UTF8_STRING, city},
+                                           {"L", BMP_STRING, city},
+                                           {"O", UTF8_STRING, firm},
+                                           {"OU", T61_STRING, offices[names.size() % 2]},
+                                           {"OU", BMP_STRING, "Отдел кадров"},
+                                           {"CN", UTF8_STRING, person}}));
             }
         }
     }
     return names;
 }
 
-std::vector<name_t> make_accented_names() {
-    std::vector<name_t> names;
-    for (int i = 0; i < 16; ++i) {
-        names.push_back(make_name({{"C", TAG_PRINTABLE_STRING, "DE"},
-                                   {"L", TAG_T61_STRING, "Köln", "K\xC8oln"},
-                                   {"O", TAG_T61_STRING, "Société Générale",
-                                    "Soci\xC2"
-                                    "et\xC2"
-                                    "e G\xC2"
-                                    "en\xC2"
-                                    "erale"},
-                                   {"CN", TAG_UTF8_STRING, "Иванов Иван"}}));
-    }
-    return names;
-}
-
-std::vector<name_t> select_texts() {
-    std::vector<name_t> names;
-    std::copy_if(root_names().begin(), root_names().end(), std::back_inserter(names),
-                 [](const name_t& name) { return !name.text.empty(); });
-    return names;
-}
-
-} // namespace
-
-const std::vector<name_t>& root_names() {
-    static const std::vector<name_t> names = read_roots();
-    return names;
-}
-
-const std::vector<name_t>& international_names() {
-    static const std::vector<name_t> names = make_international_names();
-    return names;
-}
-
-const std::vector<name_t>& accented_names() {
-    static const std::vector<name_t> names = make_accented_names();
-    return names;
-}
-
-const std::vector<name_t>& texts_of_roots() {
-    static const std::vector<name_t> names = select_texts();
-    return names;
+std::vector<name_t> accented_names() {
+    const name_t name = make_name({{"C", PRINTABLE_STRING, "DE"},
+                                   {"L", T61_STRING, "Köln"},
+                                   {"O", T61_STRING, "Société Générale"},
+                                   {"CN", UTF8_STRING, "Иванов Иван"}});
+    return std::vector<name_t>(16, name);
 }
 
 name_t long_name(std::size_t size) {
+    static const std::vector<name_t> parts = texts_of_roots();
     name_t name;
     std::string content;
     for (std::size_t i = 0; content.size() < size; ++i) {
-        const name_t& part = texts_of_roots()[i % texts_of_roots().size()];
+        const name_t& part = parts[i % parts.size()];
         std::string_view rest = part.der;
         content += take_element(rest).content;
         name.text += (name.text.empty() ? "" : ",") + part.text;
         name.rdns.insert(name.rdns.end(), part.rdns.begin(), part.rdns.end());
     }
-    name.der = sequence({content});
+    name.der = encode(der_element(0x30, content));
     return name;
 }

@@ -8,16 +8,15 @@
 
 #include <sstream>
 
-#include "der.h"
-#include "names.h"
-#include "oids.h"
 #include "row.h"
-#include "texts.h"
+#include "tasks.h"
 
 namespace {
 
-// Botan reports what it does not take by exceptions; such a result is empty.
-template <typename CALL> void call_or(CALL call, std::string& result) {
+constexpr const char* NAME = "Botan";
+
+// Botan throws exceptions on what it refuses; the result is then empty.
+template <typename CALL> void clear_on_failure(std::string& result, CALL call) {
     try {
         call();
     } catch (const std::exception&) {
@@ -25,19 +24,31 @@ template <typename CALL> void call_or(CALL call, std::string& result) {
     }
 }
 
-struct to_text_t {
+template <typename OBJECT> void decode(OBJECT& object, std::string_view der) {
+    Botan::BER_Decoder decoder(octets(der), der.size());
+    object.decode_from(decoder);
+}
+
+template <typename OBJECT> void encode_into(std::string& der, const OBJECT& object) {
+    std::vector<unsigned char> bytes;
+    Botan::DER_Encoder encoder(bytes);
+    object.encode_into(encoder);
+    der.assign(as_chars(bytes.data(), bytes.size()));
+}
+
+struct name_text_t {
     std::string text;
+    std::string shown() const { return listed_values(text, order_t::AS_ENCODED); }
+};
+
+struct to_text_t : name_text_t {
     void operator()(const name_t& name) {
-        call_or(
-            [&] {
-                Botan::X509_DN dn;
-                Botan::BER_Decoder decoder(octets(name.der), name.der.size());
-                dn.decode_from(decoder);
-                text = dn.to_string();
-            },
-            text);
+        clear_on_failure(text, [&] {
+            Botan::X509_DN dn;
+            decode(dn, name.der);
+            text = dn.to_string();
+        });
     }
-    std::string shown(const name_t&) const { return listed_values(text, order_t::AS_ENCODED); }
 };
 
 Botan::X509_DN parse(const std::string& text) {
@@ -50,76 +61,53 @@ Botan::X509_DN parse(const std::string& text) {
 struct to_der_t {
     std::string der;
     void operator()(const name_t& name) {
-        call_or(
-            [&] {
-                const Botan::X509_DN dn = parse(name.text);
-                std::vector<unsigned char> bytes;
-                Botan::DER_Encoder encoder(bytes);
-                dn.encode_into(encoder);
-                der.assign(as_chars(bytes.data(), bytes.size()));
-            },
-            der);
+        clear_on_failure(der, [&] { encode_into(der, parse(name.text)); });
     }
-    std::string shown(const name_t&) const { return listed_attributes(der, order_t::AS_ENCODED); }
+    std::string shown() const { return listed_attributes(der, order_t::AS_ENCODED); }
 };
 
-struct normalize_t {
-    std::string text;
+struct normalize_t : name_text_t {
     void operator()(const name_t& name) {
-        call_or([&] { text = parse(name.text).to_string(); }, text);
+        clear_on_failure(text, [&] { text = parse(name.text).to_string(); });
     }
-    std::string shown(const name_t&) const { return listed_values(text, order_t::AS_ENCODED); }
 };
 
 struct oid_to_der_t {
     std::string der;
-    void operator()(const oid_t& input) {
-        call_or(
-            [&] {
-                const Botan::OID oid(input.text);
-                std::vector<unsigned char> bytes;
-                Botan::DER_Encoder encoder(bytes);
-                oid.encode_into(encoder);
-                der.assign(as_chars(bytes.data(), bytes.size()));
-            },
-            der);
+    void operator()(const oid_t& oid) {
+        clear_on_failure(der, [&] { encode_into(der, Botan::OID(oid.text)); });
     }
-    std::string shown(const oid_t& input) const { return der == input.der ? input.content : ""; }
+    std::string shown() const { return listed_oid(der); }
 };
 
-struct oid_to_text_t {
-    std::string text;
+struct oid_to_text_t : output_t {
     void operator()(const oid_t& input) {
-        call_or(
-            [&] {
-                Botan::OID oid;
-                Botan::BER_Decoder decoder(octets(input.der), input.der.size());
-                oid.decode_from(decoder);
-                text = oid.to_string();
-            },
-            text);
+        clear_on_failure(out, [&] {
+            Botan::OID oid;
+            decode(oid, input.der);
+            out = oid.to_string();
+        });
     }
-    std::string shown(const oid_t&) const { return text; }
 };
 
 struct hex_t {
     std::string hex = std::string(2 * 4096, '\0');
-    void operator()(const std::string& bytes) { Botan::hex_encode(hex.data(), octets(bytes), bytes.size()); }
-    std::string shown(const std::string& bytes) const { return hex.substr(0, 2 * bytes.size()); }
+    std::size_t size = 0;
+    void operator()(const std::string& bytes) {
+        size = 2 * bytes.size();
+        Botan::hex_encode(hex.data(), octets(bytes), bytes.size());
+    }
+    std::string shown() const { return hex.substr(0, size); }
 };
 
 void add(registry_t& registry) {
-    registry.add_peer("Botan", Botan::short_version_string());
-    registry.find("name to text, roots").add<to_text_t>("Botan", root_names());
-    registry.find("name to text, international").add<to_text_t>("Botan", international_names());
-    registry.find("name to text, accented T.61").add<to_text_t>("Botan", accented_names());
-    registry.find("text to name").add<to_der_t>("Botan", texts_of_roots());
-    registry.find("normalise name").add<normalize_t>("Botan", texts_of_roots());
-    registry.find("OID text to DER").add<oid_to_der_t>("Botan", common_oids());
-    registry.find("OID DER to text").add<oid_to_text_t>("Botan", common_oids());
-    for (const std::size_t size : HEX_SIZES) {
-        registry.find("hex of " + std::to_string(size) + " bytes").add<hex_t>("Botan", bytes_for_hex(size));
-    }
+    registry.add_peer(NAME, Botan::short_version_string());
+    registry.add_contender<to_text_t>("name to text", NAME);
+    registry.add_contender<to_der_t>("text to name", NAME);
+    registry.add_contender<normalize_t>("normalise name", NAME);
+    registry.add_contender<oid_to_der_t>("OID text to DER", NAME);
+    registry.add_contender<oid_to_text_t>("OID DER to text", NAME);
+    registry.add_contender<hex_t>("hex of", NAME);
 }
 
 const peer_registration_t registration(add);

@@ -1,11 +1,11 @@
-// glibc: iconv with its descriptor kept, strftime and strptime.
+// glibc: iconv with a descriptor that is kept, strftime and strptime.
 #include <gnu/libc-version.h>
 #include <iconv.h>
 
 #include <ctime>
 
 #include "row.h"
-#include "texts.h"
+#include "tasks.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ struct iconv_t61_t {
         iconv(converter, nullptr, nullptr, &out, &room);
         size = utf8.size() - room;
     }
-    std::string shown(const t61_text_t&) const { return utf8.substr(0, size); }
+    std::string shown() const { return utf8.substr(0, size); }
 };
 
 struct strftime_t {
@@ -39,7 +39,7 @@ struct strftime_t {
         broken_down.tm_sec = static_cast<int>(time.packed & 0xFF);
         size = std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S GMT", &broken_down);
     }
-    std::string shown(const cert_time_t&) const { return std::string(text, size); }
+    std::string shown() const { return std::string(text, size); }
 };
 
 struct strptime_t {
@@ -52,14 +52,14 @@ struct strptime_t {
                  field(broken_down.tm_mday, 24) | field(broken_down.tm_hour, 16) | field(broken_down.tm_min, 8) |
                  field(broken_down.tm_sec, 0);
     }
-    std::string shown(const cert_time_t&) const { return std::to_string(packed); }
+    std::string shown() const { return std::to_string(packed); }
 };
 
 void add(registry_t& registry) {
     registry.add_peer("glibc", gnu_get_libc_version());
-    registry.find("T.61 to UTF-8").add<iconv_t61_t>("glibc", t61_texts());
-    registry.find("time to text").add<strftime_t>("glibc", cert_times());
-    registry.find("text to time").add<strptime_t>("glibc", cert_times());
+    registry.add_contender<iconv_t61_t>("T.61 to UTF-8", "glibc");
+    registry.add_contender<strftime_t>("time to text", "glibc");
+    registry.add_contender<strptime_t>("text to time", "glibc");
 }
 
 const peer_registration_t registration(add);

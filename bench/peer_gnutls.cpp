@@ -3,13 +3,8 @@
 #include <gnutls/gnutls.h>
 #include <gnutls/x509.h>
 
-#include <cctype>
-
-#include "algorithms.h"
-#include "der.h"
-#include "names.h"
 #include "row.h"
-#include "texts.h"
+#include "tasks.h"
 
 namespace {
 
@@ -31,64 +26,58 @@ struct owned_datum_t {
     std::string_view chars() const { return as_chars(datum.data, datum.size); }
 };
 
+struct owned_dn_t {
+    gnutls_x509_dn_t dn = nullptr;
+    owned_dn_t() { gnutls_x509_dn_init(&dn); }
+    owned_dn_t(const owned_dn_t&) = delete;
+    owned_dn_t& operator=(const owned_dn_t&) = delete;
+    ~owned_dn_t() { gnutls_x509_dn_deinit(dn); }
+    bool parse(const std::string& text) {
+        const char* error = nullptr;
+        return gnutls_x509_dn_set_str(dn, text.c_str(), &error) == 0;
+    }
+};
+
 // RFC 4514: the last RDN comes first.
 struct to_text_t {
     owned_datum_t text;
     void operator()(const name_t& name) {
         text.clear();
         const gnutls_datum_t der = datum_of(name.der);
-        gnutls_x509_dn_t dn;
-        gnutls_x509_dn_init(&dn);
-        if (gnutls_x509_dn_import(dn, &der) == 0) {
-            gnutls_x509_dn_get_str2(dn, &text.datum, 0);
+        const owned_dn_t parsed;
+        if (gnutls_x509_dn_import(parsed.dn, &der) == 0) {
+            gnutls_x509_dn_get_str2(parsed.dn, &text.datum, 0);
         }
-        gnutls_x509_dn_deinit(dn);
     }
-    std::string shown(const name_t&) const { return listed_values(text.chars(), order_t::REVERSED); }
+    std::string shown() const { return listed_values(text.chars(), order_t::REVERSED); }
 };
 
 struct to_der_t {
     std::string der = std::string(4096, '\0');
     std::size_t size = 0;
     void operator()(const name_t& name) {
-        gnutls_x509_dn_t dn;
-        gnutls_x509_dn_init(&dn);
-        const char* error = nullptr;
+        owned_dn_t parsed;
         size = der.size();
-        if (gnutls_x509_dn_set_str(dn, name.text.c_str(), &error) != 0 ||
-            gnutls_x509_dn_export(dn, GNUTLS_X509_FMT_DER, der.data(), &size) != 0) {
+        if (!parsed.parse(name.text) || gnutls_x509_dn_export(parsed.dn, GNUTLS_X509_FMT_DER, der.data(), &size) != 0) {
             size = 0;
         }
-        gnutls_x509_dn_deinit(dn);
     }
-    std::string shown(const name_t&) const {
-        return listed_attributes(std::string_view(der).substr(0, size), order_t::REVERSED);
-    }
+    std::string shown() const { return listed_attributes(std::string_view(der).substr(0, size), order_t::REVERSED); }
 };
 
 struct normalize_t {
     owned_datum_t text;
     void operator()(const name_t& name) {
         text.clear();
-        gnutls_x509_dn_t dn;
-        gnutls_x509_dn_init(&dn);
-        const char* error = nullptr;
-        if (gnutls_x509_dn_set_str(dn, name.text.c_str(), &error) == 0) {
-            gnutls_x509_dn_get_str2(dn, &text.datum, 0);
+        owned_dn_t parsed;
+        if (parsed.parse(name.text)) {
+            gnutls_x509_dn_get_str2(parsed.dn, &text.datum, 0);
         }
-        gnutls_x509_dn_deinit(dn);
     }
-    std::string shown(const name_t&) const { return listed_values(text.chars(), order_t::AS_ENCODED); }
+    std::string shown() const { return listed_values(text.chars(), order_t::AS_ENCODED); }
 };
 
-std::string upper_case(std::string text) {
-    for (char& c : text) {
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
-    return text;
-}
-
-// Small letters, which are hexadecimal digits as well.
+// Writes small letters, which are hexadecimal digits too.
 struct hex_t {
     std::string hex = std::string(2 * 4096 + 1, '\0');
     std::size_t size = 0;
@@ -97,7 +86,7 @@ struct hex_t {
         size = hex.size();
         gnutls_hex_encode(&datum, hex.data(), &size);
     }
-    std::string shown(const std::string&) const { return upper_case(hex.substr(0, size - 1)); }
+    std::string shown() const { return upper_case(hex.substr(0, size - 1)); }
 };
 
 constexpr gnutls_digest_algorithm_t HASHES[] = {GNUTLS_DIG_SHA1, GNUTLS_DIG_SHA256, GNUTLS_DIG_SHA512};
@@ -109,7 +98,7 @@ struct write_digest_t {
         const gnutls_datum_t value = datum_of(digest.value);
         gnutls_encode_ber_digest_info(HASHES[digest.hash], &value, &der.datum);
     }
-    std::string shown(const digest_t&) const { return std::string(der.chars()); }
+    std::string shown() const { return std::string(der.chars()); }
 };
 
 struct read_digest_t {
@@ -120,21 +109,17 @@ struct read_digest_t {
         unsigned int size = sizeof value;
         gnutls_decode_ber_digest_info(&der, &hash, value, &size);
     }
-    std::string shown(const digest_t&) const { return oid_content(gnutls_digest_get_oid(hash)); }
+    std::string shown() const { return oid_content(gnutls_digest_get_oid(hash)); }
 };
 
 void add(registry_t& registry) {
     registry.add_peer("GnuTLS", gnutls_check_version(nullptr));
-    registry.find("name to text, roots").add<to_text_t>("GnuTLS", root_names());
-    registry.find("name to text, international").add<to_text_t>("GnuTLS", international_names());
-    registry.find("name to text, accented T.61").add<to_text_t>("GnuTLS", accented_names());
-    registry.find("text to name").add<to_der_t>("GnuTLS", texts_of_roots());
-    registry.find("normalise name").add<normalize_t>("GnuTLS", texts_of_roots());
-    for (const std::size_t size : HEX_SIZES) {
-        registry.find("hex of " + std::to_string(size) + " bytes").add<hex_t>("GnuTLS", bytes_for_hex(size));
-    }
-    registry.find("DigestInfo write").add<write_digest_t>("GnuTLS", digests());
-    registry.find("DigestInfo read").add<read_digest_t>("GnuTLS", digests());
+    registry.add_contender<to_text_t>("name to text", "GnuTLS");
+    registry.add_contender<to_der_t>("text to name", "GnuTLS");
+    registry.add_contender<normalize_t>("normalise name", "GnuTLS");
+    registry.add_contender<hex_t>("hex of", "GnuTLS");
+    registry.add_contender<write_digest_t>("DigestInfo write", "GnuTLS");
+    registry.add_contender<read_digest_t>("DigestInfo read", "GnuTLS");
 }
 
 const peer_registration_t registration(add);

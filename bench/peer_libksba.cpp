@@ -1,10 +1,8 @@
 // libksba: names and object identifiers.
 #include <ksba.h>
 
-#include "der.h"
-#include "names.h"
-#include "oids.h"
 #include "row.h"
+#include "tasks.h"
 
 namespace {
 
@@ -31,9 +29,7 @@ struct to_text_t {
         text.clear();
         ksba_dn_der2str(name.der.data(), name.der.size(), &text.data);
     }
-    std::string shown(const name_t&) const {
-        return text.data == nullptr ? "" : listed_values(text.data, order_t::REVERSED);
-    }
+    std::string shown() const { return text.data == nullptr ? "" : listed_values(text.data, order_t::REVERSED); }
 };
 
 struct to_der_t {
@@ -42,7 +38,7 @@ struct to_der_t {
         der.clear();
         ksba_dn_str2der(name.text.c_str(), &der.data, &der.size);
     }
-    std::string shown(const name_t&) const { return listed_attributes(der.chars(), order_t::REVERSED); }
+    std::string shown() const { return listed_attributes(der.chars(), order_t::REVERSED); }
 };
 
 struct normalize_t {
@@ -54,9 +50,7 @@ struct normalize_t {
             ksba_dn_der2str(der.data, der.size, &text.data);
         }
     }
-    std::string shown(const name_t&) const {
-        return text.data == nullptr ? "" : listed_values(text.data, order_t::AS_ENCODED);
-    }
+    std::string shown() const { return text.data == nullptr ? "" : listed_values(text.data, order_t::AS_ENCODED); }
 };
 
 struct oid_to_der_t {
@@ -65,7 +59,7 @@ struct oid_to_der_t {
         content.clear();
         ksba_oid_from_str(oid.text.c_str(), &content.data, &content.size);
     }
-    std::string shown(const oid_t&) const { return std::string(content.chars()); }
+    std::string shown() const { return std::string(content.chars()); }
 };
 
 struct oid_to_text_t {
@@ -74,18 +68,16 @@ struct oid_to_text_t {
         text.clear();
         text.data = ksba_oid_to_str(oid.content.data(), oid.content.size());
     }
-    std::string shown(const oid_t&) const { return text.data == nullptr ? "" : text.data; }
+    std::string shown() const { return text.data == nullptr ? "" : text.data; }
 };
 
 void add(registry_t& registry) {
     registry.add_peer("libksba", ksba_check_version(nullptr));
-    registry.find("name to text, roots").add<to_text_t>("libksba", root_names());
-    registry.find("name to text, international").add<to_text_t>("libksba", international_names());
-    registry.find("name to text, accented T.61").add<to_text_t>("libksba", accented_names());
-    registry.find("text to name").add<to_der_t>("libksba", texts_of_roots());
-    registry.find("normalise name").add<normalize_t>("libksba", texts_of_roots());
-    registry.find("OID text to DER").add<oid_to_der_t>("libksba", common_oids());
-    registry.find("OID DER to text").add<oid_to_text_t>("libksba", common_oids());
+    registry.add_contender<to_text_t>("name to text", "libksba");
+    registry.add_contender<to_der_t>("text to name", "libksba");
+    registry.add_contender<normalize_t>("normalise name", "libksba");
+    registry.add_contender<oid_to_der_t>("OID text to DER", "libksba");
+    registry.add_contender<oid_to_text_t>("OID DER to text", "libksba");
 }
 
 const peer_registration_t registration(add);

@@ -1,13 +1,12 @@
 // libtasn1: object identifiers.
 #include <libtasn1.h>
 
-#include "der.h"
-#include "oids.h"
 #include "row.h"
+#include "tasks.h"
 
 namespace {
 
-// The whole element; identifier and length in front of the content are no less work.
+// Writes the whole element, identifier and length included, which is no less work.
 struct to_der_t {
     unsigned char der[64];
     int size = 0;
@@ -17,9 +16,7 @@ struct to_der_t {
             size = 0;
         }
     }
-    std::string shown(const oid_t& oid) const {
-        return as_chars(der, static_cast<std::size_t>(size)) == oid.der ? oid.content : "";
-    }
+    std::string shown() const { return listed_oid(as_chars(der, static_cast<std::size_t>(size))); }
 };
 
 struct to_text_t {
@@ -29,13 +26,13 @@ struct to_text_t {
         text[0] = '\0';
         asn1_get_object_id_der(octets(oid.der) + 1, static_cast<int>(oid.der.size()) - 1, &header, text, sizeof text);
     }
-    std::string shown(const oid_t&) const { return text; }
+    std::string shown() const { return text; }
 };
 
 void add(registry_t& registry) {
     registry.add_peer("libtasn1", asn1_check_version(nullptr));
-    registry.find("OID text to DER").add<to_der_t>("libtasn1", common_oids());
-    registry.find("OID DER to text").add<to_text_t>("libtasn1", common_oids());
+    registry.add_contender<to_der_t>("OID text to DER", "libtasn1");
+    registry.add_contender<to_text_t>("OID DER to text", "libtasn1");
 }
 
 const peer_registration_t registration(add);

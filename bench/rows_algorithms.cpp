@@ -1,11 +1,19 @@
 // Public keys, DSA signatures, DigestInfo, algorithm identifiers of IKE.
-#include "algorithms.h"
-#include "der.h"
 #include "derkit/asn_helper.h"
-#include "keys.h"
 #include "row.h"
+#include "tasks.h"
 
 namespace {
+
+struct read_bare_rsa_key_t {
+    asn_rsa_pubkey_t numbers;
+    void operator()(const rsa_key_t& input) {
+        asn_pubkey_t key;
+        key.key = view_of(input.key_der);
+        asn_read_rsa_pubkey(key, numbers);
+    }
+    std::string shown() const { return listed_numbers(chars_of(numbers.modulus), chars_of(numbers.exponent)); }
+};
 
 struct read_rsa_key_t {
     asn_pubkey_t key;
@@ -14,24 +22,7 @@ struct read_rsa_key_t {
         asn_read_pubkey(octets(input.spki_der), static_cast<long>(input.spki_der.size()), key);
         asn_read_rsa_pubkey(key, numbers);
     }
-    std::string shown(const rsa_key_t&) const {
-        return listed_numbers(as_chars(numbers.modulus.data, numbers.modulus.size),
-                              as_chars(numbers.exponent.data, numbers.exponent.size));
-    }
-};
-
-struct read_bare_rsa_key_t {
-    asn_rsa_pubkey_t numbers;
-    void operator()(const rsa_key_t& input) {
-        asn_pubkey_t key;
-        key.key.data = octets(input.key_der);
-        key.key.size = size32(input.key_der);
-        asn_read_rsa_pubkey(key, numbers);
-    }
-    std::string shown(const rsa_key_t&) const {
-        return listed_numbers(as_chars(numbers.modulus.data, numbers.modulus.size),
-                              as_chars(numbers.exponent.data, numbers.exponent.size));
-    }
+    std::string shown() const { return listed_numbers(chars_of(numbers.modulus), chars_of(numbers.exponent)); }
 };
 
 struct read_gost_key_t {
@@ -41,12 +32,9 @@ struct read_gost_key_t {
         asn_read_pubkey(octets(input.spki_der), static_cast<long>(input.spki_der.size()), key);
         asn_read_gost_pubkey(key, gost);
     }
-    std::string shown(const gost_key_t&) const {
-        std::string bytes;
-        for (const blob_t& view : {gost.public_key_param_set, gost.digest_param_set, gost.key}) {
-            bytes += as_chars(view.data, view.size);
-        }
-        return bytes;
+    std::string shown() const {
+        return gost_key_view_t{chars_of(gost.public_key_param_set), chars_of(gost.digest_param_set), chars_of(gost.key)}
+            .shown();
     }
 };
 
@@ -55,26 +43,21 @@ struct read_signature_t {
     void operator()(const dsa_signature_t& input) {
         asn_read_dsa_certsign(octets(input.der), size32(input.der), signature);
     }
-    std::string shown(const dsa_signature_t&) const {
-        return listed_numbers(as_chars(signature.r.data, signature.r.size),
-                              as_chars(signature.s.data, signature.s.size));
-    }
+    std::string shown() const { return listed_numbers(chars_of(signature.r), chars_of(signature.s)); }
 };
 
-struct write_digest_t {
-    std::string der;
+struct write_digest_t : output_t {
     void operator()(const digest_t& digest) {
         static constexpr pki_alg_t CODES[] = {PKI_ALG_SHA1, PKI_ALG_SHA256, PKI_ALG_SHA512};
-        der.assign(digest.value);
-        asn_add_alg_to_digest(der, CODES[digest.hash]);
+        out.assign(digest.value);
+        asn_add_alg_to_digest(out, CODES[digest.hash]);
     }
-    std::string shown(const digest_t&) const { return der; }
 };
 
 struct read_digest_t {
     asn_algorid_t algorithm;
     void operator()(const digest_t& digest) { asn_read_alg_from_digest(&algorithm, digest.der); }
-    std::string shown(const digest_t&) const { return std::string(as_chars(algorithm.oid.data, algorithm.oid.size)); }
+    std::string shown() const { return std::string(chars_of(algorithm.oid)); }
 };
 
 struct read_ike_algorithm_t {
@@ -84,8 +67,28 @@ struct read_ike_algorithm_t {
         asn_read_ike_signalg(octets(input.der), size32(input.der), algorithm);
         code = algorithm.to_pki_alg();
     }
-    std::string shown(const ike_algorithm_t&) const { return std::to_string(code); }
+    std::string shown() const { return std::to_string(code); }
 };
+
+// A positive INTEGER; the number has no leading zero octets.
+der_t unsigned_integer(const std::string& number) {
+    const bool is_high = (static_cast<unsigned char>(number.at(0)) & 0x80) != 0;
+    return der_element(0x02, (is_high ? std::string(1, '\0') : std::string()) + number);
+}
+
+der_t bit_string(const der_t& content) {
+    return der_element(0x03, std::string(1, '\0') + encode(content));
+}
+
+der_t algorithm_with_null(const char* oid) {
+    return der_sequence({der_oid(oid), der_null()});
+}
+
+std::string make_number(std::size_t size, unsigned int seed) {
+    std::string bytes = noise(size, seed);
+    bytes[0] = static_cast<char>(seed % 2 == 0 ? 0xC5 : 0x45);
+    return bytes;
+}
 
 std::string_view without_zeros(std::string_view number) {
     while (number.size() > 1 && number.front() == '\0') {
@@ -94,179 +97,124 @@ std::string_view without_zeros(std::string_view number) {
     return number;
 }
 
-// A positive INTEGER; the number has no leading zero octets.
-std::string unsigned_integer(const std::string& number) {
-    const bool is_high = (static_cast<unsigned char>(number.at(0)) & 0x80) != 0;
-    return element(TAG_INTEGER, {is_high ? std::string(1, '\0') : std::string(), number});
-}
-
-std::string number(std::size_t size, unsigned int seed) {
-    std::string bytes = noise(size, seed);
-    bytes[0] = static_cast<char>(seed % 2 == 0 ? 0xC5 : 0x45);
-    return bytes;
-}
-
-std::string bit_string(const std::string& bytes) {
-    return element(TAG_BIT_STRING, {std::string(1, '\0'), bytes});
-}
-
-std::vector<rsa_key_t> make_rsa_keys() {
-    std::vector<rsa_key_t> keys;
+template <typename INPUT> std::vector<INPUT> twelve(INPUT (*make)(unsigned int)) {
+    std::vector<INPUT> inputs;
     for (unsigned int i = 0; i < 12; ++i) {
-        rsa_key_t key;
-        key.modulus = number(i % 3 == 0 ? 512 : 256, 2 * i);
-        key.exponent = std::string("\x01\x00\x01", 3);
-        key.key_der = sequence({unsigned_integer(key.modulus), unsigned_integer(key.exponent)});
-        const std::string algorithm = sequence({oid_element("1.2.840.113549.1.1.1"), element(TAG_NULL, {})});
-        key.spki_der = sequence({algorithm, bit_string(key.key_der)});
-        keys.push_back(key);
+        inputs.push_back(make(i));
     }
-    return keys;
+    return inputs;
 }
 
-std::vector<gost_key_t> make_gost_keys() {
-    std::vector<gost_key_t> keys;
-    for (unsigned int i = 0; i < 12; ++i) {
-        const key_family_t& family = KEY_FAMILIES[i % 3];
-        gost_key_t key;
-        key.public_key_param_set = oid_element(family.public_key_param_set);
-        key.digest_param_set = oid_element(DIGEST_PARAM_SET);
-        key.point = noise(2 * family.key_size, i);
-        const std::string parameters = sequence({key.public_key_param_set, key.digest_param_set});
-        key.spki_der = sequence({sequence({oid_element(family.algorithm), parameters}),
-                                 bit_string(element(TAG_OCTET_STRING, {key.point}))});
-        keys.push_back(key);
-    }
-    return keys;
+rsa_key_t make_rsa_key(unsigned int i) {
+    const std::string modulus = make_number(i % 3 == 0 ? 512 : 256, 2 * i);
+    const std::string exponent("\x01\x00\x01", 3);
+    const der_t key = der_sequence({unsigned_integer(modulus), unsigned_integer(exponent)});
+    const der_t spki = der_sequence({algorithm_with_null("1.2.840.113549.1.1.1"), bit_string(key)});
+    return {modulus, exponent, encode(key), encode(spki)};
 }
 
-std::vector<dsa_signature_t> make_dsa_signatures() {
-    std::vector<dsa_signature_t> signatures;
-    for (unsigned int i = 0; i < 12; ++i) {
-        dsa_signature_t signature;
-        signature.r = number(i % 2 == 0 ? 20 : 32, i);
-        signature.s = number(i % 2 == 0 ? 20 : 32, i + 101);
-        signature.der = sequence({unsigned_integer(signature.r), unsigned_integer(signature.s)});
-        signatures.push_back(signature);
-    }
-    return signatures;
+gost_key_t make_gost_key(unsigned int i) {
+    const key_family_t& family = KEY_FAMILIES[i % 3];
+    const der_t public_key_param_set = der_oid(family.public_key_param_set);
+    const der_t digest_param_set = der_oid(OID_DIGEST_PARAM_SET);
+    const std::string point = noise(2 * family.key_size, i);
+    const der_t parameters = der_sequence({public_key_param_set, digest_param_set});
+    const der_t spki =
+        der_sequence({der_sequence({der_oid(family.algorithm), parameters}), bit_string(der_octet_string(point))});
+    return {encode(public_key_param_set), encode(digest_param_set), point, encode(spki)};
 }
 
-std::vector<digest_t> make_digests() {
-    constexpr std::size_t SIZES[] = {20, 32, 64};
-    std::vector<digest_t> list;
-    for (unsigned int i = 0; i < 12; ++i) {
-        const std::string value = noise(SIZES[i % 3], i);
-        const std::string algorithm = sequence({oid_element(DIGEST_OIDS[i % 3]), element(TAG_NULL, {})});
-        list.push_back({i % 3, value, sequence({algorithm, element(TAG_OCTET_STRING, {value})})});
-    }
-    return list;
+dsa_signature_t make_dsa_signature(unsigned int i) {
+    const std::size_t size = i % 2 == 0 ? 20 : 32;
+    const std::string r = make_number(size, i);
+    const std::string s = make_number(size, i + 101);
+    return {r, s, encode(der_sequence({unsigned_integer(r), unsigned_integer(s)}))};
 }
 
-std::string pss_algorithm(const char* hash, unsigned int salt_length) {
-    const std::string null = element(TAG_NULL, {});
-    const std::string hash_algorithm = sequence({oid_element(hash), null});
-    const std::string mask = sequence({oid_element("1.2.840.113549.1.1.8"), hash_algorithm});
-    const std::string salt = element(TAG_INTEGER, {std::string(1, static_cast<char>(salt_length))});
-    return sequence({oid_element("1.2.840.113549.1.1.10"),
-                     sequence({element(TAG_CONTEXT_0, {hash_algorithm}), element(TAG_CONTEXT_1, {mask}),
-                               element(TAG_CONTEXT_2, {salt})})});
+digest_t make_digest(unsigned int i) {
+    constexpr std::size_t DIGEST_SIZES[] = {20, 32, 64};
+    const std::string value = noise(DIGEST_SIZES[i % 3], i);
+    const der_t algorithm = algorithm_with_null(DIGEST_OIDS[i % 3]);
+    return {i % 3, value, encode(der_sequence({algorithm, der_octet_string(value)}))};
 }
 
-std::vector<ike_algorithm_t> make_ike_algorithms() {
-    const auto rsa = [](const char* oid) { return sequence({oid_element(oid), element(TAG_NULL, {})}); };
-    return {{PKI_ALG_SHA1_RSA, rsa("1.2.840.113549.1.1.5")},
-            {PKI_ALG_SHA224_RSA, rsa("1.2.840.113549.1.1.14")},
-            {PKI_ALG_SHA256_RSA, rsa("1.2.840.113549.1.1.11")},
-            {PKI_ALG_SHA384_RSA, rsa("1.2.840.113549.1.1.12")},
-            {PKI_ALG_SHA512_RSA, rsa("1.2.840.113549.1.1.13")},
-            {PKI_ALG_SHA256_RSASSA_PSS, pss_algorithm("2.16.840.1.101.3.4.2.1", 32)},
-            {PKI_ALG_SHA384_RSASSA_PSS, pss_algorithm("2.16.840.1.101.3.4.2.2", 48)},
-            {PKI_ALG_SHA512_RSASSA_PSS, pss_algorithm("2.16.840.1.101.3.4.2.3", 64)}};
+ike_algorithm_t ike_rsa(unsigned int code, const char* oid) {
+    return {code, encode(algorithm_with_null(oid))};
 }
 
-// Fills the expectations and adds the library; limits are those of a reader.
-template <typename WORK, typename INPUT, typename DER, typename LISTED>
-row_t& add_reader(registry_t& registry, const char* name, const target_t& target, const std::vector<INPUT>& inputs,
-                  DER der_of, LISTED listed, std::size_t record_size) {
-    row_t& row = registry.add(name, target);
-    std::vector<std::string> encodings;
-    for (const INPUT& input : inputs) {
-        row.expected.push_back(listed(input));
-        encodings.push_back(der_of(input));
-    }
-    row.add<WORK>("derkit", inputs);
-    row.add_limits(encodings, std::vector<std::string>(inputs.size(), std::string(record_size, '\0')),
-                   der_side_t::INPUT);
-    return row;
+ike_algorithm_t ike_pss(unsigned int code, const char* hash_oid, const char* salt_length) {
+    const der_t hash = algorithm_with_null(hash_oid);
+    const der_t mask = der_sequence({der_oid("1.2.840.113549.1.1.8"), hash});
+    const der_t parameters = der_sequence({der_context_0({hash}), der_element(0xA1, der_members_t{mask}),
+                                           der_element(0xA2, der_members_t{der_integer(salt_length)})});
+    return {code, encode(der_sequence({der_oid("1.2.840.113549.1.1.10"), parameters}))};
+}
+
+std::vector<ike_algorithm_t> ike_algorithms() {
+    return {ike_rsa(PKI_ALG_SHA1_RSA, "1.2.840.113549.1.1.5"),
+            ike_rsa(PKI_ALG_SHA224_RSA, "1.2.840.113549.1.1.14"),
+            ike_rsa(PKI_ALG_SHA256_RSA, "1.2.840.113549.1.1.11"),
+            ike_rsa(PKI_ALG_SHA384_RSA, "1.2.840.113549.1.1.12"),
+            ike_rsa(PKI_ALG_SHA512_RSA, "1.2.840.113549.1.1.13"),
+            ike_pss(PKI_ALG_SHA256_RSASSA_PSS, "2.16.840.1.101.3.4.2.1", "20"),
+            ike_pss(PKI_ALG_SHA384_RSASSA_PSS, "2.16.840.1.101.3.4.2.2", "30"),
+            ike_pss(PKI_ALG_SHA512_RSASSA_PSS, "2.16.840.1.101.3.4.2.3", "40")};
+}
+
+std::string shown_rsa(const rsa_key_t& key) {
+    return listed_numbers(key.modulus, key.exponent);
+}
+
+std::string shown_gost(const gost_key_t& key) {
+    return gost_key_view_t{key.public_key_param_set, key.digest_param_set, key.point}.shown();
+}
+
+std::string shown_signature(const dsa_signature_t& signature) {
+    return listed_numbers(signature.r, signature.s);
+}
+
+std::string shown_hash(const digest_t& digest) {
+    return oid_content(DIGEST_OIDS[digest.hash]);
+}
+
+std::string shown_code(const ike_algorithm_t& algorithm) {
+    return std::to_string(algorithm.code);
 }
 
 } // namespace
-
-const std::vector<rsa_key_t>& rsa_keys() {
-    static const std::vector<rsa_key_t> keys = make_rsa_keys();
-    return keys;
-}
-
-const std::vector<gost_key_t>& gost_keys() {
-    static const std::vector<gost_key_t> keys = make_gost_keys();
-    return keys;
-}
-
-const std::vector<dsa_signature_t>& dsa_signatures() {
-    static const std::vector<dsa_signature_t> signatures = make_dsa_signatures();
-    return signatures;
-}
-
-const std::vector<digest_t>& digests() {
-    static const std::vector<digest_t> list = make_digests();
-    return list;
-}
-
-const std::vector<ike_algorithm_t>& ike_algorithms() {
-    static const std::vector<ike_algorithm_t> list = make_ike_algorithms();
-    return list;
-}
 
 std::string listed_numbers(std::string_view first, std::string_view second) {
     return upper_hex(without_zeros(first)) + " " + upper_hex(without_zeros(second));
 }
 
-void add_algorithm_rows(registry_t& registry) {
-    const target_t primitives_080 = {0.80, "mbedTLS primitives"};
-    const auto rsa_numbers = [](const rsa_key_t& key) { return listed_numbers(key.modulus, key.exponent); };
-    add_reader<read_rsa_key_t>(
-        registry, "SubjectPublicKeyInfo, RSA key", primitives_080, rsa_keys(),
-        [](const rsa_key_t& key) { return key.spki_der; }, rsa_numbers,
-        sizeof(asn_pubkey_t) + sizeof(asn_rsa_pubkey_t));
-    add_reader<read_bare_rsa_key_t>(
-        registry, "RSA key alone", {1.0, "mbedTLS primitives"}, rsa_keys(),
-        [](const rsa_key_t& key) { return key.key_der; }, rsa_numbers, sizeof(asn_rsa_pubkey_t));
-    add_reader<read_gost_key_t>(
-        registry, "SubjectPublicKeyInfo, GOST key", {}, gost_keys(), [](const gost_key_t& key) { return key.spki_der; },
-        [](const gost_key_t& key) { return key.public_key_param_set + key.digest_param_set + key.point; },
-        sizeof(asn_pubkey_t) + sizeof(asn_gost_pubkey_t));
-    add_reader<read_signature_t>(
-        registry, "DSA signature", {0.09, "mbedTLS"}, dsa_signatures(),
-        [](const dsa_signature_t& signature) { return signature.der; },
-        [](const dsa_signature_t& signature) { return listed_numbers(signature.r, signature.s); },
-        sizeof(asn_dsa_certsign_t));
-    add_reader<read_digest_t>(
-        registry, "DigestInfo read", {0.60, "mbedTLS primitives"}, digests(),
-        [](const digest_t& digest) { return digest.der; },
-        [](const digest_t& digest) { return oid_content(DIGEST_OIDS[digest.hash]); }, sizeof(asn_algorid_t));
-
-    row_t& write = registry.add("DigestInfo write", {0.70, "mbedTLS primitives"});
-    std::vector<std::string> values;
-    for (const digest_t& digest : digests()) {
-        write.expected.push_back(digest.der);
-        values.push_back(digest.value);
+std::string listed_ike_algorithm(int hash, const int (&hashes)[5], bool is_pss) {
+    constexpr pki_alg_t RSA[] = {PKI_ALG_SHA1_RSA, PKI_ALG_SHA224_RSA, PKI_ALG_SHA256_RSA, PKI_ALG_SHA384_RSA,
+                                 PKI_ALG_SHA512_RSA};
+    constexpr pki_alg_t PSS[] = {PKI_ALG_SHA1_RSASSA_PSS, PKI_ALG_SHA224_RSASSA_PSS, PKI_ALG_SHA256_RSASSA_PSS,
+                                 PKI_ALG_SHA384_RSASSA_PSS, PKI_ALG_SHA512_RSASSA_PSS};
+    for (std::size_t i = 0; i < std::size(hashes); ++i) {
+        if (hashes[i] == hash) {
+            return std::to_string(is_pss ? PSS[i] : RSA[i]);
+        }
     }
-    write.add<write_digest_t>("derkit", digests());
-    write.add_limits(values, write.expected, der_side_t::OUTPUT);
+    return "refused";
+}
 
-    add_reader<read_ike_algorithm_t>(
-        registry, "IKE identifier to algorithm", {}, ike_algorithms(),
-        [](const ike_algorithm_t& algorithm) { return algorithm.der; },
-        [](const ike_algorithm_t& algorithm) { return std::to_string(algorithm.code); }, sizeof(pki_alg_t));
+void add_algorithm_rows(registry_t& registry) {
+    const target_t none;
+    registry.add_reader<read_rsa_key_t, asn_pubkey_t, asn_rsa_pubkey_t>(
+        "SubjectPublicKeyInfo, RSA key", {0.80, "mbedTLS primitives"}, twelve(make_rsa_key), shown_rsa,
+        &rsa_key_t::spki_der);
+    registry.add_reader<read_bare_rsa_key_t, asn_rsa_pubkey_t>("RSA key alone", {1.0, "mbedTLS primitives"},
+                                                               twelve(make_rsa_key), shown_rsa, &rsa_key_t::key_der);
+    registry.add_reader<read_gost_key_t, asn_pubkey_t, asn_gost_pubkey_t>(
+        "SubjectPublicKeyInfo, GOST key", none, twelve(make_gost_key), shown_gost, &gost_key_t::spki_der);
+    registry.add_reader<read_signature_t, asn_dsa_certsign_t>(
+        "DSA signature", {0.09, "mbedTLS"}, twelve(make_dsa_signature), shown_signature, &dsa_signature_t::der);
+    registry.add_reader<read_digest_t, asn_algorid_t>("DigestInfo read", {0.60, "mbedTLS primitives"},
+                                                      twelve(make_digest), shown_hash, &digest_t::der);
+    registry.add_writer<write_digest_t>("DigestInfo write", {0.70, "mbedTLS primitives"}, twelve(make_digest),
+                                        &digest_t::der, &digest_t::value);
+    registry.add_reader<read_ike_algorithm_t, pki_alg_t>("IKE identifier to algorithm", none, ike_algorithms(),
+                                                         shown_code, &ike_algorithm_t::der);
 }

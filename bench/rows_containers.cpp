@@ -1,135 +1,130 @@
 // PKCS#12 containers: reading, with and without the encrypted parts, and writing.
-#include "containers.h"
-#include "der.h"
 #include "derkit/pkcs12_helper.h"
-#include "identity_crypto.h"
 #include "row.h"
+#include "tasks.h"
+#include "testing/bags.h"
+#include "testing/pkcs_der.h"
 
 namespace {
 
-std::string listed_container(const pkcs12_easy_t& easy) {
-    std::string lines;
-    for (const std::list<pkcs12_bag_t>* const bags : {&easy.plain_bags, &easy.encrypted_bags}) {
-        for (const pkcs12_bag_t& bag : *bags) {
-            lines += listed_bag(bag.type == 1, as_chars(bag.value.data, bag.value.size),
-                                as_chars(bag.friendly_name.data, bag.friendly_name.size),
-                                as_chars(bag.local_key_id.data, bag.local_key_id.size));
-        }
+// Copies in place of computing, so that what is measured is the container. A crypto object that follows a script costs
+// instructions that show in the rows.
+class copying_crypto_t final : public pbe_crypto_t {
+  public:
+    const container_t* container = nullptr; // whose MAC and parameters are written
+
+    explicit copying_crypto_t(bool decrypts) : decrypts_(decrypts) {}
+
+    bool verify_mac(const pkcs12_mac_t&, const void*, unsigned int) override { return true; }
+
+    bool make_mac(const void*, unsigned int, pkcs12_mac_t& mac) override {
+        mac.digest = view_of(container->digest);
+        mac.salt = view_of(container->mac_salt);
+        mac.iterations = container->iterations;
+        return true;
     }
-    return lines + listed_mac(as_chars(easy.mac.digest.data, easy.mac.digest.size),
-                              as_chars(easy.mac.salt.data, easy.mac.salt.size), easy.mac.iterations);
-}
+
+    bool decrypt(const pkcs5_pbe_gost_t&, const void* data, unsigned int size, std::string& out) override {
+        if (decrypts_) {
+            out.assign(static_cast<const char*>(data), size);
+        }
+        return decrypts_;
+    }
+
+    bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) override {
+        params.salt = view_of(container->pbe_salt);
+        params.iterations = container->iterations;
+        params.iv = view_of(container->iv);
+        out.assign(static_cast<const char*>(data), size);
+        return true;
+    }
+
+  private:
+    bool decrypts_;
+};
 
 template <bool IS_OPENED> struct read_t {
-    identity_crypto_t crypto{IS_OPENED};
+    copying_crypto_t crypto{IS_OPENED};
     pkcs12_easy_t easy;
     void operator()(const container_t& container) {
         easy = pkcs12_easy_t();
         asn_read_pkcs12_easy(container.der_to_read.data(), size32(container.der_to_read), &crypto, easy);
     }
-    std::string shown(const container_t&) const { return listed_container(easy); }
-};
-
-struct write_t {
-    identity_crypto_t crypto{true};
-    std::string der;
-    void operator()(const container_t& container) {
-        crypto.container = &container;
-        pkcs12_easy_t easy;
-        easy.plain_bags.push_back(bag_of(container.key));
-        for (const bag_t& certificate : container.certificates) {
-            easy.encrypted_bags.push_back(bag_of(certificate));
+    std::string shown() const {
+        std::string lines;
+        for (const std::list<pkcs12_bag_t>* const bags : {&easy.plain_bags, &easy.encrypted_bags}) {
+            for (const pkcs12_bag_t& bag : *bags) {
+                lines += listed_bag(bag.type == 1, chars_of(bag.value), chars_of(bag.friendly_name),
+                                    chars_of(bag.local_key_id));
+            }
         }
-        asn_write_pkcs12_easy(easy, &crypto, der);
-    }
-    std::string shown(const container_t&) const { return der; }
-
-    static pkcs12_bag_t bag_of(const bag_t& bag) {
-        pkcs12_bag_t result;
-        result.type = bag.is_certificate ? 1 : 0;
-        result.value = view_of(bag.value);
-        result.friendly_name.data = octets(bag.friendly_name);
-        result.friendly_name.size = size32(bag.friendly_name);
-        result.local_key_id = view_of(bag.local_key_id);
-        return result;
+        return lines + listed_mac(chars_of(easy.mac.digest), chars_of(easy.mac.salt), easy.mac.iterations);
     }
 };
 
-std::string attributes_der(const bag_t& bag) {
-    const auto attribute = [](const char* oid, unsigned int tag, const std::string& value) {
-        return sequence({oid_element(oid), element(TAG_SET, {element(tag, {value})})});
-    };
-    return element(TAG_SET, {attribute("1.2.840.113549.1.9.20", TAG_BMP_STRING, bag.friendly_name),
-                             attribute("1.2.840.113549.1.9.21", TAG_OCTET_STRING, bag.local_key_id)});
-}
-
-std::string safe_bag(const char* oid, const std::string& value, const bag_t& bag) {
-    return sequence({oid_element(oid), element(TAG_CONTEXT_0, {value}), attributes_der(bag)});
-}
-
-std::string certificate_bag(const bag_t& bag) {
-    const std::string octet_string = element(TAG_OCTET_STRING, {bag.value});
-    const std::string value =
-        sequence({oid_element("1.2.840.113549.1.9.22.1"), element(TAG_CONTEXT_0, {octet_string})});
-    return safe_bag("1.2.840.113549.1.12.10.1.3", value, bag);
-}
-
-std::string content_info(const char* oid, const std::string& content) {
-    return sequence({oid_element(oid), element(TAG_CONTEXT_0, {content})});
-}
-
-constexpr const char* OID_DATA = "1.2.840.113549.1.7.1";
-
-std::string data_entry(const std::string& bags) {
-    return content_info(OID_DATA, element(TAG_OCTET_STRING, {sequence({bags})}));
-}
-
-// The plaintext is an OCTET STRING around the bags, and the ciphertext is the plaintext.
-std::string encrypted_entry(const container_t& container) {
-    std::string bags;
-    for (const bag_t& certificate : container.certificates) {
-        bags += certificate_bag(certificate);
+struct write_t : output_t {
+    copying_crypto_t crypto{true};
+    void operator()(const container_t& input) {
+        crypto.container = &input;
+        pkcs12_easy_t easy;
+        easy.plain_bags.push_back(record_of(input.key));
+        for (const bag_t& certificate : input.certificates) {
+            easy.encrypted_bags.push_back(record_of(certificate));
+        }
+        asn_write_pkcs12_easy(easy, &crypto, out);
     }
-    const std::string ciphertext = element(TAG_OCTET_STRING, {sequence({bags})});
-    const std::string info =
-        sequence({oid_element(OID_DATA), pbes2_der(container.pbe_salt, container.iterations, container.iv),
-                  element(TAG_CONTEXT_0_PRIMITIVE, {ciphertext})});
-    return content_info("1.2.840.113549.1.7.6", sequence({element(TAG_INTEGER, {std::string(1, '\0')}), info}));
+
+    static pkcs12_bag_t record_of(const bag_t& bag) {
+        return bag_of(bag.is_certificate ? 1 : 0, bag.value, bag.friendly_name, bag.local_key_id);
+    }
+};
+
+der_t attributes_of(const bag_t& bag) {
+    return der_set({friendly_name(bag.friendly_name), local_key_id(bag.local_key_id)});
 }
 
-std::string pfx(const container_t& container, const std::string& key_bag) {
-    const std::string authenticated_safe = sequence({data_entry(key_bag), encrypted_entry(container)});
-    const std::string digest_info = sequence({sequence({oid_element("1.2.643.2.2.9"), element(TAG_NULL, {})}),
-                                              element(TAG_OCTET_STRING, {container.digest})});
-    const std::string mac_data =
-        sequence({digest_info, element(TAG_OCTET_STRING, {container.mac_salt}), element(TAG_INTEGER, {"\x07\xD0"})});
-    return sequence({element(TAG_INTEGER, {"\x03"}),
-                     content_info(OID_DATA, element(TAG_OCTET_STRING, {authenticated_safe})), mac_data});
+pbes2_t pbes2_of(const container_t& container) {
+    pbes2_t pbes2;
+    pbes2.salt = der_octet_string(container.pbe_salt);
+    pbes2.iv = der_octet_string(container.iv);
+    return pbes2;
 }
 
-bag_t make_certificate(unsigned int seed, std::size_t size) {
-    return {true, sequence({noise(size, seed)}), noise(16, seed + 1), noise(20, seed + 2)};
+std::string pfx(const container_t& container, const der_t& key) {
+    der_members_t certificates;
+    for (const bag_t& certificate : container.certificates) {
+        certificates.push_back(cert_bag(certificate.value, attributes_of(certificate)));
+    }
+    encrypted_data_t encrypted;
+    encrypted.algorithm = pbes2_of(container).whole();
+    encrypted.encrypted_content = der_element(0x80, entry_plaintext(certificates));
+    pfx_t pfx({data_entry({key}), encrypted.entry()});
+    mac_data_t mac;
+    mac.digest = der_octet_string(container.digest);
+    mac.salt = der_octet_string(container.mac_salt);
+    pfx.mac_data = mac.whole();
+    return encode(pfx.whole());
 }
 
 container_t make_container(unsigned int seed, std::size_t num_certificates, std::size_t certificate_size) {
     container_t container;
-    container.key = {false, private_keys()[seed % private_keys().size()].der, noise(16, seed + 1), noise(20, seed + 2)};
+    container.key = {false, private_keys()[seed % 12].der, noise(16, seed + 1), noise(20, seed + 2)};
     for (unsigned int i = 0; i < num_certificates; ++i) {
-        container.certificates.push_back(make_certificate(seed + 3 * i, certificate_size));
+        const unsigned int own_seed = seed + 3 * i;
+        const std::string certificate = encode(der_element(0x30, noise(certificate_size, own_seed)));
+        container.certificates.push_back({true, certificate, noise(16, own_seed + 1), noise(20, own_seed + 2)});
     }
     container.pbe_salt = noise(8, seed + 3);
     container.iv = noise(8, seed + 4);
     container.digest = noise(32, seed + 5);
     container.mac_salt = noise(8, seed + 6);
-    const std::string shrouded =
-        encrypted_key_der(container.pbe_salt, container.iterations, container.iv, container.key.value);
-    container.shrouded = {container.pbe_salt, container.iterations, container.iv, container.key.value, shrouded};
-    container.der_to_read = pfx(container, safe_bag("1.2.840.113549.1.12.10.1.2", shrouded, container.key));
-    container.der_to_write = pfx(container, safe_bag("1.2.840.113549.1.12.10.1.1", container.key.value, container.key));
+    const der_t shrouded = encrypted_key(container.key.value, pbes2_of(container));
+    container.der_to_read = pfx(container, safe_bag(OID_SHROUDED_KEY_BAG, shrouded, attributes_of(container.key)));
+    container.der_to_write = pfx(container, key_bag(container.key.value, attributes_of(container.key)));
     return container;
 }
 
-// Whether a length of three octets or more holds a zero octet; elements that large lie in each other.
+// Tells whether a length of three octets or more holds a zero octet. Elements that large lie in each other.
 bool has_zero_in_length(std::string_view elements) {
     constexpr std::size_t LARGE = 0x10000;
     while (elements.size() >= LARGE) {
@@ -137,12 +132,7 @@ bool has_zero_in_length(std::string_view elements) {
         if (content.size() < LARGE) {
             continue;
         }
-        for (std::size_t rest = content.size(); rest != 0; rest >>= 8) {
-            if ((rest & 0xFF) == 0) {
-                return true;
-            }
-        }
-        if (has_zero_in_length(content)) {
+        if (der_length(content.size()).find('\0') != std::string::npos || has_zero_in_length(content)) {
             return true;
         }
     }
@@ -160,32 +150,32 @@ container_t make_large_container(std::size_t size) {
     return container;
 }
 
-std::vector<container_t> make_containers() {
+constexpr std::size_t NUM_BAGS = 3; // a key and two certificates
+
+std::vector<container_t> containers() {
     std::vector<container_t> list;
     for (unsigned int i = 0; i < 4; ++i) {
-        list.push_back(make_container(100 * i, 2, 900 + 37 * i));
+        list.push_back(make_container(100 * i, NUM_BAGS - 1, 900 + 37 * i));
     }
     return list;
 }
 
-std::string listed(const bag_t& bag) {
-    return listed_bag(bag.is_certificate, bag.value, bag.friendly_name, bag.local_key_id);
+std::string listed_mac_of(const container_t& container) {
+    return listed_mac(container.digest, container.mac_salt, container.iterations);
 }
 
-std::string listed_all(const container_t& container) {
-    std::string lines = listed(container.key);
+std::string listed(const container_t& container) {
+    const auto line = [](const bag_t& bag) {
+        return listed_bag(bag.is_certificate, bag.value, bag.friendly_name, bag.local_key_id);
+    };
+    std::string lines = line(container.key);
     for (const bag_t& certificate : container.certificates) {
-        lines += listed(certificate);
+        lines += line(certificate);
     }
-    return lines + listed_mac(container.digest, container.mac_salt, container.iterations);
+    return lines + listed_mac_of(container);
 }
 
 } // namespace
-
-const std::vector<container_t>& containers() {
-    static const std::vector<container_t> list = make_containers();
-    return list;
-}
 
 std::string listed_bag(bool is_certificate, std::string_view value, std::string_view friendly_name,
                        std::string_view local_key_id) {
@@ -198,37 +188,18 @@ std::string listed_mac(std::string_view digest, std::string_view salt, unsigned 
 }
 
 void add_container_rows(registry_t& registry) {
-    row_t& closed = registry.add("PKCS#12 read, closed", {0.04, "OpenSSL"});
-    row_t& opened = registry.add("PKCS#12 read, opened", {0.06, "OpenSSL"});
-    row_t& write = registry.add("PKCS#12 write", {0.08, "OpenSSL"});
-    std::vector<std::string> encodings;
-    std::vector<std::string> records;
-    for (const container_t& container : containers()) {
-        closed.expected.push_back(listed_mac(container.digest, container.mac_salt, container.iterations));
-        opened.expected.push_back(listed_all(container));
-        write.expected.push_back(container.der_to_write);
-        encodings.push_back(container.der_to_read);
-        records.emplace_back(sizeof(pkcs12_bag_t) * (1 + container.certificates.size()) + sizeof(pkcs12_mac_t), '\0');
-    }
-    closed.add<read_t<false>>("derkit", containers());
-    closed.add_limits(encodings, records, der_side_t::INPUT);
-    opened.add<read_t<true>>("derkit", containers());
-    opened.add_limits(encodings, records, der_side_t::INPUT);
-    write.add<write_t>("derkit", containers());
-    write.add_limits(records, write.expected, der_side_t::OUTPUT);
+    registry.add_reader<read_t<false>, pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>(
+        "PKCS#12 read, closed", {0.04, "OpenSSL"}, containers(), listed_mac_of, &container_t::der_to_read);
+    registry.add_reader<read_t<true>, pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>(
+        "PKCS#12 read, opened", {0.06, "OpenSSL"}, containers(), listed, &container_t::der_to_read);
+    registry.add_writer<write_t>("PKCS#12 write", {0.08, "OpenSSL"}, containers(), &container_t::der_to_write,
+                                 RECORD<pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>);
 }
 
 void add_container_sizes(registry_t& registry) {
-    static std::deque<std::vector<container_t>> inputs;
-    for (const std::size_t size : SIZES) {
-        inputs.push_back({make_large_container(size)});
-        row_t& read = registry.add_size("PKCS#12 read", inputs.back()[0].der_to_read.size());
-        read.expected.push_back(listed_all(inputs.back()[0]));
-        read.add<read_t<true>>("derkit", inputs.back());
-    }
-    for (const std::vector<container_t>& input : inputs) {
-        row_t& write = registry.add_size("PKCS#12 write", input[0].der_to_write.size());
-        write.expected.push_back(input[0].der_to_write);
-        write.add<write_t>("derkit", input);
-    }
+    const std::vector<container_t> inputs = for_each_size(make_large_container);
+    registry.add_series<read_t<true>>({"PKCS#12 read", {}, inputs, listed},
+                                      sizes_of(inputs, &container_t::der_to_read));
+    registry.add_series<write_t>({"PKCS#12 write", {}, inputs, &container_t::der_to_write},
+                                 sizes_of(inputs, &container_t::der_to_write));
 }

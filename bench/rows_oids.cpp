@@ -2,14 +2,13 @@
 #include <algorithm>
 #include <set>
 
-#include "der.h"
 #include "derkit/asn_oidmap.h"
-#include "oids.h"
 #include "row.h"
+#include "tasks.h"
 
 namespace {
 
-constexpr std::size_t NUM_LINES = 1000;
+constexpr std::size_t NUM_LINES = 1000; // of the map
 
 struct to_der_t {
     unsigned char buffer[512];
@@ -17,19 +16,17 @@ struct to_der_t {
     void operator()(const oid_t& oid) {
         size = oid_str_to_asn_(oid.text.data(), oid.text.data() + oid.text.size(), buffer);
     }
-    std::string shown(const oid_t&) const { return std::string(as_chars(buffer, size)); }
+    std::string shown() const { return std::string(as_chars(buffer, size)); }
 };
 
-struct to_text_t {
-    std::string text;
+struct to_text_t : output_t {
     void operator()(const oid_t& oid) {
-        text.clear();
-        oid_asn_to_str_(octets(oid.content), octets(oid.content) + oid.content.size(), text);
+        out.clear();
+        oid_asn_to_str_(octets(oid.content), octets(oid.content) + oid.content.size(), out);
     }
-    std::string shown(const oid_t&) const { return text; }
 };
 
-// Letters at random, two to about twenty of them, as in the names that people give.
+// Random letters, two to about twenty of them, as in real names.
 std::string make_up_name(unsigned int seed) {
     std::string name;
     for (const char c : noise(2 + seed * 7919 % 19, seed)) {
@@ -51,20 +48,29 @@ std::vector<named_oid_t> make_up_named_oids() {
     return list;
 }
 
-oid_table_t make_table() {
-    oid_table_t table;
-    table.lines = g_list_named_oids != nullptr ? g_list_named_oids() : make_up_named_oids();
-    table.lines.resize(std::min(table.lines.size(), NUM_LINES));
-    // Scattered, so that no two neighbours of the map follow each other.
-    for (std::size_t i = 0; i < table.lines.size(); ++i) {
-        table.lookups.push_back(table.lines[i * 389 % table.lines.size()]);
+std::vector<named_oid_t> make_lines() {
+    std::vector<named_oid_t> lines = list_openssl_oids != nullptr ? list_openssl_oids() : make_up_named_oids();
+    lines.resize(std::min(lines.size(), NUM_LINES));
+    return lines;
+}
+
+const std::vector<named_oid_t>& map_lines() {
+    static const std::vector<named_oid_t> lines = make_lines();
+    return lines;
+}
+
+// All lines, but scattered, so that no two neighbours of the map follow each other.
+std::vector<named_oid_t> lookups() {
+    std::vector<named_oid_t> list;
+    for (std::size_t i = 0; i < map_lines().size(); ++i) {
+        list.push_back(map_lines()[i * 389 % map_lines().size()]);
     }
-    return table;
+    return list;
 }
 
 oid_map_handle_t make_map() {
     std::string text;
-    for (const named_oid_t& line : oid_table().lines) {
+    for (const named_oid_t& line : map_lines()) {
         text += line.oid.text + " = " + line.spelling + "\n";
     }
     return oid_map_parse(text.data(), size32(text));
@@ -82,7 +88,7 @@ struct by_name_t {
     void operator()(const named_oid_t& named) {
         found = oid_map_find_sn(map, named.spelling.data(), size32(named.spelling));
     }
-    std::string shown(const named_oid_t&) const {
+    std::string shown() const {
         return found == nullptr ? "" : std::string(as_chars(found->oid_asn, found->oid_asn_size));
     }
 };
@@ -93,10 +99,11 @@ struct by_der_t {
     void operator()(const named_oid_t& named) {
         found = oid_map_find_asn(map, octets(named.oid.content), size32(named.oid.content));
     }
-    std::string shown(const named_oid_t&) const { return found == nullptr ? "" : found->oid_sn; }
+    std::string shown() const { return found == nullptr ? "" : found->oid_sn; }
 };
 
-std::vector<oid_t> make_common_oids() {
+// OIDs of certificates, keys and containers.
+std::vector<oid_t> common_oids() {
     std::vector<oid_t> oids;
     for (const char* const text :
          {"2.5.4.3", "2.5.4.6", "2.5.29.15", "2.5.29.37", "1.2.840.113549.1.1.1", "1.2.840.113549.1.1.11",
@@ -108,61 +115,38 @@ std::vector<oid_t> make_common_oids() {
     return oids;
 }
 
+oid_t long_oid(std::size_t size) {
+    oid_t oid = make_oid("1.2.840.113549");
+    while (oid.content.size() < size) {
+        oid.text += ".113549.1.311";
+        oid.content += "\x86\xF7\x0D\x01\x82\x37";
+    }
+    return oid;
+}
+
+std::string content_of(const named_oid_t& named) {
+    return named.oid.content;
+}
+
 } // namespace
 
-std::vector<named_oid_t> (*g_list_named_oids)() = nullptr;
-
 oid_t make_oid(const std::string& text) {
-    return {text, oid_content(text), oid_element(text)};
+    const der_t oid = der_oid(text);
+    return {text, oid.octets, encode(oid)};
 }
 
-const std::vector<oid_t>& common_oids() {
-    static const std::vector<oid_t> oids = make_common_oids();
-    return oids;
-}
-
-const oid_table_t& oid_table() {
-    static const oid_table_t table = make_table();
-    return table;
+std::string listed_oid(std::string_view der) {
+    const element_t oid = take_element(der);
+    return oid.tag == 0x06 && der.empty() ? std::string(oid.content) : std::string();
 }
 
 void add_oid_rows(registry_t& registry) {
-    const std::vector<oid_t>& oids = common_oids();
-    row_t& to_der = registry.add("OID text to DER", {0.50, "OpenSSL"});
-    row_t& to_text = registry.add("OID DER to text", {0.20, "libtasn1"});
-    for (const oid_t& oid : oids) {
-        to_der.expected.push_back(oid.content);
-        to_text.expected.push_back(oid.text);
-    }
-    to_der.add<to_der_t>("derkit", oids);
-    to_der.add_limits(to_text.expected, to_der.expected, der_side_t::NONE);
-    to_text.add<to_text_t>("derkit", oids);
-    to_text.add_limits(to_der.expected, to_text.expected, der_side_t::NONE);
-
-    const std::vector<named_oid_t>& lookups = oid_table().lookups;
-    row_t& by_name = registry.add("short name to OID", {0.45, "OpenSSL"});
-    row_t& by_der = registry.add("OID to short name", {0.20, "OpenSSL"});
-    for (const named_oid_t& named : lookups) {
-        by_name.expected.push_back(named.oid.content);
-        by_der.expected.push_back(named.name);
-    }
-    by_name.add<by_name_t>("derkit", lookups);
-    by_name.add_limits(by_der.expected, by_name.expected, der_side_t::NONE);
-    by_der.add<by_der_t>("derkit", lookups);
-    by_der.add_limits(by_name.expected, by_der.expected, der_side_t::NONE);
+    registry.add<to_der_t>({"OID text to DER", {0.50, "OpenSSL"}, common_oids(), &oid_t::content, &oid_t::text});
+    registry.add<to_text_t>({"OID DER to text", {0.20, "libtasn1"}, common_oids(), &oid_t::text, &oid_t::content});
+    registry.add<by_name_t>({"short name to OID", {0.50, "OpenSSL"}, lookups(), content_of, &named_oid_t::name});
+    registry.add<by_der_t>({"OID to short name", {0.20, "OpenSSL"}, lookups(), &named_oid_t::name, content_of});
 }
 
 void add_oid_sizes(registry_t& registry) {
-    static std::deque<std::vector<oid_t>> inputs;
-    for (const std::size_t size : SIZES) {
-        oid_t oid = make_oid("1.2.840.113549");
-        while (oid.content.size() < size) {
-            oid.text += ".113549.1.311";
-            oid.content += std::string("\x86\xF7\x0D\x01\x82\x37");
-        }
-        inputs.push_back({oid});
-        row_t& row = registry.add_size("OID DER to text", size);
-        row.expected.push_back(oid.text);
-        row.add<to_text_t>("derkit", inputs.back());
-    }
+    registry.add_series<to_text_t>({"OID DER to text", {}, for_each_size(long_oid), &oid_t::text}, SIZES);
 }

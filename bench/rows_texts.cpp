@@ -1,64 +1,62 @@
 // Texts: T.61 to UTF-8, hexadecimal digits, certificate times.
-#include "der.h"
+#include <cstdio>
+
 #include "derkit/int2str.h"
 #include "derkit/t61.h"
 #include "row.h"
-#include "texts.h"
+#include "tasks.h"
+#include "testing/iconv.h"
 
 namespace {
 
-struct t61_work_t {
-    std::string utf8;
+struct t61_work_t : output_t {
     void operator()(const t61_text_t& text) {
-        utf8.clear();
-        ldap_t61s_to_utf8s(text.t61.data(), size32(text.t61), utf8);
+        out.clear();
+        ldap_t61s_to_utf8s(text.t61.data(), size32(text.t61), out);
     }
-    std::string shown(const t61_text_t&) const { return utf8; }
 };
 
-struct hex_work_t {
-    std::string hex;
+struct hex_work_t : output_t {
     void operator()(const std::string& bytes) {
-        hex.clear();
-        TO_HEX_STD_STRING(octets(bytes), size32(bytes), hex, '\0');
+        out.clear();
+        TO_HEX_STD_STRING(octets(bytes), size32(bytes), out, '\0');
     }
-    std::string shown(const std::string&) const { return hex; }
 };
 
-struct print_time_t {
-    std::string text;
+struct print_time_t : output_t {
     void operator()(const cert_time_t& time) {
-        text.clear();
-        CertTimeToStringGMT(time.packed, text);
+        out.clear();
+        CertTimeToStringGMT(time.packed, out);
     }
-    std::string shown(const cert_time_t&) const { return text; }
 };
 
 struct parse_time_t {
     cert_time64_t time = 0;
     void operator()(const cert_time_t& input) { time = CertTimeFromLogStringGMT(input.log_text); }
-    std::string shown(const cert_time_t&) const { return std::to_string(time); }
+    std::string shown() const { return std::to_string(time); }
 };
 
-std::vector<t61_text_t> make_t61_texts() {
-    return {{"K\xC8oln am Rhein", "Köln am Rhein"},
-            {"Soci\xC2"
-             "et\xC2"
-             "e G\xC2"
-             "en\xC2"
-             "erale",
-             "Société Générale"},
-            {"Espa\xC4na y Portugal", "España y Portugal"},
-            {"\xE9stre M\xCF"
-             "esto",
-             "Østre Město"},
-            {"Certification Authority", "Certification Authority"},
-            {"\xA7 7 \xAB"
-             "B\xC8uro\xBB",
-             "§ 7 «Büro»"}};
+// Short texts, most of them with accents.
+std::vector<t61_text_t> t61_texts() {
+    std::vector<t61_text_t> texts;
+    for (const char* const text : {"Köln am Rhein", "Société Générale", "España y Portugal", "Østre Město",
+                                   "Certification Authority", "§ 7 «Büro»"}) {
+        texts.push_back({iconv_text("UTF-8", "T.61-8BIT", text).value(), text});
+    }
+    return texts;
 }
 
-std::vector<std::string> make_bytes(std::size_t size) {
+t61_text_t long_t61_text(std::size_t size) {
+    const std::vector<t61_text_t> parts = t61_texts();
+    t61_text_t text;
+    for (std::size_t i = 0; text.t61.size() < size; ++i) {
+        text.t61 += parts[i % parts.size()].t61;
+        text.utf8 += parts[i % parts.size()].utf8;
+    }
+    return text;
+}
+
+std::vector<std::string> bytes_for_hex(std::size_t size) {
     std::vector<std::string> list;
     for (unsigned int i = 0; i < 8; ++i) {
         list.push_back(noise(size, i));
@@ -66,102 +64,51 @@ std::vector<std::string> make_bytes(std::size_t size) {
     return list;
 }
 
-std::string two_digits(unsigned int value) {
-    return (value < 10 ? "0" : "") + std::to_string(value);
+cert_time_t make_time(unsigned int i) {
+    const unsigned int date[] = {1999 + 3 * i, 1 + i % 12, 1 + 5 * i % 28};
+    const unsigned int clock[] = {7 * i % 24, 11 * i % 60, 13 * i % 60};
+    cert_time_t time;
+    time.packed = static_cast<cert_time64_t>(date[0]) << 40 | static_cast<cert_time64_t>(date[1] - 1) << 32 |
+                  date[2] << 24 | clock[0] << 16 | clock[1] << 8 | clock[2];
+    char text[80];
+    std::snprintf(text, sizeof text, "%02u.%02u.%u %02u:%02u:%02u GMT", date[2], date[1], date[0], clock[0], clock[1],
+                  clock[2]);
+    time.display_text = text;
+    std::snprintf(text, sizeof text, "%u.%02u.%02u %02u:%02u:%02u GMT", date[0], date[1], date[2], clock[0], clock[1],
+                  clock[2]);
+    time.log_text = text;
+    return time;
 }
 
-std::vector<cert_time_t> make_times() {
+std::vector<cert_time_t> cert_times() {
     std::vector<cert_time_t> times;
     for (unsigned int i = 0; i < 16; ++i) {
-        cert_time_t time;
-        time.year = 1999 + 3 * i;
-        time.month = 1 + i % 12;
-        time.day = 1 + 5 * i % 28;
-        time.hour = 7 * i % 24;
-        time.minute = 11 * i % 60;
-        time.second = 13 * i % 60;
-        time.packed = static_cast<cert_time64_t>(time.year) << 40 | static_cast<cert_time64_t>(time.month - 1) << 32 |
-                      static_cast<cert_time64_t>(time.day) << 24 | time.hour << 16 | time.minute << 8 | time.second;
-        const std::string clock =
-            two_digits(time.hour) + ":" + two_digits(time.minute) + ":" + two_digits(time.second) + " GMT";
-        const std::string year = std::to_string(time.year);
-        time.display_text = two_digits(time.day) + "." + two_digits(time.month) + "." + year + " " + clock;
-        time.log_text = year + "." + two_digits(time.month) + "." + two_digits(time.day) + " " + clock;
-        times.push_back(time);
+        times.push_back(make_time(i));
     }
     return times;
 }
 
-void add_hex_row(registry_t& registry, const std::vector<std::string>& inputs, double at_most) {
-    row_t& row = registry.add("hex of " + std::to_string(inputs[0].size()) + " bytes", {at_most, "GnuTLS"});
-    for (const std::string& bytes : inputs) {
-        row.expected.push_back(upper_hex(bytes));
-    }
-    row.add<hex_work_t>("derkit", inputs);
-    row.add_limits(inputs, row.expected, der_side_t::NONE);
+std::string same(const std::string& bytes) {
+    return bytes;
+}
+
+std::string shown(const cert_time_t& time) {
+    return std::to_string(time.packed);
 }
 
 } // namespace
 
-const std::vector<t61_text_t>& t61_texts() {
-    static const std::vector<t61_text_t> texts = make_t61_texts();
-    return texts;
-}
-
-const std::vector<std::string>& bytes_for_hex(std::size_t size) {
-    static const std::vector<std::string> of_20 = make_bytes(20);
-    static const std::vector<std::string> of_256 = make_bytes(256);
-    static const std::vector<std::string> of_4096 = make_bytes(4096);
-    return size == 20 ? of_20 : size == 256 ? of_256 : of_4096;
-}
-
-const std::vector<cert_time_t>& cert_times() {
-    static const std::vector<cert_time_t> times = make_times();
-    return times;
-}
-
 void add_text_rows(registry_t& registry) {
-    row_t& t61 = registry.add("T.61 to UTF-8", {0.50, "glibc"});
-    std::vector<std::string> t61_bytes;
-    for (const t61_text_t& text : t61_texts()) {
-        t61.expected.push_back(text.utf8);
-        t61_bytes.push_back(text.t61);
-    }
-    t61.add<t61_work_t>("derkit", t61_texts());
-    t61.add_limits(t61_bytes, t61.expected, der_side_t::NONE);
-
-    add_hex_row(registry, bytes_for_hex(20), 0.50);
-    add_hex_row(registry, bytes_for_hex(256), 0.20);
-    add_hex_row(registry, bytes_for_hex(4096), 0.12);
-
-    row_t& print = registry.add("time to text");
-    row_t& parse = registry.add("text to time");
-    std::vector<std::string> packed;
-    std::vector<std::string> log_texts;
-    for (const cert_time_t& time : cert_times()) {
-        print.expected.push_back(time.display_text);
-        parse.expected.push_back(std::to_string(time.packed));
-        packed.emplace_back(sizeof time.packed, '\0');
-        log_texts.push_back(time.log_text);
-    }
-    print.add<print_time_t>("derkit", cert_times());
-    print.add_limits(packed, print.expected, der_side_t::NONE);
-    parse.add<parse_time_t>("derkit", cert_times());
-    parse.add_limits(log_texts, packed, der_side_t::NONE);
+    registry.add<t61_work_t>({"T.61 to UTF-8", {0.50, "glibc"}, t61_texts(), &t61_text_t::utf8, &t61_text_t::t61});
+    registry.add<hex_work_t>({"hex of 20 bytes", {0.50, "GnuTLS"}, bytes_for_hex(20), upper_hex, same});
+    registry.add<hex_work_t>({"hex of 256 bytes", {0.25, "GnuTLS"}, bytes_for_hex(256), upper_hex, same});
+    registry.add<hex_work_t>({"hex of 4096 bytes", {0.30, "GnuTLS"}, bytes_for_hex(4096), upper_hex, same});
+    const target_t none;
+    const bytes_of_t<cert_time_t> packed = RECORD<cert_time64_t>;
+    registry.add<print_time_t>({"time to text", none, cert_times(), &cert_time_t::display_text, packed});
+    registry.add<parse_time_t>({"text to time", none, cert_times(), shown, &cert_time_t::log_text, packed});
 }
 
 void add_text_sizes(registry_t& registry) {
-    static std::deque<std::vector<t61_text_t>> inputs;
-    for (const std::size_t size : SIZES) {
-        t61_text_t text;
-        for (std::size_t i = 0; text.t61.size() < size; ++i) {
-            const t61_text_t& part = t61_texts()[i % t61_texts().size()];
-            text.t61 += part.t61;
-            text.utf8 += part.utf8;
-        }
-        inputs.push_back({text});
-        row_t& row = registry.add_size("T.61 to UTF-8", size);
-        row.expected.push_back(text.utf8);
-        row.add<t61_work_t>("derkit", inputs.back());
-    }
+    registry.add_series<t61_work_t>({"T.61 to UTF-8", {}, for_each_size(long_t61_text), &t61_text_t::utf8}, SIZES);
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The benchmark: builds it with every peer, measures, and writes docs/performance.md and its plots.
-#   scripts/bench.sh                          everything; a quarter of an hour, on a machine that does nothing else
-#   scripts/bench.sh --quick [--filter=REGEX] a short run of the rows chosen, printed and not kept
+#   scripts/bench.sh                          everything; takes a quarter of an hour on an otherwise idle machine
+#   scripts/bench.sh --quick [--filter=REGEX] a short run of the rows chosen, printed only
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 
@@ -26,7 +26,7 @@ step() {
   echo "== $1 ($SECONDS s)"
 }
 
-# Debian's Google Benchmark for i386, unpacked beside the build: installing it would ask for a second architecture.
+# Unpacks Debian's Google Benchmark for i386 beside the build, as installing it would require a second architecture.
 fetch_i386_benchmark() {
   local folder=$PWD/build/i386-packages
   if [[ -d $folder/usr ]]; then
@@ -36,7 +36,7 @@ fetch_i386_benchmark() {
   mkdir -p "$folder.new/lists/partial" "$folder.new/cache/archives/partial"
   local apt=(apt-get -qq -o APT::Architecture=i386 -o APT::Architectures=i386 -o APT::Sandbox::User=
     -o Dir::State::lists="$folder.new/lists" -o Dir::Cache="$folder.new/cache" -o Debug::NoLocking=1)
-  # An index that cannot be had, of security updates say, is no reason to stop.
+  # A missing index, of security updates for example, does no harm.
   "${apt[@]}" update || true
   (cd "$folder.new" && "${apt[@]}" download libbenchmark-dev libbenchmark1debian) || return 1
   local package
@@ -67,7 +67,10 @@ scripts/setup.sh
 scripts/setup.sh bench-packages.txt
 build bench
 if $quick; then
-  build/bench/bench/derkit_bench --quick "${options[@]}"
+  results=build/bench/quick-results
+  mkdir -p "$results"
+  build/bench/bench/derkit_bench --quick --json="$results/bench.time.json" "${options[@]}"
+  python3 scripts/bench_report.py "$results"
   exit
 fi
 
@@ -81,7 +84,7 @@ if fetch_i386_benchmark; then
   measure bench-i386 check time allocations instructions
   unset LD_LIBRARY_PATH
 else
-  echo "bench: Google Benchmark for i386 cannot be had; its table is left out" >&2
+  echo "bench: cannot fetch Google Benchmark for i386; its table is left out" >&2
 fi
 
 step "writing docs/performance.md"

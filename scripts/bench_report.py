@@ -2,6 +2,7 @@
 
 bench_report.py RESULTS BUILD DOCS: the folder of the benchmark's JSON files, the build folder of the preset bench, and
 the folder to write to.
+bench_report.py RESULTS: prints only the table of times.
 """
 
 import collections
@@ -18,8 +19,7 @@ import tempfile
 from html import escape
 
 LIBRARY = "derkit"
-TABLES = (("bench", "x86-64"), ("bench-i386", "32-bit x86"))
-LOADED = ("libtasn1.so.6", "libksba.so.8")  # whose loading is compared
+LOADED = ("libtasn1.so.6", "libksba.so.8")  # loaded for comparison
 NUM_LOADS = 41
 
 
@@ -38,12 +38,12 @@ class Row:
         return {name: values for name, values in self.contenders.items() if name != LIBRARY and not values["limit"]}
 
     def fastest(self, faithful):
-        """The name of the fastest peer, or None."""
+        """Returns the name of the fastest peer, or None."""
         names = [name for name, values in self.peers().items() if values["faithful"] or not faithful]
         return min(names, key=lambda name: self.of(name, "ns"), default=None)
 
     def opponent(self):
-        """The peer that the target is set against."""
+        """Returns the name of the peer that the target is set against, or None."""
         if self.against in ("fastest", "fastest faithful"):
             return self.fastest(self.against == "fastest faithful")
         return self.against if self.against in self.contenders else None
@@ -53,7 +53,7 @@ class Row:
 
 
 def read_results(folder, preset):
-    """Rows and size rows by name, and the versions of the peers."""
+    """Returns the rows, the rows of the series of sizes, and the versions of the peers."""
     rows, versions = {}, {}
     for path in sorted(folder.glob(f"{preset}.*.json")):
         for line in map(json.loads, path.read_text().splitlines()):
@@ -62,7 +62,7 @@ def read_results(folder, preset):
                 continue
             row = rows.setdefault(line["row"], Row(line["row"], line))
             row.contenders[line["contender"]].update(line)
-    # In the order of the program, which is that of the pass over the times.
+    # The pass over the times has the order of the program.
     order = [json.loads(line)["row"] for line in (folder / f"{preset}.time.json").read_text().splitlines()]
     table = [rows[name] for name in dict.fromkeys(order)]
     return table, [row for row in rows.values() if row.size], versions
@@ -72,7 +72,7 @@ def read_results(folder, preset):
 
 
 def number(value, digits=3):
-    """Three digits, in full."""
+    """Formats a number with three digits or more, without an exponent."""
     if value is None:
         return "–"
     if value == 0:
@@ -141,7 +141,7 @@ def contenders_table(rows):
 
 
 def series_of(size_rows):
-    """Points (size, ns) by the name of the series."""
+    """Maps the name of each series to its points (size, ns)."""
     series = collections.defaultdict(list)
     for row in size_rows:
         series[row.name.rsplit(",", 1)[0]].append((row.size, row.of(LIBRARY, "ns")))
@@ -149,7 +149,7 @@ def series_of(size_rows):
 
 
 def sizes_table(series):
-    """Nanoseconds a byte: the same in every column when cost is a straight line."""
+    """Nanoseconds a byte: the same in every column if the cost is linear."""
     def line(item):
         return [item[0], *(f"{ns / size:.3f}" for size, ns in item[1])]
 
@@ -170,7 +170,7 @@ def needed_by(path):
 
 
 def path_of(library):
-    """Where the dynamic linker finds a library of the system."""
+    """Returns where the dynamic linker finds a library of the system."""
     return re.search(rf"\b{re.escape(library)} \(libc6,x86-64.*=> (\S+)", output_of("/sbin/ldconfig", "-p")).group(1)
 
 
@@ -183,7 +183,7 @@ def load_cost(build, path, dependencies):
 
 
 def sizes_of(path):
-    """Text, data and bss of the stripped library, the size of its file, and its relocations."""
+    """Returns text, data and bss of the stripped library, the size of its file, and the number of its relocations."""
     with tempfile.TemporaryDirectory() as folder:
         stripped = pathlib.Path(folder) / "stripped.so"
         subprocess.run(["strip", "-o", stripped, path], check=True)
@@ -224,7 +224,7 @@ def line_at(x1, y1, x2, y2, style):
 
 
 def plot_ratios(rows):
-    """A bar a row: derkit's share of the time of the peer that the target is set against."""
+    """Draws a bar a row: the time of derkit divided by that of the peer that the target is set against."""
     shown = [(row, row.ratio(row.opponent())) for row in rows if row.opponent()]
     left, right, top, step = 230, 760, 50, 22
     low, high = math.log10(0.01), math.log10(max(2, *(ratio for _, ratio in shown)))
@@ -233,7 +233,8 @@ def plot_ratios(rows):
     def x(ratio):
         return left + (right - left) * (max(math.log10(ratio), low) - low) / (high - low)
 
-    parts = [text_at(left, 20, "Time of derkit by that of the target's peer (logarithmic; red: the target; 1: as fast)")]
+    title = "Time of derkit divided by that of the target's peer (logarithmic; red: the target; 1: as fast)"
+    parts = [text_at(left, 20, title)]
     for tick in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2):
         if math.log10(tick) <= high:
             parts += [line_at(x(tick), top - 6, x(tick), bottom, "axis" if tick == 1 else "grid"),
@@ -249,7 +250,7 @@ def plot_ratios(rows):
 
 
 def plot_sizes(series):
-    """Both axes logarithmic: a straight line of slope 1 is a cost in proportion to size."""
+    """Draws time against size, both logarithmic: a line of slope 1 is a cost in proportion to size."""
     left, right, top, bottom = 80, 700, 50, 470
     colours = ("#4a7ebb", "#be4b48", "#98b954", "#7d60a0", "#46aac5", "#f79646")
     points = [point for line in series.values() for point in line]
@@ -290,8 +291,8 @@ def plot_sizes(series):
 def machine():
     model = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.MULTILINE)
     return (f"{model.group(1) if model else 'unknown processor'}, {os.cpu_count()} processors, Linux "
-            f"{os.uname().release}; load average of the last 15 minutes {os.getloadavg()[2]:.1f}, of which the benchmark "
-            "itself is 1 to 2")
+            f"{os.uname().release}; load average of the last 15 minutes {os.getloadavg()[2]:.1f}, of which the "
+            "benchmark itself is 1 to 2")
 
 
 def commit():
@@ -312,10 +313,11 @@ def document(results, build, docs):
 
 Written by `scripts/bench.sh`; changes made here are lost.
 
-{len(met)} of {len(with_target)} targets are met. A time is the median of 15 repetitions, spread over the whole run in
-random order, of the processor time of one call, averaged over the same inputs for every contender. All write into
-storage that is kept from call to call. Before anything is timed, every contender's every result is compared with what
-is known to be right; ✗ marks a peer that truncates, refuses or garbles at least one input of the row.
+{len(met)} of {len(with_target)} targets are met. A time is the processor time of one call, averaged over the row's
+inputs, which are the same for all contenders. It is the median of 15 repetitions, which are spread over the whole run
+in random order. All contenders write into storage that is kept from call to call. Before anything is timed, each
+result of each contender is compared with the known right one; ✗ marks a peer that truncates, refuses or garbles at
+least one input of the row.
 
 - derkit: {commit()}, RelWithDebInfo (`-O2`), the shared library
 - peers: {peers}; "mbedTLS primitives" is code by hand on mbedTLS's ASN.1 functions
@@ -323,9 +325,9 @@ is known to be right; ✗ marks a peer that truncates, refuses or garbles at lea
 - machine: {machine()}
 - date: {datetime.date.today().isoformat()}
 
-To repeat it on Debian 12, as root, from a clone, on a machine that does nothing else: `scripts/bench.sh`. A short look
-at some rows: `scripts/bench.sh --quick --filter='name|hex'`. What an unfaithful peer does wrong:
-`build/bench/bench/derkit_bench --pass=check`.
+To repeat it, run `scripts/bench.sh` as root from a clone, on an otherwise idle Debian 12. For a short look at some
+rows, run `scripts/bench.sh --quick --filter='name|hex'`. `build/bench/bench/derkit_bench --pass=check` shows what
+unfaithful peers do wrong.
 
 ## Against the peers, x86-64
 
@@ -334,9 +336,9 @@ at some rows: `scripts/bench.sh --quick --filter='name|hex'`. What an unfaithful
 
 ## What a call costs, and how near the limits are
 
-"copy" copies the input and the output, "tags" walks over the tags of the encoded side and does nothing else. "two
-threads" is how many times the calls of one thread two threads get done, each at its best of 31 runs; the copy's shows
-what the machine had to give.
+"copy" only copies the input and the output; "tags" only walks over the tags of the encoded side. "two threads" is the
+number of calls that two threads complete, divided by that of one thread, each at its best of 31 runs. The copy's shows
+what the machine itself can do.
 
 {costs_table(rows)}
 ## Cost against size
@@ -346,19 +348,21 @@ what the machine had to give.
 
 ## Loading, and size
 
-The time of `dlopen`, the median of {NUM_LOADS} processes, with and without what the library depends on (derkit: the C++
-standard library), and the allocations meanwhile. Sizes in bytes, of the stripped library.
+The time and the allocations of `dlopen`, with and without the library's dependencies (derkit: the C++ standard
+library). A time is the median of {NUM_LOADS} processes. Sizes are in bytes, of the stripped library.
 
 {load_table(build)}"""]
-    for preset, name in TABLES[1:]:
-        if not (results / f"{preset}.time.json").exists():
-            continue
-        other = read_results(results, preset)[0]
-        parts.append(f"## {name}\n\nWithout peers but the C library. The maps have other names than on x86-64, where "
+    if (results / "bench-i386.time.json").exists():
+        other = read_results(results, "bench-i386")[0]
+        parts.append("## 32-bit x86\n\nThe only peer is the C library. The names of the map are made up; on x86-64 "
                      f"they are those of OpenSSL.\n\n{costs_table(other)}\n{contenders_table(other)}")
     parts.append(f"## All peers, x86-64\n\n{contenders_table(rows)}")
     (docs / "performance.md").write_text("\n".join(parts))
 
 
 if __name__ == "__main__":
-    document(*map(pathlib.Path, sys.argv[1:]))
+    folders = [pathlib.Path(argument) for argument in sys.argv[1:]]
+    if len(folders) == 1:
+        print(times_table(read_results(folders[0], "bench")[0]))
+    else:
+        document(*folders)
