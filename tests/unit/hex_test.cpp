@@ -8,6 +8,7 @@
 #include "derkit/int2str.h"
 #include "support/expect.h"
 #include "testing/bytes.h"
+#include "testing/views.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ TEST(hex, without_separator_is_the_same_at_every_size_and_address) {
                 << size << " bytes from " << start;
         }
     }
-    for (const std::size_t size : {1, 15, 16, 17, 31, 32, 33, 63, 64, 65}) {
+    for (const std::size_t size : sizes_t{1, 15, 16, 17, 31, 32, 33, 63, 64, 65}) {
         for (std::size_t place = 0; place <= 32; ++place) {
             const std::string digits = text.substr(2 * place, 2 * size);
             ASSERT_EQ(std::string(place, '?') + digits + std::string(32, '?'),
