@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "tasks.h"
-#include "testing/iconv.h"
+#include "testing/vectors.h"
 
 namespace {
 
@@ -18,8 +18,6 @@ struct type_t {
 constexpr type_t TYPES[] = {
     {"C", "2.5.4.6"}, {"ST", "2.5.4.8"}, {"L", "2.5.4.7"}, {"O", "2.5.4.10"}, {"OU", "2.5.4.11"}, {"CN", "2.5.4.3"},
 };
-
-enum string_tag_t { UTF8_STRING = 0x0C, PRINTABLE_STRING = 0x13, T61_STRING = 0x14, BMP_STRING = 0x1E };
 
 std::string from_base64(std::string_view text) {
     std::string bytes;
@@ -81,29 +79,33 @@ std::string_view subject_of(std::string_view certificate) {
     return take_element(tbs).whole;
 }
 
-struct value_t {
-    std::string_view type;
-    string_tag_t tag;
-    const char* utf8;
-};
-
-std::string content_of(const value_t& value) {
-    const char* const encoding = value.tag == BMP_STRING ? "UTF-16BE" : value.tag == T61_STRING ? "T.61-8BIT" : "UTF-8";
-    return iconv_text("UTF-8", encoding, value.utf8).value();
+// The attributes of a text whose RDNs have one each.
+std::vector<rdn_t> rdns_of(std::string_view text) {
+    std::vector<rdn_t> rdns;
+    while (!text.empty()) {
+        const std::size_t equals = text.find('=');
+        const auto is_type = [&](const type_t& type) { return type.name == text.substr(0, equals); };
+        attribute_t attribute = {oid_content(std::find_if(std::begin(TYPES), std::end(TYPES), is_type)->oid), ""};
+        std::size_t at = equals + 1;
+        for (; at < text.size() && text[at] != ','; ++at) {
+            at += text[at] == '\\' ? 1 : 0;
+            attribute.value.push_back(text[at]);
+        }
+        rdns.push_back({attribute});
+        text.remove_prefix(std::min(at + 1, text.size()));
+    }
+    return rdns;
 }
 
-name_t make_name(const std::vector<value_t>& values) {
-    name_t name;
-    der_members_t rdns;
-    for (const value_t& value : values) {
-        const auto is_type = [&value](const type_t& type) { return type.name == value.type; };
-        const char* const oid = std::find_if(std::begin(TYPES), std::end(TYPES), is_type)->oid;
-        rdns.push_back(der_set({der_sequence({der_oid(oid), der_element(value.tag, content_of(value))})}));
-        name.rdns.push_back({{oid_content(oid), value.utf8}});
+// The cases of names with this beginning.
+std::vector<name_t> names_of_cases(std::string_view beginning) {
+    std::vector<name_t> names;
+    for (const vector_t& vector : read_vectors("names.txt")) {
+        if (vector.field("case").starts_with(beginning)) {
+            names.push_back({rdns_of(vector.text("text")), vector.bytes("DER"), vector.text("text")});
+        }
     }
-    name.der = encode(der_sequence(rdns));
-    name.text = text_of(name.rdns);
-    return name;
+    return names;
 }
 
 } // namespace
@@ -136,33 +138,11 @@ std::vector<name_t> texts_of_roots() {
 }
 
 std::vector<name_t> international_names() {
-    const char* const cities[] = {"Москва", "Санкт-Петербург", "Нижний Новгород", "Екатеринбург"};
-    const char* const firms[] = {"ООО «Ромашка»", "ЗАО Удостоверяющий центр, г. Москва", "АО «Связь+»"};
-    const char* const people[] = {"Иванов Иван Иванович", "Щёголева Юлия Объездчикова"};
-    const char* const offices[] = {"§ 7 «Dienst» ±½ ¶ 3", "£ 5 · µ ¿?"};
-    std::vector<name_t> names;
-    for (const char* const city : cities) {
-        for (const char* const firm : firms) {
-            for (const char* const person : people) {
-                names.push_back(make_name({{"C", PRINTABLE_STRING, "RU"},
-                                           {"ST", UTF8_STRING, city},
-                                           {"L", BMP_STRING, city},
-                                           {"O", UTF8_STRING, firm},
-                                           {"OU", T61_STRING, offices[names.size() % 2]},
-                                           {"OU", BMP_STRING, "Отдел кадров"},
-                                           {"CN", UTF8_STRING, person}}));
-            }
-        }
-    }
-    return names;
+    return names_of_cases("measured: international");
 }
 
 std::vector<name_t> accented_names() {
-    const name_t name = make_name({{"C", PRINTABLE_STRING, "DE"},
-                                   {"L", T61_STRING, "Köln"},
-                                   {"O", T61_STRING, "Société Générale"},
-                                   {"CN", UTF8_STRING, "Иванов Иван"}});
-    return std::vector<name_t>(16, name);
+    return std::vector<name_t>(16, names_of_cases("measured: accented").at(0));
 }
 
 name_t long_name(std::size_t size) {

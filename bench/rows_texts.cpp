@@ -5,7 +5,7 @@
 #include "derkit/t61.h"
 #include "row.h"
 #include "tasks.h"
-#include "testing/iconv.h"
+#include "testing/vectors.h"
 
 namespace {
 
@@ -39,9 +39,10 @@ struct parse_time_t {
 // Short texts, most of them with accents.
 std::vector<t61_text_t> t61_texts() {
     std::vector<t61_text_t> texts;
-    for (const char* const text : {"Köln am Rhein", "Société Générale", "España y Portugal", "Østre Město",
-                                   "Certification Authority", "§ 7 «Büro»"}) {
-        texts.push_back({iconv_text("UTF-8", "T.61-8BIT", text).value(), text});
+    for (const vector_t& vector : read_vectors("t61.txt")) {
+        if (vector.field("case").starts_with("measured")) {
+            texts.push_back({vector.bytes("T.61"), vector.text("text")});
+        }
     }
     return texts;
 }
