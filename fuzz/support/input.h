@@ -56,6 +56,16 @@ template <typename READER> std::string answer_of(READER reader, std::string_view
     return answer;
 }
 
+// What is left of an INTEGER that is written without its zero octets.
+inline unsigned int as_written(unsigned int value) {
+    unsigned int kept = 0;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const unsigned int octet = value >> shift & 0xFF;
+        kept = octet == 0 ? kept : kept << 8 | octet;
+    }
+    return kept;
+}
+
 // A zero-terminated text: the input up to its first zero byte.
 inline std::string_view up_to_zero(std::string_view input) {
     return input.substr(0, input.find('\0'));

@@ -10,16 +10,6 @@ namespace {
 constexpr unsigned int NUM_KEY_TYPES = 3;
 constexpr unsigned int UNTOUCHED = 0xA5A5A5A5;
 
-// A count is written without its zero octets.
-unsigned int as_written(unsigned int value) {
-    unsigned int kept = 0;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const unsigned int octet = value >> shift & 0xFF;
-        kept = octet == 0 ? kept : kept << 8 | octet;
-    }
-    return kept;
-}
-
 // Every reader reads the whole: no proper prefix of what was written will do.
 template <typename READER> void check_cut(const std::string& written, READER reads) {
     for (const std::size_t size : {std::size_t(0), written.size() / 2, written.size() - 1}) {

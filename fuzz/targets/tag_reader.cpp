@@ -87,16 +87,6 @@ void check_integer(std::string_view content, unsigned int max) {
     }
 }
 
-// Without the zero octets, wherever they stand.
-unsigned int as_written(unsigned int value) {
-    unsigned int kept = 0;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const unsigned int octet = value >> shift & 0xFF;
-        kept = octet == 0 ? kept : kept << 8 | octet;
-    }
-    return kept;
-}
-
 void check_written_integer(unsigned int value) {
     std::string out = "kept";
     asn_write_INTEGER(value, out);
