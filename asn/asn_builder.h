@@ -172,17 +172,17 @@ template <unsigned int N> struct asn_tag_t_ {
         add_element(wrapper_tag, child.encoding(), child.encoding_size());
     }
 
-    // Appends one of many members of a SET OF or SEQUENCE OF.
+    // Appends one of many members of a SET OF or SEQUENCE OF. Growing by just what is needed is quadratic for a long list;
+    // this at least doubles the room, so that a list costs linear time.
     template <unsigned int M> void add_member(const asn_tag_t_<M>& child) {
-        reserve(child.encoding_size());
+        const unsigned int n = child.encoding_size();
+        make_room(n, std::max(n, std::min(content_size, MAX_CONTENT_SIZE - content_size)));
         add_node(child);
     }
 
-    // Makes room for n more content octets. Neither content nor header change. An append grows a node by just what it
-    // needs, which is quadratic for a long list; this at least doubles the content's room, so that a list costs linear
-    // time.
+    // Makes room for n more content octets in one growth step. Neither content nor header change.
     void reserve(unsigned int n) {
-        make_room(n, std::max(n, std::min(content_size, MAX_CONTENT_SIZE - content_size)));
+        make_room(n, n);
     }
 
     // Reserves an estimate of the content to come; one that no node can hold is ignored.

@@ -1,8 +1,8 @@
 #include "pkcs/pkcs12_mac.h"
 
-#include "asn/asn_alg_oids.h"
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
+#include "pkcs/pkcs_oids.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& 
 
 void asn_write_pkcs12_MacData(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
     asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, oid<OID_GOST_3411_94>);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_GOSTR3411);
     algorithm.add_element(asn_tag_t::NULL_VALUE, blob_t());
     asn_tag_t_<96> digest_info(asn_tag_t::SEQUENCE);
     digest_info.add_node(algorithm);

@@ -1,6 +1,5 @@
 #include "derkit/pkcs8_helper.h"
 
-#include "asn/asn_alg_oids.h"
 #include "asn/asn_builder.h"
 #include "asn/asn_cursor.h"
 #include "derkit/asn_reader.h"
@@ -14,11 +13,11 @@ constexpr unsigned char PRIVATE_KEY_INFO_VERSION[] = {0};
 enum key_type_t : unsigned int { KEY_2001 = 0, KEY_2012_256 = 1, KEY_2012_512 = 2 };
 
 bool find_key_type(const blob_t& algorithm, unsigned int& key_type) {
-    if (asn_oid_equal_(algorithm, oid<OID_GOST_R_3410_2001>)) {
+    if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341001)) {
         key_type = KEY_2001;
-    } else if (asn_oid_equal_(algorithm, oid<OID_GOST_R_3410_2012_256>)) {
+    } else if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_256)) {
         key_type = KEY_2012_256;
-    } else if (asn_oid_equal_(algorithm, oid<OID_GOST_R_3410_2012_512>)) {
+    } else if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_512)) {
         key_type = KEY_2012_512;
     } else {
         return false;
@@ -35,11 +34,11 @@ struct key_oids_t {
 key_oids_t oids_of(unsigned int key_type) {
     switch (key_type) {
     case KEY_2001:
-        return {asn_view_of(oid<OID_GOST_R_3410_2001>), asn_view_of(g_id_GostR3410_2001_CryptoPro_A_ParamSet)};
+        return {asn_view_of(g_oid_ALG_GOST_341001), asn_view_of(g_id_GostR3410_2001_CryptoPro_A_ParamSet)};
     case KEY_2012_256:
-        return {asn_view_of(oid<OID_GOST_R_3410_2012_256>), asn_view_of(g_oid_tc26_gost_3410_12_256_paramSetA)};
+        return {asn_view_of(g_oid_ALG_GOST_341012_256), asn_view_of(g_oid_tc26_gost_3410_12_256_paramSetA)};
     case KEY_2012_512:
-        return {asn_view_of(oid<OID_GOST_R_3410_2012_512>), asn_view_of(g_oid_tc26_gost_3410_12_512_paramSetA)};
+        return {asn_view_of(g_oid_ALG_GOST_341012_512), asn_view_of(g_oid_tc26_gost_3410_12_512_paramSetA)};
     default:
         return {};
     }

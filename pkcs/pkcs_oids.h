@@ -2,7 +2,14 @@
 #ifndef DERKIT_PKCS_OIDS_H
 #define DERKIT_PKCS_OIDS_H
 
+#include "asn/asn_alg_oids.h"
 #include "asn/asn_oid_literal.h"
+
+// Algorithms of keys and of the MAC (RFC 4357, RFC 9215).
+inline constexpr const auto& g_oid_ALG_GOST_341001 = oid<OID_GOST_R_3410_2001>;
+inline constexpr const auto& g_oid_ALG_GOST_341012_256 = oid<OID_GOST_R_3410_2012_256>;
+inline constexpr const auto& g_oid_ALG_GOST_341012_512 = oid<OID_GOST_R_3410_2012_512>;
+inline constexpr const auto& g_oid_GOSTR3411 = oid<OID_GOST_3411_94>;
 
 // Parameter sets of keys (RFC 4357, RFC 7836).
 inline constexpr const auto& g_id_GostR3410_2001_CryptoPro_A_ParamSet = oid<"1.2.643.2.2.35.1">;

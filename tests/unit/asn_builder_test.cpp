@@ -208,6 +208,11 @@ TEST(builder_growth, reserve_takes_the_step_once_and_changes_neither_content_nor
     EXPECT_EQ(node.buffer, block);
     expect_node(node, content, 5 + 1000 + 22);
 
+    asn_tag_t_<8> outgrown(asn_tag_t::SEQUENCE);
+    add_content(outgrown, some_content(100)); // room for 16 more
+    outgrown.reserve(17);
+    expect_node(outgrown, some_content(100), 100 + 17 + 22);
+
     asn_tag_t_<6> with_header_room(asn_tag_t::SEQUENCE);
     with_header_room.reserve(0);
     expect_node(with_header_room, "", 6);
