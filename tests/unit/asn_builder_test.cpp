@@ -274,7 +274,7 @@ TEST(builder_child, member_of_a_list_doubles_the_room) {
     add_content(member, some_content(10));
     asn_tag_t_<16> list(asn_tag_t::SEQUENCE);
     std::string content;
-    for (const unsigned int capacity : {34, 34, 70, 70, 70, 142, 142, 142, 142, 142, 142, 286}) {
+    for (const unsigned int capacity : {34U, 34U, 70U, 70U, 70U, 142U, 142U, 142U, 142U, 142U, 142U, 286U}) {
         list.add_member(member);
         content += encoding_of(member);
         expect_node(list, content, capacity);
@@ -318,38 +318,37 @@ INSTANTIATE_TEST_SUITE_P(sizes, builder_element,
                                          65791, 65792));
 
 TEST_P(builder_element, adds_what_nodes_one_inside_the_other_add) {
-    using enum asn_tag_t::Type;
     const std::string content = some_content(GetParam());
     const exact_bytes_t bytes(content);
     const std::string_view text(bytes.chars(), bytes.size());
-    const std::string octets = element(OCTET_STRING, content);
+    const std::string octets = element(asn_tag_t::OCTET_STRING, content);
 
-    asn_tag_t_<0> by_pointer(SEQUENCE);
-    by_pointer.add_element(OCTET_STRING, bytes.data(), bytes.size());
+    asn_tag_t_<0> by_pointer(asn_tag_t::SEQUENCE);
+    by_pointer.add_element(asn_tag_t::OCTET_STRING, bytes.data(), bytes.size());
     expect_node(by_pointer, octets, by_pointer.content_size + 22); // one step that fits exactly
-    asn_tag_t_<16> by_view(SEQUENCE);
-    by_view.add_element(OCTET_STRING, view_of(text));
-    EXPECT_TRUE(same_bytes(element(SEQUENCE, octets), encoding_of(by_view)));
-    asn_tag_t_<128> by_text(SEQUENCE);
-    by_text.add_element(OCTET_STRING, text);
-    EXPECT_TRUE(same_bytes(element(SEQUENCE, octets), encoding_of(by_text)));
+    asn_tag_t_<16> by_view(asn_tag_t::SEQUENCE);
+    by_view.add_element(asn_tag_t::OCTET_STRING, view_of(text));
+    EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, octets), encoding_of(by_view)));
+    asn_tag_t_<128> by_text(asn_tag_t::SEQUENCE);
+    by_text.add_element(asn_tag_t::OCTET_STRING, text);
+    EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, octets), encoding_of(by_text)));
 
-    asn_tag_t_<0> node(OCTET_STRING);
+    asn_tag_t_<0> node(asn_tag_t::OCTET_STRING);
     add_content(node, content);
     expect_node(node, content, GetParam() + 22);
-    asn_tag_t_<3> by_node(SEQUENCE);
+    asn_tag_t_<3> by_node(asn_tag_t::SEQUENCE);
     by_node.add_node(node);
     expect_node(by_node, octets, by_node.content_size + 22);
-    asn_tag_t_<16> by_member(SEQUENCE);
+    asn_tag_t_<16> by_member(asn_tag_t::SEQUENCE);
     by_member.add_member(node);
-    EXPECT_TRUE(same_bytes(element(SEQUENCE, octets), encoding_of(by_member)));
+    EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, octets), encoding_of(by_member)));
 
-    asn_tag_t_<0> nested(SEQUENCE);
-    nested.add_nested(CONTEXT_0, OCTET_STRING, bytes.data(), bytes.size());
-    asn_tag_t_<32> wrapped(SEQUENCE);
-    wrapped.add_wrapped(CONTEXT_0, node);
+    asn_tag_t_<0> nested(asn_tag_t::SEQUENCE);
+    nested.add_nested(asn_tag_t::CONTEXT_0, asn_tag_t::OCTET_STRING, bytes.data(), bytes.size());
+    asn_tag_t_<32> wrapped(asn_tag_t::SEQUENCE);
+    wrapped.add_wrapped(asn_tag_t::CONTEXT_0, node);
     for (const std::string& encoding : {encoding_of(nested), encoding_of(wrapped)}) {
-        EXPECT_TRUE(same_bytes(element(SEQUENCE, element(CONTEXT_0, octets)), encoding));
+        EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, element(asn_tag_t::CONTEXT_0, octets)), encoding));
     }
 }
 
