@@ -474,9 +474,11 @@ TEST(builder_refusal, starts_right_after_2_to_32_minus_23) {
     node.content_size = 0xFFFFFFE9 - 3;
     EXPECT_NO_THROW(node.reserve(3));
     EXPECT_THROW(node.reserve(4), std::bad_alloc);
-    node.content_size = 0xFFFFFFE9;
-    EXPECT_NO_THROW(node.add_bytes(nullptr, 0));
-    EXPECT_EQ(node.total_size, 0xFFFFFFE9 + 6);
+    if constexpr (sizeof(void*) == 8) { // 32 bits cannot address the end of such a content
+        node.content_size = 0xFFFFFFE9;
+        EXPECT_NO_THROW(node.add_bytes(nullptr, 0));
+        EXPECT_EQ(node.total_size, 0xFFFFFFE9 + 6);
+    }
 }
 
 TEST(builder_refusal, of_an_element_whose_size_does_not_fit) {
