@@ -9,6 +9,7 @@ from keys import WRONG_PASSWORD, KeyTest, encrypt, make_key
 from tool import Terminal, thin
 
 MAX_SIZE = 4095
+MARK = b"\xef\xbb\xbf"  # that some editors put in front of UTF-8
 
 
 def setUpModule():
@@ -35,16 +36,16 @@ class Passwords(KeyTest):
         return ["--password-file", self.file("password", content)]
 
     def test_of_a_file_the_first_line_counts(self):
-        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n":
+        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n", MARK + b"secret\n":
             self.opens(self.key, *self.given(content))
-        for content in b"\n", b"\r\n", b"\nsecond":
+        for content in b"\n", b"\r\n", b"\nsecond", MARK, MARK + b"\n":
             self.opens(self.empty_key, *self.given(content))
         # other blanks belong to the password
-        for content in b"secret \n", b"secret\t\n", b"secret\r", b"\xef\xbb\xbfsecret\n", b"secret\r\r\n":
+        for content in b"secret \n", b"secret\t\n", b"secret\r", b"secret\r\r\n", MARK * 2 + b"secret\n", b"secret" + MARK:
             self.wrong(*self.given(content))
 
     def test_of_standard_input_the_first_line_counts(self):
-        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n":
+        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n", MARK + b"secret\n":
             self.opens(self.key, "--password-stdin", stdin=content)
         self.opens(self.empty_key, "--password-stdin", stdin=b"\n")
 
@@ -78,10 +79,11 @@ class Passwords(KeyTest):
             ([self.key, "--password-file", "/dev/zero"], f"/dev/zero: {too_long}"),
             ([self.key, "--password-ask"], f"{self.key}: there is no terminal to ask for the password at"),
         ])
-        for end in b"", b"\n", b"\r\n":
-            self.wrong(*self.given(b"x" * MAX_SIZE + end))
-            option, path = self.given(b"x" * (MAX_SIZE + 1) + end)
-            self.check_failures([([self.key, option, path], f"{path}: {too_long}")])
+        for start in b"", MARK:
+            for end in b"", b"\n", b"\r\n":
+                self.wrong(*self.given(start + b"x" * MAX_SIZE + end))
+                option, path = self.given(start + b"x" * (MAX_SIZE + 1) + end)
+                self.check_failures([([self.key, option, path], f"{path}: {too_long}")])
 
     def test_command_lines_that_make_no_sense(self):
         sources = [self.given(b"secret"), ["--password-env", "KEY_PASSWORD"], ["--password-stdin"], ["--password-ask"]]
