@@ -87,6 +87,7 @@ class file_set_t {
     void name_in_staging_directory(file_t& file);
     void wait_for_lock();
     void place_all();
+    void sync_files();
     void place(file_t& file);
     void exchange(file_t& file);
     void sync_directory();
