@@ -2,6 +2,7 @@
 """Tests where "derkit key" takes the password of an encrypted key from: files, variables, standard input, a terminal."""
 
 import signal
+import time
 import unittest
 
 import der
@@ -149,6 +150,21 @@ class AtTheTerminal(KeyTest):
             with self.subTest(typed):
                 status, shown = self.end_after(typed)
                 self.assertEqual(status, -number, shown)
+
+    def test_after_ctrl_d_in_a_line_the_keys_that_interrupt_still_work(self):
+        terminal = self.asked()
+        terminal.type(b"secr\x04")
+        time.sleep(0.2)  # so that the tool has read the first part
+        terminal.type(b"\x03")
+        self.assertEqual(terminal.end()[0], -signal.SIGINT)
+        self.assertEqual(terminal.mode(), terminal.mode_before)
+
+    def test_ctrl_d_in_a_line_does_not_end_it(self):
+        terminal = self.asked()
+        terminal.type(b"secr\x04")
+        time.sleep(0.2)
+        terminal.type(b"et\n")
+        self.assertEqual(terminal.end()[0], 0)
 
     def test_a_signal_from_elsewhere_leaves_the_terminal_as_before_too(self):
         for number in signal.SIGTERM, signal.SIGHUP:
