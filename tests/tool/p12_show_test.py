@@ -17,7 +17,7 @@ from p12 import (
 )
 from tool import thin
 
-EXTRACTED_NOTHING = "nothing is extracted, because not all can be read (--partial extracts the rest)"
+EXTRACTED_NOTHING = "nothing is extracted, because not everything can be read (--partial extracts the rest)"
 X = pfx.cert_bag(der.certificate("x"))
 OTHER_TYPE = "is of a type that is not read"
 AES_256 = "AES-256-CBC (2.16.840.1.101.3.4.1.42)"
@@ -275,7 +275,7 @@ class Refusals(P12Test):
         path = self.file("a.p12", pfx.container("x") + b"more")
         for password in None, "x":
             done = self.tool("show", path, password=password)
-            warning = f"derkit: {path}: warning: 4 bytes behind the container are not looked at"
+            warning = f"derkit: {path}: warning: 4 bytes after the container are ignored"
             self.assertEqual((done.status, done.errors), (0, [warning]))
 
     def test_a_missing_file(self):

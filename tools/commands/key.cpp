@@ -142,7 +142,7 @@ std::string key_command_t::add_decrypted_key(const encrypted_key_t& encrypted, r
     private_key_t key;
     std::string problem;
     if (der.empty() || !read_private_key(der, key, problem)) {
-        return "wrong password, or damaged: what it decrypts to is no PrivateKeyInfo";
+        return "wrong password, or damaged: it does not decrypt to a PrivateKeyInfo";
     }
     add_key(key, options_.reveal, record);
     return find_fault(key);

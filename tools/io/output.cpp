@@ -31,7 +31,7 @@ constexpr int LOCK_INTERVAL_MS = 20;
 }
 
 [[noreturn]] void refuse_to_overwrite(const std::string& path) {
-    throw failure_t(path, "is there already (--force overwrites it)");
+    throw failure_t(path, "already exists (--force overwrites it)");
 }
 
 std::string join(const std::string& directory, const std::string& name) {
