@@ -11,8 +11,10 @@ function(derkit_add_calls name)
   target_compile_definitions(${name} PRIVATE DERKIT_EXPORTS="${DERKIT_EXPORTS}")
   target_link_libraries(${name} PRIVATE derkit_warnings)
   target_compile_options(${name} PRIVATE -O0 -g1 ${ARGN})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${DERKIT_UNITY})
   # It makes the inputs of the cost test, which are large.
-  set_source_files_properties(${DERKIT_TESTING}/calls.cpp TARGET_DIRECTORY ${name} PROPERTIES COMPILE_OPTIONS -O2)
+  set_source_files_properties(${DERKIT_TESTING}/calls.cpp TARGET_DIRECTORY ${name} PROPERTIES
+    COMPILE_OPTIONS -O2 SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 derkit_add_calls(derkit_calls)

@@ -124,8 +124,8 @@ bool as_it_was_or_a_part(const std::string& before, const std::string& after, co
 bool with_finished_rdns(const std::string& before, const std::string& after, const std::string& expected);
 
 constexpr std::size_t MEGABYTE = 1024 * 1024;
-constexpr std::size_t LARGE = MEGABYTE;
-constexpr std::size_t BRIEF = MEGABYTE / 4; // for further shapes of a function, and where a call costs much
+constexpr std::size_t LARGE = MEGABYTE / 4;
+constexpr std::size_t BRIEF = MEGABYTE / 8; // for further shapes of a function, and where a call costs much
 
 constexpr std::size_t ANY_NUMBER = static_cast<std::size_t>(-1);
 

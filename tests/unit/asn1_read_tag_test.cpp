@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr unsigned int UNTOUCHED = 0x5EEDF00D;
+constexpr unsigned int UNTOUCHED_LEN = 0x5EEDF00D;
 
 struct outcome_t {
     long offset; // of the content; -1 for the null pointer
@@ -22,7 +22,7 @@ struct outcome_t {
     }
 };
 
-outcome_t refused(unsigned int len = UNTOUCHED) {
+outcome_t refused(unsigned int len = UNTOUCHED_LEN) {
     return {-1, len};
 }
 
@@ -85,7 +85,7 @@ TEST(asn1_read_tag, accepts_whole_elements) {
         EXPECT_EQ(-1, read_tag(e.tag, whole.substr(0, whole.size() - 1)).offset);
         for_each_prefix(whole.substr(0, header.size() + 4), [&](const exact_bytes_t& prefix) {
             const bool header_is_whole = prefix.size() >= header.size();
-            EXPECT_EQ(refused(header_is_whole ? e.content_size : UNTOUCHED),
+            EXPECT_EQ(refused(header_is_whole ? e.content_size : UNTOUCHED_LEN),
                       read_tag(e.tag, prefix.data(), prefix.size()));
         });
     }
@@ -98,21 +98,21 @@ TEST(asn1_read_tag, refuses_headers) {
         const char* bytes;
         unsigned int stored;
     } headers[] = {
-        {"no octet", 0x00, "", UNTOUCHED},
-        {"one octet", 0x05, "05", UNTOUCHED},
-        {"one octet for the wildcard", 0x00, "00", UNTOUCHED},
-        {"same number but primitive", 0xA0, "80 01 05", UNTOUCHED},
-        {"same number but constructed", 0x04, "24 03 04 01 05", UNTOUCHED},
-        {"same number of another class", 0x02, "82 01 05", UNTOUCHED},
-        {"another identifier and a bad length", 0x04, "02 80 00 00", UNTOUCHED},
-        {"indefinite length", 0x30, "30 80 05 00 00 00", UNTOUCHED},
-        {"indefinite length for the wildcard", 0x00, "30 80 05 00 00 00", UNTOUCHED},
-        {"five length octets", 0x30, "30 85 00 00 00 00 01 AA", UNTOUCHED},
-        {"six length octets", 0x30, "30 86 00 00 00 00 00 00", UNTOUCHED},
-        {"127 length octets", 0x30, "30 FF 00 00 00 00 00 00", UNTOUCHED},
-        {"long form without its octet", 0x30, "30 81", UNTOUCHED},
-        {"long form cut short", 0x30, "30 82 01", UNTOUCHED},
-        {"longest form cut short", 0x30, "30 84 00 00 00", UNTOUCHED},
+        {"no octet", 0x00, "", UNTOUCHED_LEN},
+        {"one octet", 0x05, "05", UNTOUCHED_LEN},
+        {"one octet for the wildcard", 0x00, "00", UNTOUCHED_LEN},
+        {"same number but primitive", 0xA0, "80 01 05", UNTOUCHED_LEN},
+        {"same number but constructed", 0x04, "24 03 04 01 05", UNTOUCHED_LEN},
+        {"same number of another class", 0x02, "82 01 05", UNTOUCHED_LEN},
+        {"another identifier and a bad length", 0x04, "02 80 00 00", UNTOUCHED_LEN},
+        {"indefinite length", 0x30, "30 80 05 00 00 00", UNTOUCHED_LEN},
+        {"indefinite length for the wildcard", 0x00, "30 80 05 00 00 00", UNTOUCHED_LEN},
+        {"five length octets", 0x30, "30 85 00 00 00 00 01 AA", UNTOUCHED_LEN},
+        {"six length octets", 0x30, "30 86 00 00 00 00 00 00", UNTOUCHED_LEN},
+        {"127 length octets", 0x30, "30 FF 00 00 00 00 00 00", UNTOUCHED_LEN},
+        {"long form without its octet", 0x30, "30 81", UNTOUCHED_LEN},
+        {"long form cut short", 0x30, "30 82 01", UNTOUCHED_LEN},
+        {"longest form cut short", 0x30, "30 84 00 00 00", UNTOUCHED_LEN},
         {"content past the end", 0x04, "04 05 01 02 03 04", 5},
         {"content missing", 0x04, "04 7F", 127},
         {"content of a long form past the end", 0x04, "04 81 02 01", 2},
