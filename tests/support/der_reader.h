@@ -15,17 +15,18 @@
 #include "testing/bytes.h"
 #include "testing/der.h"
 #include "testing/untouched.h"
+#include "testing/vectors.h"
 #include "testing/views.h"
 
 // Answers
 
-// "yes 2A | AA BB": accepted, with the record's fields in hexadecimal. "no 2A | -": refused, the second field untouched.
+// "yes 2A, AA BB": accepted, with the record's fields in hexadecimal. "no 2A, -": refused, the second field untouched.
 inline std::string read_text(bool accepted, std::initializer_list<std::string> fields) {
     std::string text = accepted ? "yes" : "no";
     const char* separator = " ";
     for (const std::string& field : fields) {
         text += separator + field;
-        separator = " | ";
+        separator = ", ";
     }
     return text;
 }
@@ -53,16 +54,11 @@ inline std::string field_text(unsigned int number) {
     return number == UNTOUCHED_NUMBER ? UNTOUCHED_BYTES : std::to_string(number);
 }
 
-struct read_case_t {
-    const char* name;
-    const char* input; // in hexadecimal
-    const char* expected;
-};
-
-// Runs read(bytes), which returns a text, on every case.
-template <typename READ> void expect_reads(READ read, std::initializer_list<read_case_t> cases) {
-    for (const read_case_t& c : cases) {
-        EXPECT_EQ(c.expected, read(from_hex(c.input))) << c.name << ": " << c.input;
+// Runs read(bytes), which returns a text, on every case of tests/data/vectors/records/FILE.
+template <typename READ> void expect_reads(READ read, const std::string& file) {
+    for (const vector_t& vector : read_vectors("records/" + file)) {
+        EXPECT_EQ(vector.field("expected"), read(vector.bytes("input")))
+            << vector.where() << ": " << vector.field("case");
     }
 }
 
