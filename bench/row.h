@@ -49,7 +49,7 @@ template <typename INPUT> struct task_t {
     std::vector<INPUT> inputs;
     bytes_of_t<INPUT> expected; // what each call has to show
     // What goes in and comes out of a call, for the two limits: a copy of both, and a walk over the tags of the encoded
-    // side. What comes out is `expected` unless it is given.
+    // side. What comes out is `expected` by default.
     bytes_of_t<INPUT> in = {};
     bytes_of_t<INPUT> out = {};
     der_side_t der_side = der_side_t::NONE;

@@ -6,7 +6,7 @@ cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 jobs=$(nproc)
 status=0
 
-# tidy FLAGS SOURCE...: a file a process; sources are checked without a build.
+# tidy FLAGS SOURCE...: one process per file; sources are checked without a build.
 tidy() {
   local flags=$1
   shift
@@ -14,7 +14,7 @@ tidy() {
   printf '%s\0' "$@" | xargs -0 -P "$jobs" -I{} clang-tidy --quiet {} -- -std=c++20 -Iinclude -I. $flags 2>/dev/null || status=1
 }
 
-# Suppressed: two matters of taste, and unused members, as structured bindings are not seen through.
+# Suppressed: two matters of taste, and unused members, which cppcheck also reports when structured bindings use them.
 check_with_cppcheck() {
   cppcheck --quiet --language=c++ --std=c++20 --enable=warning,style,performance,portability --inline-suppr \
     --suppress=useStlAlgorithm --suppress=shadowFunction --suppress=unusedStructMember \

@@ -1,5 +1,4 @@
-// The catalogue of calls: every exported function behind one interface, with inputs that it accepts and inputs that cost
-// it most. The tests of memory, threads, guard pages and cost run over it, and so does the maker of fuzz seeds.
+// The catalogue of calls: every exported function with one interface, inputs that it accepts and inputs that cost it most. The tests of memory, threads, guard pages and cost run over it, and so does the maker of fuzz seeds.
 //
 // A new function is a new row in one of the files calls_….cpp.
 #ifndef DERKIT_TESTING_CALLS_H

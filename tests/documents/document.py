@@ -1,13 +1,12 @@
 #!/usr/bin/env python3
 """Programs and commands in a Markdown document.
 
-    document.py extract DOCUMENT PROGRAM.cpp    writes the document's program, if it has one
-    document.py run DOCUMENT [options]          runs everything in the order in which it stands there
+    document.py extract DOCUMENT PROGRAM.cpp    writes the document's program, if any
+    document.py run DOCUMENT [options]          runs everything in the order of the document
 
 A block of the language cpp is a complete program (one a document), and the next block of the language text is what it
-prints. A block of the language console has commands behind "$ " and below each what it prints. A block of the language
-sh has commands that are not run as they stand; they are looked at: scripts and presets must be there. All other blocks
-are text.
+prints. A block of the language console has commands after "$ ", each followed by what it prints. The commands of a block of the
+language sh are not run, but their scripts and presets must exist. All other blocks are text.
 """
 
 import argparse

@@ -80,7 +80,7 @@ belongings_t count_belongings() {
     return belongings;
 }
 
-TEST(load, a_hundred_times_leaves_nothing_behind) {
+TEST(load, a_hundred_times_leaks_nothing) {
     for (int i = 0; i < NUM_FIRST_LOADS; ++i) {
         use_once();
     }

@@ -54,8 +54,8 @@ bool read(const exact_bytes_t& input, pbe_crypto_t& crypto, pkcs12_easy_t& easy)
 
 // Exceptions
 
-// An exception from any call comes out unchanged, and what was read stays.
-TEST(throwing_crypto, is_heard_and_leaves_whole_bags) {
+// An exception from any call is passed on unchanged, and what was read stays.
+TEST(throwing_crypto, has_its_exception_passed_on_and_leaves_whole_bags) {
     const exact_bytes_t input(usual_pfx());
     constexpr std::size_t NUM_DECRYPTIONS = 5;
     for (std::size_t throwing = 0; throwing < NUM_DECRYPTIONS; ++throwing) {
@@ -172,8 +172,8 @@ TEST(misaligned_plaintext, is_read_at_every_address) {
 
 // References that are kept
 
-// Its arguments are in the input or in a plaintext that the container keeps, and the string that it filled is the one
-// that is kept: all of it lasts as long as input and container.
+// Its arguments are in the input or in a plaintext that the container keeps, and the container keeps the string that it
+// filled: all of it lasts as long as input and container.
 TEST(crypto_that_keeps_references, finds_them_valid_after_the_reading) {
     struct kept_t {
         blob_t salt;
@@ -322,7 +322,7 @@ TEST(container, read_into_twice_from_two_inputs_outlives_both) {
     EXPECT_EQ(10U, assigned.decrypted_buffers.size());
 }
 
-TEST(container, may_go_before_its_input) {
+TEST(container, may_be_destroyed_before_its_input) {
     const exact_bytes_t input(usual_pfx());
     const std::string before(input.chars(), input.size());
     scripted_crypto_t crypto;

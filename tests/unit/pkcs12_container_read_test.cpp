@@ -351,7 +351,7 @@ TEST(container_entry, has_a_plaintext_in_an_octet_string) {
     });
     const der_t plaintext = der_octet_string(safe_contents({cert_bag("c", der_set({local_key_id("\x07")}))}));
     for_each_bad_length(plaintext, [](const der_t& whole, const der_t&) {
-        for (const std::string& spoiled : {encode(whole), encode(whole) + ROOM_BEHIND}) {
+        for (const std::string& spoiled : {encode(whole), encode(whole) + ROOM_AFTER}) {
             container_reading_t reading(bytes_of({encrypted_entry_of(spoiled)}));
             EXPECT_EQ("no (verify_mac decrypt)", read_container(reading));
             EXPECT_EQ(buffers_t{spoiled}, reading.easy.decrypted_buffers);

@@ -61,7 +61,7 @@ const written_length_t WRITTEN_LENGTHS[] = {
 
 // Reading
 
-// Octets that show a view that is off by one, made quickly.
+// Octets with marked ends, so that a view that is off by one shows.
 std::string marked_bytes(std::size_t size) {
     std::string bytes(size, 'x');
     if (size != 0) {
@@ -75,7 +75,7 @@ void expect_view(const std::string& expected, const blob_t& view) {
     EXPECT_TRUE(chars_of(view) == expected) << view.size << " octets";
 }
 
-TEST(readers, give_fields_of_every_size) {
+TEST(readers, return_fields_of_every_size) {
     for (const std::size_t size : SIZES) {
         SCOPED_TRACE(size);
         const std::string field = marked_bytes(size);
@@ -102,7 +102,7 @@ TEST(readers, give_fields_of_every_size) {
     }
 }
 
-TEST(containers, give_bags_of_every_size) {
+TEST(containers, return_bags_of_every_size) {
     for (const sizes_t& sizes : {SIZES, LARGE_SIZES}) {
         for (const std::size_t size : sizes) {
             SCOPED_TRACE(size);
@@ -174,7 +174,7 @@ void expect_same_start(const std::string& expected, const std::string& actual) {
 }
 
 TEST(gost_key_writer, has_exact_lengths_below_65536_at_every_level) {
-    // Every level comes past its 127 and 255, and up to 65,535 around the whole.
+    // Every level passes 127 and 255, and the outermost one reaches 65,535.
     for (std::size_t size = 0; size < 600; ++size) {
         const std::string octets = marked_bytes(size);
         EXPECT_TRUE(same_bytes(written_key(octets), write_key(octets))) << size;
@@ -245,8 +245,8 @@ TEST(container_writer, shortens_the_length_of_safe_contents_of_65536_octets) {
     EXPECT_TRUE(all_kept(input, back));
 }
 
-// One octet less, and 65,792 (01 01 00), which has no zero octet but the lowest, come back.
-TEST(container_writer, comes_back_around_sizes_that_do_not) {
+// One octet less reads back, and so does 65,792 (01 01 00), whose only zero octet is the lowest.
+TEST(container_writer, reads_back_around_sizes_that_do_not) {
     for (const std::size_t size : sizes_t{65000, 65400, 65800, 66000, 0x10FFFF - 200}) {
         const std::string value = marked_bytes(size);
         pkcs12_easy_t easy;
@@ -506,7 +506,7 @@ TEST_P(sparse_input, holds_a_container_with_a_key_as_large) {
 }
 
 TEST_P(sparse_input, holds_a_container) {
-    // A small container with all that room after it; and one that claims to fill the room, with its MAC outside.
+    // A small container followed by all that room, and one that claims to fill the room, with its MAC outside.
     const std::string small = encode(pfx_t({data_entry({cert_bag("c")})}).whole());
     input.put(small);
     scripted_crypto_t crypto;
