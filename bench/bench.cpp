@@ -62,7 +62,7 @@ void add_rows(registry_t& registry) {
     }
 }
 
-// A result may be so wrong that it cannot even be looked at.
+// A result may be so wrong that it cannot even be compared.
 std::string find_mismatch(const contender_t& contender) {
     try {
         return contender.make()->find_mismatch();

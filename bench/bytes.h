@@ -16,7 +16,7 @@ inline unsigned int size32(std::string_view bytes) {
     return static_cast<unsigned int>(bytes.size());
 }
 
-// Turns small letters of ASCII into capital ones.
+// Converts ASCII letters to upper case.
 std::string upper_case(std::string text);
 
 // Without blanks.

@@ -124,7 +124,7 @@ container_t make_container(unsigned int seed, std::size_t num_certificates, std:
     return container;
 }
 
-// Tells whether a length of three octets or more holds a zero octet. Elements that large lie in each other.
+// Tells whether a length of three octets or more holds a zero octet. Elements that large are nested.
 bool has_zero_in_length(std::string_view elements) {
     constexpr std::size_t LARGE = 0x10000;
     while (elements.size() >= LARGE) {

@@ -15,7 +15,9 @@ void touch(const unsigned char* data, std::size_t size) {
 
 std::vector<call_t> joined_calls() {
     std::vector<call_t> all;
-    for (const auto family : {element_calls, name_calls, text_calls, algorithm_calls, container_calls}) {
+    for (const auto family :
+         {element_calls, printing_calls, text_to_name_calls, operation_calls, character_calls, time_calls, lookup_calls,
+          digest_calls, public_key_calls, reading_key_calls, writing_key_calls, pkcs12_calls}) {
         for (call_t& call : family()) {
             if (call.name.empty()) {
                 call.name = call.function;

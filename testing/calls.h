@@ -166,12 +166,19 @@ call_answer_t answer_to(const call_t& call, const unsigned char* data, unsigned 
 // Returns the input with its final zero, if the call needs one.
 std::string octets_for(const call_t& call, std::string_view input);
 
-// The families, each a source of its own.
+// The families.
 std::vector<call_t> element_calls();
-std::vector<call_t> name_calls();
-std::vector<call_t> text_calls();
-std::vector<call_t> algorithm_calls();
-std::vector<call_t> container_calls();
+std::vector<call_t> printing_calls();
+std::vector<call_t> text_to_name_calls();
+std::vector<call_t> operation_calls();
+std::vector<call_t> character_calls();
+std::vector<call_t> time_calls();
+std::vector<call_t> lookup_calls();
+std::vector<call_t> digest_calls();
+std::vector<call_t> public_key_calls();
+std::vector<call_t> reading_key_calls();
+std::vector<call_t> writing_key_calls();
+std::vector<call_t> pkcs12_calls();
 
 // For samples and shapes
 

@@ -98,7 +98,7 @@ class Runner:
             self.compare(block.line, command, command, expected, shell=True)
 
     def check_command(self, line: int, words: list[str]) -> None:
-        """The front doors install packages and build everything: whoever runs this test came through one of them."""
+        """Of commands that install packages or build everything, only checks that they exist."""
         source = self.options.source
         if words[0].startswith("scripts/"):
             good = os.access(source / words[0], os.X_OK)

@@ -1,7 +1,6 @@
 // EncryptedPrivateKeyInfo of the GOST profile.
 #include <gtest/gtest.h>
 
-#include <new>
 #include <string>
 
 #include "derkit/pkcs8_helper.h"
@@ -57,15 +56,6 @@ TEST(encrypted_key, has_data_of_any_length) {
     }
     const std::string without_data = write_encrypted_key("salt", 2000, "iv", "");
     EXPECT_TRUE(without_data.ends_with(from_hex("04 00"))) << to_hex(without_data);
-}
-
-TEST(encrypted_key, leaves_the_output_alone_when_there_is_no_memory) {
-    pkcs8_encrypted_pki_gost_t key;
-    key.encrypted_data = view_of("data");
-    key.encrypted_data.size = 0xFFFFFFFF;
-    std::string out = "what was there before";
-    EXPECT_THROW(asn_write_pkcs8_encrypted_pki_gost(key, out), std::bad_alloc);
-    EXPECT_EQ("what was there before", out);
 }
 
 TEST(encrypted_key, follows_the_rules_of_readers) {
