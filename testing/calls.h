@@ -5,6 +5,7 @@
 #define DERKIT_TESTING_CALLS_H
 
 #include <cstddef>
+#include <functional>
 #include <list>
 #include <optional>
 #include <ostream>
@@ -158,6 +159,7 @@ struct call_t {
 std::ostream& operator<<(std::ostream& out, const call_t& call);
 
 const std::vector<call_t>& all_calls();
+std::vector<call_t> calls_where(const std::function<bool(const call_t&)>& wanted);
 std::vector<call_t> record_calls();
 const call_t& call_named(std::string_view name);
 
