@@ -1,13 +1,13 @@
-# What `cmake --install` lays where, in the components runtime, development and tools.
+# What `cmake --install` installs: the components runtime, development and tools.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# Lays everything in three components, whose documentation goes to directories of their own. What comes behind `tools`
-# goes to every rule.
+# Installs three components, each with its documentation in a directory of its own. Arguments after `tools` go to every
+# rule.
 function(derkit_install libdir runtime runtime_doc development development_doc tools)
   set(generated ${PROJECT_BINARY_DIR}/install/${development})
 
-  # derkit.pc finds the other directories from where it lies, so that the tree can be moved.
+  # derkit.pc finds the other directories relative to its own, so the tree can be moved.
   set(pkgconfig_dir ${libdir}/pkgconfig)
   cmake_path(ABSOLUTE_PATH pkgconfig_dir BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE from)
   file(RELATIVE_PATH to_prefix ${from} ${CMAKE_INSTALL_PREFIX})
@@ -23,13 +23,13 @@ function(derkit_install libdir runtime runtime_doc development development_doc t
   install(TARGETS ${libraries} EXPORT ${development}_targets
     LIBRARY DESTINATION ${libdir} COMPONENT ${runtime} NAMELINK_COMPONENT ${development} ${ARGN}
     ARCHIVE DESTINATION ${libdir} ${options})
-  # The library needs no other package, so the list of its targets is all that its own has to say.
+  # The library needs no other package, so its configuration is the list of its targets.
   install(EXPORT ${development}_targets FILE derkitConfig.cmake NAMESPACE derkit::
     DESTINATION ${libdir}/cmake/derkit ${options})
   install(FILES ${generated}/derkitConfigVersion.cmake DESTINATION ${libdir}/cmake/derkit ${options})
   install(FILES ${generated}/derkit.pc DESTINATION ${pkgconfig_dir} ${options})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${options})
-  # The guides with what they lead to. The README leads through the sources.
+  # The guides and the files that they link to. README is about the sources.
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${development_doc} ${options}
     FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN qaroids.cfg PATTERN man EXCLUDE)
   derkit_install_man_pages(3 ${options})
@@ -49,7 +49,7 @@ function(derkit_install_man_pages number)
   install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${number} ${ARGN})
 endfunction()
 
-# Outside the system's directories too, the tool finds its library.
+# The tool finds its library outside the system's directories too.
 if(TARGET derkit_tool)
   file(RELATIVE_PATH to_libdir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(derkit_tool PROPERTIES INSTALL_RPATH $ORIGIN/${to_libdir})

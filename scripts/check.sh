@@ -6,7 +6,7 @@ cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 jobs=$(nproc)
 status=0
 
-# tidy FLAGS SOURCE...: a process for each file; sources are checked without a build.
+# tidy FLAGS SOURCE...: one process per file; sources are checked without a build.
 tidy() {
   local flags=$1
   shift
@@ -29,7 +29,7 @@ tidy_library() {
   rm -r "$folder"
 }
 
-# Suppressed: two matters of taste, and unused members, as structured bindings are not seen through.
+# Suppressed: two matters of taste, and unused members, which cppcheck also reports when structured bindings use them.
 check_with_cppcheck() {
   cppcheck --quiet --language=c++ --std=c++20 --enable=warning,style,performance,portability --inline-suppr \
     --suppress=useStlAlgorithm --suppress=shadowFunction --suppress=unusedStructMember \

@@ -1,10 +1,10 @@
-# The catalogue of calls (calls.h), compiled once for all that run over it.
+# The catalogue of calls (calls.h) and the reader of cases (vectors.h), compiled once for all programs that use them.
 include_guard(GLOBAL)
 set(DERKIT_TESTING ${CMAKE_CURRENT_LIST_DIR})
 
 # derkit_add_calls(NAME OPTION...): the catalogue's objects, compiled with these options.
 function(derkit_add_calls name)
-  set(sources calls calls_algorithms calls_containers calls_elements calls_names calls_texts exported_functions)
+  set(sources calls calls_algorithms calls_containers calls_elements calls_names calls_texts exported_functions vectors)
   list(TRANSFORM sources REPLACE "(.+)" "${DERKIT_TESTING}/\\1.cpp")
   add_library(${name} OBJECT ${sources})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})

@@ -167,7 +167,7 @@ class CleanRootTest(unittest.TestCase):
         with self.assertRaisesRegex(AssertionError, "derkit-tools depends on libderkit1"):
             self.dpkg(self.root, "--remove", "libderkit1")
 
-    def test_no_file_is_left_behind(self):
+    def test_no_file_remains(self):
         other = SCRATCH / "other"
         run("cp", "--archive", self.root, other)
         self.dpkg(other, "--purge", *PACKAGES)
