@@ -72,6 +72,7 @@ def key_facts(der, text):
     elif name == "id-ecPublicKey":
         curve = re.search(r"ASN1 OID: (\S+)", text)[1]
         facts["curve"] = CURVE_NAMES.get(curve, curve)
+        facts["public_key_bits"] = int(re.search(r"Public-Key: \((\d+) bit\)", text)[1])
         facts["curve_oid"] = parameters[0]
     elif name.startswith("GOST"):
         printed_x = re.search(r"X:([0-9A-F]+)", text)[1]
