@@ -112,12 +112,12 @@ def same_param_set(openssl_name, oid):
     return printed.rstrip("\n").endswith(":" + openssl_name)
 
 
-def compare(comparison, case, pem, shown, key):
+def compare(comparison, case, pem, shown, shown_key):
     """Only spki shows the numbers of an RSA key, beside facts that cert shows too."""
     expected = facts_by_openssl(pem)
     numbers = {field: expected.pop(field) for field in ("modulus", "exponent") if field in expected}
-    for field in set(key) - {"file", "index"}:
-        comparison.same(case, f"{field} of spki", (shown | numbers).get(field), key[field])
+    for field in set(shown_key) - {"file", "index"}:
+        comparison.same(case, f"{field} of spki", (shown | numbers).get(field), shown_key[field])
     encoded = {key: oid_content(value) for key, value in shown.items() if key in expected and key.endswith("_oid")}
     for key, value in expected.items():
         if key != "param_set":
