@@ -63,6 +63,9 @@ build() {
   local root=$1 architecture=$2 parent=$3 profiles=""
   if [[ $architecture != "$native" ]]; then
     profiles=-Pcross,nocheck
+    # Every build has the C++ library, so no package asks for it.
+    install_packages "$root" "libc6-dev:$architecture" "$(in_root base \
+      dpkg-query --show --showformat="\${Package}" 'libstdc++-*-dev'):$architecture"
   elif [[ ${DEB_BUILD_OPTIONS:-} == *nocheck* ]]; then
     profiles=-Pnocheck
   fi
