@@ -44,6 +44,9 @@ void add_commands(command_t& derkit, console_t& console) {
 #ifdef DERKIT_WITH_GCRYPT
     add_key_command(derkit, console);
     add_p12_command(derkit, console);
+#else
+    derkit.add_missing_subcommand("key", "Private keys: not in this build, which is without libgcrypt");
+    derkit.add_missing_subcommand("p12", "PKCS#12 containers: not in this build, which is without libgcrypt");
 #endif
 }
 

@@ -5,6 +5,7 @@ It must show what openssl put into a container, and extract must write the same 
 """
 
 import hashlib
+import re
 import unittest
 
 import der
@@ -43,8 +44,9 @@ class ContainersOfOpenssl(P12Test):
                 self.assertEqual((key["family"], key["bits"]), (pair.family, 512 if pair.family.endswith("512") else 256))
                 self.assertEqual(shown["subject"], pair.subject)
                 dates = openssl.gost("x509", "-in", pair.certificate_file, "-noout", "-dates", "-dateopt", "iso_8601")
-                self.assertEqual(dates.decode().replace(" ", "T"),
-                                 f"notBefore={shown['not_before']}\nnotAfter={shown['not_after']}\n")
+                times = re.findall(r"=(\d+)-(\d\d)-(\d\d) (\S+)Z", dates.decode())
+                self.assertEqual([f"{day}.{month}.{year} {time} GMT" for year, month, day, time in times],
+                                 [shown["not_before"], shown["not_after"]])
                 self.check_extracted(container, [pair.key], [pair.certificate])
 
     def test_the_mac_key_by_the_pkcs12_derivation_is_found_too(self):
@@ -371,6 +373,7 @@ class PassedOver(P12Test):
             (pfx.pbes2(iterations=integer(0)), "has an iteration count of 0"),
             (pfx.pbes2(iterations=integer(1_000_001)), TOO_MANY_ITERATIONS),
             (sequence(oid(pfx.PBES2)), "has malformed parameters of its encryption"),
+            (sequence(element(der.OBJECT_IDENTIFIER)), "is encrypted with (no OID); only PBES2 is read"),
         ]
         # What would decrypt well if the parameters were taken for those that are read. Each ciphertext is another one:
         # which of two equal ones is declined cannot be told apart.
@@ -489,14 +492,22 @@ class Bags(P12Test):
         [found] = self.show_bags(pfx.cert_bag(der.certificate("x"), pfx.friendly_name("a\x1b[2J\n\u202eb")))
         self.assertEqual(found["friendly_name"], "a\\1B[2J\\0A\\E2\\80\\AEb")
 
+    def test_a_backslash_in_a_friendly_name_is_no_escape(self):
+        names = "\x1b", "\\1B", "\\", "\\5C", "C:\\key"
+        shown = self.show_bags(*(pfx.cert_bag(der.certificate("x"), pfx.friendly_name(name)) for name in names))
+        self.assertEqual([found["friendly_name"] for found in shown], ["\\1B", "\\5C1B", "\\5C", "\\5C5C", "C:\\5Ckey"])
+
+    def test_a_name_with_latin_1_in_a_t61_string(self):
+        name = der.name(der.attribute(der.COMMON_NAME, der.T61_STRING, "ü".encode("latin-1")))
+        path = self.file("shown.p12", pfx.container("x", pfx.data_entry(pfx.cert_bag(der.certificate(name)))))
+        for options, subject in ([], "CN=þ"), (["--t61", "latin1"], "CN=ü"):
+            self.assertIn(f"certificate 1: subject: {subject}\n", self.succeeds("show", *options, path, password="x"))
+
     def test_times_of_validity(self):
         times = [
-            ("250102030405Z", "491231235959Z", "2025-01-02T03:04:05Z", "2049-12-31T23:59:59Z"),
-            ("500101000000Z", "20500101000000Z", "1950-01-01T00:00:00Z", "2050-01-01T00:00:00Z"),
-            ("991231235959Z", "99991231235959Z", "1999-12-31T23:59:59Z", "9999-12-31T23:59:59Z"),
-            # not in the form of DER: shown as they are
-            ("2501020304Z", "20500101000000.5Z", "2501020304Z", "20500101000000.5Z"),
-            ("25010203040aZ", "2050010100000aZ", "25010203040aZ", "2050010100000aZ"),
+            ("250102030405Z", "491231235959Z", "02.01.2025 03:04:05 GMT", "31.12.2049 23:59:59 GMT"),
+            ("500101000000Z", "20500101000000Z", "01.01.1950 00:00:00 GMT", "01.01.2050 00:00:00 GMT"),
+            ("991231235959Z", "99991231235959Z", "31.12.1999 23:59:59 GMT", "31.12.9999 23:59:59 GMT"),
         ]
         shown = self.show_bags(*(pfx.cert_bag(certificate_of(begin, end)) for begin, end, _, _ in times))
         self.assertEqual([(found["not_before"], found["not_after"]) for found in shown], [row[2:] for row in times])
@@ -505,7 +516,7 @@ class Bags(P12Test):
         bad_names = b"a", b"\xd8\x00", b"\xdc\x00\x00a"
         shown, told = self.show_bad_bags(
             pfx.cert_bag(b"x"),
-            pfx.cert_bag(der.certificate("x", validity=sequence())),
+            pfx.cert_bag(certificate_of("991399999999Z", "20500101000000.5Z")),
             pfx.key_bag(sequence()),
             *(pfx.cert_bag(der.certificate("x"), pfx.friendly_name(octets)) for octets in bad_names),
             pfx.cert_bag(der.certificate("good")),
@@ -513,7 +524,8 @@ class Bags(P12Test):
         self.assertEqual(told, [
             "key 1: not a PrivateKeyInfo: version is missing or malformed",
             "certificate 1: not a certificate: Certificate is missing or malformed",
-            "certificate 2: validity is malformed",
+            "certificate 2: notBefore has an impossible month: 991399999999Z",
+            "certificate 2: notAfter is not of the form YYYYMMDDHHMMSSZ of a GeneralizedTime: 20500101000000.5Z",
             *(f"certificate {i}: friendly name is not UTF-16" for i in (3, 4, 5)),
         ])
         self.assertEqual([found["subject"] for found in shown[-4:]], ["CN=x", "CN=x", "CN=x", "CN=good"])

@@ -31,6 +31,12 @@ oid_map_handle_t oid_map_option_t::load() const {
     return OID_MAP_HANDLE_DEFAULT;
 }
 
+void t61_option_t::add_to(command_t& command) {
+    command.add_choice({"--t61", "CHARACTERS",
+                        "What a T61String of a name holds: t61 (the default), or latin1, as some issuers have it"},
+                       characters_, {"t61", "latin1"});
+}
+
 void password_option_t::add_to(command_t& command) {
     command.add_option({"--password-file", "FILE", "The password is the first line of FILE"}, file_);
     command.add_option({"--password-env", "VARIABLE", "The password is the value of VARIABLE in the environment"},

@@ -20,6 +20,7 @@ struct p12_show_options_t {
     std::string file;
     container_password_option_t password;
     oid_map_option_t oid_map;
+    t61_option_t t61;
     bool json = false;
 };
 
@@ -102,6 +103,7 @@ record_t p12_show_t::new_record(const char* object, std::initializer_list<index_
 }
 
 void p12_show_t::put(const record_t& record, const std::string& place) {
+    warn_of_remarks(record, name_ + ": " + place, console_);
     console_.put(record, options_.json, shown_text_t(place + ": "));
 }
 
@@ -210,18 +212,9 @@ void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, o
         put(record, place);
         return;
     }
-    const std::optional<shown_text_t> subject = show_name(certificate.subject, PDN_ORDER_AS_ENCODED, map);
-    if (subject.has_value()) {
-        record.add("subject", *subject);
-    } else {
-        fail(place, "subject is malformed or has text that its string type does not allow");
-    }
-    validity_texts_t validity;
-    if (read_validity_texts(certificate.validity, validity)) {
-        record.add("not_before", validity.not_before);
-        record.add("not_after", validity.not_after);
-    } else {
-        fail(place, "validity is malformed");
+    add_name("subject", certificate.subject, {PDN_ORDER_AS_ENCODED, map, options_.t61.is_latin1()}, record);
+    for (const std::string& bad_time : add_validity(certificate.validity, false, record)) {
+        fail(place, bad_time);
     }
     put(record, place);
 }
@@ -232,7 +225,7 @@ void p12_show_t::add_attributes(const opened_bag_t& bag, const std::string& plac
     if (friendly_name.size != 0) {
         const std::optional<std::string> text = utf8_from_utf16(chars(friendly_name.data, friendly_name.size));
         if (text.has_value()) {
-            record.add("friendly_name", *text);
+            record.add("friendly_name", shown_text_t::without_escapes(*text));
         } else {
             fail(place, "friendly name is not UTF-16");
         }
@@ -248,6 +241,7 @@ void add_p12_show(command_t& p12, console_t& console) {
     command.add_argument("FILE", options->file, "A container; - is standard input");
     options->password.add_to(command);
     options->oid_map.add_to(command);
+    options->t61.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.set_footer("Without a password: the algorithms and their parameters, and why something cannot be read "
                        "(not_read). With one: whether the MAC is good, and the keys and certificates.\n"

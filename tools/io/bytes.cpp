@@ -84,6 +84,11 @@ std::optional<std::string> utf16_from_utf8(std::string_view text) {
     return convert("UTF-16BE", "UTF-8", text, 2);
 }
 
+// Every octet is a character.
+std::string utf8_from_latin1(std::string_view text) {
+    return convert("UTF-8", "ISO-8859-1", text, 2).value_or("");
+}
+
 std::optional<std::string> utf8_from_utf16(std::string_view bytes) {
     return convert("UTF-8", "UTF-16BE", bytes, 2);
 }
