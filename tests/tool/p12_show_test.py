@@ -220,7 +220,7 @@ class Refusals(P12Test):
             (sequence(bytes.fromhex("02020103"), data), begin + "version is malformed"),
             (pfx.pfx(sequence(), pfx.mac_data(bytes(32)), content_type="1.2.3"),
              "damaged: authSafe is 1.2.3; only data is read"),
-            (pfx.pfx(sequence(), b"", content_type=""), begin + "authSafe is an unnamed type; only data is read"),
+            (pfx.pfx(sequence(), b"", content_type=""), begin + "authSafe is (no OID); only data is read"),
             (sequence(integer(3), pieces, pfx.mac_data(bytes(32))),
              "damaged: the OCTET STRING of authSafe is in pieces (BER), which is not read"),
         ])
@@ -405,14 +405,14 @@ class PassedOver(P12Test):
             pfx.encrypted_entry(pfx.pbes2(), b"x", content_type=""), pfx.content_info("", sequence()),
         ]
         problems = [
-            "does not name its encryption", "has malformed parameters of its encryption",
-            "holds an unnamed type instead of data", OTHER_TYPE,
+            "is encrypted with (no OID); only PBES2 is read", f"is encrypted with (no OID); {ONLY_28147}",
+            "holds (no OID) instead of data", OTHER_TYPE,
         ]
         self.assertEqual(self.seen_outside(entries), problems)
         names = [" (encryptedData) "] * 3 + [" "]
         self.check_passed_over(entries, *(f"entry {i}{name}{problem}" for i, (name, problem) in enumerate(zip(names, problems), 2)))
         no_mac_name = pfx.pfx(sequence(), pfx.mac_data(bytes(32), algorithm=unnamed))
-        self.check_refused(no_mac_name, "its MAC does not name its algorithm", password="x")
+        self.check_refused(no_mac_name, f"its MAC is made with (no OID); {ONLY_GOST_94}", password="x")
 
     def test_files_of_openssl_with_other_encryption(self):
         b_name, b_set = "id-Gost28147-89-CryptoPro-B-ParamSet", "1.2.643.2.2.31.2"
