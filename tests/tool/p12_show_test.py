@@ -530,6 +530,17 @@ class Bags(P12Test):
         ])
         self.assertEqual([found["subject"] for found in shown[-4:]], ["CN=x", "CN=x", "CN=x", "CN=good"])
 
+    def test_octets_that_are_not_a_key_fail_as_they_do_for_the_command_key(self):
+        shown, told = self.show_bad_bags(pfx.key_bag(private_key(octet_string(bytes(31)))))
+        self.assertEqual((shown[1]["readable"], shown[1]["shape"]), ("no", "OCTET STRING"))
+        self.assertEqual(told, ["key 1: its 31 bytes (shape: OCTET STRING) are not a key of GOST R 34.10-2001"])
+
+    def test_every_shape_of_a_key_is_readable(self):
+        octets = bytes(range(1, 33))
+        shapes = octet_string(octets), octets, element(der.INTEGER, octets)
+        shown = self.show_bags(*(pfx.key_bag(private_key(each)) for each in shapes))
+        self.assertEqual([found["readable"] for found in shown], ["yes"] * 3)
+
     def test_an_attribute_of_another_kind_is_no_matter(self):
         other = pfx.attribute("1.3.6.1.4.1.311.17.1", element(BMP_STRING, b"\0x"))
         self.assertEqual(self.show_bags(pfx.cert_bag(der.certificate("x"), other))[0]["subject"], "CN=x")
