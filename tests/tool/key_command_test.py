@@ -258,7 +258,7 @@ class Inputs(KeyTest):
         path = self.file("key.der", self.key + b"\0\0\0")
         done = self.tool(path)
         self.assertEqual((done.status, fields(done.text)["readable"]), (0, "yes"))
-        self.assertEqual(done.errors, [f"derkit: {path}: warning: 3 bytes behind the key are not looked at"])
+        self.assertEqual(done.errors, [f"derkit: {path}: warning: 3 bytes after the key are ignored"])
 
     def test_files_without_a_key(self):
         algorithm = sequence(oid(GOST_2001), NULL)

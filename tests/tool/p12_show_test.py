@@ -268,7 +268,7 @@ class Refusals(P12Test):
         path = self.file("a.p12", pfx.container("x") + b"more")
         for password in None, "x":
             done = self.tool("show", path, password=password)
-            warning = f"derkit: {path}: warning: 4 bytes behind the container are not looked at"
+            warning = f"derkit: {path}: warning: 4 bytes after the container are ignored"
             self.assertEqual((done.status, done.errors), (0, [warning]))
 
     def test_a_missing_file(self):

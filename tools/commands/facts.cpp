@@ -101,7 +101,7 @@ record_t start_record(const place_t& place, bool as_json) {
 
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console) {
     if (size != 0) {
-        console.warn(subject, std::to_string(size) + " bytes behind the " + thing + " are not looked at");
+        console.warn(subject, std::to_string(size) + " bytes after the " + thing + " are ignored");
     }
 }
 
