@@ -4,7 +4,6 @@
     check_exports.py symbols LIBRARY LIST   it exports the symbols of LIST, all of version DERKIT_1.0, and no others
     check_exports.py soname LIBRARY         programs will ask for it as libderkit.so.1
     check_exports.py dependencies LIBRARY   it needs the C++ standard library and libc, nothing else
-    check_exports.py hardening LIBRARY      relocations are done and made read-only when it is loaded
 """
 import os
 import pathlib
@@ -64,23 +63,10 @@ def check_dependencies(library):
             yield f"needs {name}"
 
 
-def check_hardening(library):
-    flags = " ".join(dynamic_entries(library, "FLAGS") + dynamic_entries(library, "FLAGS_1"))
-    if not re.search(r"\b(BIND_)?NOW\b", flags):
-        yield f"symbols are bound lazily (flags: {flags})"
-    if "GNU_RELRO" not in output_of("readelf", "--program-headers", "--wide", library):
-        yield "no GNU_RELRO segment"
-    if dynamic_entries(library, "TEXTREL"):
-        yield "relocations in the code"
-    if dynamic_entries(library, "RPATH") or dynamic_entries(library, "RUNPATH"):
-        yield "a search path of its own"
-
-
 CHECKS = {  # name -> the check and the number of its arguments
     "symbols": (check_symbols, 2),
     "soname": (check_soname, 1),
     "dependencies": (check_dependencies, 1),
-    "hardening": (check_hardening, 1),
 }
 
 

@@ -126,14 +126,14 @@ void check_at_exit() {
     std::exit(num_wrong == 0 ? 0 : INCOMPLETE);
 }
 
-// What a process has that loading must not add to.
+// Resources of the process of which loading must not use up any.
 struct belongings_t {
     std::size_t num_heap_bytes = 0; // 0 under a sanitizer, which looks for leaks by itself
     std::ptrdiff_t num_descriptors = 0;
     int num_mappings = 0;
 };
 
-// Those of files: a sanitizer has more and less of its own all the time.
+// Mappings of files alone: a sanitizer's own change all the time.
 int count_mappings() {
     std::ifstream in("/proc/self/maps");
     int count = 0;
@@ -152,7 +152,7 @@ belongings_t count_belongings() {
     return belongings;
 }
 
-TEST(load, a_hundred_times_leaves_nothing_behind) {
+TEST(load, a_hundred_times_leaks_nothing) {
     for (int i = 0; i < NUM_FIRST_LOADS; ++i) {
         use_once();
     }

@@ -43,6 +43,9 @@ def element(tag, *parts):
 
 
 def oid_content(dotted):
+    """Encodes dotted text; none of it is an OID without content octets."""
+    if not dotted:
+        return b""
     first, second, *rest = map(int, dotted.split("."))
     content = b""
     for arc in [first * 40 + second, *rest]:
