@@ -29,7 +29,7 @@ blob_t key_octets(const private_key_t& key) {
 
 void add_key(const private_key_t& key, bool reveal, record_t& record) {
     record.add("family", key.family);
-    record.add("algorithm_oid", name_oid(key.algorithm).oid);
+    add_oid("algorithm_oid", name_oid(key.algorithm), record);
     add_param_sets(key.param_sets, record);
     if (key.bits != 0) {
         record.add("bits", key.bits);
