@@ -111,7 +111,7 @@ class container {
     /// Opens a file. Each entry and each bag that could not be opened has a refusal; a container of which not everything
     /// was opened is not a failure.
     ///
-    /// @param file      DER or BER of definite and indefinite lengths; not needed afterwards
+    /// @param file      DER; lengths may take more octets than they need. Not needed afterwards.
     /// @param password  UTF-8. Nothing and no octets differ where a key comes from RFC 7292 appendix B; where the MAC
     ///                  matches one of them only, that one counts for both.
     /// @param options   cause::wrong_mac, cause::no_mac and cause::unsupported_mac are failures unless

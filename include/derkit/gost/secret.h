@@ -15,9 +15,8 @@ namespace derkit::gost {
 
 /// Octets that are wiped when they are no longer held.
 ///
-/// They lie in pages of their own, which are left out of core dumps and of child processes, and are locked into memory
-/// as far as the process may lock (RLIMIT_MEMLOCK). Every secret takes at least one page. Distinct objects may be used
-/// in parallel.
+/// They lie in pages of their own, which are left out of core dumps and locked into memory as far as the process may
+/// lock (RLIMIT_MEMLOCK). Every secret takes at least one page. Distinct objects may be used in parallel.
 class secret {
   public:
     secret() noexcept = default; ///< No octets.
