@@ -35,9 +35,11 @@ class session {
     // returns true; with any other password nothing changes.
     bool swap_empty_and_none();
 
+    const limits& cost() const { return cost_; }
+
   private:
     struct derived {
-        std::string what; // all arguments
+        std::string what; // the arguments
         secret key;
     };
 
@@ -47,9 +49,10 @@ class session {
     std::uint64_t spent_ = 0;
     std::vector<derived> derived_;
 
-    template <typename DERIVE>
-    result<secret> derive(std::string what, digest_id digest, std::uint32_t iterations, std::size_t size,
-                          DERIVE derive);
+    const secret* find(const std::string& what) const;
+    // What the limits say against a derivation; its cost is counted.
+    cause charge(digest_id digest, std::uint32_t iterations, std::size_t size);
+    result<secret> remember(std::string what, result<secret> key);
 };
 
 // What a plaintext must be for its password to be right.
@@ -96,6 +99,9 @@ struct verified_mac {
 // Verifies the MAC over what authSafe's [0] holds: the complete OCTET STRING element, of which the standard form covers
 // the content. cause::wrong_mac when no way of deriving its key fits.
 result<verified_mac> verify_mac(session& under, const pkcs12_mac_t& mac, std::string_view octet_string);
+
+// The key of a MAC by PBKDF2: the last 32 of 96 octets (R 50.1.112-2016).
+result<secret> pbkdf2_mac_key(session& under, digest_id digest, std::string_view salt, std::uint32_t iterations);
 
 // The complete MacData element over `covered`, with a fresh salt.
 result<std::string> make_mac_data(session& under, const write_options& options, std::string_view covered);

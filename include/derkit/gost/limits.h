@@ -14,7 +14,7 @@ namespace derkit::gost {
 /// What a file may cost the reader. The defaults open what programs write and bound what a hostile file can do.
 struct limits {
     /// Largest input, in octets.
-    std::size_t max_size = std::size_t{64} << 20;
+    std::size_t max_size = std::size_t{16} << 20;
     /// Largest iteration count of one key derivation.
     std::uint32_t max_iterations = 10'000'000;
     /// Largest sum over all key derivations of one file: iterations times output blocks, and every derivation that is

@@ -1,0 +1,15 @@
+# Finds libgcrypt and GnuTLS for the target: DERKIT_CRYPTO_FOUND. A 32-bit build on a 64-bit system must not take those of
+# the system, so it looks only where Debian has the libraries of its own architecture.
+set(where)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL "x86_64" AND NOT CMAKE_CROSSCOMPILING)
+  set(where PATHS /usr/lib/i386-linux-gnu NO_DEFAULT_PATH)
+endif()
+find_path(GCRYPT_INCLUDE_DIR gcrypt.h)
+find_library(GCRYPT_LIBRARY gcrypt ${where})
+find_path(GNUTLS_INCLUDE_DIR gnutls/gnutls.h)
+find_library(GNUTLS_LIBRARY gnutls ${where})
+mark_as_advanced(GCRYPT_INCLUDE_DIR GCRYPT_LIBRARY GNUTLS_INCLUDE_DIR GNUTLS_LIBRARY)
+set(DERKIT_CRYPTO_FOUND FALSE)
+if(GCRYPT_INCLUDE_DIR AND GCRYPT_LIBRARY AND GNUTLS_INCLUDE_DIR AND GNUTLS_LIBRARY)
+  set(DERKIT_CRYPTO_FOUND TRUE)
+endif()
