@@ -116,12 +116,7 @@ result<secret> bag_reader::decrypt_part(const blob_t& algorithm, std::string_vie
     if (under_ == nullptr) {
         return cause::password_needed;
     }
-    result<secret> plain = decrypt(*under_, algorithm, blob_of(ciphertext), expected);
-    // No password and an empty one are the same to a person.
-    if (plain.why() == cause::wrong_password && under_->swap_empty_and_none()) {
-        return decrypt(*under_, algorithm, blob_of(ciphertext), expected);
-    }
-    return plain;
+    return decrypt(*under_, algorithm, blob_of(ciphertext), expected);
 }
 
 void bag_reader::read_shrouded_key(std::string_view value, bag& out) {

@@ -149,19 +149,6 @@ container_mac outline_of_mac(const outer_layer& outer, const limits& cost) {
     return out;
 }
 
-// No password and an empty one are the same to a person; what fits the MAC counts for everything else too.
-result<verified_mac> verify_with_either(session& under, const outer_layer& outer) {
-    result<verified_mac> verified = verify_mac(under, *outer.mac, outer.parts.auth_safe.content);
-    if (verified.why() == cause::wrong_mac && under.swap_empty_and_none()) {
-        result<verified_mac> again = verify_mac(under, *outer.mac, outer.parts.auth_safe.content);
-        if (!again) {
-            under.swap_empty_and_none();
-        }
-        return again;
-    }
-    return verified;
-}
-
 // Fills the verdict and returns why the container is not to be trusted; cause::none when its MAC is good.
 failure judge_mac(session& under, const outer_layer& outer, container_content& out) {
     if (out.mac.verdict == mac_verdict::none) {
@@ -170,7 +157,7 @@ failure judge_mac(session& under, const outer_layer& outer, container_content& o
     if (out.mac.verdict == mac_verdict::unsupported) {
         return *out.mac.scheme->unsupported;
     }
-    const result<verified_mac> verified = verify_with_either(under, outer);
+    const result<verified_mac> verified = verify_mac(under, *outer.mac, outer.parts.auth_safe.content);
     if (verified) {
         out.mac.verdict = mac_verdict::good;
         out.mac.key = verified->key;

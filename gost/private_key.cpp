@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "asn/asn_cursor.h"
+#include "gost/container_writer.h"
 #include "gost/curve.h"
 #include "gost/der.h"
 #include "gost/key_info.h"
@@ -116,7 +117,6 @@ result<bool> check_public_key(const secret& number, const curve_row* curve, std:
     return *computed == public_key;
 }
 
-// An empty password and none are the same to a person, but one old scheme derives different keys.
 result<secret> decrypted_key(std::string_view der, std::optional<std::string_view> password, const limits& cost) {
     const result<encrypted_key_info> info = read_encrypted_key_info(der);
     if (!info) {
@@ -130,11 +130,7 @@ result<secret> decrypted_key(std::string_view der, std::optional<std::string_vie
         return cause::password_needed;
     }
     session under(password, cost);
-    result<secret> plain = decrypt(under, info->algorithm, info->ciphertext, plaintext::PRIVATE_KEY_INFO);
-    if (plain.why() == cause::wrong_password && under.swap_empty_and_none()) {
-        return decrypt(under, info->algorithm, info->ciphertext, plaintext::PRIVATE_KEY_INFO);
-    }
-    return plain;
+    return decrypt(under, info->algorithm, info->ciphertext, plaintext::PRIVATE_KEY_INFO);
 }
 
 // The number as an INTEGER: positive and as short as it can be (X.690 8.3).
@@ -383,7 +379,7 @@ result<std::string> private_key::write_encrypted(std::string_view password, cons
     if (!plain) {
         return plain.error();
     }
-    session under(password, limits());
+    session under(password, unlimited());
     const result<encrypted> made = encrypt(under, options, *plain, plaintext::PRIVATE_KEY_INFO);
     if (!made) {
         return made.error();
