@@ -4,6 +4,7 @@ gost-engine itself has the sections of TLS only; here a section may have any siz
 """
 
 import functools
+import re
 
 import openssl
 from der import element, integer, octet_string, oid, sequence
@@ -55,10 +56,10 @@ def hmac(digest, key, data):
     return gost("dgst", f"-{digest}", "-binary", "-mac", "hmac", "-macopt", f"hexkey:{key.hex()}", stdin=data)
 
 
-def pbkdf2(digest, password, size):
+def pbkdf2(digest, password, size, salt=SALT):
     """Derives a key with one iteration (RFC 8018 5.2)."""
     key = password.encode().ljust(64, b"\0")  # the same key to HMAC, also when it is empty
-    blocks = (hmac(digest, key, SALT + i.to_bytes(4, "big")) for i in range(1, 5))
+    blocks = (hmac(digest, key, salt + i.to_bytes(4, "big")) for i in range(1, 5))
     return b"".join(blocks)[:size]
 
 
@@ -98,3 +99,30 @@ def encrypt(cipher, with_omac, digest, section, password, plaintext):
         plaintext += omac(cipher, tree_key(key, 2, ukm), plaintext)
         key = tree_key(key, 1, ukm)
     return crypt(cipher, key, ukm[: CIPHERS[cipher] // 2], section, plaintext)
+
+
+def decrypted_entry(container, cipher, with_omac, password):
+    """Returns the plaintext of the encrypted entry, the first, of a container with one iteration and standard sections; a
+    wrong OMAC is an error."""
+    lines = gost("asn1parse", "-inform", "DER", stdin=container).decode()
+    safe = octets_of(lines, container, r"d=3 .*OCTET STRING")
+    lines = gost("asn1parse", "-inform", "DER", stdin=safe).decode()
+    salt = octets_of(lines, safe, "OCTET STRING")
+    ukm = octets_of(lines[lines.index("acpkm") :], safe, "OCTET STRING")
+    ciphertext = octets_of(lines, safe, r"prim: cont \[ 0 \]")
+    key = pbkdf2("md_gost12_512", password, 32, salt)
+    content_key = tree_key(key, 1, ukm) if with_omac else key
+    plain = crypt(cipher, content_key, ukm[: CIPHERS[cipher] // 2], SECTIONS[cipher, "standard"], ciphertext)
+    if not with_omac:
+        return plain
+    plain, tag = plain[: -CIPHERS[cipher]], plain[-CIPHERS[cipher] :]
+    if omac(cipher, tree_key(key, 2, ukm), plain) != tag:
+        raise RuntimeError("the OMAC is wrong")
+    return plain
+
+
+def octets_of(lines, der, pattern):
+    """Returns the content of the first element in a listing of asn1parse that matches."""
+    begin, header, size = map(int, re.search(rf"(?m)^ *(\d+):d=\d+ +hl=(\d+) l= *(\d+) .*$", next(
+        line for line in lines.splitlines() if re.search(pattern, line))).groups())
+    return der[begin + header : begin + header + size]

@@ -32,3 +32,9 @@ def password(text):
     if text is None:
         return ["--null-password"]
     return ["--password", text] if text else ["--empty-password"]
+
+
+def curve_of(key):
+    """Returns the name of a key's parameter set that CURVES has; None for others."""
+    names = {"1.2.643.2.2.35.1": "A", "1.2.643.2.2.36.0": "XA", "1.2.643.7.1.2.1.2.1": "A"}
+    return names.get(key.param_set)

@@ -3,14 +3,16 @@
 What openssl has the ciphers for but writes no container of is put together here of its parts.
 """
 
+import hashlib
 from dataclasses import dataclass, field
 
 import acpkm
 import certtool
+import derkit_gost
 import gost_keys
 import openssl
 import pfx
-from der import octet_string, oid, sequence
+from der import CONTEXT_0, NULL, SET, element, integer, octet_string, oid, sequence
 from openssl import gost
 
 NAME = "Ключ подписи"
@@ -208,7 +210,9 @@ def of_certtool(all_of_them):
     def container(kind, digest, cipher):
         data = certtool.run("--to-p12", *load, "--load-certificate", certificate.path, "--p12-name", NAME,
                             "--hash", digest, "--pkcs-cipher", cipher, *certtool.password(PASSWORD))
-        return Made(f"certtool: {digest}, {cipher}", kind, data, PASSWORD, [key], [certificate.der], by="certtool")
+        # It widens the octets of a name in UTF-8 one by one.
+        name = NAME.encode().decode("latin1")
+        return Made(f"certtool: {digest}, {cipher}", kind, data, PASSWORD, [key], [certificate.der], name, by="certtool")
 
     def encrypted(kind, cipher):
         data = certtool.run("--to-p8", *load, "--pkcs-cipher", cipher, *certtool.password(PASSWORD))
@@ -234,3 +238,58 @@ def made_by_openssl():
     for family in (of_gost_28147, of_new_ciphers, of_general_ciphers, of_names_and_passwords, of_all_keys,
                    of_long_content, of_composed, of_encrypted_keys):
         yield from family()
+
+
+# What certtool writes; test_opens_what_certtool_wrote opens one of each, those under GOST with all files only.
+KINDS_OF_CERTTOOL = {"1", "3", "5", "10"}
+
+
+def vendor_export():
+    """Kind 9: a key under an identifier of a vendor's own, in a container that is otherwise like those of old."""
+    vendor = sequence(oid("1.2.840.113549.1.12.1.80"), sequence(octet_string(pfx.SALT), integer(2_000)))
+    safe = sequence(pfx.data_entry(pfx.shrouded_bag(vendor, bytes(64))))
+    digest = sequence(oid("1.3.14.3.2.26"), NULL)
+    key = pkcs12_mac_key_of_sha1(PASSWORD)
+    tag = openssl.run("dgst", "-sha1", "-binary", "-mac", "hmac", "-macopt", f"hexkey:{key.hex()}", stdin=safe)
+    return Made("vendor's export", 9, pfx.pfx(safe, pfx.mac_data(tag, algorithm=digest)), PASSWORD, by="nobody")
+
+
+def pkcs12_mac_key_of_sha1(password):
+    """RFC 7292 B.2 with one iteration; the key is as long as the digest."""
+    wide = password.encode("utf-16-be") + b"\0\0"
+
+    def fill(octets):
+        blocks = -(-len(octets) // 64)
+        return (octets * 64)[: 64 * blocks]
+
+    return hashlib.sha1(bytes([3]) * 64 + fill(pfx.SALT) + fill(wide)).digest()
+
+
+def for_recipients():
+    """Kind 12: signed, and with an entry that is enveloped."""
+    enveloped = pfx.content_info(pfx.ENVELOPED_DATA, sequence(integer(0)))
+    info = sequence(oid(pfx.DATA), element(CONTEXT_0, octet_string(sequence(enveloped))))
+    signed = sequence(integer(1), element(SET), info, element(SET))
+    return Made("signed and enveloped", 12, sequence(integer(3), pfx.content_info(pfx.SIGNED_DATA, signed)), PASSWORD,
+                by="nobody")
+
+
+def only_named():
+    return [("9", vendor_export()), ("12", for_recipients())]
+
+
+def one_of_each_kind():
+    """Returns a container of each kind by its name in the guide."""
+    key = gost_keys.key("gost2012_256")
+    certificate = gost_keys.certificate(key)
+    made = {str(one.kind): one for one in [*of_gost_28147(), *of_new_ciphers()]}
+    made["10"] = next(of_general_ciphers())
+    made["11"] = exported("no MAC", 11, None, "gost89")
+    for name, kind, options in (
+        ("1, native", 1, {"to": "native"}),
+        ("6", 6, {"to": "rfc9548", "sections": "tls"}),
+        ("7", 7, {"to": "omac"}),
+    ):
+        data = derkit_gost.write_container(keys=[key], certificates=[certificate], password=PASSWORD, name=NAME, **options)
+        made[name] = Made(name, kind, data, PASSWORD, [key], [certificate.der], by="derkit")
+    return made | dict(only_named())

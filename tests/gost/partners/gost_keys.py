@@ -84,6 +84,12 @@ def key(family, param_set="A"):
 
 
 @functools.cache
+def public_key(of):
+    """Returns x and y, each lowest octet first."""
+    return gost("pkey", "-in", of.path, "-pubout", "-outform", "DER")[-2 * of.size :]
+
+
+@functools.cache
 def certificate(of, extension_size=0):
     """Makes a self-signed certificate for a key, of more octets than an extension of it has."""
     path = FOLDER / f"{of.path.stem}-{extension_size}.crt"
