@@ -37,6 +37,7 @@ enum class container_kind : int {
     for_recipient = 12     ///< enveloped for a recipient's key, or signed: named, not opened
 };
 
+/// @param kind  any number
 /// @return a short name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(container_kind kind) noexcept;
 
@@ -103,10 +104,15 @@ struct entry {
 /// Distinct objects may be used in parallel.
 class container {
   public:
-    DERKIT_API container(); ///< No bags.
-    DERKIT_API ~container();
-    DERKIT_API container(container&& other) noexcept;            ///< Takes over everything.
-    DERKIT_API container& operator=(container&& other) noexcept; ///< Takes over everything.
+    DERKIT_API container(); ///< Holds no bags.
+    DERKIT_API ~container(); ///< Wipes all secrets.
+    /// Takes over everything.
+    /// @param other  is only fit to be destroyed or assigned to afterwards
+    DERKIT_API container(container&& other) noexcept;
+    /// Takes over everything.
+    /// @param other  is only fit to be destroyed or assigned to afterwards
+    /// @return the container itself
+    DERKIT_API container& operator=(container&& other) noexcept;
 
     /// Opens a file. Each entry and each bag that could not be opened has a refusal; a container of which not everything
     /// was opened is not a failure.
@@ -131,10 +137,10 @@ class container {
     /// @return the container; a failure when the file is not a PFX or exceeds a limit
     DERKIT_API static result<container> inspect(std::string_view file, const limits& cost = limits());
 
-    DERKIT_API container_kind kind() const noexcept;               ///< Kind of the file; unknown for a new container.
-    DERKIT_API container_form form() const noexcept;               ///< Form of the file, as far as it was found out.
-    DERKIT_API const container_mac& mac() const noexcept;          ///< MAC of the file.
-    DERKIT_API const std::vector<entry>& entries() const noexcept; ///< Entries in file order.
+    DERKIT_API container_kind kind() const noexcept;      ///< @return the kind of the file; unknown for a new container
+    DERKIT_API container_form form() const noexcept;      ///< @return the form of the file, as far as it was found out
+    DERKIT_API const container_mac& mac() const noexcept; ///< @return the MAC of the file
+    DERKIT_API const std::vector<entry>& entries() const noexcept; ///< @return the entries in file order
 
     /// @return all bags in file order; instead of a bag of bags those that it holds. Valid until the container changes.
     DERKIT_API std::vector<const bag*> bags() const;

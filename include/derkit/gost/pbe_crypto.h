@@ -55,15 +55,33 @@ class pbe_crypto final : public pbe_crypto_t {
     /// @return the form that was given or, after a good MAC, found
     DERKIT_API container_form form() const noexcept;
 
-    /// See pbe_crypto_t::verify_mac().
+    /// Verifies as pbe_crypto_t::verify_mac() says.
+    /// @param mac   as in the file
+    /// @param data  what the MAC covers
+    /// @param size  bytes of it
+    /// @return whether it matches; if not, refusals() has grown
     DERKIT_API bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) override;
-    /// See pbe_crypto_t::make_mac(). Its views are valid until the next call of make_mac().
+    /// Makes a MAC as pbe_crypto_t::make_mac() says.
+    /// @param data  what the MAC is to cover
+    /// @param size  bytes of it
+    /// @param mac   receives views that are valid until the next call
+    /// @return whether it was made; if not, refusals() has grown
     DERKIT_API bool make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac) override;
-    /// See pbe_crypto_t::decrypt(). The plaintext is in an ordinary string: whoever reads the container wipes
-    /// pkcs12_easy_t::decrypted_buffers.
+    /// Decrypts as pbe_crypto_t::decrypt() says. The plaintext is in an ordinary string: whoever reads the container
+    /// wipes pkcs12_easy_t::decrypted_buffers.
+    /// @param params  as in the file
+    /// @param data    ciphertext
+    /// @param size    bytes of it
+    /// @param out     receives the plaintext; empty after a failure
+    /// @return whether it was decrypted; if not, refusals() has grown
     DERKIT_API bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size,
                             std::string& out) override;
-    /// See pbe_crypto_t::encrypt(). Its views are valid until the next call of encrypt().
+    /// Encrypts as pbe_crypto_t::encrypt() says.
+    /// @param data    plaintext
+    /// @param size    bytes of it
+    /// @param params  receive views that are valid until the next call
+    /// @param out     receives the ciphertext; empty after a failure
+    /// @return whether it was encrypted; if not, refusals() has grown
     DERKIT_API bool encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) override;
 
   private:

@@ -33,8 +33,10 @@ enum class key_shape {
     masked        ///< the number times a mask, and the mask (RFC 9548); read only
 };
 
+/// @param family  any number
 /// @return a name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(key_family family) noexcept;
+/// @param shape  any number
 /// @return a name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(key_shape shape) noexcept;
 
@@ -57,10 +59,20 @@ struct key_outline {
 class private_key {
   public:
     DERKIT_API ~private_key(); ///< Wipes the key.
+    /// Copies a key.
+    /// @param other  to be copied
     DERKIT_API private_key(const private_key& other);
+    /// Copies a key. On std::bad_alloc nothing has changed.
+    /// @param other  to be copied
+    /// @return the key itself
     DERKIT_API private_key& operator=(const private_key& other);
-    DERKIT_API private_key(private_key&& other) noexcept;            ///< Leaves nothing but an object to destroy.
-    DERKIT_API private_key& operator=(private_key&& other) noexcept; ///< Leaves nothing but an object to destroy.
+    /// Takes over a key.
+    /// @param other  is only fit to be destroyed or assigned to afterwards
+    DERKIT_API private_key(private_key&& other) noexcept;
+    /// Takes over a key.
+    /// @param other  is only fit to be destroyed or assigned to afterwards
+    /// @return the key itself
+    DERKIT_API private_key& operator=(private_key&& other) noexcept;
 
     /// Reads a PrivateKeyInfo or an EncryptedPrivateKeyInfo. A public key in it is compared with the private key.
     ///
@@ -86,10 +98,11 @@ class private_key {
     /// @return the outline; a failure when it is neither PrivateKeyInfo nor EncryptedPrivateKeyInfo
     DERKIT_API static result<key_outline> inspect(std::string_view der, const limits& cost = limits());
 
-    DERKIT_API key_family family() const noexcept;                 ///< Algorithm.
-    DERKIT_API const named_oid& param_set() const noexcept;        ///< Curve.
-    DERKIT_API const named_oid& digest_param_set() const noexcept; ///< Digest; without OID where the file has none.
-    DERKIT_API key_shape shape() const noexcept;                   ///< As in the file; octets for from_number().
+    DERKIT_API key_family family() const noexcept;          ///< @return the algorithm
+    DERKIT_API const named_oid& param_set() const noexcept; ///< @return the curve
+    DERKIT_API const named_oid&
+    digest_param_set() const noexcept;           ///< @return the digest's parameters; no OID where there are none
+    DERKIT_API key_shape shape() const noexcept; ///< @return that of the file; octets after from_number()
 
     /// @return the number, highest octet first: 32 or 64 octets
     DERKIT_API const secret& number() const noexcept;

@@ -49,9 +49,11 @@ enum class cause : int {
     crypto_failure = 28         ///< libgcrypt or GnuTLS reported a failure, or cannot be used
 };
 
+/// @param why  any number
 /// @return the enumerator's own name, such as "wrong_mac"; "unknown" for other numbers
 DERKIT_API const char* name_of(cause why) noexcept;
 
+/// @param why  any number
 /// @return a sentence for people in English, without a final stop; "unknown cause" for other numbers
 DERKIT_API const char* text_of(cause why) noexcept;
 
@@ -71,22 +73,29 @@ struct failure {
 /// Asking for the value of a failure is a defect of the program, which ends by std::abort().
 template <typename T> class [[nodiscard]] result {
   public:
-    result(T value) : state_(std::in_place_index<0>, std::move(value)) {}              ///< A value.
-    result(failure refusal) : state_(std::in_place_index<1>, std::move(refusal)) {}    ///< A failure.
-    result(cause why) : state_(std::in_place_index<1>, failure{why, std::string()}) {} ///< A failure without detail.
+    /// Holds a value.
+    /// @param value  to be moved into the result
+    result(T value) : state_(std::in_place_index<0>, std::move(value)) {}
+    /// Holds a failure.
+    /// @param refusal  cause and detail
+    result(failure refusal) : state_(std::in_place_index<1>, std::move(refusal)) {}
+    /// Holds a failure without detail.
+    /// @param why  cause
+    result(cause why) : state_(std::in_place_index<1>, failure{why, std::string()}) {}
 
     /// @return whether there is a value
     bool ok() const noexcept { return state_.index() == 0; }
-    explicit operator bool() const noexcept { return ok(); } ///< The same as ok().
+    /// @return whether there is a value
+    explicit operator bool() const noexcept { return ok(); }
 
-    T& value() & { return *checked(std::get_if<0>(&state_)); }              ///< The value.
-    const T& value() const& { return *checked(std::get_if<0>(&state_)); }   ///< The value.
-    T&& value() && { return std::move(*checked(std::get_if<0>(&state_))); } ///< The value, to move from.
-    T& operator*() & { return value(); }                                    ///< The value.
-    const T& operator*() const& { return value(); }                         ///< The value.
-    T&& operator*() && { return std::move(*this).value(); }                 ///< The value, to move from.
-    T* operator->() { return &value(); }                                    ///< A member of the value.
-    const T* operator->() const { return &value(); }                        ///< A member of the value.
+    T& value() & { return *checked(std::get_if<0>(&state_)); }              ///< @return the value
+    const T& value() const& { return *checked(std::get_if<0>(&state_)); }   ///< @return the value
+    T&& value() && { return std::move(*checked(std::get_if<0>(&state_))); } ///< @return the value, to move from
+    T& operator*() & { return value(); }                                    ///< @return the value
+    const T& operator*() const& { return value(); }                         ///< @return the value
+    T&& operator*() && { return std::move(*this).value(); }                 ///< @return the value, to move from
+    T* operator->() { return &value(); }                                    ///< @return the value
+    const T* operator->() const { return &value(); }                        ///< @return the value
 
     /// @return the cause; cause::none when there is a value
     cause why() const noexcept { return ok() ? cause::none : std::get_if<1>(&state_)->why; }

@@ -19,27 +19,38 @@ namespace derkit::gost {
 /// lock (RLIMIT_MEMLOCK). Every secret takes at least one page. Distinct objects may be used in parallel.
 class secret {
   public:
-    secret() noexcept = default; ///< No octets.
-    /// `size` zero octets.
+    secret() noexcept = default; ///< Holds no octets.
+    /// Holds zero octets.
     /// @param size  number of octets
     DERKIT_API explicit secret(std::size_t size);
-    /// A copy of `octets`.
+    /// Holds a copy.
     /// @param octets  to be copied; the caller wipes them
     DERKIT_API explicit secret(std::string_view octets);
-    DERKIT_API secret(const secret& other);                ///< A copy.
-    DERKIT_API secret& operator=(const secret& other);     ///< A copy; on std::bad_alloc nothing has changed.
-    DERKIT_API secret(secret&& other) noexcept;            ///< Takes over the octets and leaves none.
-    DERKIT_API secret& operator=(secret&& other) noexcept; ///< Wipes what it held and takes over the octets.
-    DERKIT_API ~secret();                                  ///< Wipes.
+    /// Holds a copy.
+    /// @param other  to be copied
+    DERKIT_API secret(const secret& other);
+    /// Wipes what it held and holds a copy. On std::bad_alloc nothing has changed.
+    /// @param other  to be copied
+    /// @return the secret itself
+    DERKIT_API secret& operator=(const secret& other);
+    /// Takes over octets.
+    /// @param other  holds none afterwards
+    DERKIT_API secret(secret&& other) noexcept;
+    /// Wipes what it held and takes over octets.
+    /// @param other  holds none afterwards
+    /// @return the secret itself
+    DERKIT_API secret& operator=(secret&& other) noexcept;
+    DERKIT_API ~secret(); ///< Wipes.
 
-    unsigned char* data() noexcept { return data_; }             ///< First octet; null when there are none.
-    const unsigned char* data() const noexcept { return data_; } ///< First octet; null when there are none.
-    std::size_t size() const noexcept { return size_; }          ///< Number of octets.
-    bool empty() const noexcept { return size_ == 0; }           ///< Whether there are none.
+    unsigned char* data() noexcept { return data_; }             ///< @return the first octet; null when there are none
+    const unsigned char* data() const noexcept { return data_; } ///< @return the first octet; null when there are none
+    std::size_t size() const noexcept { return size_; }          ///< @return the number of octets
+    bool empty() const noexcept { return size_ == 0; }           ///< @return whether there are none
 
     /// @return a view of the octets, which ends with any change of their number
     std::string_view view() const noexcept { return {reinterpret_cast<const char*>(data_), size_}; }
-    operator std::string_view() const noexcept { return view(); } ///< The same as view().
+    /// @return the same as view()
+    operator std::string_view() const noexcept { return view(); }
 
     /// Appends octets, which may be a part of this secret. On std::bad_alloc nothing has changed.
     /// @param octets  to be copied
