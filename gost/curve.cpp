@@ -67,14 +67,17 @@ result<mpi_ptr> order_of(const context_ptr& context) {
     return order;
 }
 
-// Marked as secret, which makes libgcrypt's multiplication take the same steps whatever the number is.
+// Marked as secret, which makes libgcrypt's multiplication take the same steps whatever the number is. Marking zero would
+// end the process.
 result<mpi_ptr> number_of(std::string_view octets) {
     gcry_mpi_t scanned = nullptr;
     if (const gcry_error_t error = gcry_mpi_scan(&scanned, GCRYMPI_FMT_USG, octets.data(), octets.size(), nullptr);
         error != 0) {
         return gcrypt_failure(WHAT, error);
     }
-    gcry_mpi_set_flag(scanned, GCRYMPI_FLAG_SECURE);
+    if (gcry_mpi_cmp_ui(scanned, 0) != 0) {
+        gcry_mpi_set_flag(scanned, GCRYMPI_FLAG_SECURE);
+    }
     return mpi_ptr(scanned);
 }
 

@@ -172,4 +172,72 @@ int __real_gnutls_hmac(gnutls_hmac_hd_t handle, const void* data, size_t size);
 int __wrap_gnutls_hmac(gnutls_hmac_hd_t handle, const void* data, size_t size) {
     return gnutls_call([&] { return __real_gnutls_hmac(handle, data, size); });
 }
+
+gcry_error_t __real_gcry_mpi_ec_new(gcry_ctx_t* context, gcry_sexp_t parameters, const char* curve);
+gcry_error_t __wrap_gcry_mpi_ec_new(gcry_ctx_t* context, gcry_sexp_t parameters, const char* curve) {
+    return opened(gcrypt_call([&] { return __real_gcry_mpi_ec_new(context, parameters, curve); }));
+}
+
+void __real_gcry_ctx_release(gcry_ctx_t context);
+void __wrap_gcry_ctx_release(gcry_ctx_t context) {
+    closed(context);
+    __real_gcry_ctx_release(context);
+}
+
+gcry_mpi_t __real_gcry_mpi_ec_get_mpi(const char* name, gcry_ctx_t context, int copy);
+gcry_mpi_t __wrap_gcry_mpi_ec_get_mpi(const char* name, gcry_ctx_t context, int copy) {
+    const gcry_mpi_t number = fails() ? nullptr : __real_gcry_mpi_ec_get_mpi(name, context, copy);
+    crypto_faults.num_open += number != nullptr ? 1 : 0;
+    return number;
+}
+
+gcry_mpi_point_t __real_gcry_mpi_ec_get_point(const char* name, gcry_ctx_t context, int copy);
+gcry_mpi_point_t __wrap_gcry_mpi_ec_get_point(const char* name, gcry_ctx_t context, int copy) {
+    const gcry_mpi_point_t point = fails() ? nullptr : __real_gcry_mpi_ec_get_point(name, context, copy);
+    crypto_faults.num_open += point != nullptr ? 1 : 0;
+    return point;
+}
+
+int __real_gcry_mpi_ec_get_affine(gcry_mpi_t x, gcry_mpi_t y, gcry_mpi_point_t point, gcry_ctx_t context);
+int __wrap_gcry_mpi_ec_get_affine(gcry_mpi_t x, gcry_mpi_t y, gcry_mpi_point_t point, gcry_ctx_t context) {
+    return fails() ? 1 : __real_gcry_mpi_ec_get_affine(x, y, point, context);
+}
+
+gcry_error_t __real_gcry_mpi_scan(gcry_mpi_t* number, gcry_mpi_format format, const void* octets, size_t size,
+                                  size_t* num_scanned);
+gcry_error_t __wrap_gcry_mpi_scan(gcry_mpi_t* number, gcry_mpi_format format, const void* octets, size_t size,
+                                  size_t* num_scanned) {
+    return opened(gcrypt_call([&] { return __real_gcry_mpi_scan(number, format, octets, size, num_scanned); }));
+}
+
+gcry_error_t __real_gcry_mpi_print(gcry_mpi_format format, unsigned char* octets, size_t size, size_t* num_printed,
+                                   const gcry_mpi_t number);
+gcry_error_t __wrap_gcry_mpi_print(gcry_mpi_format format, unsigned char* octets, size_t size, size_t* num_printed,
+                                   const gcry_mpi_t number) {
+    return gcrypt_call([&] { return __real_gcry_mpi_print(format, octets, size, num_printed, number); });
+}
+
+gcry_mpi_t __real_gcry_mpi_new(unsigned int num_bits);
+gcry_mpi_t __wrap_gcry_mpi_new(unsigned int num_bits) {
+    ++crypto_faults.num_open;
+    return __real_gcry_mpi_new(num_bits);
+}
+
+void __real_gcry_mpi_release(gcry_mpi_t number);
+void __wrap_gcry_mpi_release(gcry_mpi_t number) {
+    closed(number);
+    __real_gcry_mpi_release(number);
+}
+
+gcry_mpi_point_t __real_gcry_mpi_point_new(unsigned int num_bits);
+gcry_mpi_point_t __wrap_gcry_mpi_point_new(unsigned int num_bits) {
+    ++crypto_faults.num_open;
+    return __real_gcry_mpi_point_new(num_bits);
+}
+
+void __real_gcry_mpi_point_release(gcry_mpi_point_t point);
+void __wrap_gcry_mpi_point_release(gcry_mpi_point_t point) {
+    closed(point);
+    __real_gcry_mpi_point_release(point);
+}
 }

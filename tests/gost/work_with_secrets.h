@@ -10,6 +10,7 @@
 #include "derkit/pkcs12_helper.h"
 #include "gost/der.h"
 #include "gost/schemes.h"
+#include "gost/work_with_containers.h"
 
 struct work_t {
     std::string name;
@@ -95,6 +96,16 @@ inline std::vector<work_t> all_work() {
                            return mac != cause::none ? mac : encrypt_and_decrypt(options, password, private_key_info);
                        }});
     }
+    for (const format to : {format::tc26, format::native, format::rfc9548_omac}) {
+        write_options options;
+        options.to = to;
+        options.iterations = 3;
+        all.push_back({"container, format " + std::to_string(static_cast<int>(to)),
+                       [options](std::string_view password, std::string_view private_key_info) {
+                           return write_and_open(options, password, private_key_info);
+                       }});
+    }
+    all.push_back({"private key", write_and_read_key});
     for (const container_form form : {container_form::standard, container_form::native}) {
         all.push_back({form == container_form::native ? "native form" : "standard form",
                        [form](std::string_view password, std::string_view private_key_info) {
