@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Renews the snapshots of the binary interface in abi/ and shows what has changed: for intended changes only (docs/abi.md
+# Updates the snapshots of the binary interface in abi/ and shows what has changed: for intended changes only (docs/abi.md
 # says which are allowed). Builds the library for both targets.
 #
 # scripts/update-abi.sh --of LIBRARY prints the snapshot of a library that was built with debug information.
 set -euo pipefail
 
-# Leaves out what compiler options, the place of the sources and function bodies change.
+# Leaves out what depends on compiler options, the location of the sources and function bodies.
 snapshot_of() {
   abidw --drop-private-types --headers-dir include --suppressions abi/derkit.abignore --exported-interfaces-only \
     --drop-undefined-syms --no-elf-needed --no-show-locs --no-corpus-path --no-comp-dir-path --type-id-style hash "$1" |

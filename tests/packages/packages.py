@@ -1,7 +1,6 @@
-"""What the tests of the installed tree and of the Debian packages share.
+"""What the tests of this folder share.
 
-The environment names the build: DERKIT_BUILD_DIR, DERKIT_SOURCE_DIR, DERKIT_VERSION, DERKIT_ARCHITECTURE (amd64 or i386),
-CMAKE, CPACK, CXX and CXXFLAGS.
+The environment names the build: DERKIT_BUILD_DIR, DERKIT_SOURCE_DIR, DERKIT_VERSION, CMAKE, CXX and CXXFLAGS.
 """
 import os
 import pathlib
@@ -17,6 +16,7 @@ TIME_LIMIT = 240
 # Installed files, relative to the prefix.
 HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
 GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
+DOCUMENTS = GUIDES | {"derkit.spdx.json"}
 
 
 def manuals(sections, compressed=""):
@@ -24,16 +24,17 @@ def manuals(sections, compressed=""):
             for page in (SOURCE / "docs/man").glob(f"*.[{sections}]")}
 
 
-def development_files(libdir):
-    cmake = {f"cmake/derkit/derkitConfig{part}.cmake" for part in ("", "Version", "-relwithdebinfo")}
+def development_files(libdir, configuration="relwithdebinfo"):
+    parts = "Config", "ConfigVersion", "Targets", f"Targets-{configuration}"
+    cmake = {f"cmake/derkit/derkit{part}.cmake" for part in parts}
     return HEADERS | {f"{libdir}/{file}" for file in {"libderkit.so", "libderkit.a", "pkgconfig/derkit.pc"} | cmake}
 
 
-def run(*command, **environment):
+def run(*command, cwd=None, umask=-1, **environment):
     """The output of a command that must succeed."""
     environment = {name: str(value) for name, value in environment.items()}
     done = subprocess.run([str(part) for part in command], capture_output=True, text=True, timeout=TIME_LIMIT,
-                          env={**os.environ, "LC_ALL": "C", **environment})
+                          cwd=cwd, umask=umask, env={**os.environ, "LC_ALL": "C", **environment})
     assert done.returncode == 0, f"{shlex.join(done.args)}\n{done.stdout}{done.stderr}"
     return done.stdout
 

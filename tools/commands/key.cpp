@@ -46,15 +46,6 @@ void add_key(const private_key_t& key, bool reveal, record_t& record) {
     }
 }
 
-// What is wrong if the octets of a GOST key are no key; else nothing.
-std::string find_fault(const private_key_t& key) {
-    if (!key.is_gost || key.bits != 0) {
-        return "";
-    }
-    return "the " + std::to_string(key_octets(key).size) + " bytes of the key, shape " + key.shape +
-           ", are no key of " + key.family;
-}
-
 class key_command_t {
   public:
     key_command_t(const key_options_t& options, console_t& console) : options_(options), console_(console) {}
@@ -122,7 +113,8 @@ void key_command_t::show_plain(std::string_view der, const place_t& place) {
     fail_if(find_fault(key), place);
 }
 
-// The fields outside the ciphertext are shown whether or not the decryption succeeds.
+// The fields outside the ciphertext are shown whether or not the decryption succeeds. Nothing has failed if no password
+// was given.
 void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
     encrypted_key_t encrypted;
     if (!read_encrypted_key(der, encrypted)) {
@@ -131,9 +123,13 @@ void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
     record_t record = start_key("EncryptedPrivateKeyInfo", encrypted.trailing, place);
     add_encryption(encrypted.encryption, record);
     record.add("ciphertext_size", encrypted.ciphertext.size);
-    std::string problem = encrypted.encryption.declined;
-    if (problem.empty() && options_.password.given()) {
-        problem = add_decrypted_key(encrypted, record);
+    record.add_if("not_read", encrypted.encryption.declined);
+    std::string problem;
+    if (options_.password.given()) {
+        problem = encrypted.encryption.declined;
+        if (problem.empty()) {
+            problem = add_decrypted_key(encrypted, record);
+        }
     }
     console_.put(record, options_.json);
     fail_if(problem, place);
@@ -181,9 +177,10 @@ void add_key_command(command_t& parent, console_t& console) {
     options->password.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
-    command.set_footer("Of an encrypted key, all that can be seen without its password is shown, and with it the key. "
-                       "readable: whether the library takes the shape in which the key is kept. size: of the key in "
-                       "that shape, in bytes; --reveal shows those bytes as they stand, masks included.\n"
+    command.set_footer("Of an encrypted key, all that can be seen without its password is shown, also why it cannot be "
+                       "decrypted here (not_read), and with the password the key. readable: whether the key was found "
+                       "in its shape. size: of the key in that shape, in bytes; --reveal shows those bytes as they "
+                       "stand, masks included.\n"
                        "Examples:\n"
                        "  derkit key key.pem\n"
                        "  derkit key --password-ask encrypted.pem");

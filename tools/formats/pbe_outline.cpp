@@ -92,12 +92,16 @@ void read_pbe1_params(asn_cursor_t params, pbe_outline_t& out) {
     out.iterations = read_count(params);
 }
 
+// Another OID; one that is missing or empty makes the parameters malformed.
 bool is_other(const std::optional<named_oid_t>& named, std::string_view expected) {
-    return named.has_value() && named->oid != expected;
+    return named.has_value() && !named->oid.empty() && named->oid != expected;
 }
 
 // The library's record of parameters has no place for the parameter set, so the library ignores it.
 std::string decline(const blob_t& algorithm, const pbe_outline_t& pbe) {
+    if (pbe.scheme.oid.empty()) {
+        return "does not name its encryption";
+    }
     if (pbe.scheme.oid != OID_PBES2) {
         return "is encrypted with " + describe(pbe.scheme) + "; only PBES2 is read";
     }

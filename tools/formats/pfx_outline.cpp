@@ -8,6 +8,8 @@
 namespace {
 
 constexpr std::string_view OID_DATA = "1.2.840.113549.1.7.1";
+constexpr std::string_view OID_SIGNED_DATA = "1.2.840.113549.1.7.2";
+constexpr std::string_view OID_ENVELOPED_DATA = "1.2.840.113549.1.7.3";
 constexpr std::string_view OID_ENCRYPTED_DATA = "1.2.840.113549.1.7.6";
 constexpr std::string_view OID_GOST_34_11_94 = "1.2.643.2.2.9";
 constexpr std::string_view OID_FRIENDLY_NAME = "1.2.840.113549.1.9.20";
@@ -19,6 +21,11 @@ constexpr unsigned int GOST_MAC_SIZE = 32;
 
 constexpr unsigned char PFX_VERSION = 3;
 constexpr unsigned char ENCRYPTED_DATA_VERSION = 0;
+
+// The OID of a type may be empty.
+std::string describe_type(const named_oid_t& type) {
+    return type.oid.empty() ? "an unnamed type" : describe(type);
+}
 
 // Why `bytes` does not start with such an element.
 std::string find_fault(const blob_t& bytes, asn_tag_t::Type tag) {
@@ -129,10 +136,14 @@ bag_outline_t outline_bag(asn_cursor_t safe_bag, walk_t& walk) {
     if (walk.failed()) {
         return bag;
     }
+    bag.is_key = bag.type.oid == OID_KEY_BAG || bag.type.oid == OID_SHROUDED_KEY_BAG;
+    bag.is_certificate = bag.type.oid == OID_CERT_BAG;
     if (bag.type.oid == OID_SHROUDED_KEY_BAG) {
         outline_shrouded_key(value, bag);
-    } else if (bag.type.oid == OID_CERT_BAG) {
+    } else if (bag.is_certificate) {
         walk_cert_bag(value, walk);
+    } else if (!bag.is_key) {
+        bag.declined = "is of a type that is not read";
     }
     return bag;
 }
@@ -157,7 +168,7 @@ void outline_encrypted_data(const blob_t& content, entry_outline_t& entry, walk_
     }
     entry.encryption = outline_pbe(algorithm);
     if (type.oid != OID_DATA) {
-        entry.encryption->declined = "holds " + describe(type) + " instead of data";
+        entry.encryption->declined = "holds " + describe_type(type) + " instead of data";
     }
 }
 
@@ -178,6 +189,10 @@ entry_outline_t outline_entry(asn_cursor_t content_info, const std::string& plac
         }
     } else if (entry.content_type.oid == OID_ENCRYPTED_DATA) {
         outline_encrypted_data(content, entry, walk);
+    } else if (entry.content_type.oid == OID_ENVELOPED_DATA) {
+        entry.declined = "is encrypted for a public key, which is not read";
+    } else {
+        entry.declined = "is of a type that is not read";
     }
     return entry;
 }
@@ -198,6 +213,9 @@ void outline_authenticated_safe(const blob_t& octets, pfx_outline_t& out, walk_t
 
 std::string decline(const mac_outline_t& mac) {
     const named_oid_t& algorithm = mac.algorithm.scheme;
+    if (algorithm.oid.empty()) {
+        return "does not name its algorithm";
+    }
     if (algorithm.oid != OID_GOST_34_11_94) {
         return "is made with " + describe(algorithm) + "; only GOST R 34.11-94 is read";
     }
@@ -256,8 +274,12 @@ pfx_outline_t outline_pfx(std::string_view bytes) {
     asn_cursor_t auth_safe = walk.enter(pfx, asn_tag_t::SEQUENCE, "authSafe");
     const named_oid_t type =
         name_oid(walk.read(auth_safe, asn_tag_t::OBJECT_IDENTIFIER, "the contentType of authSafe"));
+    if (!walk.failed() && type.oid == OID_SIGNED_DATA) {
+        out.declined = "is protected by a public key (authSafe is signedData); only protection by a password is read";
+        return out;
+    }
     if (!walk.failed() && type.oid != OID_DATA) {
-        walk.fail("authSafe is " + describe(type) + "; only data is read");
+        walk.fail("authSafe is " + describe_type(type) + "; only data is read");
     }
     asn_cursor_t content = walk.enter(auth_safe, asn_tag_t::CONTEXT_0, "the content of authSafe");
     const blob_t octets = walk.read(content, asn_tag_t::OCTET_STRING, "the OCTET STRING of authSafe");
@@ -273,6 +295,11 @@ pfx_outline_t outline_pfx(std::string_view bytes) {
     check_version(version, PFX_VERSION, walk);
     if (!walk.failed()) {
         outline_authenticated_safe(octets, out, walk);
+    }
+    if (out.mac.has_value() && !out.mac->declined.empty()) {
+        out.declined = "its MAC " + out.mac->declined;
+    } else if (!out.mac.has_value() && out.problem.empty()) {
+        out.declined = "has no MAC; containers without one are not read";
     }
     return out;
 }
