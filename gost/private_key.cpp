@@ -268,6 +268,11 @@ result<private_key> private_key::read(std::string_view der, std::optional<std::s
     return made ? result<private_key>(private_key(*std::move(made))) : made.error();
 }
 
+result<secret> private_key::decrypt(std::string_view der, std::optional<std::string_view> password,
+                                    const limits& cost) {
+    return der.size() > cost.max_size ? cause::too_large : decrypted_key(der, password, cost);
+}
+
 result<private_key> private_key::from_number(key_family family, std::string_view param_set, std::string_view number) {
     const curve_row* const curve = find_curve(param_set);
     if (curve == nullptr) {

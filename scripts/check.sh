@@ -41,7 +41,7 @@ tidy_library
 if [[ ${1:-} == --all ]]; then
   check_with_cppcheck -Itests -Itools tools testing tests/support/*.h
   mapfile -t tool < <(find tools -name '*.cpp')
-  tidy "-Itools -DDERKIT_WITH_GCRYPT -DDERKIT_VERSION=\"\"" "${tool[@]}" || status=1
+  tidy "-Itools -DDERKIT_WITH_GOST -DDERKIT_VERSION=\"\"" "${tool[@]}" || status=1
   tidy "-xc++ -Itests" testing/*.h tests/support/*.h || status=1
 fi
 exit "$status"

@@ -18,7 +18,7 @@ constexpr int EXIT_OK = 0;
 constexpr int EXIT_FAILED = 1;
 constexpr int EXIT_USAGE = 2;
 
-#ifdef DERKIT_WITH_GCRYPT
+#ifdef DERKIT_WITH_GOST
 void add_p12_command(command_t& derkit, console_t& console) {
     command_t p12 = derkit.add_subcommand("p12", "Show, extract and make PKCS#12 containers of GOST keys");
     add_p12_show(p12, console);
@@ -41,12 +41,12 @@ void add_commands(command_t& derkit, console_t& console) {
     add_oid_command(derkit, console);
     add_alg_command(derkit, console);
     add_time_command(derkit, console);
-#ifdef DERKIT_WITH_GCRYPT
+#ifdef DERKIT_WITH_GOST
     add_key_command(derkit, console);
     add_p12_command(derkit, console);
 #else
-    derkit.add_missing_subcommand("key", "Private keys: not in this build, which is without libgcrypt");
-    derkit.add_missing_subcommand("p12", "PKCS#12 containers: not in this build, which is without libgcrypt");
+    derkit.add_missing_subcommand("key", "Private keys: not in this build, which is without the GOST library");
+    derkit.add_missing_subcommand("p12", "PKCS#12 containers: not in this build, which is without the GOST library");
 #endif
 }
 

@@ -89,7 +89,7 @@ class Runner:
             self.fail(line, f"{what}: exit status {done.returncode}\nexpected: {expected!r}\ngot:      {got!r}")
 
     def run_console(self, block: Block) -> None:
-        if self.options.without_gcrypt and re.search(r"derkit (key|p12)", block.text):
+        if self.options.without_gost and re.search(r"derkit (key|p12)", block.text):
             return
         for command, expected in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", block.text, re.MULTILINE):
             if command.startswith("g++ ") and not self.options.native:
@@ -154,7 +154,7 @@ def main() -> int:
     running.add_argument("--build", type=Path, required=True)
     running.add_argument("--tool", type=Path, required=True)
     running.add_argument("--program", action="append", default=[], help="in the document's order; none: not built")
-    running.add_argument("--without-gcrypt", action="store_true", help="the tool has no key and p12")
+    running.add_argument("--without-gost", action="store_true", help="the tool has no key and p12")
     running.add_argument("--native", action="store_true", help="g++ as it stands can link with the build")
     options = parser.parse_args()
     if options.mode == "extract":

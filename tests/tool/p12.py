@@ -16,13 +16,15 @@ from tool import ToolTest, objects
 
 PASSWORD = "Пароль 1"
 NAME = "Ключ №1"
-UNREADABLE_MAC = "the MAC is wrong: wrong password, or the container was changed after the MAC was made"
-UNDECRYPTABLE = "cannot be decrypted: it is damaged, or encrypted under another password than the MAC"
-ONLY_GOST_94 = "only GOST R 34.11-94 is read"
-ONLY_HMAC_94 = "only HMAC GOST R 34.11-94 is read"
-ONLY_28147 = "only GOST 28147-89 is read"
-ONLY_PARAM_SET_A = "only id-Gost28147-89-CryptoPro-A-ParamSet is read"
-TOO_MANY_ITERATIONS = "asks for 1000001 iterations; at most 1000000 are accepted"
+UNREADABLE_MAC = "the MAC does not match: wrong password, or the file was altered"
+UNDECRYPTABLE = "wrong password, or the encrypted data was altered"
+MALFORMED = "the data is not what it must be, or is cut short"
+MALFORMED_PARAMETERS = "the parameters of an algorithm are malformed"
+NOT_A_CONTAINER = f"not a PKCS#12 container: {MALFORMED}"
+NO_MAC = "the container has no MAC (--accept-unverified opens it all the same)"
+OTHER_MAC = "the MAC is of an unsupported algorithm: {} (--accept-unverified opens it all the same)"
+TOO_MANY_ITERATIONS = "the iteration count is above the limit: {} (--max-iterations allows more)"
+OVER_BUDGET = "the key derivations of the file together are above the limit: {} (--max-iterations allows more)"
 
 
 class Pair:
@@ -86,18 +88,22 @@ class P12Test(ToolTest):
         options = [] if password is None else ["--password-env", "P12_PASSWORD"]
         return super().tool(*arguments, *options, env={"P12_PASSWORD": password or ""}, **how)
 
-    def show(self, container, **how):
+    def show_all(self, container, *options, **how):
         """Returns the objects that a container shows."""
-        return self.objects("show", self.file("shown.p12", container), **how)
+        return self.objects("show", *options, self.file("shown.p12", container), **how)
+
+    def show(self, container, *options, **how):
+        """Returns them without the first one, which is about the container as a whole."""
+        return self.show_all(container, *options, **how)[1:]
 
     def show_with_problems(self, container, **how):
-        """Returns the objects that a container shows, and what follows its name on standard error."""
+        """Returns the objects that a container shows, without the first, and what follows its name on standard error."""
         path = self.file("shown.p12", container)
         done = self.tool("show", "--json", path, **how)
         self.assertEqual(done.status, 1, done.errors)
         begin = f"derkit: {path}: "
         self.assertEqual([line for line in done.errors if not line.startswith(begin)], [])
-        return objects(done.text), [line.removeprefix(begin) for line in done.errors]
+        return objects(done.text)[1:], [line.removeprefix(begin) for line in done.errors]
 
     def check_refused(self, container, problem, **how):
         """Checks that neither show nor extract reads anything of it."""

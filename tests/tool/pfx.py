@@ -38,11 +38,10 @@ SHOWN_PBES2 = {
     "prf_oid": HMAC_GOST_94,
     "salt_size": 8,
     "iterations": 2048,
-    "cipher": "GOST 28147-89",
+    "cipher": "GOST 28147-89 CFB",
     "cipher_oid": GOST_28147_89,
     "cipher_param_set": "id-Gost28147-89-CryptoPro-A-ParamSet",
     "cipher_param_set_oid": CRYPTOPRO_A,
-    "iv_size": 8,
 }
 
 SALT = bytes(range(0x51, 0x59))

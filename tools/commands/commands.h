@@ -12,7 +12,7 @@ void add_oid_command(command_t& parent, console_t& console);
 void add_spki_command(command_t& parent, console_t& console);
 void add_time_command(command_t& parent, console_t& console);
 
-// With libgcrypt only.
+// With the GOST library only.
 void add_key_command(command_t& parent, console_t& console);
 void add_p12_show(command_t& p12, console_t& console);
 void add_p12_extract(command_t& p12, console_t& console);

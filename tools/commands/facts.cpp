@@ -131,21 +131,6 @@ void add_param_sets(const std::vector<named_oid_t>& param_sets, record_t& record
     }
 }
 
-void add_derivation(const pbe_outline_t& pbe, record_t& record) {
-    add_named("kdf", "kdf_oid", pbe.kdf, record);
-    add_named("prf", "prf_oid", pbe.prf, record);
-    record.add_if("salt_size", pbe.salt_size);
-    record.add_if("iterations", pbe.iterations);
-}
-
-void add_encryption(const pbe_outline_t& pbe, record_t& record) {
-    add_named("scheme", "scheme_oid", pbe.scheme, record);
-    add_derivation(pbe, record);
-    add_named("cipher", "cipher_oid", pbe.cipher, record);
-    add_named("cipher_param_set", "cipher_param_set_oid", pbe.param_set, record);
-    record.add_if("iv_size", pbe.iv_size);
-}
-
 void add_public_key(const public_key_t& key, record_t& record) {
     if (key.algorithm.oid.empty()) {
         return;

@@ -10,7 +10,6 @@
 #include "derkit/asn_oidmap.h"
 #include "formats/certificate.h"
 #include "formats/name.h"
-#include "formats/pbe_outline.h"
 #include "formats/public_key.h"
 #include "io/console.h"
 
@@ -37,9 +36,6 @@ void add_named(const char* name_key, const char* oid_key, const std::optional<na
 
 // By their places in the parameters of a GOST key.
 void add_param_sets(const std::vector<named_oid_t>& param_sets, record_t& record);
-
-void add_derivation(const pbe_outline_t& pbe, record_t& record);
-void add_encryption(const pbe_outline_t& pbe, record_t& record);
 
 // Its algorithm, size and parameter sets.
 void add_public_key(const public_key_t& key, record_t& record);

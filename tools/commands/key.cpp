@@ -1,4 +1,6 @@
 // derkit key: private keys, plain or encrypted.
+#include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -6,7 +8,10 @@
 
 #include "commands/commands.h"
 #include "commands/facts.h"
+#include "commands/gost_facts.h"
+#include "commands/gost_options.h"
 #include "commands/options.h"
+#include "formats/der.h"
 #include "formats/pem.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
@@ -18,53 +23,59 @@ namespace {
 struct key_options_t {
     std::string file;
     password_option_t password;
+    iterations_option_t iterations;
     bool json = false;
     bool reveal = false;
 };
 
-// The octets as encoded: with the masks, and all of privateKey if its shape is unknown.
-blob_t key_octets(const private_key_t& key) {
-    return key.secret.data != nullptr ? key.secret : key.content;
+// The number, or all of privateKey where none was found in it.
+void add_octets(const private_key_t& key, record_t& record) {
+    if (key.key.has_value()) {
+        record.add("key", to_hex(key.key->number()));
+    } else {
+        record.add("octets", to_hex(chars(key.content)));
+    }
 }
 
 void add_key(const private_key_t& key, bool reveal, record_t& record) {
     record.add("family", key.family);
     add_oid("algorithm_oid", name_oid(key.algorithm), record);
     add_param_sets(key.param_sets, record);
-    if (key.bits != 0) {
-        record.add("bits", key.bits);
+    if (key.bits() != 0) {
+        record.add("bits", key.bits());
     }
-    if (key.is_gost) {
-        record.add("shape", key.shape);
-    }
-    record.add("size", key_octets(key).size);
+    record.add_if("shape", key.shape);
+    record.add("size", key.size);
     record.add_yes_or_no("attributes", key.has_attributes);
     record.add_yes_or_no("public_key", key.has_public_key);
-    record.add_yes_or_no("readable", key.readable);
+    record.add_yes_or_no("readable", key.key.has_value());
     if (reveal) {
-        record.add("key", to_hex(chars(key_octets(key))));
+        add_octets(key, record);
     }
 }
 
 class key_command_t {
   public:
-    key_command_t(const key_options_t& options, console_t& console) : options_(options), console_(console) {}
+    key_command_t(const key_options_t& options, console_t& console)
+        : options_(options), console_(console), cost_(options.iterations.limits()) {}
 
     void run();
 
   private:
     const key_options_t& options_;
     console_t& console_;
+    gost::limits cost_;                // what is left of the run's
     std::optional<secret_t> password_; // once it was needed
 
     bool run_pem(const std::string& text, const std::string& file);
     void show(std::string_view der, const place_t& place);
     void show_plain(std::string_view der, const place_t& place);
     void show_encrypted(std::string_view der, const place_t& place);
-    std::string add_decrypted_key(const encrypted_key_t& encrypted, record_t& record);
-    record_t start_key(const char* form, const blob_t& trailing, const place_t& place);
+    gost::result<gost::secret> decrypt(std::string_view der, const gost::encryption_scheme& scheme);
+    std::string add_decrypted_key(std::string_view der, const gost::encryption_scheme& scheme, record_t& record);
+    record_t start_key(const char* form, std::size_t num_trailing, const place_t& place);
     void fail_if(const std::string& problem, const place_t& place);
-    const std::optional<secret_t>& password();
+    const secret_t& password();
 };
 
 // No DER has a line that begins a PEM block, whereas text may start like DER.
@@ -107,51 +118,64 @@ void key_command_t::show_plain(std::string_view der, const place_t& place) {
     if (!read_private_key(der, key, problem)) {
         return fail_if(problem, place);
     }
-    record_t record = start_key("PrivateKeyInfo", key.trailing, place);
+    record_t record = start_key("PrivateKeyInfo", key.trailing.size, place);
     add_key(key, options_.reveal, record);
     warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
-    fail_if(find_fault(key), place);
+    fail_if(key.fault, place);
 }
 
 // The fields outside the ciphertext are shown whether or not the decryption succeeds. Nothing has failed if no password
 // was given.
 void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
-    encrypted_key_t encrypted;
-    if (!read_encrypted_key(der, encrypted)) {
-        return fail_if("not an EncryptedPrivateKeyInfo: a field is missing or malformed", place);
+    const std::string_view element = first_element(der);
+    const gost::result<gost::key_outline> outline = gost::private_key::inspect(element, cost_);
+    if (!outline) {
+        return fail_if("not an EncryptedPrivateKeyInfo: " + text_of(outline.error()), place);
     }
-    record_t record = start_key("EncryptedPrivateKeyInfo", encrypted.trailing, place);
-    add_encryption(encrypted.encryption, record);
-    record.add("ciphertext_size", encrypted.ciphertext.size);
-    record.add_if("not_read", encrypted.encryption.declined);
+    const gost::encryption_scheme& scheme = *outline->encryption;
+    record_t record = start_key("EncryptedPrivateKeyInfo", der.size() - element.size(), place);
+    add_encryption(scheme, record);
     std::string problem;
-    if (options_.password.given()) {
-        problem = encrypted.encryption.declined;
-        if (problem.empty()) {
-            problem = add_decrypted_key(encrypted, record);
-        }
+    if (scheme.unsupported.has_value()) {
+        problem = text_of(*scheme.unsupported);
+        record.add("not_read", problem);
+    } else if (options_.password.given()) {
+        problem = add_decrypted_key(element, scheme, record);
     }
     warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
-    fail_if(problem, place);
+    fail_if(options_.password.given() ? problem : "", place);
+}
+
+// What one key costs at most is taken from what the others may: PBES2 derives two blocks at most, and the old schemes of
+// PKCS#12 three, for a password that is empty also as if there were none.
+gost::result<gost::secret> key_command_t::decrypt(std::string_view der, const gost::encryption_scheme& scheme) {
+    const std::string_view text = password().text();
+    gost::result<gost::secret> plain = gost::private_key::decrypt(der, text, cost_);
+    const std::uint64_t num_blocks = !scheme.kdf.oid.empty() ? 2 : text.empty() ? 6 : 3;
+    cost_.max_total_iterations -= std::min(cost_.max_total_iterations, num_blocks * scheme.iterations);
+    return plain;
 }
 
 // Returns what is wrong, or nothing.
-std::string key_command_t::add_decrypted_key(const encrypted_key_t& encrypted, record_t& record) {
-    std::string der = decrypt_key(encrypted, password()).value_or("");
-    const wipe_at_end_t wiping(der);
+std::string key_command_t::add_decrypted_key(std::string_view der, const gost::encryption_scheme& scheme,
+                                             record_t& record) {
+    const gost::result<gost::secret> plain = decrypt(der, scheme);
+    if (!plain) {
+        return text_of(plain.error());
+    }
     private_key_t key;
     std::string problem;
-    if (der.empty() || !read_private_key(der, key, problem)) {
-        return "wrong password, or damaged: it does not decrypt to a PrivateKeyInfo";
+    if (!read_private_key(*plain, key, problem)) {
+        return problem;
     }
     add_key(key, options_.reveal, record);
-    return find_fault(key);
+    return key.fault;
 }
 
-record_t key_command_t::start_key(const char* form, const blob_t& trailing, const place_t& place) {
-    warn_of_trailing(place.subject, "key", trailing.size, console_);
+record_t key_command_t::start_key(const char* form, std::size_t num_trailing, const place_t& place) {
+    warn_of_trailing(place.subject, "key", num_trailing, console_);
     record_t record = start_record(place, options_.json);
     record.add("form", form);
     return record;
@@ -163,11 +187,11 @@ void key_command_t::fail_if(const std::string& problem, const place_t& place) {
     }
 }
 
-const std::optional<secret_t>& key_command_t::password() {
+const secret_t& key_command_t::password() {
     if (!password_.has_value()) {
         password_.emplace(options_.password.read(input_name(options_.file)));
     }
-    return password_;
+    return *password_;
 }
 
 } // namespace
@@ -177,12 +201,13 @@ void add_key_command(command_t& parent, console_t& console) {
     const auto options = std::make_shared<key_options_t>();
     command.add_argument("FILE", options->file, "PEM, with any number of keys, or DER; - is standard input");
     options->password.add_to(command);
+    options->iterations.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
     command.set_footer("Of an encrypted key, all that can be seen without its password is shown, also why it cannot be "
-                       "decrypted here (not_read), and with the password the key. readable: whether the key was found "
-                       "in its shape. size: of the key in that shape, in bytes; --reveal shows those bytes as they "
-                       "stand, masks included.\n"
+                       "decrypted here (not_read), and with the password the key. readable: whether it is a whole GOST "
+                       "key. size: of the key in its shape, in bytes. --reveal shows the number, highest byte first, "
+                       "from which masks are removed, or else all bytes in place of a key.\n"
                        "Examples:\n"
                        "  derkit key key.pem\n"
                        "  derkit key --password-ask encrypted.pem");

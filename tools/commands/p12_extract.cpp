@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include "commands/commands.h"
+#include "commands/gost_options.h"
 #include "commands/options.h"
 #include "formats/certificate.h"
-#include "formats/p12_container.h"
+#include "formats/container.h"
+#include "formats/der.h"
 #include "formats/pem.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
@@ -22,6 +24,7 @@ struct p12_extract_options_t {
     std::string file;
     std::string directory;
     container_password_option_t password;
+    container_options_t reading;
     bool force = false;
     bool partial = false;
 };
@@ -35,20 +38,39 @@ std::string certificate_name(const std::string& which) {
 }
 
 // Those of the files that can be told without the password.
-std::vector<std::string> names_seen_in(const pfx_outline_t& outline) {
+std::vector<std::string> names_seen_in(const gost::container& listed) {
     std::vector<std::string> names;
     unsigned int num_keys = 0;
     unsigned int num_certificates = 0;
-    for (const entry_outline_t& entry : outline.entries) {
-        for (const bag_outline_t& bag : entry.bags) {
-            if (bag.is_key) {
-                names.push_back(key_name(std::to_string(++num_keys)));
-            } else if (bag.is_certificate) {
-                names.push_back(certificate_name(std::to_string(++num_certificates)));
-            }
+    for (const gost::bag* const bag : listed.bags()) {
+        if (bag->type == gost::bag_type::private_key) {
+            names.push_back(key_name(std::to_string(++num_keys)));
+        } else if (bag->type == gost::bag_type::certificate) {
+            names.push_back(certificate_name(std::to_string(++num_certificates)));
         }
     }
     return names;
+}
+
+// What is read of a container, in file order.
+struct contents_t {
+    std::vector<const gost::bag*> keys;
+    std::vector<const gost::bag*> certificates;
+    std::vector<part_t> refused;
+};
+
+contents_t contents_of(const gost::container& opened) {
+    contents_t contents;
+    for (const part_t& part : parts_of(opened)) {
+        if (!find_refusal(part).empty()) {
+            contents.refused.push_back(part);
+        } else if (part.is(gost::bag_type::private_key)) {
+            contents.keys.push_back(part.bag);
+        } else if (part.is(gost::bag_type::certificate)) {
+            contents.certificates.push_back(part.bag);
+        }
+    }
+    return contents;
 }
 
 class p12_extract_t {
@@ -64,28 +86,31 @@ class p12_extract_t {
     std::string name_; // of the file, in messages
 
     destination_t destination() const;
-    void tell_skipped(const p12_container_t& container);
-    void extract(const p12_container_t& container);
-    void add_key(const blob_t& value, const std::string& which, file_set_t& files);
-    void add_certificate(const blob_t& value, const std::string& which, file_set_t& files);
-    std::string_view without_trailing(const blob_t& value, const blob_t& trailing, const std::string& which);
+    void extract(const contents_t& contents);
+    void add_key(std::string_view value, const std::string& which, file_set_t& files);
+    void add_certificate(std::string_view value, const std::string& which, file_set_t& files);
+    std::string_view without_trailing(std::string_view value, const std::string& which);
 };
 
 void p12_extract_t::run() {
     options_.password.require_free_stdin(options_.file);
-    std::string bytes = read_filled_input(options_.file);
-    require_room_for(destination(), names_seen_in(outline_readable_pfx(name_, bytes)));
+    const gost::open_options reading = options_.reading.get();
+    const std::string bytes = read_filled_input(options_.file);
+    require_room_for(destination(), names_seen_in(list_openable_container(name_, bytes, reading)));
     const std::optional<secret_t> password = options_.password.read(options_.file);
-    const p12_container_t container(name_, std::move(bytes), password);
-    tell_skipped(container);
-    if (!container.skipped().empty() && !options_.partial) {
+    const gost::container opened = open_container(name_, bytes, password, reading);
+    const contents_t contents = contents_of(opened);
+    for (const part_t& part : contents.refused) {
+        console_.fail(name_ + ": " + part.typed_place(), find_refusal(part));
+    }
+    if (!contents.refused.empty() && !options_.partial) {
         throw failure_t(name_,
                         "nothing is extracted, because not everything can be read (--partial extracts the rest)");
     }
-    if (container.keys().empty() && container.certificates().empty()) {
+    if (contents.keys.empty() && contents.certificates.empty()) {
         throw failure_t(name_, "holds neither a key nor a certificate that can be read");
     }
-    extract(container);
+    extract(contents);
 }
 
 destination_t p12_extract_t::destination() const {
@@ -93,21 +118,15 @@ destination_t p12_extract_t::destination() const {
             options_.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED};
 }
 
-void p12_extract_t::tell_skipped(const p12_container_t& container) {
-    for (const std::string& text : container.skipped()) {
-        console_.fail(name_, text);
-    }
-}
-
-void p12_extract_t::extract(const p12_container_t& container) {
+void p12_extract_t::extract(const contents_t& contents) {
     file_set_t files(destination());
     unsigned int index = 0;
-    for (const opened_bag_t& bag : container.keys()) {
-        add_key(bag.bag->value, std::to_string(++index), files);
+    for (const gost::bag* const key : contents.keys) {
+        add_key(key->value, std::to_string(++index), files);
     }
     index = 0;
-    for (const opened_bag_t& bag : container.certificates()) {
-        add_certificate(bag.bag->value, std::to_string(++index), files);
+    for (const gost::bag* const certificate : contents.certificates) {
+        add_certificate(certificate->value, std::to_string(++index), files);
     }
     files.place();
     for (const std::string& path : files.paths()) {
@@ -117,33 +136,34 @@ void p12_extract_t::extract(const p12_container_t& container) {
     files.keep();
 }
 
-void p12_extract_t::add_key(const blob_t& value, const std::string& which, file_set_t& files) {
+void p12_extract_t::add_key(std::string_view value, const std::string& which, file_set_t& files) {
     private_key_t key;
     std::string problem;
-    if (!read_private_key(chars(value), key, problem)) {
+    if (!read_private_key(value, key, problem)) {
         throw failure_t(name_ + ": key " + which, problem);
     }
-    std::string pem = write_pem("PRIVATE KEY", without_trailing(value, key.trailing, "key " + which));
+    std::string pem = write_pem("PRIVATE KEY", without_trailing(value, "key " + which));
     const wipe_at_end_t wiped(pem);
     files.add(key_name(which), secrecy_t::SECRET, pem);
 }
 
-void p12_extract_t::add_certificate(const blob_t& value, const std::string& which, file_set_t& files) {
+void p12_extract_t::add_certificate(std::string_view value, const std::string& which, file_set_t& files) {
     certificate_t certificate;
     std::string problem;
-    if (!read_certificate(chars(value), certificate, problem)) {
+    if (!read_certificate(value, certificate, problem)) {
         throw failure_t(name_ + ": certificate " + which, problem);
     }
-    const std::string_view der = without_trailing(value, certificate.trailing, "certificate " + which);
+    const std::string_view der = without_trailing(value, "certificate " + which);
     files.add(certificate_name(which), secrecy_t::PUBLIC, write_pem("CERTIFICATE", der));
 }
 
-std::string_view p12_extract_t::without_trailing(const blob_t& value, const blob_t& trailing,
-                                                 const std::string& which) {
-    if (trailing.size != 0) {
-        console_.warn(name_ + ": " + which, std::to_string(trailing.size) + " bytes after it are left out");
+std::string_view p12_extract_t::without_trailing(std::string_view value, const std::string& which) {
+    const std::string_view element = first_element(value);
+    if (element.size() != value.size()) {
+        console_.warn(name_ + ": " + which,
+                      std::to_string(value.size() - element.size()) + " bytes after it are left out");
     }
-    return chars(value.data, value.size - trailing.size);
+    return element;
 }
 
 } // namespace
@@ -155,6 +175,7 @@ void add_p12_extract(command_t& p12, console_t& console) {
     command.add_option({"--out", "DIR", "Where key-1.pem, certificate-1.pem and so on go; made if missing"},
                        options->directory);
     options->password.add_to(command);
+    options->reading.add_to(command);
     command.add_flag("--force", options->force, "Overwrite files that are there");
     command.add_flag("--partial", options->partial, "Extract what can be read although something cannot");
     command.require({"--out"});

@@ -1,11 +1,8 @@
 // derkit p12 make: a container of a key and its certificates.
-#include <algorithm>
-#include <array>
-#include <list>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gcrypt.h>
@@ -13,12 +10,11 @@
 
 #include "commands/commands.h"
 #include "commands/options.h"
-#include "derkit/pkcs12_helper.h"
+#include "derkit/gost/container.h"
 #include "formats/certificate.h"
-#include "formats/gost_pbe_crypto.h"
-#include "formats/p12_container.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
+#include "io/cryptography.h"
 #include "io/output.h"
 #include "io/secret.h"
 
@@ -36,57 +32,34 @@ struct p12_make_options_t {
 
 constexpr unsigned int SHA1_SIZE = 20;
 
-// What goes into a container, all of it encrypted: the key first.
-struct p12_parts_t {
-    std::string key;
-    std::vector<std::string> certificates;
-    std::string friendly_name; // UTF-16
-    std::array<unsigned char, SHA1_SIZE> local_key_id = {};
-};
-
-pkcs12_bag_t make_bag(unsigned int type, std::string_view value) {
-    pkcs12_bag_t bag;
+gost::bag make_bag(gost::bag_type type, std::string_view value) {
+    gost::bag bag;
     bag.type = type;
-    bag.value = make_blob(value);
+    bag.value = gost::secret(value);
     return bag;
 }
 
 // The key and the first certificate, which belongs to it, share a name and a number.
-void mark_as_pair(const p12_parts_t& parts, pkcs12_bag_t& bag) {
-    bag.friendly_name.size = size_of(parts.friendly_name);
-    bag.friendly_name.data = octets(parts.friendly_name);
-    bag.local_key_id.size = SHA1_SIZE;
-    bag.local_key_id.data = parts.local_key_id.data();
-}
-
-std::list<pkcs12_bag_t> make_bags(const p12_parts_t& parts) {
-    std::list<pkcs12_bag_t> bags;
-    bags.push_back(make_bag(KEY_BAG, parts.key));
-    mark_as_pair(parts, bags.back());
-    for (const std::string& certificate : parts.certificates) {
-        bags.push_back(make_bag(CERTIFICATE_BAG, certificate));
-        if (&certificate == &parts.certificates.front()) {
-            mark_as_pair(parts, bags.back());
+gost::container make_container(const std::string& name, gost::secret key,
+                               const std::vector<std::string>& certificates) {
+    std::string local_key_id(SHA1_SIZE, '\0');
+    gcry_md_hash_buffer(GCRY_MD_SHA1, local_key_id.data(), certificates.front().data(), certificates.front().size());
+    const auto mark_as_pair = [&](gost::bag& bag) {
+        bag.friendly_name = name;
+        bag.local_key_id = local_key_id;
+    };
+    gost::container made;
+    gost::bag key_bag = make_bag(gost::bag_type::private_key, key);
+    mark_as_pair(key_bag);
+    made.add(std::move(key_bag));
+    for (const std::string& certificate : certificates) {
+        gost::bag bag = make_bag(gost::bag_type::certificate, certificate);
+        if (&certificate == &certificates.front()) {
+            mark_as_pair(bag);
         }
+        made.add(std::move(bag));
     }
-    return bags;
-}
-
-bool is_same(const opened_bag_t& opened, std::string_view value) {
-    return chars(opened.bag->value) == value;
-}
-
-// The library can write a length of 65,536 or more too short.
-bool comes_back(const p12_parts_t& parts, const std::string& bytes, const std::optional<secret_t>& password) {
-    try {
-        const p12_container_t container("", bytes, password);
-        return container.skipped().empty() && container.keys().size() == 1 &&
-               is_same(container.keys().front(), parts.key) &&
-               std::equal(container.certificates().begin(), container.certificates().end(), parts.certificates.begin(),
-                          parts.certificates.end(), is_same);
-    } catch (const failure_t&) {
-        return false;
-    }
+    return made;
 }
 
 void require_free_inputs(const p12_make_options_t& options) {
@@ -118,26 +91,6 @@ secret_t read_password(const p12_make_options_t& options) {
         throw failure_t(name, "the two passwords differ");
     }
     return password;
-}
-
-std::string encode_name(const std::string& text) {
-    std::optional<std::string> name = utf16_from_utf8(text);
-    if (!name.has_value()) {
-        throw failure_t("--name", "is not UTF-8");
-    }
-    return std::move(*name);
-}
-
-std::string encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto, const std::string& file) {
-    pkcs12_easy_t easy;
-    easy.encrypted_bags = make_bags(parts);
-    std::string bytes;
-    try {
-        asn_write_pkcs12_easy(easy, &crypto, bytes);
-    } catch (const std::runtime_error& error) {
-        throw failure_t(file, error.what());
-    }
-    return bytes;
 }
 
 destination_t destination_of(const p12_make_options_t& options) {
@@ -176,24 +129,21 @@ std::vector<std::string> read_certificates(const std::vector<std::string>& files
 void run(const p12_make_options_t& options, console_t& console) {
     require_free_inputs(options);
     require_room_for_output(options);
-    p12_parts_t parts;
-    const wipe_at_end_t wiped(parts.key);
-    parts.friendly_name = encode_name(options.name);
-    parts.certificates = read_certificates(options.certificates);
-    const key_file_t key(options.key);
-    const std::optional<secret_t> password = read_password(options);
-    const container_profile_t profile =
-        options.profile == "native" ? container_profile_t::NATIVE : container_profile_t::STANDARD;
-    gost_pbe_crypto_t crypto(password, profile); // starts libgcrypt, also for the digest below
-    parts.key = key.open(password);
-    const std::string& first = parts.certificates.front();
-    gcry_md_hash_buffer(GCRY_MD_SHA1, parts.local_key_id.data(), first.data(), first.size());
-
-    const std::string bytes = encode(parts, crypto, output_name(options));
-    if (!comes_back(parts, bytes, password)) {
-        throw failure_t(output_name(options), "the size of the container does not fit into its header");
+    if (!utf16_from_utf8(options.name).has_value()) {
+        throw failure_t("--name", "is not UTF-8");
     }
-    write(options, bytes, console);
+    start_libgcrypt();
+    const std::vector<std::string> certificates = read_certificates(options.certificates);
+    const key_file_t key(options.key);
+    const secret_t password = read_password(options);
+    gost::write_options writing;
+    writing.to = options.profile == "native" ? gost::format::native : gost::format::gost94;
+    const gost::container made = make_container(options.name, key.open(secret_t(password.text())), certificates);
+    const gost::result<std::string> bytes = made.write(password.text(), writing);
+    if (!bytes) {
+        throw failure_t(output_name(options), text_of(bytes.error()));
+    }
+    write(options, *bytes, console);
 }
 
 } // namespace

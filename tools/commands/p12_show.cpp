@@ -1,47 +1,64 @@
 // derkit p12 show: what can be seen of a container without its password, and what it holds.
-#include <initializer_list>
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "commands/commands.h"
 #include "commands/facts.h"
+#include "commands/gost_facts.h"
+#include "commands/gost_options.h"
 #include "commands/options.h"
 #include "formats/certificate.h"
-#include "formats/p12_container.h"
-#include "formats/pfx_outline.h"
+#include "formats/container.h"
+#include "formats/der.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
 #include "io/input.h"
 
 namespace {
 
+constexpr const char* OID_FRIENDLY_NAME = "1.2.840.113549.1.9.20";
+
 struct p12_show_options_t {
     std::string file;
     container_password_option_t password;
+    container_options_t reading;
     oid_map_option_t oid_map;
     t61_option_t t61;
     bool json = false;
 };
 
-// PBMAC1 has salt and iterations of its own; those of the container mean nothing then.
-void add_mac(const mac_outline_t& mac, record_t& record) {
-    add_named("algorithm", "algorithm_oid", mac.algorithm.scheme, record);
-    record.add("size", mac.size);
-    if (mac.algorithm.kdf.has_value()) {
-        add_derivation(mac.algorithm, record);
-        add_named("mac", "mac_oid", mac.algorithm.cipher, record);
-    } else {
-        record.add("salt_size", mac.salt_size);
-        record.add("iterations", mac.iterations);
+const char* verdict_text(gost::mac_verdict verdict) {
+    switch (verdict) {
+    case gost::mac_verdict::good:
+        return "good";
+    case gost::mac_verdict::wrong:
+        return "wrong";
+    case gost::mac_verdict::none:
+        return "none";
+    case gost::mac_verdict::unsupported:
+        return "unsupported";
+    case gost::mac_verdict::not_checked:
+        break;
     }
+    return "not checked";
 }
 
-void add_declinable_encryption(const std::optional<pbe_outline_t>& pbe, record_t& record) {
-    if (pbe.has_value()) {
-        add_encryption(*pbe, record);
-        record.add_if("not_read", pbe->declined);
-    }
+// The library keeps a name that is not UTF-16 with the other attributes.
+bool has_unreadable_name(const gost::bag& bag) {
+    return !bag.friendly_name.has_value() && std::ranges::any_of(bag.attributes, [](const gost::attribute& attribute) {
+        return attribute.oid == OID_FRIENDLY_NAME;
+    });
+}
+
+// Damage is a failure also where nothing was to be opened.
+bool is_damaged(const std::optional<gost::failure>& refusal) {
+    return refusal.has_value() && refusal->why == gost::cause::malformed;
+}
+
+bool is_damaged(const part_t& part) {
+    return is_damaged(part.bag != nullptr ? part.bag->refusal : part.entry->refusal);
 }
 
 class p12_show_t {
@@ -52,51 +69,64 @@ class p12_show_t {
     void run();
 
   private:
-    struct index_t {
-        const char* key;
-        std::size_t number; // from 1
-    };
-
     const p12_show_options_t& options_;
     console_t& console_;
     std::string name_; // of the file, in messages
 
-    void show_outside(const pfx_outline_t& outline);
-    void show_mac(const pfx_outline_t& outline);
-    void show_entry(const entry_outline_t& entry, std::size_t index);
-    void show_outer_bag(const bag_outline_t& bag, std::size_t entry_index, std::size_t index);
-
-    void show_inside(const p12_container_t& container, oid_map_handle_t map);
-    void show_good_mac(const p12_container_t& container);
-    void show_key(const opened_bag_t& bag, unsigned int index);
-    void show_certificate(const opened_bag_t& bag, unsigned int index, oid_map_handle_t map);
-    void add_attributes(const opened_bag_t& bag, const std::string& place, record_t& record);
+    void show_outside(const gost::container& listed);
+    void show_inside(const gost::container& opened);
+    void show_kind(const gost::container& container, bool is_open, const std::optional<gost::failure>& obstacle);
+    void show_mac(const gost::container_mac& mac, bool is_open);
+    void warn_of_distrust(gost::mac_verdict verdict);
+    void show_part(const part_t& part);
+    void show_opened(const part_t& part, unsigned int& num_keys, unsigned int& num_certificates, oid_map_handle_t map);
+    void show_key(const part_t& part, unsigned int index);
+    void show_certificate(const part_t& part, unsigned int index, oid_map_handle_t map);
+    void add_attributes(const part_t& part, const std::string& place, record_t& record);
     void put(const record_t& record, const std::string& place);
     void fail(const std::string& place, const std::string& problem);
-
-    record_t new_record(const char* object, std::initializer_list<index_t> place = {}) const;
+    record_t new_record(const char* object) const;
+    record_t numbered_record(const char* object, unsigned int index) const;
+    record_t part_record(const part_t& part) const;
 };
 
 void p12_show_t::run() {
     options_.password.require_free_stdin(options_.file);
-    std::string bytes = read_filled_input(options_.file);
-    if (!options_.password.given()) {
-        show_outside(outline_pfx(bytes));
-        return;
+    const gost::open_options reading = options_.reading.get();
+    const std::string bytes = read_filled_input(options_.file);
+    if (options_.password.given()) {
+        list_openable_container(name_, bytes, reading); // before a password is asked for
+        const std::optional<secret_t> password = options_.password.read(options_.file);
+        show_inside(open_container(name_, bytes, password, reading));
+    } else {
+        show_outside(list_container(name_, bytes, reading.cost));
     }
-    const oid_map_handle_t map = options_.oid_map.load();
-    outline_readable_pfx(name_, bytes); // before a password is asked for
-    const std::optional<secret_t> password = options_.password.read(options_.file);
-    show_inside(p12_container_t(name_, std::move(bytes), password), map);
+    warn_of_trailing(name_, "container", bytes.size() - first_element(bytes).size(), console_);
 }
 
 // In lines, the prefix names the kind of object and its place.
-record_t p12_show_t::new_record(const char* object, std::initializer_list<index_t> place) const {
+record_t p12_show_t::new_record(const char* object) const {
     record_t record;
     if (options_.json) {
         record.add("object", object);
-        for (const index_t& index : place) {
-            record.add(index.key, static_cast<unsigned int>(index.number));
+    }
+    return record;
+}
+
+record_t p12_show_t::numbered_record(const char* object, unsigned int index) const {
+    record_t record = new_record(object);
+    if (options_.json) {
+        record.add("index", index);
+    }
+    return record;
+}
+
+record_t p12_show_t::part_record(const part_t& part) const {
+    record_t record = new_record(part.bag != nullptr ? "bag" : "entry");
+    if (options_.json) {
+        record.add("entry", static_cast<unsigned int>(part.entry_number));
+        if (part.bag != nullptr) {
+            record.add("bag", static_cast<unsigned int>(part.bag_number));
         }
     }
     return record;
@@ -111,89 +141,110 @@ void p12_show_t::fail(const std::string& place, const std::string& problem) {
     console_.fail(name_ + ": " + place, problem);
 }
 
-void p12_show_t::show_outside(const pfx_outline_t& outline) {
-    if (!outline.is_container()) {
-        throw failure_t(name_, outline.fault());
+void p12_show_t::show_outside(const gost::container& listed) {
+    show_kind(listed, false, find_obstacle(listed, gost::integrity::required));
+    show_mac(listed.mac(), false);
+    for (const part_t& part : parts_of(listed)) {
+        show_part(part);
+        if (is_damaged(part)) {
+            fail(part.typed_place(), find_refusal(part));
+        }
     }
-    show_mac(outline);
-    for (std::size_t i = 0; i < outline.entries.size(); ++i) {
-        show_entry(outline.entries[i], i);
-    }
-    if (!outline.problem.empty()) {
-        console_.fail(name_, outline.fault());
-    }
-    warn_of_trailing(name_, "container", outline.trailing_size, console_);
 }
 
-void p12_show_t::show_mac(const pfx_outline_t& outline) {
+void p12_show_t::show_kind(const gost::container& container, bool is_open,
+                           const std::optional<gost::failure>& obstacle) {
+    record_t record = new_record("container");
+    record.add("kind", gost::name_of(container.kind()));
+    record.add("kind_number", static_cast<unsigned int>(container.kind()));
+    if (is_open) {
+        record.add("form", container.form() == gost::container_form::native ? "native" : "standard");
+    }
+    if (obstacle.has_value()) {
+        record.add("not_read", text_of(*obstacle));
+    }
+    put(record, "container");
+}
+
+void p12_show_t::show_mac(const gost::container_mac& mac, bool is_open) {
     record_t record = new_record("mac");
-    if (outline.mac.has_value()) {
-        add_mac(*outline.mac, record);
+    if (is_open) {
+        record.add("verdict", verdict_text(mac.verdict));
+    }
+    if (mac.key != gost::mac_key::unknown) {
+        record.add("key", mac.key == gost::mac_key::pbkdf2 ? "PBKDF2" : "PKCS#12 KDF");
+    }
+    if (mac.scheme.has_value()) {
+        add_mac(*mac.scheme, record);
     } else {
         record.add("algorithm", "none");
     }
-    record.add_if("not_read", outline.declined);
+    if (mac.scheme.has_value() && mac.scheme->unsupported.has_value()) {
+        record.add("not_read", text_of(*mac.scheme->unsupported));
+    }
     put(record, "mac");
 }
 
-void p12_show_t::show_entry(const entry_outline_t& entry, std::size_t index) {
-    record_t record = new_record("entry", {{"entry", index + 1}});
-    add_named("content_type", "content_type_oid", entry.content_type, record);
-    record.add("size", entry.size);
-    add_declinable_encryption(entry.encryption, record);
-    record.add_if("not_read", entry.declined);
-    put(record, entry_place(index));
-    for (std::size_t i = 0; i < entry.bags.size(); ++i) {
-        show_outer_bag(entry.bags[i], index, i);
+void p12_show_t::show_part(const part_t& part) {
+    record_t record = part_record(part);
+    if (part.bag == nullptr) {
+        add_named("content_type", "content_type_oid", name_of(part.entry->content_type), record);
+    } else {
+        add_named("type", "type_oid", name_of(part.bag->id), record);
+    }
+    const auto& encryption = part.bag != nullptr ? part.bag->encryption : part.entry->encryption;
+    if (encryption.has_value()) {
+        add_encryption(*encryption, record);
+    }
+    record.add_if("not_read", find_refusal(part));
+    put(record, part.place());
+}
+
+void p12_show_t::show_inside(const gost::container& opened) {
+    const oid_map_handle_t map = options_.oid_map.load();
+    show_kind(opened, true, std::nullopt);
+    show_mac(opened.mac(), true);
+    warn_of_distrust(opened.mac().verdict);
+    unsigned int num_keys = 0;
+    unsigned int num_certificates = 0;
+    for (const part_t& part : parts_of(opened)) {
+        const std::string refusal = find_refusal(part);
+        if (refusal.empty()) {
+            show_opened(part, num_keys, num_certificates, map);
+        } else {
+            show_part(part);
+            fail(part.typed_place(), refusal);
+        }
     }
 }
 
-void p12_show_t::show_outer_bag(const bag_outline_t& bag, std::size_t entry_index, std::size_t index) {
-    record_t record = new_record("bag", {{"entry", entry_index + 1}, {"bag", index + 1}});
-    add_named("type", "type_oid", bag.type, record);
-    record.add("size", bag.size);
-    add_declinable_encryption(bag.encryption, record);
-    record.add_if("not_read", bag.declined);
-    put(record, bag_place(entry_place(entry_index), index));
+void p12_show_t::warn_of_distrust(gost::mac_verdict verdict) {
+    if (verdict != gost::mac_verdict::good) {
+        console_.warn(name_, std::string("anyone may have made or altered it: MAC ") + verdict_text(verdict));
+    }
 }
 
-void p12_show_t::show_inside(const p12_container_t& container, oid_map_handle_t map) {
-    show_good_mac(container);
-    unsigned int index = 0;
-    for (const opened_bag_t& bag : container.keys()) {
-        show_key(bag, ++index);
+void p12_show_t::show_opened(const part_t& part, unsigned int& num_keys, unsigned int& num_certificates,
+                             oid_map_handle_t map) {
+    if (part.is(gost::bag_type::private_key)) {
+        show_key(part, ++num_keys);
+    } else if (part.is(gost::bag_type::certificate)) {
+        show_certificate(part, ++num_certificates, map);
     }
-    index = 0;
-    for (const opened_bag_t& bag : container.certificates()) {
-        show_certificate(bag, ++index, map);
-    }
-    for (const std::string& text : container.skipped()) {
-        console_.fail(name_, text);
-    }
-    warn_of_trailing(name_, "container", container.outline().trailing_size, console_);
 }
 
-void p12_show_t::show_good_mac(const p12_container_t& container) {
-    record_t record = new_record("mac");
-    record.add("verdict", "good");
-    record.add("profile", container.profile() == container_profile_t::NATIVE ? "native" : "standard");
-    record.add("key", container.mac_key() == mac_key_t::PBKDF2 ? "PBKDF2" : "PKCS#12 KDF");
-    add_mac(*container.outline().mac, record);
-    put(record, "mac");
-}
-
-void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
+void p12_show_t::show_key(const part_t& part, unsigned int index) {
     const std::string place = "key " + std::to_string(index);
-    record_t record = new_record("key", {{"index", index}});
-    add_attributes(bag, place, record);
+    record_t record = numbered_record("key", index);
+    add_attributes(part, place, record);
     private_key_t key;
     std::string problem;
-    if (read_private_key(chars(bag.bag->value), key, problem)) {
+    if (read_private_key(part.bag->value, key, problem)) {
         record.add("family", key.family);
         record.add_if("shape", key.shape);
-        record.add_if("bits", key.bits != 0 ? std::optional(key.bits) : std::nullopt);
-        record.add_yes_or_no("readable", key.readable);
-        problem = find_fault(key);
+        record.add_if("bits", key.bits() != 0 ? std::optional(key.bits()) : std::nullopt);
+        record.add_yes_or_no("readable", key.key.has_value());
+        problem = key.fault;
     }
     if (!problem.empty()) {
         fail(place, problem);
@@ -201,13 +252,13 @@ void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
     put(record, place);
 }
 
-void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, oid_map_handle_t map) {
+void p12_show_t::show_certificate(const part_t& part, unsigned int index, oid_map_handle_t map) {
     const std::string place = "certificate " + std::to_string(index);
-    record_t record = new_record("certificate", {{"index", index}});
-    add_attributes(bag, place, record);
+    record_t record = numbered_record("certificate", index);
+    add_attributes(part, place, record);
     certificate_t certificate;
     std::string problem;
-    if (!read_certificate(chars(bag.bag->value), certificate, problem)) {
+    if (!read_certificate(part.bag->value, certificate, problem)) {
         fail(place, problem);
         put(record, place);
         return;
@@ -219,18 +270,20 @@ void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, o
     put(record, place);
 }
 
-void p12_show_t::add_attributes(const opened_bag_t& bag, const std::string& place, record_t& record) {
-    record.add_yes_or_no("encrypted", bag.encrypted);
-    const bmp_string_t& friendly_name = bag.bag->friendly_name;
-    if (friendly_name.size != 0) {
-        const std::optional<std::string> text = utf8_from_utf16(chars(friendly_name.data, friendly_name.size));
-        if (text.has_value()) {
-            record.add("friendly_name", shown_text_t::without_escapes(*text));
-        } else {
-            fail(place, "friendly name is not UTF-16");
-        }
+void p12_show_t::add_attributes(const part_t& part, const std::string& place, record_t& record) {
+    const gost::bag& bag = *part.bag;
+    record.add_yes_or_no("encrypted", part.encryption().has_value());
+    if (part.encryption().has_value()) {
+        add_encryption(*part.encryption(), record);
     }
-    record.add_if("local_key_id", to_hex(chars(bag.bag->local_key_id)));
+    if (bag.friendly_name.has_value() && !bag.friendly_name->empty()) {
+        record.add("friendly_name", shown_text_t::without_escapes(*bag.friendly_name));
+    } else if (has_unreadable_name(bag)) {
+        fail(place, "friendly name is not UTF-16");
+    }
+    if (bag.local_key_id.has_value()) {
+        record.add_if("local_key_id", to_hex(*bag.local_key_id));
+    }
 }
 
 } // namespace
@@ -240,12 +293,14 @@ void add_p12_show(command_t& p12, console_t& console) {
     const auto options = std::make_shared<p12_show_options_t>();
     command.add_argument("FILE", options->file, "A container; - is standard input");
     options->password.add_to(command);
+    options->reading.add_to(command);
     options->oid_map.add_to(command);
     options->t61.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
-    command.set_footer("Without a password: the algorithms and their parameters, and why something cannot be read "
-                       "(not_read). With one: whether the MAC is good, and the keys and certificates.\n"
-                       "Example:\n"
-                       "  derkit p12 show --password-ask container.p12");
+    command.set_footer(
+        "Without a password: the kind of container, the algorithms and their parameters, and why something "
+        "cannot be read (not_read). With one: whether the MAC is good, and the keys and certificates.\n"
+        "Example:\n"
+        "  derkit p12 show --password-ask container.p12");
     command.set_action([options, &console] { p12_show_t(*options, console).run(); });
 }

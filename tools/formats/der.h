@@ -36,6 +36,13 @@ inline asn_cursor_t cursor_over(std::string_view der) {
     return asn_cursor_t(make_blob(der));
 }
 
+// The first element; all octets if they do not begin with a whole one.
+inline std::string_view first_element(std::string_view bytes) {
+    asn_cursor_t in = cursor_over(bytes);
+    in.skip(asn_tag_t::ANY);
+    return in.ok() ? bytes.substr(0, bytes.size() - in.size) : bytes;
+}
+
 // The first element of a file with a few bytes after it, if there are any. Shorter if the file is cut short, and a few
 // bytes only if it does not start with `tag`.
 inline std::string_view look_at_element(input_stream_t& input, asn_tag_t::Type tag) {

@@ -2,118 +2,30 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
-#include "derkit/pkcs8_helper.h"
 #include "formats/der.h"
-#include "formats/gost_pbe_crypto.h"
 #include "formats/pem.h"
 #include "io/failure.h"
 
 namespace {
 
-constexpr const char* UNKNOWN_SHAPE = "unknown";
-
 constexpr unsigned char CONTEXT_1_PRIMITIVE = 0x81;
 
-struct gost_family_t {
-    std::string_view oid;
-    std::string_view name;
-    unsigned int size; // of a key, in octets
+// Families that the GOST library has no keys of. RFC 4357 10.1 and 10.2.
+constexpr std::pair<std::string_view, const char*> OLD_FAMILIES[] = {
+    {"1.2.643.2.2.20", "GOST R 34.10-94"},
+    {"1.2.643.2.2.99", "GOST R 34.10-94 key agreement"},
 };
-
-// RFC 4357, RFC 9215. Some programs keep a key under the OID of its key agreement.
-constexpr gost_family_t GOST_FAMILIES[] = {
-    {"1.2.643.2.2.20", "GOST R 34.10-94", 32},
-    {"1.2.643.2.2.19", "GOST R 34.10-2001", 32},
-    {"1.2.643.7.1.1.1.1", "GOST R 34.10-2012 256", 32},
-    {"1.2.643.7.1.1.1.2", "GOST R 34.10-2012 512", 64},
-    {"1.2.643.2.2.99", "GOST R 34.10-94 key agreement", 32},
-    {"1.2.643.2.2.98", "GOST R 34.10-2001 key agreement", 32},
-    {"1.2.643.7.1.1.6.1", "GOST R 34.10-2012 256 key agreement", 32},
-    {"1.2.643.7.1.1.6.2", "GOST R 34.10-2012 512 key agreement", 64},
-};
-
-const gost_family_t* find_gost_family(const blob_t& algorithm) {
-    const std::string dotted = name_oid(algorithm).oid;
-    const gost_family_t* const found = std::ranges::find(GOST_FAMILIES, dotted, &gost_family_t::oid);
-    return found != std::end(GOST_FAMILIES) ? found : nullptr;
-}
 
 std::string other_family(const blob_t& algorithm) {
     const std::string dotted = name_oid(algorithm).oid;
-    return I2S_PKI_ALG_T->getString(PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size), dotted.c_str());
-}
-
-// A key, perhaps followed by masks of the same size: K | M1 | ... | Mk.
-bool is_key_with_masks(const blob_t& octets, unsigned int key_size) {
-    return octets.size != 0 && octets.size % key_size == 0;
-}
-
-std::string masks_suffix(const blob_t& octets, unsigned int key_size) {
-    const unsigned int num_masks = octets.size / key_size - 1;
-    if (num_masks == 0) {
-        return "";
-    }
-    return num_masks == 1 ? ", key and mask" : ", key and " + std::to_string(num_masks) + " masks";
-}
-
-// Fills the key's fields from octets that may contain masks. Any other number of octets is no key, but the shape is
-// known all the same.
-void set_masked_key(const std::string& shape, const blob_t& octets, unsigned int key_size, private_key_t& out) {
-    out.shape = shape;
-    out.secret = octets;
-    if (is_key_with_masks(octets, key_size)) {
-        out.shape += masks_suffix(octets, key_size);
-        out.bits = 8 * key_size;
-    }
-}
-
-// Big-endian, unlike the other shapes. Some writers omit the zero octet that keeps the number positive.
-void set_integer_key(const blob_t& content, unsigned int key_size, private_key_t& out) {
-    out.shape = "INTEGER";
-    out.secret = content;
-    const std::string_view number = chars(content);
-    const std::size_t num_zeros = std::min(number.find_first_not_of('\0'), number.size());
-    if (num_zeros != number.size() && number.size() - num_zeros <= key_size) {
-        out.bits = 8 * key_size;
-    }
-}
-
-// GostR3410-2012-KeyValueInfo ::= SEQUENCE {                                                        RFC 9548
-//   GostR3410-2012-KeyValueMask, GostR3410-2012-PublicKey }
-// Both are OCTET STRINGs.
-void set_key_with_public_key(asn_cursor_t key_value_info, unsigned int key_size, private_key_t& out) {
-    const blob_t octets = key_value_info.read(asn_tag_t::OCTET_STRING);
-    key_value_info.skip(asn_tag_t::OCTET_STRING);
-    if (key_value_info.ok()) {
-        set_masked_key("SEQUENCE of OCTET STRING and public key", octets, key_size, out);
-        out.has_public_key = true;
-    }
-}
-
-// Octets of exactly the size of a key are one, even if they look like DER: an OCTET STRING or INTEGER around a key is
-// longer.
-void recognise_shape(unsigned int key_size, private_key_t& out) {
-    out.shape = UNKNOWN_SHAPE;
-    if (is_key_with_masks(out.content, key_size)) {
-        return set_masked_key("raw", out.content, key_size, out);
-    }
-    asn_cursor_t in(out.content);
-    if (in.next_is(asn_tag_t::OCTET_STRING)) {
-        const blob_t octets = in.read(asn_tag_t::OCTET_STRING);
-        if (in.ok()) {
-            set_masked_key("OCTET STRING", octets, key_size, out);
-        }
-    } else if (in.next_is(asn_tag_t::INTEGER)) {
-        const blob_t number = in.read(asn_tag_t::INTEGER);
-        if (in.ok()) {
-            set_integer_key(number, key_size, out);
-        }
-    } else {
-        set_key_with_public_key(in.enter(asn_tag_t::SEQUENCE), key_size, out);
-    }
+    const auto* const old = std::ranges::find(OLD_FAMILIES, dotted, [](const auto& row) { return row.first; });
+    return old != std::end(OLD_FAMILIES)
+               ? old->second
+               : I2S_PKI_ALG_T->getString(PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size), dotted.c_str());
 }
 
 // Algorithms other than GOST have one OID without a SEQUENCE, something else or nothing.
@@ -153,6 +65,29 @@ void read_fields(std::string_view der, private_key_t& out, missing_field_t& miss
     read_optional_fields(key_info, out);
 }
 
+// What the GOST library says of the key.
+void examine(std::string_view der, private_key_t& out) {
+    const gost::result<gost::key_outline> outline = gost::private_key::inspect(der);
+    out.is_gost = outline && outline->family.has_value();
+    out.size = out.content.size;
+    if (!out.is_gost) {
+        out.family = other_family(out.algorithm);
+        return;
+    }
+    out.family = outline->algorithm.name;
+    if (outline->shape.has_value()) {
+        out.shape = gost::name_of(*outline->shape);
+        out.size = static_cast<unsigned int>(outline->size);
+        out.has_public_key = outline->has_public_key;
+    }
+    gost::result<gost::private_key> key = gost::private_key::read(der);
+    if (key) {
+        out.key = *std::move(key);
+    } else {
+        out.fault = "is not a key of " + out.family + ": " + text_of(key.error());
+    }
+}
+
 // The element, which nothing may follow.
 void require_key(std::string_view der, const std::string& name) {
     private_key_t key;
@@ -165,19 +100,14 @@ void require_key(std::string_view der, const std::string& name) {
     }
 }
 
-encrypted_key_t require_encrypted_key(std::string_view der, const std::string& name) {
-    encrypted_key_t encrypted;
-    if (!read_encrypted_key(der, encrypted)) {
+void require_encrypted_key(std::string_view der, const gost::limits& cost, const std::string& name) {
+    const gost::result<gost::key_outline> outline = gost::private_key::inspect(der, cost);
+    if (!outline) {
         throw failure_t(name, "neither a PrivateKeyInfo nor an EncryptedPrivateKeyInfo, or cut short");
     }
-    if (!encrypted.encryption.declined.empty()) {
-        throw failure_t(name, "the key " + encrypted.encryption.declined);
+    if (outline->encryption->unsupported.has_value()) {
+        throw failure_t(name, text_of(*outline->encryption->unsupported));
     }
-    return encrypted;
-}
-
-bool is_encrypted(std::string_view der) {
-    return find_key_form(der) == key_form_t::ENCRYPTED;
 }
 
 // The only key among the blocks of a text. The caller wipes it.
@@ -212,15 +142,7 @@ bool read_private_key(std::string_view der, private_key_t& out, std::string& pro
         problem = missing.problem("a PrivateKeyInfo");
         return false;
     }
-    const gost_family_t* const family = find_gost_family(out.algorithm);
-    if (family == nullptr) {
-        out.family = other_family(out.algorithm);
-        return true;
-    }
-    out.family = family->name;
-    out.is_gost = true;
-    recognise_shape(family->size, out);
-    out.readable = out.bits != 0;
+    examine(der.substr(0, der.size() - out.trailing.size), out);
     return true;
 }
 
@@ -233,42 +155,7 @@ key_form_t find_key_form(std::string_view der) {
     return key_info.next_is(asn_tag_t::SEQUENCE) ? key_form_t::ENCRYPTED : key_form_t::NEITHER;
 }
 
-// EncryptedPrivateKeyInfo ::= SEQUENCE {                                   RFC 5208 6, RFC 5958 3
-//   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
-bool read_encrypted_key(std::string_view der, encrypted_key_t& out) {
-    asn_cursor_t in = cursor_over(der);
-    asn_cursor_t key_info = in.enter(asn_tag_t::SEQUENCE);
-    out.trailing = in.rest();
-    out.element = make_blob(der.data(), size_of(der) - out.trailing.size);
-    out.encryption = outline_pbe(key_info.read(asn_tag_t::SEQUENCE));
-    out.ciphertext = key_info.read(asn_tag_t::OCTET_STRING);
-    return key_info.ok();
-}
-
-std::optional<std::string> decrypt_key(const encrypted_key_t& key, const std::optional<secret_t>& password) {
-    pkcs8_encrypted_pki_gost_t encrypted;
-    if (!asn_read_pkcs8_encrypted_pki_gost(key.element.data, key.element.size, encrypted)) {
-        return std::nullopt;
-    }
-    gost_pbe_crypto_t crypto(password, container_profile_t::STANDARD);
-    std::string der;
-    const bool done = crypto.decrypt(encrypted.pbe, encrypted.encrypted_data.data, encrypted.encrypted_data.size, der);
-    if (done && find_key_form(der) == key_form_t::PLAIN) {
-        return der;
-    }
-    wipe(der.data(), der.size());
-    return std::nullopt;
-}
-
-std::string find_fault(const private_key_t& key) {
-    if (!key.is_gost || key.readable) {
-        return "";
-    }
-    const unsigned int size = key.secret.data != nullptr ? key.secret.size : key.content.size;
-    return "its " + std::to_string(size) + " bytes (shape: " + key.shape + ") are not a key of " + key.family;
-}
-
-key_file_t::key_file_t(const std::string& file) : place_(input_name(file)) {
+key_file_t::key_file_t(const std::string& file, const gost::limits& cost) : cost_(cost), place_(input_name(file)) {
     std::string bytes = read_filled_input(file);
     const wipe_at_end_t wiped(bytes);
     if (find_key_form(bytes) != key_form_t::NEITHER) {
@@ -282,21 +169,22 @@ key_file_t::key_file_t(const std::string& file) : place_(input_name(file)) {
         }
         der_ = block.der;
     }
-    if (is_encrypted(der_)) {
-        require_encrypted_key(der_, place_);
+    if (is_encrypted()) {
+        require_encrypted_key(der_, cost_, place_);
     } else {
         require_key(der_, place_);
     }
 }
 
-std::string key_file_t::open(const std::optional<secret_t>& password) const {
-    if (!is_encrypted(der_)) {
-        return der_;
+gost::secret key_file_t::open(const std::optional<secret_t>& password) const {
+    if (!is_encrypted()) {
+        return gost::secret(der_);
     }
-    std::optional<std::string> plaintext = decrypt_key(require_encrypted_key(der_, place_), password);
-    if (!plaintext.has_value()) {
-        throw failure_t(place_, "wrong password for the encrypted key, or the key is damaged");
+    const std::optional<std::string_view> text = password.has_value() ? std::optional(password->text()) : std::nullopt;
+    gost::result<gost::secret> plain = gost::private_key::decrypt(der_, text, cost_);
+    if (!plain) {
+        throw failure_t(place_, text_of(plain.error()));
     }
-    require_key(*plaintext, place_);
-    return std::move(*plaintext);
+    require_key(*plain, place_);
+    return *std::move(plain);
 }

@@ -83,6 +83,15 @@ class private_key {
     DERKIT_API static result<private_key>
     read(std::string_view der, std::optional<std::string_view> password = std::nullopt, const limits& cost = limits());
 
+    /// Decrypts an EncryptedPrivateKeyInfo, whatever the algorithm of its key.
+    ///
+    /// @param der       the element; octets after it are refused
+    /// @param password  UTF-8
+    /// @param cost      limits of size and iterations
+    /// @return the PrivateKeyInfo
+    DERKIT_API static result<secret> decrypt(std::string_view der, std::optional<std::string_view> password,
+                                             const limits& cost = limits());
+
     /// Makes a key of a number.
     ///
     /// @param family     algorithm

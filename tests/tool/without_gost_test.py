@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Tests the tool that was built without libgcrypt: "derkit key" and "derkit p12" say that they are not there."""
+"""Tests the tool that was built without the GOST library: "derkit key" and "derkit p12" say that they are not there."""
 
 import unittest
 
 from tool import run
 
 
-class WithoutGcrypt(unittest.TestCase):
+class WithoutGost(unittest.TestCase):
     COMMAND_LINES = (
         ("key",), ("key", "--json", "key.pem"), ("key", "--help"), ("key", "--password-file", "password", "-"),
         ("p12",), ("p12", "show", "a.p12"), ("p12", "extract", "--force", "--out", "folder", "a.p12"),
@@ -18,12 +18,12 @@ class WithoutGcrypt(unittest.TestCase):
             with self.subTest(line):
                 done = run(*line)
                 self.assertEqual((done.status, done.out, len(done.errors)), (2, b"", 1), done)
-                self.assertRegex(done.errors[0], f"^derkit: usage: {line[0]}: .*not in this build.*libgcrypt")
+                self.assertRegex(done.errors[0], f"^derkit: usage: {line[0]}: .*not in this build.*the GOST library")
 
     def test_the_help_says_so_too(self):
         text = " ".join(run("--help").text.split())
         for command in "key Private keys", "p12 PKCS#12 containers":
-            self.assertIn(f"{command}: not in this build, which is without libgcrypt", text)
+            self.assertIn(f"{command}: not in this build, which is without the GOST library", text)
 
 
 if __name__ == "__main__":
