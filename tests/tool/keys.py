@@ -6,7 +6,7 @@ import openssl
 from der import pem, unpem
 from tool import ToolTest, fields, objects
 
-WRONG_PASSWORD = "wrong password, or damaged: it does not decrypt to a PrivateKeyInfo"
+WRONG_PASSWORD = "wrong password, or the encrypted data was altered"
 
 
 def make_key(algorithm="gost2001", param_set="A", **settings):

@@ -12,6 +12,7 @@ import der
 import openssl
 import pfx
 from der import CONTEXT_0, NULL, element, octet_string, oid, sequence
+from p12 import MALFORMED, NO_MAC, NOT_A_CONTAINER, UNDECRYPTABLE
 from tool import FEW_CASES, ToolTest, objects, thin
 
 PASSWORD = "x"
@@ -76,56 +77,46 @@ def under(other):
     return lambda tag, content: element(other, content)
 
 
-def damaged(problem):
-    """Returns what is expected when nothing is read and the place of the damage is named."""
-    return {}, f"damaged: {problem}"
-
-
 # What is shown (the number of keys, and subjects of certificates with their friendly names), and the problem.
 WHOLE = {"keys": 2, "CN=clear": "name", "CN=hidden": None}, None
 NAMELESS = {"keys": 2, "CN=clear": None, "CN=hidden": None}, None
-UNDECRYPTABLE = "cannot be decrypted: it is damaged, or encrypted under another password than the MAC"
-NO_MAC = {}, "has no MAC; containers without one are not read"
+NOTHING = {}, NOT_A_CONTAINER
+WITHOUT_MAC = {}, NO_MAC
 NOT_A_KEY = WHOLE[0], "key 1: not a PrivateKeyInfo: SEQUENCE is missing or malformed"
-BAG = "entry 1, bag"
+NO_DATA = {"CN=hidden": None}, f"entry 1 (data): {MALFORMED}"
+NO_ENCRYPTED_DATA = {"keys": 2, "CN=clear": "name"}, f"entry 2 (encryptedData): {MALFORMED}"
+NO_CIPHERTEXT = NO_ENCRYPTED_DATA[0], f"entry 2 (encryptedData): {UNDECRYPTABLE}"
+NO_CERTIFICATE = {"keys": 2, "CN=hidden": None}, f"entry 1, bag 1 (certBag): {MALFORMED}"
+NO_SHROUDED_KEY = {"keys": 1, "CN=clear": "name", "CN=hidden": None}, f"entry 1, bag 3 (pkcs8ShroudedKeyBag): {MALFORMED}"
 
-# For each part: what is expected when it is removed, replaced by NULL or under another tag; what when it is empty;
+# For each part: what is expected when it is removed, when it is replaced by NULL or under another tag, when it is empty;
 # and its own universal tag.
 PARTS = {
-    "mac_data": (NO_MAC, ({}, "not a PKCS#12 container: MacData is malformed"), der.SEQUENCE),
-    "mac_iterations": (WHOLE, WHOLE, der.INTEGER),
-    "digest_parameters": (WHOLE, WHOLE, 0x05),
-    "auth_safe_content": (
-        damaged("the content of authSafe is missing"), damaged("the OCTET STRING of authSafe is missing"), None),
-    "data_content": (damaged("entry 1: content is missing"), damaged("entry 1: the OCTET STRING of data is missing"), None),
-    "encrypted_data_content": (damaged("entry 2: content is missing"), damaged("entry 2: EncryptedData is missing"), None),
-    "encrypted_content": (
-        damaged("entry 2: encryptedContent is missing"),
-        ({"keys": 2, "CN=clear": "name"}, f"entry 2 (encryptedData) {UNDECRYPTABLE}"),
-        None,
-    ),
-    "unprotected_attributes": (WHOLE, WHOLE, None),
-    "cert_bag_value": (damaged(f"{BAG} 1: bagValue is missing"), damaged(f"{BAG} 1: CertBag is missing"), None),
-    "cert_value": (damaged(f"{BAG} 1: certValue is missing"), damaged(f"{BAG} 1: the certificate is missing"), None),
-    "attributes": (NAMELESS, NAMELESS, der.SET),
-    "key_bag_value": (damaged(f"{BAG} 2: bagValue is missing"), NOT_A_KEY, None),
-    "key_attributes": (WHOLE, WHOLE, None),
-    "shrouded_bag_value": (
-        damaged(f"{BAG} 3: bagValue is missing"),
-        ({"keys": 1, "CN=clear": "name", "CN=hidden": None}, f"{BAG} 3 (pkcs8ShroudedKeyBag) is malformed"),
-        None,
-    ),
+    "mac_data": (WITHOUT_MAC, NOTHING, NOTHING, der.SEQUENCE),
+    "mac_iterations": (WHOLE, WHOLE, WHOLE, der.INTEGER),
+    "digest_parameters": (WHOLE, WHOLE, WHOLE, 0x05),
+    "auth_safe_content": (NOTHING, NOTHING, NOTHING, None),
+    "data_content": (NO_DATA, NOTHING, NO_DATA, None),
+    "encrypted_data_content": (NO_ENCRYPTED_DATA, NOTHING, NO_ENCRYPTED_DATA, None),
+    "encrypted_content": (NO_ENCRYPTED_DATA, NO_ENCRYPTED_DATA, NO_CIPHERTEXT, None),
+    "unprotected_attributes": (WHOLE, WHOLE, WHOLE, None),
+    "cert_bag_value": (NO_DATA, NO_DATA, NO_CERTIFICATE, None),
+    "cert_value": (NO_CERTIFICATE, NO_CERTIFICATE, NO_CERTIFICATE, None),
+    "attributes": (NAMELESS, NO_DATA, NAMELESS, der.SET),
+    "key_bag_value": (NO_DATA, NO_DATA, NOT_A_KEY, None),
+    "key_attributes": (WHOLE, WHOLE, WHOLE, None),
+    "shrouded_bag_value": (NO_DATA, NO_DATA, NO_SHROUDED_KEY, None),
 }
 
 
 def spoiled_containers(part, tags):
     """Yields the way of spoiling, the container, and what must be shown and said of it."""
-    missing, empty, own_tag = PARTS[part]
+    removed, replaced, empty, own_tag = PARTS[part]
     ways = [
-        ("removed", lambda tag, content: b"", missing),
+        ("removed", lambda tag, content: b"", removed),
         ("emptied", lambda tag, content: element(tag), empty),
-        ("NULL", lambda tag, content: NULL, missing),
-        *((f"under tag {tag:02X}", under(tag), WHOLE if tag == own_tag else missing) for tag in tags),
+        ("NULL", lambda tag, content: NULL, replaced),
+        *((f"under tag {tag:02X}", under(tag), WHOLE if tag == own_tag else replaced) for tag in tags),
     ]
     parts = [Parts(part, spoil) for _, spoil, _ in ways]
     safes = [spoiled.authenticated_safe() for spoiled in parts]

@@ -163,9 +163,9 @@ class Refusals(P12Test):
     def test_unverified_keys_of_another_password_are_refused_one_by_one(self):
         path = self.file("a.p12", self.pair.export("-nomac"))
         done = self.tool("show", "--accept-unverified", path, password="other")
-        refused = "entry 1 (encryptedData)", "entry 2, bag 1 (pkcs8ShroudedKeyBag)"
+        # openssl does not encrypt the certificate then
         self.assertEqual((done.status, done.errors[1:]),
-                         (1, [f"derkit: {path}: {place}: {UNDECRYPTABLE}" for place in refused]))
+                         (1, [f"derkit: {path}: entry 2, bag 1 (pkcs8ShroudedKeyBag): {UNDECRYPTABLE}"]))
 
     def test_what_stands_against_a_container_is_told_before_a_password_is_read(self):
         missing = ["--password-file", self.folder / "no such file"]
@@ -549,18 +549,18 @@ class Bags(P12Test):
             pfx.cert_bag(der.certificate("good")),
         )
         self.assertEqual(told, [
-            "key 1: not a PrivateKeyInfo: version is missing or malformed",
             "certificate 1: not a certificate: Certificate is missing or malformed",
             "certificate 2: notBefore has an impossible month: 991399999999Z",
             "certificate 2: notAfter is not of the form YYYYMMDDHHMMSSZ of a GeneralizedTime: 20500101000000.5Z",
+            "key 1: not a PrivateKeyInfo: version is missing or malformed",
             *(f"certificate {i}: friendly name is not UTF-16" for i in (3, 4, 5)),
         ])
         self.assertEqual([found["subject"] for found in shown[-4:]], ["CN=x", "CN=x", "CN=x", "CN=good"])
 
     def test_octets_that_are_not_a_key_fail_as_they_do_for_the_command_key(self):
         shown, told = self.show_bad_bags(pfx.key_bag(private_key(octet_string(bytes(31)))))
-        self.assertEqual((shown[1]["readable"], shown[1]["shape"]), ("no", "OCTET STRING"))
-        self.assertEqual(told, ["key 1: its 31 bytes (shape: OCTET STRING) are not a key of GOST R 34.10-2001"])
+        self.assertEqual(shown[1]["readable"], "no")
+        self.assertEqual(told, [f"key 1: not a key of GOST R 34.10-2001: {MALFORMED}"])
 
     def test_every_shape_of_a_key_is_readable(self):
         octets = bytes(range(1, 33))

@@ -45,7 +45,9 @@ gost::container make_container(const std::string& name, gost::secret key,
     std::string local_key_id(SHA1_SIZE, '\0');
     gcry_md_hash_buffer(GCRY_MD_SHA1, local_key_id.data(), certificates.front().data(), certificates.front().size());
     const auto mark_as_pair = [&](gost::bag& bag) {
-        bag.friendly_name = name;
+        if (!name.empty()) {
+            bag.friendly_name = name;
+        }
         bag.local_key_id = local_key_id;
     };
     gost::container made;

@@ -84,7 +84,7 @@ void examine(std::string_view der, private_key_t& out) {
     if (key) {
         out.key = *std::move(key);
     } else {
-        out.fault = "is not a key of " + out.family + ": " + text_of(key.error());
+        out.fault = "not a key of " + out.family + ": " + text_of(key.error());
     }
 }
 
