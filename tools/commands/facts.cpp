@@ -105,14 +105,18 @@ void warn_of_trailing(const std::string& subject, const char* thing, unsigned lo
     }
 }
 
+void add_oid(const char* key, const named_oid_t& named, record_t& record) {
+    record.add_if(key, named.oid);
+    if (named.is_hexadecimal()) {
+        record.remark(std::string(key) +
+                      " has no dotted text that leads back to its DER, so it is shown in hexadecimal");
+    }
+}
+
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record) {
     if (named.has_value()) {
         record.add_if(name_key, named->name);
-        record.add_if(oid_key, named->oid);
-        if (named->is_hexadecimal()) {
-            record.remark(std::string(oid_key) + " has no dotted text that leads back to its DER, so it is shown in "
-                                                 "hexadecimal");
-        }
+        add_oid(oid_key, *named, record);
     }
 }
 
