@@ -241,11 +241,10 @@ class Outputs(OutputTest):
     def test_what_names_no_file(self):
         self.out.mkdir()
         for path, problem in [
-            ("", "names no file"), (f"{self.out}/", "names no file"), (self.out, "is not a regular file"),
+            (f"{self.out}/", "names no file"), (self.out, "is not a regular file"),
             (".", "is not a regular file"), ("/dev/full", "is not a regular file"),
         ]:
-            done = self.make("--force", out=path) if path else self.tool(
-                "make", "--key", self.key, "--cert", self.certificate, "--out", "")
+            done = self.make("--force", out=path)
             self.assertEqual(done, Run(1, b"", [f"derkit: {path}: {problem}"]))
         self.assertEqual(self.content(), {})
 
@@ -307,6 +306,7 @@ class StandardStreams(OutputTest):
         for arguments, part in [
             (["extract", self.container, "--out", "-"], "--out: needs a directory"),
             (["extract", self.container, "--out", ""], "--out: needs a directory"),
+            (["make", "--key", self.key, "--cert", self.certificate, "--out", ""], "--out: names no file"),
             (["make", "--key", "-", "--cert", "-", "--out", "x"], "the standard input can be read only once"),
             (["make", "--key", self.key, "--cert", "-", "--cert", "-", "--out", "x"], "can be read only once"),
         ]:
