@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes the reference: Doxygen does not warn, and everything that the library exports is in a group.
 
-Usage: check_reference.py DOXYGEN SOURCE EXPORTS DIRECTORY; the reference is then DIRECTORY/html/index.html.
+Usage: check_reference.py DOXYGEN SOURCE DIRECTORY EXPORTS…; the reference is then DIRECTORY/html/index.html.
 """
 
 import subprocess
@@ -34,10 +34,11 @@ def grouped(tag_file: Path) -> set[str]:
 
 
 def main() -> int:
-    doxygen, source, exports, directory = sys.argv[1], *map(Path, sys.argv[2:5])
+    doxygen, source, directory, *exports = sys.argv[1], *map(Path, sys.argv[2:])
     if not make(doxygen, source, directory):
         return 1
-    missing = exported_names(exports) - grouped(directory / "reference.tag")
+    exported = set().union(*map(exported_names, exports))
+    missing = exported - grouped(directory / "reference.tag")
     for name in sorted(missing):
         print(f"{name}: exported, but in no group of the reference")
     return 1 if missing else 0

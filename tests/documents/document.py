@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Programs and commands in a Markdown document.
 
-    document.py extract DOCUMENT PROGRAM.cpp    writes the document's program, if any
+    document.py extract DOCUMENT PROGRAM.cpp    writes its programs: PROGRAM.cpp, PROGRAM_2.cpp and so on
     document.py run DOCUMENT [options]          runs everything in the order of the document
 
-A block of the language cpp is a complete program (one a document), and the next block of the language text is what it
+A block of the language cpp is a complete program, and the next block of the language text is what it
 prints. A block of the language console has commands after "$ ", each followed by what it prints. The commands of a block of the
 language sh are not run, but their scripts and presets must exist. All other blocks are text.
 """
@@ -37,19 +37,18 @@ def blocks_of(document: Path) -> list[Block]:
     ]
 
 
-def program_of(document: Path) -> str:
-    programs = [block.text for block in blocks_of(document) if block.language == "cpp"]
-    if len(programs) > 1:
-        raise SystemExit(f"{document}: has more than one program")
-    return programs[0] if programs else ""
+def programs_of(document: Path) -> list[str]:
+    return [block.text for block in blocks_of(document) if block.language == "cpp"]
 
 
 def extract(document: Path, program: Path) -> None:
-    text = program_of(document)
-    if not text:
-        program.unlink(missing_ok=True)
-    elif not program.exists() or program.read_text(encoding="utf-8") != text:
-        program.write_text(text, encoding="utf-8")
+    paths = [program, *(program.with_stem(f"{program.stem}_{number}") for number in range(2, 10))]
+    programs = programs_of(document)
+    for path, text in zip(paths, programs):
+        if not path.exists() or path.read_text(encoding="utf-8") != text:
+            path.write_text(text, encoding="utf-8")
+    for path in paths[len(programs):]:
+        path.unlink(missing_ok=True)
 
 
 class Runner:
@@ -73,7 +72,7 @@ class Runner:
         (commands / "derkit").symlink_to(self.options.tool)
         self.environment["PATH"] = f"{commands}:{self.environment['PATH']}"
         if self.options.program:
-            (tree / "example.cpp").write_text(program_of(self.options.document), encoding="utf-8")
+            (tree / "example.cpp").write_text(programs_of(self.options.document)[0], encoding="utf-8")
 
     def fail(self, line: int, message: str) -> None:
         self.failures += 1
@@ -124,12 +123,13 @@ class Runner:
     def run(self) -> int:
         self.check_links()
         program_line = 0
+        programs = iter(self.options.program)
         for block in blocks_of(self.options.document):
             if block.language == "cpp":
                 program_line = block.line
             elif block.language == "text" and program_line:
-                if self.options.program:
-                    self.compare(program_line, "the program", [self.options.program], block.text, shell=False)
+                if (program := next(programs, "none")) != "none":
+                    self.compare(program_line, "the program", [program], block.text, shell=False)
                 program_line = 0
             elif block.language == "console":
                 self.run_console(block)
@@ -153,7 +153,7 @@ def main() -> int:
     running.add_argument("--source", type=Path, required=True)
     running.add_argument("--build", type=Path, required=True)
     running.add_argument("--tool", type=Path, required=True)
-    running.add_argument("--program", type=Path)
+    running.add_argument("--program", action="append", default=[], help="in the document's order; none: not built")
     running.add_argument("--without-gcrypt", action="store_true", help="the tool has no key and p12")
     running.add_argument("--native", action="store_true", help="g++ as it stands can link with the build")
     options = parser.parse_args()

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Checks the built shared library from outside.
+"""Checks a built shared library from outside, libderkit or libderkit-gost.
 
-    check_exports.py symbols LIBRARY LIST   it exports the symbols of LIST, all of version DERKIT_1.0, and no others
-    check_exports.py soname LIBRARY         programs will ask for it as libderkit.so.1
-    check_exports.py dependencies LIBRARY   it needs the C++ standard library and libc, nothing else
+    check_exports.py symbols LIBRARY LIST   it exports the symbols of LIST, all of its version, and no others
+    check_exports.py soname LIBRARY         programs will ask for it by its major version
+    check_exports.py dependencies LIBRARY   it needs the C++ standard library and libc, and libderkit-gost its three
+                                            libraries; nothing else
 """
 import os
 import pathlib
@@ -11,9 +12,13 @@ import re
 import subprocess
 import sys
 
-VERSION = "DERKIT_1.0"
-SONAME = "libderkit.so.1"
+VERSIONS = {"libderkit.so": "DERKIT_1.0", "libderkit-gost.so": "DERKIT_GOST_1.0"}
+GOST_DEPENDENCIES = {"libderkit.so.1", "libgcrypt.so.20", "libgnutls.so.30"}
 DEPENDENCIES = {"libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6", "ld-linux.so.2", "ld-linux-x86-64.so.2"}
+
+
+def name_without_version(library):
+    return re.sub(r"[.]so.*", ".so", pathlib.Path(library).name)
 
 
 def output_of(*command):
@@ -22,6 +27,7 @@ def output_of(*command):
 
 
 def check_symbols(library, listed_in):
+    version_of_all = VERSIONS[name_without_version(library)]
     lines = pathlib.Path(listed_in).read_text(encoding="ascii").splitlines()
     if lines != sorted(set(lines)):
         yield f"{listed_in} is not sorted by bytes, or names a symbol twice"
@@ -29,16 +35,16 @@ def check_symbols(library, listed_in):
     for line in output_of("nm", "--dynamic", "--defined-only", "--format=posix", library).splitlines():
         name, _, version = line.split()[0].partition("@@")
         exported[name] = version
-    if VERSION not in exported:
-        yield f"the library does not define the version {VERSION}"
-    exported.pop(VERSION, None)  # the version itself stands among the symbols
+    if version_of_all not in exported:
+        yield f"the library does not define the version {version_of_all}"
+    exported.pop(version_of_all, None)  # the version itself stands among the symbols
     for name in sorted(set(lines) - set(exported)):
         yield f"listed, but not exported: {name}"
     for name in sorted(set(exported) - set(lines)):
         yield f"exported, but not listed: {name}"
     for name, version in sorted(exported.items()):
-        if version != VERSION:
-            yield f"not of version {VERSION}: {name} ({version or 'no version'})"
+        if version != version_of_all:
+            yield f"not of version {version_of_all}: {name} ({version or 'no version'})"
 
 
 def dynamic_entries(library, kind):
@@ -50,16 +56,20 @@ def dynamic_entries(library, kind):
 
 def check_soname(library):
     soname = dynamic_entries(library, "SONAME")
-    if soname != [SONAME]:
-        yield f"SONAME is {soname}, not {SONAME}"
+    expected = name_without_version(library) + ".1"
+    if soname != [expected]:
+        yield f"SONAME is {soname}, not {expected}"
 
 
 def check_dependencies(library):
     needed = dynamic_entries(library, "NEEDED")
     if "libc.so.6" not in needed:
         yield f"not even libc.so.6 is needed, but {needed}"
+    gost = GOST_DEPENDENCIES if "gost" in name_without_version(library) else set()
+    for name in sorted(gost - set(needed)):
+        yield f"does not need {name}"
     for name in needed:
-        if name not in DEPENDENCIES:
+        if name not in DEPENDENCIES | gost:
             yield f"needs {name}"
 
 

@@ -1,0 +1,46 @@
+// Reads SafeContents, with a password or without.
+#ifndef DERKIT_GOST_BAG_READER_H
+#define DERKIT_GOST_BAG_READER_H
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "asn/asn_cursor.h"
+#include "derkit/gost/container.h"
+#include "gost/schemes.h"
+
+namespace derkit::gost {
+
+class bag_reader {
+  public:
+    // Without a session everything that may be secret is withheld.
+    bag_reader(session* under, const limits& cost) : under_(under), cost_(cost) {}
+
+    // Reads a SafeContents. Its bags count towards the limits, which are the only reason why bags are returned and
+    // nothing more is read: see exceeded(). cause::malformed when it is not one.
+    result<std::vector<bag>> read(std::string_view safe_contents);
+
+    // Decrypts with the session, or says why not.
+    result<secret> decrypt_part(const blob_t& algorithm, std::string_view ciphertext, const encryption_scheme& scheme,
+                                plaintext expected);
+
+    // The limit that the file exceeds; cause::none while it keeps to all.
+    cause exceeded() const { return exceeded_; }
+
+  private:
+    session* under_;
+    const limits& cost_;
+    std::size_t num_bags_ = 0;
+    cause exceeded_ = cause::none;
+
+    result<std::vector<bag>> read_bags(std::string_view safe_contents, unsigned int depth);
+    result<bag> read_bag(asn_cursor_t in, unsigned int depth);
+    void read_value(std::string_view value, unsigned int depth, bag& out);
+    void read_shrouded_key(std::string_view value, bag& out);
+    void read_nested(std::string_view value, unsigned int depth, bag& out);
+};
+
+} // namespace derkit::gost
+
+#endif

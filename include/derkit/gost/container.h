@@ -1,0 +1,177 @@
+/// @file
+/// PKCS#12 containers (RFC 7292) with GOST keys, as programs write them: opened, listed and written.
+#ifndef DERKIT_GOST_CONTAINER_H
+#define DERKIT_GOST_CONTAINER_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "derkit/gost/limits.h"
+#include "derkit/gost/result.h"
+#include "derkit/gost/scheme.h"
+#include "derkit/gost/secret.h"
+
+namespace derkit::gost {
+
+/// @defgroup gost_containers Containers
+/// @{
+
+/// What kind of container a file is, by its MAC and by how its keys are encrypted, or all of it when it has no key.
+/// The numbers stay the same.
+enum class container_kind : int {
+    unknown = 0,           ///< none of the others
+    gost94 = 1,            ///< HMAC GOST R 34.11-94, GOST 28147-89; before the MAC is verified also gost94_pkcs12_kdf
+    gost94_pkcs12_kdf = 2, ///< the same with a MAC key by RFC 7292 appendix B
+    tc26 = 3,              ///< HMAC GOST R 34.11-2012, GOST 28147-89; before the MAC is verified also tc26_pkcs12_kdf
+    tc26_pkcs12_kdf = 4,   ///< the same with a MAC key by RFC 7292 appendix B
+    gost_mixed = 5,        ///< GOST R 34.11-94 for the MAC and 34.11-2012 for encryption, or the reverse
+    ctr_acpkm = 6,         ///< Kuznyechik or Magma in CTR-ACPKM (RFC 9337)
+    ctr_acpkm_omac = 7,    ///< the same with an OMAC inside the ciphertext
+    ctr_acpkm_sha2 = 8,    ///< as ctr_acpkm, with HMAC-SHA-2 for encryption
+    vendor_export = 9,     ///< a vendor's export of a key: named, not opened
+    general = 10,          ///< AES, Triple DES or RC2 with SHA: what programs without GOST write
+    no_mac = 11,           ///< no MAC; the schemes of its parts are any of the others
+    for_recipient = 12     ///< enveloped for a recipient's key, or signed: named, not opened
+};
+
+/// @param kind  any number
+/// @return a short name for people; "unknown" for other numbers
+DERKIT_API const char* name_of(container_kind kind) noexcept;
+
+/// What became of a container's MAC.
+enum class mac_verdict {
+    not_checked, ///< there is one, and no password was given
+    good,        ///< it matches
+    wrong,       ///< it does not match: wrong password, or altered data
+    none,        ///< there is none
+    unsupported  ///< it cannot be verified here
+};
+
+/// The MAC of a container.
+struct container_mac {
+    mac_verdict verdict = mac_verdict::none; ///< what became of it
+    mac_key key = mac_key::unknown;          ///< where its key came from, when it is good
+    std::optional<mac_scheme> scheme;        ///< how it is made; none when there is none
+};
+
+/// An attribute of a bag.
+struct attribute {
+    std::string oid;                 ///< dotted
+    std::vector<std::string> values; ///< complete DER elements
+};
+
+/// What a bag holds.
+enum class bag_type {
+    private_key, ///< a PrivateKeyInfo, in the clear or shrouded
+    certificate, ///< an X.509 certificate
+    bags,        ///< a SafeContents
+    other        ///< anything else: a CRL, a secret, another type of certificate
+};
+
+/// One bag.
+struct bag {
+    bag_type type = bag_type::other; ///< what it holds
+    /// Its type; for a certificate, a CRL or a secret, see value_type too. Ignored when a key or an X.509 certificate is
+    /// written.
+    named_oid id;
+    named_oid value_type; ///< type of a certificate, a CRL or a secret
+    /// The decrypted PrivateKeyInfo, the DER certificate, or for other bags the complete element of bagValue's [0].
+    /// Empty when `refusal` says why, and for a bag of bags.
+    secret value;
+    std::optional<encryption_scheme> encryption; ///< of a shrouded key; none otherwise. Ignored when written.
+    std::optional<failure> refusal;              ///< why `value` is empty
+
+    std::optional<std::string> friendly_name; ///< in UTF-8
+    std::optional<std::string> local_key_id;  ///< octets
+    std::vector<attribute> attributes;        ///< all others in file order; also a friendlyName that is not UTF-16
+
+    std::vector<bag> nested; ///< the bags of a bag of bags
+};
+
+/// One entry of a container's AuthenticatedSafe.
+struct entry {
+    named_oid content_type;                      ///< id-data, id-encryptedData, …
+    std::optional<encryption_scheme> encryption; ///< of an encrypted one; none otherwise
+    std::optional<failure> refusal;              ///< why it was not opened
+    std::vector<bag> bags;                       ///< in file order; empty when it was not opened
+};
+
+/// A container: what a file holds, or what is to be written.
+///
+/// Distinct objects may be used in parallel.
+class container {
+  public:
+    DERKIT_API container(); ///< Holds no bags.
+    DERKIT_API ~container(); ///< Wipes all secrets.
+    /// Takes over everything.
+    /// @param other  is only fit to be destroyed or assigned to afterwards
+    DERKIT_API container(container&& other) noexcept;
+    /// Takes over everything.
+    /// @param other  is only fit to be destroyed or assigned to afterwards
+    /// @return the container itself
+    DERKIT_API container& operator=(container&& other) noexcept;
+
+    /// Opens a file. Each entry and each bag that could not be opened has a refusal; a container of which not everything
+    /// was opened is not a failure.
+    ///
+    /// @param file      DER; lengths may take more octets than they need. Not needed afterwards.
+    /// @param password  UTF-8. Nothing and no octets differ where a key comes from RFC 7292 appendix B; where the MAC
+    ///                  matches one of them only, that one counts for both.
+    /// @param options   cause::wrong_mac, cause::no_mac and cause::unsupported_mac are failures unless
+    ///                  integrity::accept_unverified is set; and the limits
+    /// @return the container; a failure also when the file is not a PFX, is signed or enveloped as a whole, or exceeds a
+    ///         limit
+    DERKIT_API static result<container> open(std::string_view file, std::optional<std::string_view> password,
+                                             const open_options& options = open_options());
+
+    /// Reads all that a file tells without a password: its kind, every scheme and whether it could be opened here, and
+    /// the bags in entries that are not encrypted. Keys in the clear are withheld with cause::unverified, encrypted
+    /// parts with cause::password_needed or the reason why no password would help. Signed and enveloped containers are
+    /// listed too.
+    ///
+    /// @param file  as for open()
+    /// @param cost  limits of size, depth and number of bags; iteration counts above them are reported as refusals
+    /// @return the container; a failure when the file is not a PFX or exceeds a limit
+    DERKIT_API static result<container> inspect(std::string_view file, const limits& cost = limits());
+
+    DERKIT_API container_kind kind() const noexcept;      ///< @return the kind of the file; unknown for a new container
+    DERKIT_API container_form form() const noexcept;      ///< @return the form of the file, as far as it was found out
+    DERKIT_API const container_mac& mac() const noexcept; ///< @return the MAC of the file
+    DERKIT_API const std::vector<entry>& entries() const noexcept; ///< @return the entries in file order
+
+    /// @return all bags in file order; instead of a bag of bags those that it holds. Valid until the container changes.
+    DERKIT_API std::vector<const bag*> bags() const;
+
+    /// Adds a bag to an entry that write() chooses.
+    /// @param added  `type` and `value` at least; for bag_type::other also `id`
+    DERKIT_API void add(bag added);
+
+    /// Writes a new container with all bags: private keys shrouded, certificates and all others in encrypted entries,
+    /// each in file order; with fresh salts and IVs. format::native keeps no attributes but name and local key id, and
+    /// refuses other bags and iteration counts with a zero octet.
+    ///
+    /// @param password  UTF-8; may be empty
+    /// @param options   format, iterations
+    /// @return the file; a failure with the refusal's cause when a bag or an entry was not opened, with
+    ///         cause::invalid_argument when the options do not fit the format
+    DERKIT_API result<std::string> write(std::string_view password,
+                                         const write_options& options = write_options()) const;
+
+  private:
+    struct state;
+    std::unique_ptr<state> state_;
+};
+
+/// Encodes a bag as PEM: `PRIVATE KEY` or `CERTIFICATE`.
+/// @param from  a bag
+/// @return the text with its final line feed; empty for other bags and when there is no value
+DERKIT_API secret to_pem(const bag& from);
+
+/// @}
+
+} // namespace derkit::gost
+
+#endif
