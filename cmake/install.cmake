@@ -61,7 +61,11 @@ include(cmake/spdx.cmake)
 # The companion library, which find_package(derkit) finds too where it is installed.
 if(TARGET derkit_gost)
   configure_file(cmake/derkit-gost.pc.in ${generated}/derkit-gost.pc @ONLY)
-  set_target_properties(derkit_gost PROPERTIES BUILD_RPATH_USE_ORIGIN TRUE)
+  # In the build tree and where both are installed, the library that it needs is beside it.
+  set_target_properties(derkit_gost PROPERTIES BUILD_WITH_INSTALL_RPATH TRUE)
+  if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(derkit_gost PROPERTIES INSTALL_RPATH $ORIGIN)
+  endif()
   install(TARGETS derkit_gost EXPORT derkit_gost_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT gost NAMELINK_COMPONENT gost_development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT gost_development)
