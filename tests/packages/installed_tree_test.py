@@ -8,8 +8,8 @@ import subprocess
 import tempfile
 import unittest
 
-from packages import (BUILD, CONSUMER, DOCUMENTS, SOURCE, TIME_LIMIT, VERSION, development_files, files_below, manuals,
-                      run)
+from packages import (BUILD, CONSUMER, DOCUMENTS, GOST_HEADERS, SOURCE, TIME_LIMIT, VERSION, development_files,
+                      files_below, manuals, run)
 
 CMAKE = os.environ["CMAKE"]
 COMPILER = [os.environ["CXX"], *shlex.split(os.environ["CXXFLAGS"])]
@@ -18,8 +18,14 @@ PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # by the
 FILES = {
     "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
     "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in DOCUMENTS},
+    "gost": {"lib/libderkit-gost.so.1", f"lib/libderkit-gost.so.{VERSION}"},
+    "gost_development": GOST_HEADERS | {"lib/libderkit-gost.so", "lib/pkgconfig/derkit-gost.pc",
+                                        "lib/cmake/derkit/derkitGostTargets.cmake",
+                                        "lib/cmake/derkit/derkitGostTargets-relwithdebinfo.cmake"},
     "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit"},
 }
+if os.environ["DERKIT_WITH_GOST"] == "FALSE":
+    del FILES["gost"], FILES["gost_development"]
 
 
 def needed_libraries(program):
