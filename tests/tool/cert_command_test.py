@@ -439,7 +439,7 @@ class BadFiles(CertTest):
         self.assertEqual([line for line in done.errors if not line.startswith("derkit: ")], [])
 
     def test_bytes_after_a_certificate_are_warned_about(self):
-        warning = "warning: {} bytes behind the certificate are not looked at"
+        warning = "warning: {} bytes after the certificate are ignored"
         for data, place, size in (ONE + b"\n\0x", "", 3), (pem(ONE + b"\0"), ": certificate 1 (line 1)", 1):
             path = self.file("a", data)
             self.assertEqual(self.run_names(path), (0, both("CN=1"), [f"{path}{place}: {warning.format(size)}"]))

@@ -322,7 +322,7 @@ class PublicKeys(FactsTest):
 
     def test_octets_after_a_key_are_warned_about(self):
         done = self.tool("-", stdin=der.RSA_KEY + b"xy")
-        warning = "derkit: (standard input): warning: 2 bytes behind the key are not looked at"
+        warning = "derkit: (standard input): warning: 2 bytes after the key are ignored"
         self.assertEqual((done.status, done.errors), (0, [warning]))
         self.assertEqual(done.text.splitlines(), [f"{key}: {value}" for key, value in (KEY_FACTS | RSA_NUMBERS).items()])
 

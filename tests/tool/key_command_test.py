@@ -257,7 +257,17 @@ class Inputs(KeyTest):
         path = self.file("key.der", self.key + b"\0\0\0")
         done = self.tool(path)
         self.assertEqual((done.status, fields(done.text)["readable"]), (0, "yes"))
-        self.assertEqual(done.errors, [f"derkit: {path}: warning: 3 bytes behind the key are not looked at"])
+        self.assertEqual(done.errors, [f"derkit: {path}: warning: 3 bytes after the key are ignored"])
+
+    def test_an_algorithm_whose_text_would_be_that_of_another_is_hexadecimal(self):
+        algorithm = f"1.2.643.2.2.{2**32 + 19}"  # in 32 bits, the last arc is that of GOST R 34.10-2001
+        path = self.file("key.der", private_key(algorithm=algorithm))
+        done = self.tool(path)
+        content = "#" + der.oid_content(algorithm).hex().upper()
+        found = fields(done.text)
+        self.assertEqual((found["family"], found["algorithm_oid"]), (content, content))
+        warning = "algorithm_oid has no dotted text that leads back to its DER, so it is shown in hexadecimal"
+        self.assertEqual(done.errors[0], f"derkit: {path}: warning: {warning}")
 
     def test_files_without_a_key(self):
         algorithm = sequence(oid(GOST_2001), NULL)

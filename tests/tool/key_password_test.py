@@ -78,7 +78,7 @@ class Passwords(KeyTest):
             ([self.key, "--password-file", missing], f"{missing}: No such file or directory"),
             ([self.key, "--password-file", self.folder], f"{self.folder}: Is a directory"),
             ([self.key, "--password-file", "/dev/zero"], f"/dev/zero: {too_long}"),
-            ([self.key, "--password-ask"], f"{self.key}: there is no terminal to ask for the password at"),
+            ([self.key, "--password-ask"], f"{self.key}: cannot ask for the password: there is no terminal"),
         ])
         for start in b"", MARK:
             for end in b"", b"\n", b"\r\n":

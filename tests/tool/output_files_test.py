@@ -236,7 +236,7 @@ class Outputs(OutputTest):
         self.assertEqual(self.make(out="made.p12", cwd=self.out), Run(0, b"", []))
         self.assertEqual((list(self.content()), mode(self.out / "made.p12")), (["made.p12"], 0o600))
         done = self.make(out="made.p12", cwd=self.out)
-        self.assertEqual(done.errors, ["derkit: made.p12: is there already (--force overwrites it)"])
+        self.assertEqual(done.errors, ["derkit: made.p12: already exists (--force overwrites it)"])
 
     def test_what_names_no_file(self):
         self.out.mkdir()
@@ -369,7 +369,7 @@ class BeforeThePrompt(OutputTest):
 
     def test_outputs(self):
         self.put_old_files("key-1.pem", "made.p12")
-        taken = "is there already (--force overwrites it)"
+        taken = "already exists (--force overwrites it)"
         make = ["make", "--key", self.key, "--cert", self.certificate, "--out"]
         for arguments, problem in [
             (["extract", self.container, "--out", self.out], f"{self.out}/key-1.pem: {taken}"),

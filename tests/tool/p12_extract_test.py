@@ -60,7 +60,7 @@ class WrittenFiles(ExtractTest):
     def test_files_are_overwritten_under_force_only(self):
         for taken in "key-1.pem", "certificate-2.pem":
             self.put_into_out(taken)
-            problem = f"{self.out}/{taken}: is there already (--force overwrites it)"
+            problem = f"{self.out}/{taken}: already exists (--force overwrites it)"
             self.check_failures([(self.arguments(), problem)])
             self.assertEqual(self.files(), {taken: b"old"})
             self.succeeds(*self.arguments("--force"))

@@ -127,7 +127,7 @@ class MadeContainers(MakeTest):
 
     def test_a_file_is_overwritten_under_force_only(self):
         self.out.write_bytes(b"old")
-        self.check_failures([(self.arguments(), f"{self.out}: is there already (--force overwrites it)")])
+        self.check_failures([(self.arguments(), f"{self.out}: already exists (--force overwrites it)")])
         self.assertEqual(self.out.read_bytes(), b"old")
         self.make()
         self.assertEqual(self.read_by_openssl("CERTIFICATE"), [self.pair.certificate])
@@ -144,7 +144,7 @@ class MadeContainers(MakeTest):
         key = self.file("key.der", der.private_key())
         for profile in "standard", "native":
             path = self.file("big.der", certificate_of_size(0x10000))
-            problem = f"{self.out}: the container has a size that its header cannot hold"
+            problem = f"{self.out}: the size of the container does not fit into its header"
             self.refuses_input(problem, key=key, certificate=path, options=["--profile", profile])
         for profile in "standard", "native":
             path = self.file("big.der", certificate_of_size(0x11111))

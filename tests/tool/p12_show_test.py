@@ -18,7 +18,7 @@ from p12 import (
 )
 from tool import thin
 
-EXTRACTED_NOTHING = "nothing is extracted, because not all can be read (--partial extracts the rest)"
+EXTRACTED_NOTHING = "nothing is extracted, because not everything can be read (--partial extracts the rest)"
 X = pfx.cert_bag(der.certificate("x"))
 OTHER_TYPE = "is of a type that is not read"
 AES_256 = "AES-256-CBC (2.16.840.1.101.3.4.1.42)"
@@ -220,7 +220,7 @@ class Refusals(P12Test):
             (sequence(bytes.fromhex("02020103"), data), begin + "version is malformed"),
             (pfx.pfx(sequence(), pfx.mac_data(bytes(32)), content_type="1.2.3"),
              "damaged: authSafe is 1.2.3; only data is read"),
-            (pfx.pfx(sequence(), b"", content_type=""), begin + "authSafe is an unnamed type; only data is read"),
+            (pfx.pfx(sequence(), b"", content_type=""), begin + "authSafe is (no OID); only data is read"),
             (sequence(integer(3), pieces, pfx.mac_data(bytes(32))),
              "damaged: the OCTET STRING of authSafe is in pieces (BER), which is not read"),
         ])
@@ -277,7 +277,7 @@ class Refusals(P12Test):
         path = self.file("a.p12", pfx.container("x") + b"more")
         for password in None, "x":
             done = self.tool("show", path, password=password)
-            warning = f"derkit: {path}: warning: 4 bytes behind the container are not looked at"
+            warning = f"derkit: {path}: warning: 4 bytes after the container are ignored"
             self.assertEqual((done.status, done.errors), (0, [warning]))
 
     def test_a_missing_file(self):
@@ -373,7 +373,7 @@ class PassedOver(P12Test):
             (pfx.pbes2(iterations=integer(0)), "has an iteration count of 0"),
             (pfx.pbes2(iterations=integer(1_000_001)), TOO_MANY_ITERATIONS),
             (sequence(oid(pfx.PBES2)), "has malformed parameters of its encryption"),
-            (sequence(element(der.OBJECT_IDENTIFIER)), "is encrypted with (no OID); only PBES2 is read"),
+            (sequence(element(der.OBJECT_IDENTIFIER)), "does not name its encryption"),
         ]
         # What would decrypt well if the parameters were taken for those that are read. Each ciphertext is another one:
         # which of two equal ones is declined cannot be told apart.
@@ -405,14 +405,14 @@ class PassedOver(P12Test):
             pfx.encrypted_entry(pfx.pbes2(), b"x", content_type=""), pfx.content_info("", sequence()),
         ]
         problems = [
-            "does not name its encryption", "has malformed parameters of its encryption",
-            "holds an unnamed type instead of data", OTHER_TYPE,
+            "is encrypted with (no OID); only PBES2 is read", f"is encrypted with (no OID); {ONLY_28147}",
+            "holds (no OID) instead of data", OTHER_TYPE,
         ]
         self.assertEqual(self.seen_outside(entries), problems)
         names = [" (encryptedData) "] * 3 + [" "]
         self.check_passed_over(entries, *(f"entry {i}{name}{problem}" for i, (name, problem) in enumerate(zip(names, problems), 2)))
         no_mac_name = pfx.pfx(sequence(), pfx.mac_data(bytes(32), algorithm=unnamed))
-        self.check_refused(no_mac_name, "its MAC does not name its algorithm", password="x")
+        self.check_refused(no_mac_name, f"its MAC is made with (no OID); {ONLY_GOST_94}", password="x")
 
     def test_files_of_openssl_with_other_encryption(self):
         b_name, b_set = "id-Gost28147-89-CryptoPro-B-ParamSet", "1.2.643.2.2.31.2"
@@ -529,6 +529,17 @@ class Bags(P12Test):
             *(f"certificate {i}: friendly name is not UTF-16" for i in (3, 4, 5)),
         ])
         self.assertEqual([found["subject"] for found in shown[-4:]], ["CN=x", "CN=x", "CN=x", "CN=good"])
+
+    def test_octets_that_are_not_a_key_fail_as_they_do_for_the_command_key(self):
+        shown, told = self.show_bad_bags(pfx.key_bag(private_key(octet_string(bytes(31)))))
+        self.assertEqual((shown[1]["readable"], shown[1]["shape"]), ("no", "OCTET STRING"))
+        self.assertEqual(told, ["key 1: its 31 bytes (shape: OCTET STRING) are not a key of GOST R 34.10-2001"])
+
+    def test_every_shape_of_a_key_is_readable(self):
+        octets = bytes(range(1, 33))
+        shapes = octet_string(octets), octets, element(der.INTEGER, octets)
+        shown = self.show_bags(*(pfx.key_bag(private_key(each)) for each in shapes))
+        self.assertEqual([found["readable"] for found in shown], ["yes"] * 3)
 
     def test_an_attribute_of_another_kind_is_no_matter(self):
         other = pfx.attribute("1.3.6.1.4.1.311.17.1", element(BMP_STRING, b"\0x"))

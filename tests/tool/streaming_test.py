@@ -82,7 +82,7 @@ class Streaming(ToolTest):
     def test_octets_after_der_are_counted_to_the_end(self):
         done = self.tool("-", stdin=certificate(1) + b"\0" * 3 * CHUNK_SIZE)
         self.assertEqual(len(done.errors), 1)
-        self.assertIn(f"warning: {3 * CHUNK_SIZE} bytes behind the certificate", done.errors[0])
+        self.assertIn(f"warning: {3 * CHUNK_SIZE} bytes after the certificate", done.errors[0])
         self.assertEqual((done.status, subjects(done.text)), (0, ["00000001"]))
 
     def test_text_that_starts_like_der_is_text(self):

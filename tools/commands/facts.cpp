@@ -101,18 +101,22 @@ record_t start_record(const place_t& place, bool as_json) {
 
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console) {
     if (size != 0) {
-        console.warn(subject, std::to_string(size) + " bytes behind the " + thing + " are not looked at");
+        console.warn(subject, std::to_string(size) + " bytes after the " + thing + " are ignored");
+    }
+}
+
+void add_oid(const char* key, const named_oid_t& named, record_t& record) {
+    record.add_if(key, named.oid);
+    if (named.is_hexadecimal()) {
+        record.remark(std::string(key) +
+                      " has no dotted text that leads back to its DER, so it is shown in hexadecimal");
     }
 }
 
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record) {
     if (named.has_value()) {
         record.add_if(name_key, named->name);
-        record.add_if(oid_key, named->oid);
-        if (named->is_hexadecimal()) {
-            record.remark(std::string(oid_key) + " has no dotted text that leads back to its DER, so it is shown in "
-                                                 "hexadecimal");
-        }
+        add_oid(oid_key, *named, record);
     }
 }
 

@@ -29,7 +29,10 @@ record_t start_record(const place_t& place, bool as_json);
 
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console);
 
-// Adds the name and the OID, as far as there are any.
+// Adds the OID, and a remark if it is in hexadecimal.
+void add_oid(const char* key, const named_oid_t& named, record_t& record);
+
+// As above, with the name in front, as far as there are any.
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record);
 
 // By their places in the parameters of a GOST key.

@@ -29,7 +29,7 @@ blob_t key_octets(const private_key_t& key) {
 
 void add_key(const private_key_t& key, bool reveal, record_t& record) {
     record.add("family", key.family);
-    record.add("algorithm_oid", name_oid(key.algorithm).oid);
+    add_oid("algorithm_oid", name_oid(key.algorithm), record);
     add_param_sets(key.param_sets, record);
     if (key.bits != 0) {
         record.add("bits", key.bits);
@@ -109,6 +109,7 @@ void key_command_t::show_plain(std::string_view der, const place_t& place) {
     }
     record_t record = start_key("PrivateKeyInfo", key.trailing, place);
     add_key(key, options_.reveal, record);
+    warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
     fail_if(find_fault(key), place);
 }
@@ -131,6 +132,7 @@ void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
             problem = add_decrypted_key(encrypted, record);
         }
     }
+    warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
     fail_if(problem, place);
 }
@@ -142,7 +144,7 @@ std::string key_command_t::add_decrypted_key(const encrypted_key_t& encrypted, r
     private_key_t key;
     std::string problem;
     if (der.empty() || !read_private_key(der, key, problem)) {
-        return "wrong password, or damaged: what it decrypts to is no PrivateKeyInfo";
+        return "wrong password, or damaged: it does not decrypt to a PrivateKeyInfo";
     }
     add_key(key, options_.reveal, record);
     return find_fault(key);

@@ -79,7 +79,8 @@ void p12_extract_t::run() {
     const p12_container_t container(name_, std::move(bytes), password);
     tell_skipped(container);
     if (!container.skipped().empty() && !options_.partial) {
-        throw failure_t(name_, "nothing is extracted, because not all can be read (--partial extracts the rest)");
+        throw failure_t(name_,
+                        "nothing is extracted, because not everything can be read (--partial extracts the rest)");
     }
     if (container.keys().empty() && container.certificates().empty()) {
         throw failure_t(name_, "holds neither a key nor a certificate that can be read");

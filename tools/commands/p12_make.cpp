@@ -191,7 +191,7 @@ void run(const p12_make_options_t& options, console_t& console) {
 
     const std::string bytes = encode(parts, crypto, output_name(options));
     if (!comes_back(parts, bytes, password)) {
-        throw failure_t(output_name(options), "the container has a size that its header cannot hold");
+        throw failure_t(output_name(options), "the size of the container does not fit into its header");
     }
     write(options, bytes, console);
 }

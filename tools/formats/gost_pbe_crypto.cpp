@@ -177,7 +177,7 @@ blob_t content_of(const blob_t& octet_string) {
     asn_cursor_t in(octet_string);
     const blob_t content = in.read(asn_tag_t::OCTET_STRING);
     if (!in.ok() || !in.empty()) {
-        throw std::runtime_error("the container has a size that its header cannot hold");
+        throw std::runtime_error("the size of the container does not fit into its header");
     }
     return content;
 }

@@ -167,7 +167,7 @@ std::string explain_failure(const pfx_outline_t& outline, const noting_crypto_t&
         return outline.fault();
     }
     if (!crypto.mac_is_good()) {
-        return "wrong password, or the container was changed after its MAC was made: the MAC is wrong either way";
+        return "the MAC is wrong: wrong password, or the container was changed after the MAC was made";
     }
     return crypto.problem().empty() ? "its MAC is good, but what it covers cannot be read"
                                     : "its MAC is good, but it is damaged: " + crypto.problem();

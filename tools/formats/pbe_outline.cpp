@@ -92,16 +92,12 @@ void read_pbe1_params(asn_cursor_t params, pbe_outline_t& out) {
     out.iterations = read_count(params);
 }
 
-// Another OID; one that is missing or empty makes the parameters malformed.
 bool is_other(const std::optional<named_oid_t>& named, std::string_view expected) {
-    return named.has_value() && !named->oid.empty() && named->oid != expected;
+    return named.has_value() && named->oid != expected;
 }
 
 // The library's record of parameters has no place for the parameter set, so the library ignores it.
 std::string decline(const blob_t& algorithm, const pbe_outline_t& pbe) {
-    if (pbe.scheme.oid.empty()) {
-        return "does not name its encryption";
-    }
     if (pbe.scheme.oid != OID_PBES2) {
         return "is encrypted with " + describe(pbe.scheme) + "; only PBES2 is read";
     }
@@ -151,8 +147,8 @@ std::string decline_derivation(unsigned int salt_size, unsigned int iterations) 
         return "has an iteration count of 0";
     }
     if (iterations > gost_pbe_crypto_t::MAX_ITERATIONS) {
-        return "asks for " + std::to_string(iterations) + " iterations, which are more than the " +
-               std::to_string(gost_pbe_crypto_t::MAX_ITERATIONS) + " that are carried out";
+        return "asks for " + std::to_string(iterations) + " iterations; at most " +
+               std::to_string(gost_pbe_crypto_t::MAX_ITERATIONS) + " are accepted";
     }
     return "";
 }

@@ -22,11 +22,6 @@ constexpr unsigned int GOST_MAC_SIZE = 32;
 constexpr unsigned char PFX_VERSION = 3;
 constexpr unsigned char ENCRYPTED_DATA_VERSION = 0;
 
-// The OID of a type may be empty.
-std::string describe_type(const named_oid_t& type) {
-    return type.oid.empty() ? "an unnamed type" : describe(type);
-}
-
 // Why `bytes` does not start with such an element.
 std::string find_fault(const blob_t& bytes, asn_tag_t::Type tag) {
     const bool constructed = bytes.size != 0 && bytes.data[0] == (tag | CONSTRUCTED);
@@ -168,7 +163,7 @@ void outline_encrypted_data(const blob_t& content, entry_outline_t& entry, walk_
     }
     entry.encryption = outline_pbe(algorithm);
     if (type.oid != OID_DATA) {
-        entry.encryption->declined = "holds " + describe_type(type) + " instead of data";
+        entry.encryption->declined = "holds " + describe(type) + " instead of data";
     }
 }
 
@@ -213,9 +208,6 @@ void outline_authenticated_safe(const blob_t& octets, pfx_outline_t& out, walk_t
 
 std::string decline(const mac_outline_t& mac) {
     const named_oid_t& algorithm = mac.algorithm.scheme;
-    if (algorithm.oid.empty()) {
-        return "does not name its algorithm";
-    }
     if (algorithm.oid != OID_GOST_34_11_94) {
         return "is made with " + describe(algorithm) + "; only GOST R 34.11-94 is read";
     }
@@ -279,7 +271,7 @@ pfx_outline_t outline_pfx(std::string_view bytes) {
         return out;
     }
     if (!walk.failed() && type.oid != OID_DATA) {
-        walk.fail("authSafe is " + describe_type(type) + "; only data is read");
+        walk.fail("authSafe is " + describe(type) + "; only data is read");
     }
     asn_cursor_t content = walk.enter(auth_safe, asn_tag_t::CONTEXT_0, "the content of authSafe");
     const blob_t octets = walk.read(content, asn_tag_t::OCTET_STRING, "the OCTET STRING of authSafe");

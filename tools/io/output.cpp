@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <ranges>
+#include <iterator>
 #include <utility>
 
 #include <fcntl.h>
@@ -31,7 +31,7 @@ constexpr int LOCK_INTERVAL_MS = 20;
 }
 
 [[noreturn]] void refuse_to_overwrite(const std::string& path) {
-    throw failure_t(path, "is there already (--force overwrites it)");
+    throw failure_t(path, "already exists (--force overwrites it)");
 }
 
 std::string join(const std::string& directory, const std::string& name) {
@@ -329,17 +329,23 @@ void file_set_t::keep() {
 // Returns false if a file that was replaced could not be put back; it stays in the staging directory then.
 bool file_set_t::take_back() noexcept {
     bool done = true;
-    for (file_t& file : std::views::reverse(files_)) {
-        if (file.state == state_t::ADDED) {
-            unlinkat(directory_.get(), file.name.c_str(), 0);
-        } else if (file.state == state_t::REPLACED &&
-                   renameat(staging_.get(), file.staged.c_str(), directory_.get(), file.name.c_str()) != 0) {
-            done = false;
-            continue;
-        }
-        file.state = state_t::WRITTEN;
+    for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
+        done = take_back(*file) && done;
     }
     return done;
+}
+
+bool file_set_t::take_back(file_t& file) noexcept {
+    int result = 0;
+    if (file.state == state_t::ADDED) {
+        result = unlinkat(directory_.get(), file.name.c_str(), 0);
+    } else if (file.state == state_t::REPLACED) {
+        result = renameat(staging_.get(), file.staged.c_str(), directory_.get(), file.name.c_str());
+    }
+    if (result == 0) {
+        file.state = state_t::WRITTEN;
+    }
+    return result == 0;
 }
 
 // Keeps files that could not be put back.
@@ -348,7 +354,7 @@ bool file_set_t::remove_staging_directory() noexcept {
         return true;
     }
     for (const file_t& file : files_) {
-        if (kept_ || file.state == state_t::WRITTEN) {
+        if (kept_ || file.state != state_t::REPLACED) {
             unlinkat(staging_.get(), file.staged.c_str(), 0);
         }
     }

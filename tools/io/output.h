@@ -92,6 +92,7 @@ class file_set_t {
     void exchange(file_t& file);
     void sync_directory();
     bool take_back() noexcept;
+    bool take_back(file_t& file) noexcept;
     bool remove_staging_directory() noexcept;
     void remove_created_directory() noexcept;
     std::string path_of(const file_t& file) const;

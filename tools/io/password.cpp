@@ -144,7 +144,7 @@ secret_t read_password_from_stdin() {
 secret_t ask_for_password(const std::string& what_for) {
     const descriptor_t terminal(open(TERMINAL, O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (!terminal.is_open()) {
-        throw failure_t(what_for, "there is no terminal to ask for the password at");
+        throw failure_t(what_for, "cannot ask for the password: there is no terminal");
     }
     const std::string prompt = "Password for " + shown_text_t(what_for).str() + ": ";
     for (;;) {
