@@ -53,12 +53,16 @@ void add_rows(registry_t& registry) {
     add_container_rows(registry);
     add_algorithm_rows(registry);
     add_text_rows(registry);
-    for (const auto add : peer_registration_t::all()) {
-        add(registry);
+    for (const peer_t& peer : peers()) {
+        for (const peer_contender_t& contender : peer.contenders) {
+            for (row_t* const row : registry.find(contender.rows)) {
+                (row->*contender.add)(peer.name);
+            }
+        }
     }
 }
 
-// A result may be so wrong that it cannot even be looked at.
+// A result may be so wrong that it cannot even be compared.
 std::string find_mismatch(const contender_t& contender) {
     try {
         return contender.make()->find_mismatch();
@@ -87,10 +91,12 @@ judged_rows_t judge(const registry_t& registry, const std::string& filter) {
 }
 
 // Prints which contenders do each row faithfully, and what the others do.
-void run_check_pass(const registry_t& registry, const judged_rows_t& rows, const options_t& options) {
+void run_check_pass(const judged_rows_t& rows, const options_t& options) {
     results_t results(options.json);
-    for (const registry_t::peer_t& peer : registry.peers()) {
-        results.add_peer(peer);
+    for (const peer_t& peer : peers()) {
+        if (!peer.version.empty()) {
+            results.add_peer(peer);
+        }
     }
     for (const judged_row_t& judged : rows) {
         std::printf("== %s\n", judged.row->name.c_str());
@@ -106,15 +112,15 @@ void run_check_pass(const registry_t& registry, const judged_rows_t& rows, const
 
 int run(const options_t& options) {
     const std::map<std::string, void (*)(const judged_rows_t&, const options_t&)> passes = {
+        {"check", run_check_pass},
         {"time", run_time_pass},
         {"sizes", run_time_pass},
         {"threads", run_threads_pass},
         {"allocations", run_allocations_pass},
         {"instructions", run_instructions_pass},
     };
-    const bool is_check = options.pass == "check";
     const auto pass = passes.find(options.pass);
-    if (!is_check && pass == passes.end()) {
+    if (pass == passes.end()) {
         std::fputs(USAGE, stderr);
         return 2;
     }
@@ -124,12 +130,7 @@ int run(const options_t& options) {
     } else {
         add_rows(registry);
     }
-    const judged_rows_t rows = judge(registry, options.filter);
-    if (is_check) {
-        run_check_pass(registry, rows, options);
-    } else {
-        pass->second(rows, options);
-    }
+    pass->second(judge(registry, options.filter), options);
     return 0;
 }
 

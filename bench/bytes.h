@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "testing/der.h"
 
@@ -15,7 +16,7 @@ inline unsigned int size32(std::string_view bytes) {
     return static_cast<unsigned int>(bytes.size());
 }
 
-// Turns small letters of ASCII into capital ones.
+// Converts ASCII letters to upper case.
 std::string upper_case(std::string text);
 
 // Without blanks.
@@ -27,6 +28,28 @@ std::string noise(std::size_t size, unsigned int seed);
 inline std::string oid_content(const char* dotted) {
     return der_oid(dotted).octets;
 }
+
+// make(0), make(1), ...
+template <typename MAKE> auto make_inputs(std::size_t number, MAKE make) {
+    std::vector<decltype(make(0))> list;
+    for (unsigned int i = 0; i < number; ++i) {
+        list.push_back(make(i));
+    }
+    return list;
+}
+
+// What a peer allocates and its caller frees; VIEW has `data` and `size`.
+template <typename VIEW, auto FREE> struct received_t : VIEW {
+    received_t() : VIEW() {}
+    received_t(const received_t&) = delete;
+    received_t& operator=(const received_t&) = delete;
+    ~received_t() { clear(); }
+    void clear() {
+        FREE(this->data);
+        static_cast<VIEW&>(*this) = VIEW();
+    }
+    std::string_view chars() const { return {reinterpret_cast<const char*>(this->data), this->size}; }
+};
 
 struct element_t {
     unsigned int tag = 0;

@@ -1,7 +1,7 @@
 // Names to print and to encode.
-#include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <stdexcept>
 
 #include "tasks.h"
@@ -11,12 +11,10 @@ namespace {
 
 constexpr const char* ROOT_BUNDLE = "/etc/ssl/certs/ca-certificates.crt";
 
-struct type_t {
-    std::string_view name;
-    const char* oid;
-};
-constexpr type_t TYPES[] = {
-    {"C", "2.5.4.6"}, {"ST", "2.5.4.8"}, {"L", "2.5.4.7"}, {"O", "2.5.4.10"}, {"OU", "2.5.4.11"}, {"CN", "2.5.4.3"},
+// Short names by the contents of the types' OIDs.
+const std::map<std::string, std::string> SHORT_NAMES = {
+    {oid_content("2.5.4.6"), "C"},  {oid_content("2.5.4.8"), "ST"},  {oid_content("2.5.4.7"), "L"},
+    {oid_content("2.5.4.10"), "O"}, {oid_content("2.5.4.11"), "OU"}, {oid_content("2.5.4.3"), "CN"},
 };
 
 std::string from_base64(std::string_view text) {
@@ -54,13 +52,12 @@ std::string text_of(const std::vector<rdn_t>& rdns) {
     std::string text;
     for (const rdn_t& rdn : rdns) {
         for (const attribute_t& attribute : rdn) {
-            const auto is_type = [&attribute](const type_t& type) { return oid_content(type.oid) == attribute.oid; };
-            const auto type = std::find_if(std::begin(TYPES), std::end(TYPES), is_type);
-            if (type == std::end(TYPES)) {
+            const auto type = SHORT_NAMES.find(attribute.oid);
+            if (type == SHORT_NAMES.end()) {
                 return std::string();
             }
             text += text.empty() ? "" : &attribute == &rdn.front() ? "," : "+";
-            text.append(type->name).append("=").append(escaped(attribute.value));
+            text.append(type->second).append("=").append(escaped(attribute.value));
         }
     }
     return text;
@@ -79,30 +76,13 @@ std::string_view subject_of(std::string_view certificate) {
     return take_element(tbs).whole;
 }
 
-// The attributes of a text whose RDNs have one each.
-std::vector<rdn_t> rdns_of(std::string_view text) {
-    std::vector<rdn_t> rdns;
-    while (!text.empty()) {
-        const std::size_t equals = text.find('=');
-        const auto is_type = [&](const type_t& type) { return type.name == text.substr(0, equals); };
-        attribute_t attribute = {oid_content(std::find_if(std::begin(TYPES), std::end(TYPES), is_type)->oid), ""};
-        std::size_t at = equals + 1;
-        for (; at < text.size() && text[at] != ','; ++at) {
-            at += text[at] == '\\' ? 1 : 0;
-            attribute.value.push_back(text[at]);
-        }
-        rdns.push_back({attribute});
-        text.remove_prefix(std::min(at + 1, text.size()));
-    }
-    return rdns;
-}
-
 // The cases of names with this beginning.
 std::vector<name_t> names_of_cases(std::string_view beginning) {
     std::vector<name_t> names;
     for (const vector_t& vector : read_vectors("names.txt")) {
         if (vector.field("case").starts_with(beginning)) {
-            names.push_back({rdns_of(vector.text("text")), vector.bytes("DER"), vector.text("text")});
+            const std::string text = vector.text("text");
+            names.push_back({vector.bytes("DER"), text, listed_values(text, order_t::AS_ENCODED), ""});
         }
     }
     return names;
@@ -118,11 +98,10 @@ std::vector<name_t> root_names() {
     for (std::size_t at = pem.find(BEGIN); at != std::string::npos; at = pem.find(BEGIN, at)) {
         at += BEGIN.size();
         const std::string certificate = from_base64(std::string_view(pem).substr(at, pem.find('-', at) - at));
-        name_t name;
-        name.der = subject_of(certificate);
-        if (decode_name(name.der, name.rdns)) {
-            name.text = text_of(name.rdns);
-            names.push_back(std::move(name));
+        const std::string_view der = subject_of(certificate);
+        std::vector<rdn_t> rdns;
+        if (decode_name(der, rdns)) {
+            names.push_back({std::string(der), text_of(rdns), listed_values(rdns), listed_attributes(rdns)});
         }
     }
     if (names.empty()) {
@@ -154,7 +133,8 @@ name_t long_name(std::size_t size) {
         std::string_view rest = part.der;
         content += take_element(rest).content;
         name.text += (name.text.empty() ? "" : ",") + part.text;
-        name.rdns.insert(name.rdns.end(), part.rdns.begin(), part.rdns.end());
+        name.values += part.values;
+        name.attributes += part.attributes;
     }
     name.der = encode(der_element(0x30, content));
     return name;

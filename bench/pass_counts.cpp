@@ -1,5 +1,5 @@
-// Allocations and instructions per call, once the storage that is kept has its room. Both start the program again, with
-// what counts them.
+// Allocations and instructions per call, after a first pass has allocated the storage that is kept. Both restart the
+// program with what counts them.
 #include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>

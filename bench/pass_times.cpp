@@ -101,8 +101,8 @@ void run_time_pass(const judged_rows_t& rows, const options_t& options) {
     }
 }
 
-// How much more two threads get done than one, each at its best, as other programs can only take time away. The copy
-// only computes in its own storage: it shows how much more the machine itself can do.
+// How much more two threads do than one, each at its best, since other programs can only slow them down. The copy works
+// in storage of its own: it shows how the machine itself scales.
 void run_threads_pass(const judged_rows_t& rows, const options_t& options) {
     constexpr std::size_t NUM_CONTENDERS = 2; // the library and the copy
     for (const judged_row_t& judged : rows) {

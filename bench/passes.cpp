@@ -3,7 +3,7 @@
 results_t::results_t(const std::string& json)
     : json_(json.empty() ? nullptr : std::fopen(json.c_str(), "w"), &std::fclose) {}
 
-void results_t::add_peer(const registry_t::peer_t& peer) {
+void results_t::add_peer(const peer_t& peer) {
     if (json_ != nullptr) {
         std::fprintf(json_.get(), "{\"peer\": \"%s\", \"version\": \"%s\"}\n", peer.name.c_str(), peer.version.c_str());
     }

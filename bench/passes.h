@@ -35,7 +35,7 @@ class results_t {
     // Without a file name they are only printed.
     explicit results_t(const std::string& json);
 
-    void add_peer(const registry_t::peer_t& peer);
+    void add_peer(const peer_t& peer);
     void add(const judged_row_t& judged, std::size_t contender, const char* what, double value);
 
   private:

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr const char* NAME = "Botan";
-
 // Botan throws exceptions on what it refuses; the result is then empty.
 template <typename CALL> void clear_on_failure(std::string& result, CALL call) {
     try {
@@ -36,11 +34,6 @@ template <typename OBJECT> void encode_into(std::string& der, const OBJECT& obje
     der.assign(as_chars(bytes.data(), bytes.size()));
 }
 
-struct name_text_t {
-    std::string text;
-    std::string shown() const { return listed_values(text, order_t::AS_ENCODED); }
-};
-
 struct to_text_t : name_text_t {
     void operator()(const name_t& name) {
         clear_on_failure(text, [&] {
@@ -58,12 +51,10 @@ Botan::X509_DN parse(const std::string& text) {
     return dn;
 }
 
-struct to_der_t {
-    std::string der;
+struct to_der_t : name_der_t {
     void operator()(const name_t& name) {
         clear_on_failure(der, [&] { encode_into(der, parse(name.text)); });
     }
-    std::string shown() const { return listed_attributes(der, order_t::AS_ENCODED); }
 };
 
 struct normalize_t : name_text_t {
@@ -100,16 +91,10 @@ struct hex_t {
     std::string shown() const { return hex.substr(0, size); }
 };
 
-void add(registry_t& registry) {
-    registry.add_peer(NAME, Botan::short_version_string());
-    registry.add_contender<to_text_t>("name to text", NAME);
-    registry.add_contender<to_der_t>("text to name", NAME);
-    registry.add_contender<normalize_t>("normalise name", NAME);
-    registry.add_contender<oid_to_der_t>("OID text to DER", NAME);
-    registry.add_contender<oid_to_text_t>("OID DER to text", NAME);
-    registry.add_contender<hex_t>("hex of", NAME);
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration("Botan", Botan::short_version_string(),
+                                       {contender<to_text_t>("name to text"), contender<to_der_t>("text to name"),
+                                        contender<normalize_t>("normalise name"),
+                                        contender<oid_to_der_t>("OID text to DER"),
+                                        contender<oid_to_text_t>("OID DER to text"), contender<hex_t>("hex of")});
 
 } // namespace

@@ -55,13 +55,8 @@ struct strptime_t {
     std::string shown() const { return std::to_string(packed); }
 };
 
-void add(registry_t& registry) {
-    registry.add_peer("glibc", gnu_get_libc_version());
-    registry.add_contender<iconv_t61_t>("T.61 to UTF-8", "glibc");
-    registry.add_contender<strftime_t>("time to text", "glibc");
-    registry.add_contender<strptime_t>("text to time", "glibc");
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration("glibc", gnu_get_libc_version(),
+                                       {contender<iconv_t61_t>("T.61 to UTF-8"), contender<strftime_t>("time to text"),
+                                        contender<strptime_t>("text to time")});
 
 } // namespace

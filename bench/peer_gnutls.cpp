@@ -12,19 +12,11 @@ gnutls_datum_t datum_of(std::string_view bytes) {
     return {const_cast<unsigned char*>(octets(bytes)), size32(bytes)};
 }
 
-// A result that GnuTLS allocates and its caller frees.
-struct owned_datum_t {
-    gnutls_datum_t datum = {nullptr, 0};
-    owned_datum_t() = default;
-    owned_datum_t(const owned_datum_t&) = delete;
-    owned_datum_t& operator=(const owned_datum_t&) = delete;
-    ~owned_datum_t() { clear(); }
-    void clear() {
-        gnutls_free(datum.data);
-        datum = {nullptr, 0};
-    }
-    std::string_view chars() const { return as_chars(datum.data, datum.size); }
-};
+// GnuTLS has the function in a variable.
+void free_with_gnutls(void* data) {
+    gnutls_free(data);
+}
+using owned_datum_t = received_t<gnutls_datum_t, free_with_gnutls>;
 
 struct owned_dn_t {
     gnutls_x509_dn_t dn = nullptr;
@@ -46,7 +38,7 @@ struct to_text_t {
         const gnutls_datum_t der = datum_of(name.der);
         const owned_dn_t parsed;
         if (gnutls_x509_dn_import(parsed.dn, &der) == 0) {
-            gnutls_x509_dn_get_str2(parsed.dn, &text.datum, 0);
+            gnutls_x509_dn_get_str2(parsed.dn, &text, 0);
         }
     }
     std::string shown() const { return listed_values(text.chars(), order_t::REVERSED); }
@@ -71,7 +63,7 @@ struct normalize_t {
         text.clear();
         owned_dn_t parsed;
         if (parsed.parse(name.text)) {
-            gnutls_x509_dn_get_str2(parsed.dn, &text.datum, 0);
+            gnutls_x509_dn_get_str2(parsed.dn, &text, 0);
         }
     }
     std::string shown() const { return listed_values(text.chars(), order_t::AS_ENCODED); }
@@ -96,7 +88,7 @@ struct write_digest_t {
     void operator()(const digest_t& digest) {
         der.clear();
         const gnutls_datum_t value = datum_of(digest.value);
-        gnutls_encode_ber_digest_info(HASHES[digest.hash], &value, &der.datum);
+        gnutls_encode_ber_digest_info(HASHES[digest.hash], &value, &der);
     }
     std::string shown() const { return std::string(der.chars()); }
 };
@@ -112,16 +104,10 @@ struct read_digest_t {
     std::string shown() const { return oid_content(gnutls_digest_get_oid(hash)); }
 };
 
-void add(registry_t& registry) {
-    registry.add_peer("GnuTLS", gnutls_check_version(nullptr));
-    registry.add_contender<to_text_t>("name to text", "GnuTLS");
-    registry.add_contender<to_der_t>("text to name", "GnuTLS");
-    registry.add_contender<normalize_t>("normalise name", "GnuTLS");
-    registry.add_contender<hex_t>("hex of", "GnuTLS");
-    registry.add_contender<write_digest_t>("DigestInfo write", "GnuTLS");
-    registry.add_contender<read_digest_t>("DigestInfo read", "GnuTLS");
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration("GnuTLS", gnutls_check_version(nullptr),
+                                       {contender<to_text_t>("name to text"), contender<to_der_t>("text to name"),
+                                        contender<normalize_t>("normalise name"), contender<hex_t>("hex of"),
+                                        contender<write_digest_t>("DigestInfo write"),
+                                        contender<read_digest_t>("DigestInfo read")});
 
 } // namespace

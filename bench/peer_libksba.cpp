@@ -6,21 +6,11 @@
 
 namespace {
 
-// Memory that libksba allocates and its caller frees.
-template <typename T> struct owned_t {
+template <typename T> struct block_t {
     T* data = nullptr;
     std::size_t size = 0;
-    owned_t() = default;
-    owned_t(const owned_t&) = delete;
-    owned_t& operator=(const owned_t&) = delete;
-    ~owned_t() { clear(); }
-    void clear() {
-        ksba_free(data);
-        data = nullptr;
-        size = 0;
-    }
-    std::string_view chars() const { return std::string_view(reinterpret_cast<const char*>(data), size); }
 };
+template <typename T> using owned_t = received_t<block_t<T>, ksba_free>;
 
 // RFC 4514: the last RDN comes first.
 struct to_text_t {
@@ -71,15 +61,10 @@ struct oid_to_text_t {
     std::string shown() const { return text.data == nullptr ? "" : text.data; }
 };
 
-void add(registry_t& registry) {
-    registry.add_peer("libksba", ksba_check_version(nullptr));
-    registry.add_contender<to_text_t>("name to text", "libksba");
-    registry.add_contender<to_der_t>("text to name", "libksba");
-    registry.add_contender<normalize_t>("normalise name", "libksba");
-    registry.add_contender<oid_to_der_t>("OID text to DER", "libksba");
-    registry.add_contender<oid_to_text_t>("OID DER to text", "libksba");
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration("libksba", ksba_check_version(nullptr),
+                                       {contender<to_text_t>("name to text"), contender<to_der_t>("text to name"),
+                                        contender<normalize_t>("normalise name"),
+                                        contender<oid_to_der_t>("OID text to DER"),
+                                        contender<oid_to_text_t>("OID DER to text")});
 
 } // namespace

@@ -29,12 +29,8 @@ struct to_text_t {
     std::string shown() const { return text; }
 };
 
-void add(registry_t& registry) {
-    registry.add_peer("libtasn1", asn1_check_version(nullptr));
-    registry.add_contender<to_der_t>("OID text to DER", "libtasn1");
-    registry.add_contender<to_text_t>("OID DER to text", "libtasn1");
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration("libtasn1", asn1_check_version(nullptr),
+                                       {contender<to_der_t>("OID text to DER"),
+                                        contender<to_text_t>("OID DER to text")});
 
 } // namespace

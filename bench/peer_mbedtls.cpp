@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr const char* NAME = "mbedTLS";
-
 constexpr int TAG_SEQUENCE = MBEDTLS_ASN1_CONSTRUCTED | MBEDTLS_ASN1_SEQUENCE;
 
 unsigned char* changeable(const std::string& bytes) {
@@ -125,17 +123,16 @@ struct read_ike_algorithm_t {
     }
 };
 
-void add(registry_t& registry) {
+std::string version() {
     char version[9];
     mbedtls_version_get_string(version);
-    registry.add_peer(NAME, version);
-    registry.add_contender<to_text_t>("name to text", NAME);
-    registry.add_contender<to_der_t>("text to name", NAME);
-    registry.add_contender<oid_to_text_t>("OID DER to text", NAME);
-    registry.add_contender<read_signature_t>("DSA signature", NAME);
-    registry.add_contender<read_ike_algorithm_t>("IKE identifier to algorithm", NAME);
+    return version;
 }
 
-const peer_registration_t registration(add);
+const peer_registration_t registration("mbedTLS", version(),
+                                       {contender<to_text_t>("name to text"), contender<to_der_t>("text to name"),
+                                        contender<oid_to_text_t>("OID DER to text"),
+                                        contender<read_signature_t>("DSA signature"),
+                                        contender<read_ike_algorithm_t>("IKE identifier to algorithm")});
 
 } // namespace

@@ -2,15 +2,11 @@
 #include <mbedtls/asn1.h>
 #include <mbedtls/asn1write.h>
 
-#include <cstring>
-
 #include "row.h"
 #include "tasks.h"
 #include "testing/pkcs_der.h"
 
 namespace {
-
-constexpr const char* NAME = "mbedTLS primitives";
 
 constexpr int TAG_SEQUENCE = MBEDTLS_ASN1_CONSTRUCTED | MBEDTLS_ASN1_SEQUENCE;
 
@@ -72,10 +68,6 @@ class reader_t {
     }
 };
 
-bool is_oid(std::string_view content, std::string_view oid) {
-    return content.size() == oid.size() && std::memcmp(content.data(), oid.data(), oid.size()) == 0;
-}
-
 // Writes from the end to the front, as mbedTLS does: the last member comes first.
 class writer_t {
   public:
@@ -103,18 +95,17 @@ class writer_t {
 
 // What a developer would write down as constants.
 struct constants_t {
-    std::string algorithms[3] = {oid_content(KEY_FAMILIES[0].algorithm), oid_content(KEY_FAMILIES[1].algorithm),
-                                 oid_content(KEY_FAMILIES[2].algorithm)};
-    std::string public_key_param_sets[3] = {oid_content(KEY_FAMILIES[0].public_key_param_set),
-                                            oid_content(KEY_FAMILIES[1].public_key_param_set),
-                                            oid_content(KEY_FAMILIES[2].public_key_param_set)};
+    std::vector<std::string> algorithms =
+        make_inputs(3, [](unsigned int i) { return oid_content(KEY_FAMILIES[i].algorithm); });
+    std::vector<std::string> public_key_param_sets =
+        make_inputs(3, [](unsigned int i) { return oid_content(KEY_FAMILIES[i].public_key_param_set); });
     std::string digest_param_set = oid_content(OID_DIGEST_PARAM_SET);
     std::string pbes2 = oid_content(OID_PBES2);
     std::string pbkdf2 = oid_content(OID_PBKDF2);
     std::string hmac_gost = oid_content(OID_HMAC_GOST);
     std::string gost_28147 = oid_content(OID_GOST_28147);
     std::string gost_28147_param_set = oid_content(OID_GOST_28147_PARAM_SET);
-    std::string hashes[3] = {oid_content(DIGEST_OIDS[0]), oid_content(DIGEST_OIDS[1]), oid_content(DIGEST_OIDS[2])};
+    std::vector<std::string> hashes = make_inputs(3, [](unsigned int i) { return oid_content(DIGEST_OIDS[i]); });
 };
 const constants_t CONSTANTS;
 
@@ -130,7 +121,7 @@ struct read_key_t : private_key_view_t {
         algorithm.read_any();
         reader_t private_key = key_info.enter(MBEDTLS_ASN1_OCTET_STRING);
         key = private_key.read(MBEDTLS_ASN1_OCTET_STRING);
-        for (type = 0; type < NO_KEY_FAMILY && !is_oid(oid, CONSTANTS.algorithms[type]); ++type) {
+        for (type = 0; type < NO_KEY_FAMILY && oid != CONSTANTS.algorithms[type]; ++type) {
         }
         if (!algorithm.ok() || !private_key.ok()) {
             type = NO_KEY_FAMILY;
@@ -182,9 +173,8 @@ struct read_encrypted_key_t {
         reader_t prf = pbkdf2.enter(TAG_SEQUENCE);
         const std::string_view hmac = prf.read(MBEDTLS_ASN1_OID);
         prf.read_any();
-        ok = key_info.ok() && cipher_params.ok() && pbkdf2.ok() && prf.ok() && is_oid(scheme, CONSTANTS.pbes2) &&
-             is_oid(cipher, CONSTANTS.gost_28147) && is_oid(function, CONSTANTS.pbkdf2) &&
-             is_oid(hmac, CONSTANTS.hmac_gost);
+        ok = key_info.ok() && cipher_params.ok() && pbkdf2.ok() && prf.ok() && scheme == CONSTANTS.pbes2 &&
+             cipher == CONSTANTS.gost_28147 && function == CONSTANTS.pbkdf2 && hmac == CONSTANTS.hmac_gost;
     }
     std::string shown() const { return ok ? view.shown() : "refused"; }
 };
@@ -321,19 +311,12 @@ struct write_digest_t : output_t {
     }
 };
 
-void add(registry_t& registry) {
-    registry.add_contender<read_key_t>("PKCS#8 read", NAME);
-    registry.add_contender<write_key_t>("PKCS#8 write", NAME);
-    registry.add_contender<read_encrypted_key_t>("encrypted key read", NAME);
-    registry.add_contender<write_encrypted_key_t>("encrypted key write", NAME);
-    registry.add_contender<read_rsa_key_t>("SubjectPublicKeyInfo, RSA key", NAME);
-    registry.add_contender<read_bare_rsa_key_t>("RSA key alone", NAME);
-    registry.add_contender<read_gost_key_t>("SubjectPublicKeyInfo, GOST key", NAME);
-    registry.add_contender<read_signature_t>("DSA signature", NAME);
-    registry.add_contender<read_digest_t>("DigestInfo read", NAME);
-    registry.add_contender<write_digest_t>("DigestInfo write", NAME);
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration(
+    "mbedTLS primitives", "",
+    {contender<read_key_t>("PKCS#8 read"), contender<write_key_t>("PKCS#8 write"),
+     contender<read_encrypted_key_t>("encrypted key read"), contender<write_encrypted_key_t>("encrypted key write"),
+     contender<read_rsa_key_t>("SubjectPublicKeyInfo, RSA key"), contender<read_bare_rsa_key_t>("RSA key alone"),
+     contender<read_gost_key_t>("SubjectPublicKeyInfo, GOST key"), contender<read_signature_t>("DSA signature"),
+     contender<read_digest_t>("DigestInfo read"), contender<write_digest_t>("DigestInfo write")});
 
 } // namespace

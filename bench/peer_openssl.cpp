@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr const char* NAME = "OpenSSL";
-
 // UTF-8 as it is, otherwise RFC 2253: the last RDN comes first.
 struct to_text_t {
     owned_t<BIO, BIO_free_all> bio{BIO_new(BIO_s_mem())};
@@ -187,23 +185,14 @@ struct hex_t {
     std::string shown() const { return hex.substr(0, size - 1); }
 };
 
-void add(registry_t& registry) {
-    registry.add_peer(NAME, OpenSSL_version(OPENSSL_VERSION_STRING));
-    registry.add_contender<to_text_t>("name to text", NAME);
-    registry.add_contender<oid_to_der_t>("OID text to DER", NAME);
-    registry.add_contender<oid_to_text_t>("OID DER to text", NAME);
-    registry.add_contender<by_name_t>("short name to OID", NAME);
-    registry.add_contender<by_der_t>("OID to short name", NAME);
-    registry.add_contender<read_rsa_key_t>("SubjectPublicKeyInfo, RSA key", NAME);
-    registry.add_contender<read_bare_rsa_key_t>("RSA key alone", NAME);
-    registry.add_contender<read_signature_t>("DSA signature", NAME);
-    registry.add_contender<read_digest_t>("DigestInfo read", NAME);
-    registry.add_contender<write_digest_t>("DigestInfo write", NAME);
-    registry.add_contender<read_ike_algorithm_t>("IKE identifier to algorithm", NAME);
-    registry.add_contender<hex_t>("hex of", NAME);
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t
+    registration("OpenSSL", OpenSSL_version(OPENSSL_VERSION_STRING),
+                 {contender<to_text_t>("name to text"), contender<oid_to_der_t>("OID text to DER"),
+                  contender<oid_to_text_t>("OID DER to text"), contender<by_name_t>("short name to OID"),
+                  contender<by_der_t>("OID to short name"), contender<read_rsa_key_t>("SubjectPublicKeyInfo, RSA key"),
+                  contender<read_bare_rsa_key_t>("RSA key alone"), contender<read_signature_t>("DSA signature"),
+                  contender<read_digest_t>("DigestInfo read"), contender<write_digest_t>("DigestInfo write"),
+                  contender<read_ike_algorithm_t>("IKE identifier to algorithm"), contender<hex_t>("hex of")});
 
 } // namespace
 

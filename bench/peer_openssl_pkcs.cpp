@@ -8,7 +8,13 @@
 
 namespace {
 
-constexpr const char* NAME = "OpenSSL";
+std::string_view content_of(const unsigned char* element, std::size_t size) {
+    long content_size = 0;
+    int tag = 0;
+    int tag_class = 0;
+    ASN1_get_object(&element, &content_size, &tag, &tag_class, static_cast<long>(size));
+    return as_chars(element, static_cast<std::size_t>(content_size));
+}
 
 // Private keys
 
@@ -25,12 +31,7 @@ struct read_key_t : private_key_view_t {
                : nid == NID_id_GostR3410_2012_256 ? 1
                : nid == NID_id_GostR3410_2012_512 ? 2
                                                   : NO_KEY_FAMILY;
-        const unsigned char* content = data;
-        long content_size = 0;
-        int tag = 0;
-        int tag_class = 0;
-        ASN1_get_object(&content, &content_size, &tag, &tag_class, size);
-        key = as_chars(content, static_cast<std::size_t>(content_size));
+        key = content_of(data, static_cast<std::size_t>(size));
     }
 };
 
@@ -225,13 +226,10 @@ template <bool IS_OPENED> struct read_t {
         } else if (IS_OPENED && OBJ_obj2nid(entry->type) == NID_pkcs7_encrypted) {
             const std::string_view ciphertext = string_chars(entry->d.encrypted->enc_data->enc_data);
             const std::string& plaintext = plaintexts.emplace_back(ciphertext);
-            const unsigned char* p = octets(plaintext);
-            long size = 0;
-            int tag = 0;
-            int tag_class = 0;
-            ASN1_get_object(&p, &size, &tag, &tag_class, static_cast<long>(plaintext.size()));
-            read_bags(static_cast<safe_bags_t*>(
-                static_cast<void*>(ASN1_item_d2i(nullptr, &p, size, ASN1_ITEM_rptr(PKCS12_SAFEBAGS)))));
+            const std::string_view contents = content_of(octets(plaintext), plaintext.size());
+            const unsigned char* p = octets(contents);
+            read_bags(static_cast<safe_bags_t*>(static_cast<void*>(
+                ASN1_item_d2i(nullptr, &p, static_cast<long>(contents.size()), ASN1_ITEM_rptr(PKCS12_SAFEBAGS)))));
         }
     }
 
@@ -322,16 +320,12 @@ struct write_t : output_t {
     }
 };
 
-void add(registry_t& registry) {
-    registry.add_contender<read_key_t>("PKCS#8 read", NAME);
-    registry.add_contender<write_key_t>("PKCS#8 write", NAME);
-    registry.add_contender<read_encrypted_key_t>("encrypted key read", NAME);
-    registry.add_contender<write_encrypted_key_t>("encrypted key write", NAME);
-    registry.add_contender<read_t<false>>("PKCS#12 read, closed", NAME);
-    registry.add_contender<read_t<true>>("PKCS#12 read, opened", NAME);
-    registry.add_contender<write_t>("PKCS#12 write", NAME);
-}
-
-const peer_registration_t registration(add);
+const peer_registration_t registration("OpenSSL", "",
+                                       {contender<read_key_t>("PKCS#8 read"), contender<write_key_t>("PKCS#8 write"),
+                                        contender<read_encrypted_key_t>("encrypted key read"),
+                                        contender<write_encrypted_key_t>("encrypted key write"),
+                                        contender<read_t<false>>("PKCS#12 read, closed"),
+                                        contender<read_t<true>>("PKCS#12 read, opened"),
+                                        contender<write_t>("PKCS#12 write")});
 
 } // namespace

@@ -62,11 +62,7 @@ std::vector<row_t*> registry_t::find(std::string_view start) {
     return found;
 }
 
-peer_registration_t::peer_registration_t(void (*add)(registry_t&)) {
-    all().push_back(add);
-}
-
-std::vector<void (*)(registry_t&)>& peer_registration_t::all() {
-    static std::vector<void (*)(registry_t&)> registrations;
-    return registrations;
+std::vector<peer_t>& peers() {
+    static std::vector<peer_t> linked;
+    return linked;
 }

@@ -49,7 +49,7 @@ template <typename INPUT> struct task_t {
     std::vector<INPUT> inputs;
     bytes_of_t<INPUT> expected; // what each call has to show
     // What goes in and comes out of a call, for the two limits: a copy of both, and a walk over the tags of the encoded
-    // side. What comes out is `expected` unless it is given.
+    // side. What comes out is `expected` by default.
     bytes_of_t<INPUT> in = {};
     bytes_of_t<INPUT> out = {};
     der_side_t der_side = der_side_t::NONE;
@@ -119,25 +119,13 @@ class registry_t {
         }
     }
 
-    void add_peer(std::string name, std::string version) { peers_.push_back({std::move(name), std::move(version)}); }
-
-    // Adds a contender to all rows whose names start with `rows`.
-    template <typename WORK> void add_contender(std::string_view rows, const std::string& contender) {
-        for (row_t* const row : find(rows)) {
-            row->add<WORK>(contender);
-        }
-    }
+    // Rows whose names start so; there must be one.
+    std::vector<row_t*> find(std::string_view start);
 
     const std::deque<row_t>& rows() const { return rows_; }
-    struct peer_t {
-        std::string name;
-        std::string version;
-    };
-    const std::vector<peer_t>& peers() const { return peers_; }
 
   private:
     std::deque<row_t> rows_;
-    std::vector<peer_t> peers_;
 
     template <typename WORK, typename INPUT>
     row_t& add_row(std::string name, const task_t<INPUT>& task, std::vector<INPUT> inputs) {
@@ -149,7 +137,6 @@ class registry_t {
         row.add<WORK>("derkit");
         return row;
     }
-    std::vector<row_t*> find(std::string_view start);
 };
 
 // The families, each in a file of its own.
@@ -185,10 +172,28 @@ std::vector<std::size_t> sizes_of(const std::vector<INPUT>& inputs, std::string 
     return sizes;
 }
 
-// A peer adds its contenders to the rows. A file with such an object takes part if it is linked.
+// A peer's contender for all rows whose names start with `rows`.
+struct peer_contender_t {
+    std::string rows;
+    void (row_t::*add)(const std::string& contender);
+};
+template <typename WORK> peer_contender_t contender(std::string rows) {
+    return {std::move(rows), &row_t::add<WORK>};
+}
+
+struct peer_t {
+    std::string name;
+    std::string version; // empty in all files of a peer but one
+    std::vector<peer_contender_t> contenders;
+};
+
+// Peers take part if the files with their registrations are linked.
+std::vector<peer_t>& peers();
+
 struct peer_registration_t {
-    explicit peer_registration_t(void (*add)(registry_t&));
-    static std::vector<void (*)(registry_t&)>& all();
+    peer_registration_t(std::string name, std::string version, std::vector<peer_contender_t> contenders) {
+        peers().push_back({std::move(name), std::move(version), std::move(contenders)});
+    }
 };
 
 template <typename WORK> class runner_of_t final : public runner_t {

@@ -6,23 +6,20 @@
 namespace {
 
 struct read_bare_rsa_key_t {
+    asn_pubkey_t key;
     asn_rsa_pubkey_t numbers;
     void operator()(const rsa_key_t& input) {
-        asn_pubkey_t key;
         key.key = view_of(input.key_der);
         asn_read_rsa_pubkey(key, numbers);
     }
     std::string shown() const { return listed_numbers(chars_of(numbers.modulus), chars_of(numbers.exponent)); }
 };
 
-struct read_rsa_key_t {
-    asn_pubkey_t key;
-    asn_rsa_pubkey_t numbers;
+struct read_rsa_key_t : read_bare_rsa_key_t {
     void operator()(const rsa_key_t& input) {
         asn_read_pubkey(octets(input.spki_der), static_cast<long>(input.spki_der.size()), key);
         asn_read_rsa_pubkey(key, numbers);
     }
-    std::string shown() const { return listed_numbers(chars_of(numbers.modulus), chars_of(numbers.exponent)); }
 };
 
 struct read_gost_key_t {
@@ -97,14 +94,6 @@ std::string_view without_zeros(std::string_view number) {
     return number;
 }
 
-template <typename INPUT> std::vector<INPUT> twelve(INPUT (*make)(unsigned int)) {
-    std::vector<INPUT> inputs;
-    for (unsigned int i = 0; i < 12; ++i) {
-        inputs.push_back(make(i));
-    }
-    return inputs;
-}
-
 rsa_key_t make_rsa_key(unsigned int i) {
     const std::string modulus = make_number(i % 3 == 0 ? 512 : 256, 2 * i);
     const std::string exponent("\x01\x00\x01", 3);
@@ -121,7 +110,7 @@ gost_key_t make_gost_key(unsigned int i) {
     const der_t parameters = der_sequence({public_key_param_set, digest_param_set});
     const der_t spki =
         der_sequence({der_sequence({der_oid(family.algorithm), parameters}), bit_string(der_octet_string(point))});
-    return {encode(public_key_param_set), encode(digest_param_set), point, encode(spki)};
+    return {{encode(public_key_param_set), encode(digest_param_set), point}, encode(spki)};
 }
 
 dsa_signature_t make_dsa_signature(unsigned int i) {
@@ -134,12 +123,13 @@ dsa_signature_t make_dsa_signature(unsigned int i) {
 digest_t make_digest(unsigned int i) {
     constexpr std::size_t DIGEST_SIZES[] = {20, 32, 64};
     const std::string value = noise(DIGEST_SIZES[i % 3], i);
-    const der_t algorithm = algorithm_with_null(DIGEST_OIDS[i % 3]);
-    return {i % 3, value, encode(der_sequence({algorithm, der_octet_string(value)}))};
+    const char* const oid = DIGEST_OIDS[i % 3];
+    const der_t info = der_sequence({algorithm_with_null(oid), der_octet_string(value)});
+    return {i % 3, value, encode(info), oid_content(oid)};
 }
 
 ike_algorithm_t ike_rsa(unsigned int code, const char* oid) {
-    return {code, encode(algorithm_with_null(oid))};
+    return {std::to_string(code), encode(algorithm_with_null(oid))};
 }
 
 ike_algorithm_t ike_pss(unsigned int code, const char* hash_oid, const char* salt_length) {
@@ -147,7 +137,7 @@ ike_algorithm_t ike_pss(unsigned int code, const char* hash_oid, const char* sal
     const der_t mask = der_sequence({der_oid("1.2.840.113549.1.1.8"), hash});
     const der_t parameters = der_sequence({der_context_0({hash}), der_element(0xA1, der_members_t{mask}),
                                            der_element(0xA2, der_members_t{der_integer(salt_length)})});
-    return {code, encode(der_sequence({der_oid("1.2.840.113549.1.1.10"), parameters}))};
+    return {std::to_string(code), encode(der_sequence({der_oid("1.2.840.113549.1.1.10"), parameters}))};
 }
 
 std::vector<ike_algorithm_t> ike_algorithms() {
@@ -159,26 +149,6 @@ std::vector<ike_algorithm_t> ike_algorithms() {
             ike_pss(PKI_ALG_SHA256_RSASSA_PSS, "2.16.840.1.101.3.4.2.1", "20"),
             ike_pss(PKI_ALG_SHA384_RSASSA_PSS, "2.16.840.1.101.3.4.2.2", "30"),
             ike_pss(PKI_ALG_SHA512_RSASSA_PSS, "2.16.840.1.101.3.4.2.3", "40")};
-}
-
-std::string shown_rsa(const rsa_key_t& key) {
-    return listed_numbers(key.modulus, key.exponent);
-}
-
-std::string shown_gost(const gost_key_t& key) {
-    return gost_key_view_t{key.public_key_param_set, key.digest_param_set, key.point}.shown();
-}
-
-std::string shown_signature(const dsa_signature_t& signature) {
-    return listed_numbers(signature.r, signature.s);
-}
-
-std::string shown_hash(const digest_t& digest) {
-    return oid_content(DIGEST_OIDS[digest.hash]);
-}
-
-std::string shown_code(const ike_algorithm_t& algorithm) {
-    return std::to_string(algorithm.code);
 }
 
 } // namespace
@@ -203,18 +173,21 @@ std::string listed_ike_algorithm(int hash, const int (&hashes)[5], bool is_pss) 
 void add_algorithm_rows(registry_t& registry) {
     const target_t none;
     registry.add_reader<read_rsa_key_t, asn_pubkey_t, asn_rsa_pubkey_t>(
-        "SubjectPublicKeyInfo, RSA key", {0.80, "mbedTLS primitives"}, twelve(make_rsa_key), shown_rsa,
+        "SubjectPublicKeyInfo, RSA key", {0.80, "mbedTLS primitives"}, make_inputs(12, make_rsa_key), &rsa_key_t::shown,
         &rsa_key_t::spki_der);
     registry.add_reader<read_bare_rsa_key_t, asn_rsa_pubkey_t>("RSA key alone", {1.0, "mbedTLS primitives"},
-                                                               twelve(make_rsa_key), shown_rsa, &rsa_key_t::key_der);
-    registry.add_reader<read_gost_key_t, asn_pubkey_t, asn_gost_pubkey_t>(
-        "SubjectPublicKeyInfo, GOST key", none, twelve(make_gost_key), shown_gost, &gost_key_t::spki_der);
-    registry.add_reader<read_signature_t, asn_dsa_certsign_t>(
-        "DSA signature", {0.09, "mbedTLS"}, twelve(make_dsa_signature), shown_signature, &dsa_signature_t::der);
+                                                               make_inputs(12, make_rsa_key), &rsa_key_t::shown,
+                                                               &rsa_key_t::key_der);
+    registry.add_reader<read_gost_key_t, asn_pubkey_t, asn_gost_pubkey_t>("SubjectPublicKeyInfo, GOST key", none,
+                                                                          make_inputs(12, make_gost_key),
+                                                                          &gost_key_t::shown, &gost_key_t::spki_der);
+    registry.add_reader<read_signature_t, asn_dsa_certsign_t>("DSA signature", {0.09, "mbedTLS"},
+                                                              make_inputs(12, make_dsa_signature),
+                                                              &dsa_signature_t::shown, &dsa_signature_t::der);
     registry.add_reader<read_digest_t, asn_algorid_t>("DigestInfo read", {0.60, "mbedTLS primitives"},
-                                                      twelve(make_digest), shown_hash, &digest_t::der);
-    registry.add_writer<write_digest_t>("DigestInfo write", {0.70, "mbedTLS primitives"}, twelve(make_digest),
+                                                      make_inputs(12, make_digest), &digest_t::oid, &digest_t::der);
+    registry.add_writer<write_digest_t>("DigestInfo write", {0.70, "mbedTLS primitives"}, make_inputs(12, make_digest),
                                         &digest_t::der, &digest_t::value);
     registry.add_reader<read_ike_algorithm_t, pki_alg_t>("IKE identifier to algorithm", none, ike_algorithms(),
-                                                         shown_code, &ike_algorithm_t::der);
+                                                         &ike_algorithm_t::code, &ike_algorithm_t::der);
 }

@@ -124,7 +124,7 @@ container_t make_container(unsigned int seed, std::size_t num_certificates, std:
     return container;
 }
 
-// Tells whether a length of three octets or more holds a zero octet. Elements that large lie in each other.
+// Tells whether a length of three octets or more holds a zero octet. Elements that large are nested.
 bool has_zero_in_length(std::string_view elements) {
     constexpr std::size_t LARGE = 0x10000;
     while (elements.size() >= LARGE) {
@@ -153,11 +153,7 @@ container_t make_large_container(std::size_t size) {
 constexpr std::size_t NUM_BAGS = 3; // a key and two certificates
 
 std::vector<container_t> containers() {
-    std::vector<container_t> list;
-    for (unsigned int i = 0; i < 4; ++i) {
-        list.push_back(make_container(100 * i, NUM_BAGS - 1, 900 + 37 * i));
-    }
-    return list;
+    return make_inputs(4, [](unsigned int i) { return make_container(100 * i, NUM_BAGS - 1, 900 + 37 * i); });
 }
 
 std::string listed_mac_of(const container_t& container) {

@@ -50,51 +50,42 @@ constexpr struct {
     const char* hex;
 } ITERATIONS[] = {{2000, "07 D0"}, {100, "64"}, {70001, "01 11 71"}};
 
-std::vector<encrypted_key_t> encrypted_keys() {
-    std::vector<encrypted_key_t> keys;
-    for (unsigned int i = 0; i < 12; ++i) {
-        encrypted_key_t key = {noise(i % 2 == 0 ? 8 : 32, i), ITERATIONS[i % 3].number, noise(8, i + 100),
-                               noise(71 + i % 3 * 32, i + 200), std::string()};
-        pbes2_t pbes2;
-        pbes2.salt = der_octet_string(key.salt);
-        pbes2.iterations = der_integer(ITERATIONS[i % 3].hex);
-        pbes2.iv = der_octet_string(key.iv);
-        key.der = encode(encrypted_key(key.encrypted, pbes2));
-        keys.push_back(key);
-    }
-    return keys;
+encrypted_key_t make_encrypted_key(unsigned int i) {
+    encrypted_key_t key = {
+        {noise(i % 2 == 0 ? 8 : 32, i), ITERATIONS[i % 3].number, noise(8, i + 100), noise(71 + i % 3 * 32, i + 200)},
+        ""};
+    pbes2_t pbes2;
+    pbes2.salt = der_octet_string(key.salt);
+    pbes2.iterations = der_integer(ITERATIONS[i % 3].hex);
+    pbes2.iv = der_octet_string(key.iv);
+    key.der = encode(encrypted_key(key.encrypted, pbes2));
+    return key;
 }
 
-std::string shown(const private_key_t& key) {
-    return private_key_view_t{key.type, key.key}.shown();
-}
-
-std::string shown_encrypted(const encrypted_key_t& key) {
-    return encrypted_key_view_t{key.salt, key.iterations, key.iv, key.encrypted}.shown();
+private_key_t make_private_key(unsigned int i) {
+    const key_family_t& family = KEY_FAMILIES[i % 3];
+    const std::string key = noise(family.key_size, i);
+    const der_t parameters = der_sequence({der_oid(family.public_key_param_set), der_oid(OID_DIGEST_PARAM_SET)});
+    const der_t algorithm = der_sequence({der_oid(family.algorithm), parameters});
+    const der_t octet_string = der_octet_string(der_octet_string(key));
+    return {{i % 3, key}, encode(der_sequence({der_integer("00"), algorithm, octet_string}))};
 }
 
 } // namespace
 
 std::vector<private_key_t> private_keys() {
-    std::vector<private_key_t> keys;
-    for (unsigned int i = 0; i < 12; ++i) {
-        const key_family_t& family = KEY_FAMILIES[i % 3];
-        const std::string key = noise(family.key_size, i);
-        const der_t parameters = der_sequence({der_oid(family.public_key_param_set), der_oid(OID_DIGEST_PARAM_SET)});
-        const der_t algorithm = der_sequence({der_oid(family.algorithm), parameters});
-        const der_t octet_string = der_octet_string(der_octet_string(key));
-        keys.push_back({i % 3, key, encode(der_sequence({der_integer("00"), algorithm, octet_string}))});
-    }
-    return keys;
+    return make_inputs(12, make_private_key);
 }
 
 void add_key_rows(registry_t& registry) {
     registry.add_reader<read_key_t, pkcs8_pki_gost_t>("PKCS#8 read", {0.60, "mbedTLS primitives"}, private_keys(),
-                                                      shown, &private_key_t::der);
+                                                      &private_key_t::shown, &private_key_t::der);
     registry.add_writer<write_key_t>("PKCS#8 write", {1.5, "mbedTLS primitives"}, private_keys(), &private_key_t::der,
                                      RECORD<pkcs8_pki_gost_t>);
     registry.add_reader<read_encrypted_key_t, pkcs8_encrypted_pki_gost_t>(
-        "encrypted key read", {0.70, "mbedTLS primitives"}, encrypted_keys(), shown_encrypted, &encrypted_key_t::der);
-    registry.add_writer<write_encrypted_key_t>("encrypted key write", {1.2, "mbedTLS primitives"}, encrypted_keys(),
-                                               &encrypted_key_t::der, RECORD<pkcs8_encrypted_pki_gost_t>);
+        "encrypted key read", {0.70, "mbedTLS primitives"}, make_inputs(12, make_encrypted_key),
+        &encrypted_key_t::shown, &encrypted_key_t::der);
+    registry.add_writer<write_encrypted_key_t>("encrypted key write", {1.2, "mbedTLS primitives"},
+                                               make_inputs(12, make_encrypted_key), &encrypted_key_t::der,
+                                               RECORD<pkcs8_encrypted_pki_gost_t>);
 }

@@ -48,24 +48,19 @@ std::vector<named_oid_t> make_up_named_oids() {
     return list;
 }
 
-std::vector<named_oid_t> make_lines() {
-    std::vector<named_oid_t> lines = list_openssl_oids != nullptr ? list_openssl_oids() : make_up_named_oids();
-    lines.resize(std::min(lines.size(), NUM_LINES));
-    return lines;
-}
-
 const std::vector<named_oid_t>& map_lines() {
-    static const std::vector<named_oid_t> lines = make_lines();
+    static const std::vector<named_oid_t> lines = [] {
+        std::vector<named_oid_t> list = list_openssl_oids != nullptr ? list_openssl_oids() : make_up_named_oids();
+        list.resize(std::min(list.size(), NUM_LINES));
+        return list;
+    }();
     return lines;
 }
 
 // All lines, but scattered, so that no two neighbours of the map follow each other.
 std::vector<named_oid_t> lookups() {
-    std::vector<named_oid_t> list;
-    for (std::size_t i = 0; i < map_lines().size(); ++i) {
-        list.push_back(map_lines()[i * 389 % map_lines().size()]);
-    }
-    return list;
+    const std::vector<named_oid_t>& lines = map_lines();
+    return make_inputs(lines.size(), [&lines](std::size_t i) { return lines[i * 389 % lines.size()]; });
 }
 
 oid_map_handle_t make_map() {

@@ -58,11 +58,7 @@ t61_text_t long_t61_text(std::size_t size) {
 }
 
 std::vector<std::string> bytes_for_hex(std::size_t size) {
-    std::vector<std::string> list;
-    for (unsigned int i = 0; i < 8; ++i) {
-        list.push_back(noise(size, i));
-    }
-    return list;
+    return make_inputs(8, [size](unsigned int i) { return noise(size, i); });
 }
 
 cert_time_t make_time(unsigned int i) {
@@ -71,6 +67,7 @@ cert_time_t make_time(unsigned int i) {
     cert_time_t time;
     time.packed = static_cast<cert_time64_t>(date[0]) << 40 | static_cast<cert_time64_t>(date[1] - 1) << 32 |
                   date[2] << 24 | clock[0] << 16 | clock[1] << 8 | clock[2];
+    time.packed_text = std::to_string(time.packed);
     char text[80];
     std::snprintf(text, sizeof text, "%02u.%02u.%u %02u:%02u:%02u GMT", date[2], date[1], date[0], clock[0], clock[1],
                   clock[2]);
@@ -81,20 +78,8 @@ cert_time_t make_time(unsigned int i) {
     return time;
 }
 
-std::vector<cert_time_t> cert_times() {
-    std::vector<cert_time_t> times;
-    for (unsigned int i = 0; i < 16; ++i) {
-        times.push_back(make_time(i));
-    }
-    return times;
-}
-
 std::string same(const std::string& bytes) {
     return bytes;
-}
-
-std::string shown(const cert_time_t& time) {
-    return std::to_string(time.packed);
 }
 
 } // namespace
@@ -106,8 +91,9 @@ void add_text_rows(registry_t& registry) {
     registry.add<hex_work_t>({"hex of 4096 bytes", {0.30, "GnuTLS"}, bytes_for_hex(4096), upper_hex, same});
     const target_t none;
     const bytes_of_t<cert_time_t> packed = RECORD<cert_time64_t>;
-    registry.add<print_time_t>({"time to text", none, cert_times(), &cert_time_t::display_text, packed});
-    registry.add<parse_time_t>({"text to time", none, cert_times(), shown, &cert_time_t::log_text, packed});
+    registry.add<print_time_t>({"time to text", none, make_inputs(16, make_time), &cert_time_t::display_text, packed});
+    registry.add<parse_time_t>(
+        {"text to time", none, make_inputs(16, make_time), &cert_time_t::packed_text, &cert_time_t::log_text, packed});
 }
 
 void add_text_sizes(registry_t& registry) {

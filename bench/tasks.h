@@ -25,9 +25,10 @@ struct attribute_t {
 using rdn_t = std::vector<attribute_t>;
 
 struct name_t {
-    std::vector<rdn_t> rdns;
     std::string der;
-    std::string text; // RFC 4514, but in the order of the DER; empty if an attribute has no short name
+    std::string text;       // RFC 4514, but in the order of the DER; empty if an attribute has no short name
+    std::string values;     // as listed_values
+    std::string attributes; // as listed_attributes; empty for names that are not decoded
 };
 
 // Subjects of the certificates in Debian's bundle of roots, in the bundle's order.
@@ -55,6 +56,16 @@ std::string listed_values(std::string_view text, order_t order);
 // Types and values, one a line, of a name or of its DER.
 std::string listed_attributes(const std::vector<rdn_t>& rdns);
 std::string listed_attributes(std::string_view der, order_t order);
+
+// A text and a name with the RDNs in the order of the input.
+struct name_text_t {
+    std::string text;
+    std::string shown() const { return listed_values(text, order_t::AS_ENCODED); }
+};
+struct name_der_t {
+    std::string der;
+    std::string shown() const { return listed_attributes(der, order_t::AS_ENCODED); }
+};
 
 // Object identifiers
 
@@ -89,30 +100,28 @@ inline constexpr unsigned int NO_KEY_FAMILY = 3;
 inline constexpr const char* OID_DIGEST_PARAM_SET = "1.2.643.2.2.30.1";
 inline constexpr const char* OID_GOST_28147_PARAM_SET = "1.2.643.2.2.31.1";
 
-struct private_key_view_t {
+// What a reader finds: views in contenders, strings in inputs.
+template <typename BYTES> struct private_key_fields_t {
     unsigned int type = NO_KEY_FAMILY; // index of its family
-    std::string_view key;
+    BYTES key;
     std::string shown() const { return std::to_string(type) + " " + upper_hex(key); }
 };
-struct private_key_t {
-    unsigned int type;
-    std::string key;
+using private_key_view_t = private_key_fields_t<std::string_view>;
+struct private_key_t : private_key_fields_t<std::string> {
     std::string der;
 };
 std::vector<private_key_t> private_keys();
 
-struct encrypted_key_view_t {
-    std::string_view salt;
+template <typename BYTES> struct encrypted_key_fields_t {
+    BYTES salt;
     unsigned int iterations = 0;
-    std::string_view iv, encrypted;
+    BYTES iv, encrypted;
     std::string shown() const {
         return upper_hex(salt) + " " + std::to_string(iterations) + " " + upper_hex(iv) + " " + upper_hex(encrypted);
     }
 };
-struct encrypted_key_t {
-    std::string salt;
-    unsigned int iterations;
-    std::string iv, encrypted;
+using encrypted_key_view_t = encrypted_key_fields_t<std::string_view>;
+struct encrypted_key_t : encrypted_key_fields_t<std::string> {
     std::string der;
 };
 
@@ -141,40 +150,43 @@ std::string listed_mac(std::string_view digest, std::string_view salt, unsigned 
 
 // Public keys, signatures, digests and algorithm identifiers
 
+// Two numbers, without leading zero octets.
+std::string listed_numbers(std::string_view first, std::string_view second);
+
 struct rsa_key_t {
     std::string modulus; // without the leading zero octet
     std::string exponent;
     std::string key_der;
     std::string spki_der;
+    std::string shown() const { return listed_numbers(modulus, exponent); }
 };
 
-struct gost_key_view_t {
-    std::string_view public_key_param_set, digest_param_set; // whole elements
-    std::string_view point;
+template <typename BYTES> struct gost_key_fields_t {
+    BYTES public_key_param_set, digest_param_set; // whole elements
+    BYTES point;
     std::string shown() const { return std::string(public_key_param_set).append(digest_param_set).append(point); }
 };
-struct gost_key_t {
-    std::string public_key_param_set, digest_param_set;
-    std::string point;
+using gost_key_view_t = gost_key_fields_t<std::string_view>;
+struct gost_key_t : gost_key_fields_t<std::string> {
     std::string spki_der;
 };
 
 struct dsa_signature_t {
     std::string r, s; // without leading zero octets
     std::string der;
+    std::string shown() const { return listed_numbers(r, s); }
 };
-// Two numbers, without leading zero octets.
-std::string listed_numbers(std::string_view first, std::string_view second);
 
 struct digest_t {
     unsigned int hash; // index into DIGEST_OIDS
     std::string value;
     std::string der;
+    std::string oid; // content octets of the hash's
 };
 inline constexpr const char* DIGEST_OIDS[] = {"1.3.14.3.2.26", "2.16.840.1.101.3.4.2.1", "2.16.840.1.101.3.4.2.3"};
 
 struct ike_algorithm_t {
-    unsigned int code;
+    std::string code; // in decimal
     std::string der;
 };
 // The code of RSA, or of RSASSA-PSS, with a hash out of `hashes`: SHA-1, SHA-224, SHA-256, SHA-384, SHA-512.
@@ -189,6 +201,7 @@ struct t61_text_t {
 
 struct cert_time_t {
     cert_time64_t packed = 0;
+    std::string packed_text;  // in decimal
     std::string display_text; // 31.12.2024 23:59:59 GMT
     std::string log_text;     // 2024.12.31 23:59:59 GMT
 };

@@ -2,8 +2,8 @@
 """Makes the seeds in fuzz/corpus that the catalogue of calls (fuzz/make_seeds.cpp) does not have.
 
 They come from the keys and containers in tests/data and from DER built here. Seeds of an earlier run are replaced
-(`seed-*`); other files stay. In a container the "ciphertexts" are instructions to the targets' crypto object
-(fuzz/support/handing_crypto.h).
+(`seed-*`); other files stay. With --check, it writes nothing and fails unless the seeds are up to date. In a container
+the "ciphertexts" are instructions to the targets' crypto object (fuzz/support/handing_crypto.h).
 """
 
 import base64
@@ -22,7 +22,6 @@ import pfx  # noqa: E402
 
 Seeds = dict[str, bytes]
 
-OID = der.OBJECT_IDENTIFIER
 PSS = "1.2.840.113549.1.1.10"
 SHA256 = "2.16.840.1.101.3.4.2.1"
 MGF1 = "1.2.840.113549.1.1.8"
@@ -61,7 +60,7 @@ def variations(name: str, element: bytes) -> Iterator[tuple[str, bytes]]:
     yield name, element
     yield f"{name}-long-form", long_form(element, 4)
     yield f"{name}-cut", element[:-1]
-    yield f"{name}-behind", element + b"\x30\x03\x02\x01\x00"
+    yield f"{name}-followed", element + b"\x30\x03\x02\x01\x00"
 
 
 def certificates() -> dict[str, bytes]:
@@ -218,7 +217,7 @@ def der_name() -> Seeds:
     country = der.attribute(bytes.fromhex("550406"), der.PRINTABLE_STRING, b"RU")
     unknown = der.attribute(bytes.fromhex("2A850378"), 0x31, b"\x02\x01\x05", b"\x05\0")
     seeds |= dict(variations("rdns", der.name(country, [organization, unknown], country)))
-    seeds["no-value"] = der.name(der.element(der.SEQUENCE, der.element(OID, der.COMMON_NAME)))
+    seeds["no-value"] = der.name(der.element(der.SEQUENCE, der.oid(der.COMMON_NAME)))
     seeds["high-first-arc"] = der.name(der.attribute(b"\x79\x01", der.UTF8_STRING, b"x"))
     seeds["padded-oid"] = der.name(der.attribute(b"\x80\x80\x55\x04\x03", der.UTF8_STRING, b"x"))
     seeds["empty-rdn"] = der.element(der.SEQUENCE, der.element(der.SET))
@@ -266,8 +265,10 @@ def gost_keys() -> Seeds:
     for path in sorted(DATA.glob("*.encrypted.pem")):
         seeds |= dict(variations(f"encrypted-{path.name.split('.')[0]}", pem(path)))
     for iterations in (1, 2000, 2048, 0x10080, 0xFFFFFFFF, 0x100000000):
-        seeds[f"parameters-{iterations}"] = content(pfx.pbes2(iterations=iterations))
-        seeds[f"gost-{iterations}"] = pfx.sequence(pfx.pbes2(iterations=iterations), pfx.octet_string(b"secret"))
+        seeds[f"parameters-{iterations}"] = content(pfx.pbes2(iterations=pfx.integer(iterations)))
+        seeds[f"gost-{iterations}"] = pfx.sequence(
+            pfx.pbes2(iterations=pfx.integer(iterations)), pfx.octet_string(b"secret")
+        )
     seeds["parameters-long"] = content(pfx.pbes2(salt=bytes(200), iv=bytes(300)))
     key_length = (
         pfx.octet_string(b"salt") + pfx.integer(7) + pfx.integer(32) + pfx.sequence(pfx.oid(pfx.HMAC_GOST_94), pfx.NULL)
@@ -295,7 +296,7 @@ def bags() -> dict[str, bytes]:
         "nothing": pfx.shrouded_bag(pfx.pbes2(), b"N"),
         "refused": pfx.shrouded_bag(pfx.pbes2(), b"R" + key),
         "thrown": pfx.shrouded_bag(pfx.pbes2(), b"T" + key),
-        "foreign": pfx.shrouded_bag(pfx.pbes2(prf=pfx.HMAC_GOST_2012_256), b" " + key),
+        "foreign": pfx.shrouded_bag(pfx.pbes2(prf=pfx.sequence(pfx.oid(pfx.HMAC_GOST_2012_256), pfx.NULL)), b" " + key),
         "crl": pfx.bag(pfx.CRL_BAG, pfx.NULL, name),
         "other-attribute": pfx.key_bag(key, pfx.attribute("1.2.3", pfx.NULL), name, pfx.friendly_name("again")),
         "utf8-name": pfx.key_bag(key, pfx.attribute(pfx.FRIENDLY_NAME, der.element(der.UTF8_STRING, b"x"))),
@@ -484,16 +485,21 @@ TARGETS = {
 
 
 def main() -> None:
-    total = 0
-    for target, make in TARGETS.items():
-        folder = FUZZ / "corpus" / target
-        folder.mkdir(parents=True, exist_ok=True)
-        for old in folder.glob("seed-*"):
-            old.unlink()
-        for name, seed in make().items():
-            (folder / f"seed-{name}").write_bytes(seed)
-            total += len(seed)
-    print(f"{total} bytes in {len(TARGETS)} folders")
+    corpus = FUZZ / "corpus"
+    seeds = {
+        corpus / target / f"seed-{name}": seed for target, make in TARGETS.items() for name, seed in make().items()
+    }
+    present = set(corpus.glob("*/seed-*"))
+    if sys.argv[1:] == ["--check"]:
+        paths = sorted(present | set(seeds))
+        stale = [path for path in paths if path not in present or path.read_bytes() != seeds.get(path)]
+        sys.exit("\n".join(f"{path}: run fuzz/make_corpus.py" for path in stale) or 0)
+    for old in present:
+        old.unlink()
+    for path, seed in seeds.items():
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(seed)
+    print(f"{sum(map(len, seeds.values()))} bytes in {len(TARGETS)} folders")
 
 
 if __name__ == "__main__":

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds the library with counters, runs the unit tests and fails unless they reach every line and 98 % of the branches.
-# Given a build folder, it only reports what the tests have counted there, and sets their counts to zero.
+# With a build folder as its argument, it only reports what the tests have counted there, and resets the counters.
 #
-# Branches taken by exceptions only, and those that gcov finds no way to, are not counted.
+# Branches that only exceptions take, and those that gcov calls unreachable, are not counted.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 
@@ -12,7 +12,7 @@ if (($# == 0)); then
   cmake --build --preset native --target coverage_programs
   exec ctest --preset native --tests-regex '^coverage'
 fi
-# The table of files is of branches.
+# The table of files counts branches.
 gcovr --root . --branches --filter '(include|asn|pkcs|util|platform)/' \
   --exclude-throw-branches --exclude-unreachable-branches --delete --print-summary \
   --fail-under-line 100 --fail-under-branch 98 "$1"

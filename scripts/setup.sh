@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the missing packages of scripts/packages.txt, or of the list that is given. Only installing needs root; when
+# Installs the missing packages of scripts/packages.txt, or of the list named as its argument. Only installing needs root; when
 # nothing is missing, it prints nothing.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")"

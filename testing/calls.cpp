@@ -1,6 +1,7 @@
 #include "testing/calls.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 namespace {
@@ -15,7 +16,9 @@ void touch(const unsigned char* data, std::size_t size) {
 
 std::vector<call_t> joined_calls() {
     std::vector<call_t> all;
-    for (const auto family : {element_calls, name_calls, text_calls, algorithm_calls, container_calls}) {
+    for (const auto family :
+         {element_calls, printing_calls, text_to_name_calls, operation_calls, character_calls, time_calls, lookup_calls,
+          digest_calls, public_key_calls, reading_key_calls, writing_key_calls, pkcs12_calls}) {
         for (call_t& call : family()) {
             if (call.name.empty()) {
                 call.name = call.function;
@@ -139,14 +142,14 @@ const std::vector<call_t>& all_calls() {
     return CALLS;
 }
 
+std::vector<call_t> calls_where(const std::function<bool(const call_t&)>& wanted) {
+    std::vector<call_t> calls;
+    std::copy_if(all_calls().begin(), all_calls().end(), std::back_inserter(calls), wanted);
+    return calls;
+}
+
 std::vector<call_t> record_calls() {
-    std::vector<call_t> records;
-    for (const call_t& call : all_calls()) {
-        if (call.record) {
-            records.push_back(call);
-        }
-    }
-    return records;
+    return calls_where([](const call_t& call) { return call.record.has_value(); });
 }
 
 const call_t& call_named(std::string_view name) {

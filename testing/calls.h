@@ -1,11 +1,11 @@
-// The catalogue of calls: every exported function behind one interface, with inputs that it accepts and inputs that cost
-// it most. The tests of memory, threads, guard pages and cost run over it, and so does the maker of fuzz seeds.
+// The catalogue of calls: every exported function with one interface, inputs that it accepts and inputs that cost it most. The tests of memory, threads, guard pages and cost run over it, and so does the maker of fuzz seeds.
 //
 // A new function is a new row in one of the files calls_….cpp.
 #ifndef DERKIT_TESTING_CALLS_H
 #define DERKIT_TESTING_CALLS_H
 
 #include <cstddef>
+#include <functional>
 #include <list>
 #include <optional>
 #include <ostream>
@@ -124,8 +124,8 @@ bool as_it_was_or_a_part(const std::string& before, const std::string& after, co
 bool with_finished_rdns(const std::string& before, const std::string& after, const std::string& expected);
 
 constexpr std::size_t MEGABYTE = 1024 * 1024;
-constexpr std::size_t LARGE = MEGABYTE;
-constexpr std::size_t BRIEF = MEGABYTE / 4; // for further shapes of a function, and where a call costs much
+constexpr std::size_t LARGE = MEGABYTE / 4;
+constexpr std::size_t BRIEF = MEGABYTE / 8; // for further shapes of a function, and where a call costs much
 
 constexpr std::size_t ANY_NUMBER = static_cast<std::size_t>(-1);
 
@@ -159,6 +159,7 @@ struct call_t {
 std::ostream& operator<<(std::ostream& out, const call_t& call);
 
 const std::vector<call_t>& all_calls();
+std::vector<call_t> calls_where(const std::function<bool(const call_t&)>& wanted);
 std::vector<call_t> record_calls();
 const call_t& call_named(std::string_view name);
 
@@ -167,12 +168,19 @@ call_answer_t answer_to(const call_t& call, const unsigned char* data, unsigned 
 // Returns the input with its final zero, if the call needs one.
 std::string octets_for(const call_t& call, std::string_view input);
 
-// The families, each a source of its own.
+// The families.
 std::vector<call_t> element_calls();
-std::vector<call_t> name_calls();
-std::vector<call_t> text_calls();
-std::vector<call_t> algorithm_calls();
-std::vector<call_t> container_calls();
+std::vector<call_t> printing_calls();
+std::vector<call_t> text_to_name_calls();
+std::vector<call_t> operation_calls();
+std::vector<call_t> character_calls();
+std::vector<call_t> time_calls();
+std::vector<call_t> lookup_calls();
+std::vector<call_t> digest_calls();
+std::vector<call_t> public_key_calls();
+std::vector<call_t> reading_key_calls();
+std::vector<call_t> writing_key_calls();
+std::vector<call_t> pkcs12_calls();
 
 // For samples and shapes
 

@@ -117,6 +117,8 @@ std::string public_key(std::string_view algorithm, std::string_view parameters, 
     return element(0x30, element(0x30, element(0x06, algorithm) + std::string(parameters)) + element(0x03, bits));
 }
 
+} // namespace
+
 std::vector<call_t> lookup_calls() {
     return {
         finding_call("PKI_OID_TO_HASH_ALG", {HASH_OID}, find_algorithm<PKI_OID_TO_HASH_ALG>),
@@ -236,16 +238,4 @@ std::vector<call_t> public_key_calls() {
                      }}},
          .record = der_sequence({der_integer("00 81"), der_integer("02")})},
     };
-}
-
-} // namespace
-
-std::vector<call_t> algorithm_calls() {
-    std::vector<call_t> all = lookup_calls();
-    for (const auto more : {digest_calls, public_key_calls}) {
-        for (call_t& call : more()) {
-            all.push_back(std::move(call));
-        }
-    }
-    return all;
 }

@@ -68,6 +68,8 @@ der_t zeros_for_a_count(size_type size) {
     return der_element(0x02, std::string(size, '\0'));
 }
 
+} // namespace
+
 std::vector<call_t> reading_key_calls() {
     return {
         {.name = "key_info",
@@ -111,9 +113,13 @@ std::vector<call_t> reading_key_calls() {
     };
 }
 
+namespace {
+
 pkcs5_pbe_gost_t pbe_of(const run_t& run) {
     return {run.view(), 2000, view_of(run.text().substr(0, run.size / 4))};
 }
+
+} // namespace
 
 // What they write are views of the input.
 std::vector<call_t> writing_key_calls() {
@@ -151,6 +157,8 @@ std::vector<call_t> writing_key_calls() {
          .left = as_it_was},
     };
 }
+
+namespace {
 
 // Containers
 
@@ -260,6 +268,8 @@ std::vector<shape_t> container_shapes() {
     };
 }
 
+} // namespace
+
 std::vector<call_t> pkcs12_calls() {
     return {
         {.name = "mac_data",
@@ -300,16 +310,4 @@ std::vector<call_t> pkcs12_calls() {
          .left = as_it_was,
          .blocks = ANY_NUMBER},
     };
-}
-
-} // namespace
-
-std::vector<call_t> container_calls() {
-    std::vector<call_t> all = reading_key_calls();
-    for (const auto more : {writing_key_calls, pkcs12_calls}) {
-        for (call_t& call : more()) {
-            all.push_back(std::move(call));
-        }
-    }
-    return all;
 }

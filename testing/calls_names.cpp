@@ -64,6 +64,8 @@ const std::string DN = "CN=\\2C a\\, b,OU=\"x,y\"+2.5.4.3=#0C0161,  O = z,C=RU";
 constexpr std::string_view SEPARATORS = ",+ ";
 constexpr std::string_view ESCAPES = "\\,\\\\";
 
+} // namespace
+
 std::vector<call_t> printing_calls() {
     return {
         {.name = "name",
@@ -253,16 +255,4 @@ std::vector<call_t> operation_calls() {
          .run = [](run_t& run) { return run.call([&] { return printable_dn_C_before_CN(run.chars()); }); },
          .shapes = {{"attributes", [](size_type size) { return repeated("O=a,", size) + "O=a"; }}}},
     };
-}
-
-} // namespace
-
-std::vector<call_t> name_calls() {
-    std::vector<call_t> all = printing_calls();
-    for (const auto more : {text_to_name_calls, operation_calls}) {
-        for (call_t& call : more()) {
-            all.push_back(std::move(call));
-        }
-    }
-    return all;
 }

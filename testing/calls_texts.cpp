@@ -23,6 +23,8 @@ template <std::string& (*TO_TEXT)(cert_time64_t, std::string&)> bool print_time(
     return run.call([&] { return &TO_TEXT(run.number(), run.out) == &run.out; });
 }
 
+} // namespace
+
 std::vector<call_t> character_calls() {
     return {
         {.function = "ldap_t61s_to_utf8s",
@@ -172,14 +174,4 @@ std::vector<call_t> time_calls() {
                  return time != -1;
              }},
     };
-}
-
-} // namespace
-
-std::vector<call_t> text_calls() {
-    std::vector<call_t> all = character_calls();
-    for (call_t& call : time_calls()) {
-        all.push_back(std::move(call));
-    }
-    return all;
 }

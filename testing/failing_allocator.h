@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <new>
 
-// The compiler sees free() behind delete, but not that new below takes from malloc().
+// The compiler sees that delete calls free(), but not that new below calls malloc().
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 
 struct allocator_t {

@@ -2,37 +2,30 @@
 #ifndef DERKIT_TESTING_TIME_ZONE_H
 #define DERKIT_TESTING_TIME_ZONE_H
 
-#include <cstdlib>
 #include <ctime>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "testing/environment.h"
+
 // Takes POSIX zones, "CET-1CEST,M3.5.0,M10.5.0/3", so that no time zone data is needed.
 class time_zone_t {
   public:
     explicit time_zone_t(const char* zone) {
-        const char* const previous = std::getenv("TZ");
-        if (previous != nullptr) {
-            previous_ = previous;
-        }
-        setenv("TZ", zone, 1);
+        variable_.emplace("TZ", zone);
         tzset();
     }
     ~time_zone_t() {
-        if (previous_) {
-            setenv("TZ", previous_->c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
+        variable_.reset();
         tzset();
     }
     time_zone_t(const time_zone_t&) = delete;
     time_zone_t& operator=(const time_zone_t&) = delete;
 
   private:
-    std::optional<std::string> previous_;
+    std::optional<environment_variable_t> variable_;
 };
 
 // East of Greenwich is written with a minus sign.

@@ -3,13 +3,14 @@
 // Exit status: 0 when all went well, 1 when an input could not be used or the output not be written, 2 for a command
 // line that makes no sense.
 #include <cerrno>
-#include <csignal>
 #include <new>
 #include <stdexcept>
 
 #include "commands/command_line.h"
 #include "commands/commands.h"
 #include "io/console.h"
+#include "io/held_signals.h"
+#include "io/process.h"
 
 namespace {
 
@@ -22,14 +23,14 @@ void add_p12_command(command_t& derkit, console_t& console) {
     command_t p12 = derkit.add_subcommand("p12", "Show, extract and make PKCS#12 containers of GOST keys");
     add_p12_show(p12, console);
     add_p12_extract(p12, console);
-    add_p12_make(p12);
-    p12.set_footer("derkit p12 SUBCOMMAND --help tells of one of them.");
+    add_p12_make(p12, console);
+    p12.set_footer("derkit p12 SUBCOMMAND --help describes one of them.");
     p12.require_subcommand("a subcommand of p12 is required");
 }
 #endif
 
 void add_commands(command_t& derkit, console_t& console) {
-    derkit.set_footer("derkit SUBCOMMAND --help tells more of one of them, man derkit of all.\n"
+    derkit.set_footer("derkit SUBCOMMAND --help describes one of them, man derkit all.\n"
                       "Examples:\n"
                       "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
                       "  derkit dn --hex 'CN=user1,O=Example,C=RU'");
@@ -43,6 +44,9 @@ void add_commands(command_t& derkit, console_t& console) {
 #ifdef DERKIT_WITH_GCRYPT
     add_key_command(derkit, console);
     add_p12_command(derkit, console);
+#else
+    derkit.add_missing_subcommand("key", "Private keys: not in this build, which is without libgcrypt");
+    derkit.add_missing_subcommand("p12", "PKCS#12 containers: not in this build, which is without libgcrypt");
 #endif
 }
 
@@ -65,13 +69,14 @@ int run(int argc, char** argv, console_t& console) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // A closed pipe is an error of writing like any other.
-    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     console_t console;
     try {
+        prepare_process();
         return run(argc, argv, console);
     } catch (const failure_t& failure) {
         console.fail(failure);
+    } catch (const interrupted_t&) {
+        // Whoever sent the signal knows.
     } catch (const output_error_t& error) {
         // Whoever closed the pipe wants no more: no reason to complain.
         if (error.code().value() != EPIPE) {

@@ -103,7 +103,7 @@ class taker_t {
         return taken;
     }
 
-    // An octet with the size, and so many bytes.
+    // An octet with a size, then that many bytes.
     std::string_view counted() { return bytes(octet()); }
 
     std::string_view rest() const { return rest_; }

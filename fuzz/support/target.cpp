@@ -10,7 +10,7 @@
 namespace {
 
 // Larger inputs only slow a fuzzer down. Within this limit no element that the targets write comes near 65,536 octets,
-// where the writers' lengths begin to come out too short.
+// where the lengths that writers encode become too short.
 constexpr std::size_t MAX_INPUT_SIZE = 8192;
 
 void show(const char* label, std::string_view bytes) {

@@ -10,7 +10,7 @@ namespace {
 constexpr unsigned int NUM_KEY_TYPES = 3;
 constexpr unsigned int UNTOUCHED = 0xA5A5A5A5;
 
-// Every reader reads the whole: no proper prefix of what was written will do.
+// Every proper prefix of what was written is refused.
 template <typename READER> void check_cut(const std::string& written, READER reads) {
     for (const std::size_t size : {std::size_t(0), written.size() / 2, written.size() - 1}) {
         require(!reads(exact_bytes_t(std::string_view(written).substr(0, size))), "what is cut short is refused");
@@ -117,7 +117,7 @@ std::string read_encrypted_key(const exact_bytes_t& in) {
         .text();
 }
 
-// Records of anything at all.
+// Arbitrary records.
 void check_records(std::string_view input) {
     taker_t taker(input);
     check_written_key(taker.octet() % (NUM_KEY_TYPES + 1), taker.rest());

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Every find is compared with a search through all entries: for so many only.
+// Every lookup is compared with a search through all entries; larger maps would take too long.
 constexpr std::ptrdiff_t MAX_ENTRIES_SEARCHED = 40;
 
 std::string_view der_of(const OIDdescr_t& entry) {
@@ -96,7 +96,7 @@ std::string parse_and_write(const exact_bytes_t& text) {
     return written;
 }
 
-// Finds of anything at all, in the ready-made maps and in an empty one.
+// Arbitrary lookups, in the ready-made maps and in an empty one.
 void check_strange_keys(std::string_view key) {
     const exact_bytes_t in(key);
     const oid_map_handle_t empty = oid_map_parse(nullptr, 0);

@@ -68,7 +68,7 @@ std::string read_signature(const exact_bytes_t& in) {
     return read_text_t(in).number(static_cast<unsigned int>(done)).view(out.r).view(out.s).text();
 }
 
-// The readers of keys alone: the first octet tells how much of the input are parameters, the rest are the key's bits.
+// Readers of bare keys: the first octet is the size of the parameters that follow; the rest is the key's bits.
 std::string read_inner(const exact_bytes_t& in) {
     taker_t taker(in.text());
     asn_pubkey_t key;

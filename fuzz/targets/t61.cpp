@@ -19,7 +19,8 @@ std::string convert(const exact_bytes_t& in) {
     return std::to_string(done) + out.substr(4);
 }
 
-// A diacritic and the byte after it are one step. A text converts when each of its steps does, to their results.
+// A diacritic and the byte after it are one step. A text converts to the results of its steps, when each of
+// them converts.
 void check_steps(std::string_view text, const std::string& answer) {
     std::string expected = "1";
     while (!text.empty() && expected[0] == '1') {

@@ -42,7 +42,7 @@ long long days_before_month(long long year, unsigned int month) {
     return days_before_year(year) + DAYS[month] + (leap && month > 1 ? 1 : 0);
 }
 
-// Fields past their ends count on: the 32nd of January is the first of February.
+// Fields out of range carry over: the 32nd of January is the first of February.
 long long seconds_of(const fields_t& fields) {
     const long long days = days_before_month(fields.year + fields.month / 12, fields.month % 12) + fields.day - 1;
     return days * SECONDS_PER_DAY + 3600LL * fields.hour + 60LL * fields.minute + fields.second;
@@ -123,7 +123,7 @@ void check_input(std::string_view input) {
     require(parsed == CertTimeFromLogStringGMT(std::string(up_to_zero(text))), "a text ends at its first zero byte");
 
     const cert_time64_t packed = taker_t(input).number(8);
-    // Octets that are scattered over all values seldom make a year that can be shown as seconds; these are near ours.
+    // Random octets seldom make a year that can be shown as seconds, so these years are near the present.
     const cert_time64_t near_ours = (packed & 0xFFFFFFFFFF) | (FIRST_YEAR + (packed >> 40) % 1000) << 40;
     for (const cert_time64_t t : {parsed, packed, near_ours, CERT_TIME64_INVALID + 0}) {
         check_texts(t);

@@ -118,10 +118,15 @@ DERKIT_API const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* n
 
 /// The built-in map: 23 short names of 22 attribute types of distinguished names (X.520, RFC 4519, RFC 2985).
 /// Complete when the library is loaded and never changed afterwards.
+///
+/// Both ready-made maps and their entries may be used until dlclose() unloads the library, and while the process exits
+/// until the library's static objects are destroyed. That is after the destructors of static objects and the exit
+/// handlers that were registered after the library was loaded: all of those of a program that is linked with it. Stop
+/// threads that use a map before the process exits. A child made by fork() has maps of its own, which are as good.
 extern DERKIT_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT;
 
 /// The built-in map followed by the lines of `qaroids.cfg` in the system configuration directory, read once when the
-/// library is loaded. An absent, empty or unreadable file adds nothing.
+/// library is loaded. An absent, empty or unreadable file adds nothing. It ends with OID_MAP_HANDLE_DEFAULT.
 extern DERKIT_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE;
 
 /// @}

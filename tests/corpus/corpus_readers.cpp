@@ -1,6 +1,6 @@
-// Runs every reader over a folder of files: DERKIT_TEST_CORPUS names it. Any file may stand there; what must hold is
-// that nothing crashes, that no sanitizer speaks, that no file takes a second, and that a name whose text goes back to
-// DER comes to rest there: printed again and encoded again it stays the same.
+// Runs every reader over all files of the folder that DERKIT_TEST_CORPUS names. Whatever they hold, nothing crashes, no
+// sanitizer reports an error, no file takes a second, and a name that was encoded from its text stays the same when it
+// is printed and encoded again.
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>

@@ -25,7 +25,7 @@ def names_of(run, path):
 
 
 def fault_of(tool, paths, max_seconds=MAX_SECONDS):
-    """Returns what is wrong with how the tool takes these files, or None."""
+    """Returns what the tool does wrong with these files, or None."""
     before = child_seconds()
     run = subprocess.run([tool, "cert", "--round-trip", *paths], capture_output=True, timeout=60 * len(paths))
     seconds = child_seconds() - before

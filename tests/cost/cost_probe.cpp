@@ -33,7 +33,7 @@ class meter_t final : public observer_t {
         CALLGRIND_STOP_INSTRUMENTATION;
     }
 
-    // Tells whether the call went the way that the row is about.
+    // Returns whether the call took the path that the row measures.
     bool expect(bool as_expected) const {
         if (!as_expected) {
             std::fprintf(stderr, "%s: the call did not end as expected\n", name_.c_str());
@@ -82,7 +82,7 @@ bool measure_appending(const call_t& call, std::size_t size) {
 
 // Worst cases of more than one input
 
-// The measured call. It tells whether it went the way that the row is about.
+// The measured call. Returns whether it took the path that the row measures.
 using measured_t = std::function<bool()>;
 
 struct row_t {

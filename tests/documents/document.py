@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Programs and commands in a Markdown document.
 
-    document.py extract DOCUMENT PROGRAM.cpp    writes the document's programs: PROGRAM.cpp, PROGRAM_2.cpp and so on
-    document.py run DOCUMENT [options]          runs everything in the order in which it stands there
+    document.py extract DOCUMENT PROGRAM.cpp    writes its programs: PROGRAM.cpp, PROGRAM_2.cpp and so on
+    document.py run DOCUMENT [options]          runs everything in the order of the document
 
-A block of the language cpp is a complete program, and the next block of the language text is what it prints. A block of the language console has commands behind "$ " and below each what it prints. A block of the language
-sh has commands that are not run as they stand; they are looked at: scripts and presets must be there. All other blocks
-are text.
+A block of the language cpp is a complete program, and the next block of the language text is what it
+prints. A block of the language console has commands after "$ ", each followed by what it prints. The commands of a block of the
+language sh are not run, but their scripts and presets must exist. All other blocks are text.
 """
 
 import argparse
@@ -97,7 +97,7 @@ class Runner:
             self.compare(block.line, command, command, expected, shell=True)
 
     def check_command(self, line: int, words: list[str]) -> None:
-        """The front doors install packages and build everything: whoever runs this test came through one of them."""
+        """Of commands that install packages or build everything, only checks that they exist."""
         source = self.options.source
         if words[0].startswith("scripts/"):
             good = os.access(source / words[0], os.X_OK)

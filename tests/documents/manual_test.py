@@ -38,7 +38,7 @@ def subcommands_of(*subcommand):
 
 
 def all_subcommands():
-    """Those that have none of their own."""
+    """Subcommands without subcommands of their own."""
     found = []
     for name in subcommands_of():
         inner = subcommands_of(name)
@@ -70,7 +70,7 @@ class ManualPages(unittest.TestCase):
 
 class ToolPage(unittest.TestCase):
     def synopses(self):
-        """Subcommand to its options, of the page's synopsis."""
+        """Maps subcommands to their options, from the page's synopsis."""
         text = page("derkit.1").partition(".Sh SYNOPSIS\n")[2].partition(".Sh DESCRIPTION")[0]
         synopses = {}
         for entry in text.split(".Nm\n")[1:]:
@@ -131,7 +131,7 @@ class Help(unittest.TestCase):
 
 class Completion(unittest.TestCase):
     def complete(self, *words, folder="/"):
-        """What is offered for the last word."""
+        """Returns the completions of the last word."""
         script = '. "$1"; shift; COMP_WORDS=(derkit "$@") COMP_CWORD=$#; _derkit; printf "%s\\n" "${COMPREPLY[@]}"'
         done = subprocess.run(
             ["bash", "-euc", script, "bash", SOURCE / "tools" / "completion" / "derkit.bash", *words],

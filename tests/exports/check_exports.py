@@ -5,7 +5,6 @@
     check_exports.py soname LIBRARY         programs will ask for it by its major version
     check_exports.py dependencies LIBRARY   it needs the C++ standard library and libc, and libderkit-gost its three
                                             libraries; nothing else
-    check_exports.py hardening LIBRARY      relocations are done and made read-only when it is loaded
 """
 import os
 import pathlib
@@ -74,23 +73,10 @@ def check_dependencies(library):
             yield f"needs {name}"
 
 
-def check_hardening(library):
-    flags = " ".join(dynamic_entries(library, "FLAGS") + dynamic_entries(library, "FLAGS_1"))
-    if not re.search(r"\b(BIND_)?NOW\b", flags):
-        yield f"symbols are bound lazily (flags: {flags})"
-    if "GNU_RELRO" not in output_of("readelf", "--program-headers", "--wide", library):
-        yield "no GNU_RELRO segment"
-    if dynamic_entries(library, "TEXTREL"):
-        yield "relocations in the code"
-    if dynamic_entries(library, "RPATH") or dynamic_entries(library, "RUNPATH"):
-        yield "a search path of its own"
-
-
 CHECKS = {  # name -> the check and the number of its arguments
     "symbols": (check_symbols, 2),
     "soname": (check_soname, 1),
     "dependencies": (check_dependencies, 1),
-    "hardening": (check_hardening, 1),
 }
 
 

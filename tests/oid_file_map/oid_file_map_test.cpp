@@ -32,7 +32,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_view_literals;
 
-// What systemEtcDir() does and returns. They need no constructor: the ready-made map asks before any runs.
+// What systemEtcDir() does and returns. They need no constructor: the ready-made map calls it before any runs.
 void (*on_lookup)() = nullptr;
 const char* etc_dir = OID_FILE_MAP_ETC_DIR;
 int num_lookups = 0;
@@ -302,7 +302,7 @@ TEST_F(oid_file_map, without_memory_holds_the_built_in_table_and_the_lines_befor
             least_known = std::min(least_known, known);
             EXPECT_EQ(done, known == NUM_LINES);
             EXPECT_LE(NUM_BUILT_IN + known, map.entries.size());
-            // Of the line that failed there may be an entry that not all keys lead to.
+            // The line that failed may have an entry that not all keys find.
             EXPECT_GE(NUM_BUILT_IN + known + 1, map.entries.size());
         } catch (const std::bad_alloc&) {
             EXPECT_EQ(++num_without_table, failing) << "only until the table is made";

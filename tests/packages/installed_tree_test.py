@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
-"""What the build installs, and the source tree inside another project."""
-import json
+"""What the build installs."""
 import os
 import pathlib
 import re
@@ -9,8 +8,8 @@ import subprocess
 import tempfile
 import unittest
 
-from packages import (BUILD, CONSUMER, GUIDES, SOURCE, TIME_LIMIT, VERSION, development_files, files_below, manuals,
-                      run)
+from packages import (BUILD, CONSUMER, DOCUMENTS, SOURCE, TIME_LIMIT, VERSION, WITH_GOST, development_files, files_below,
+                      gost_development_files, manuals, run)
 
 CMAKE = os.environ["CMAKE"]
 COMPILER = [os.environ["CXX"], *shlex.split(os.environ["CXXFLAGS"])]
@@ -18,9 +17,13 @@ FOR_COMPILER = [f"-DCMAKE_CXX_COMPILER={COMPILER[0]}", f"-DCMAKE_CXX_FLAGS={shle
 PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # by the consumer
 FILES = {
     "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
-    "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in GUIDES},
+    "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in DOCUMENTS},
     "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit"},
 }
+if WITH_GOST:
+    FILES["gost_runtime"] = {f"lib/libderkit-gost.so.{VERSION}", "lib/libderkit-gost.so.1"}
+    FILES["gost_development"] = gost_development_files("lib")
+GOST_PRINTED = "the MAC does not match: wrong password, or the file was altered\n"
 
 
 def needed_libraries(program):
@@ -37,12 +40,12 @@ class InstalledTreeTest(unittest.TestCase):
         cls.folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.folder.cleanup)
         cls.scratch = pathlib.Path(cls.folder.name)
-        run(CMAKE, "--install", BUILD, "--prefix", cls.scratch / "first")
+        run(CMAKE, "--install", BUILD, "--prefix", cls.scratch / "first", umask=0o077)
         # The tree may be moved.
         cls.prefix = (cls.scratch / "first").rename(cls.scratch / "prefix")
 
-    def pkg_config(self, *arguments):
-        return shlex.split(run("pkg-config", *arguments, "derkit", PKG_CONFIG_LIBDIR=self.prefix / "lib/pkgconfig"))
+    def pkg_config(self, *arguments, package="derkit"):
+        return shlex.split(run("pkg-config", *arguments, package, PKG_CONFIG_LIBDIR=self.prefix / "lib/pkgconfig"))
 
     def test_every_component_has_its_files(self):
         found = {}
@@ -53,9 +56,15 @@ class InstalledTreeTest(unittest.TestCase):
         self.assertEqual(found, FILES)
         self.assertEqual(files_below(self.prefix), set().union(*FILES.values()))
 
+    def test_everyone_may_read_the_files(self):
+        for name in sorted(files_below(self.prefix)):
+            path = self.prefix / name
+            if not path.is_symlink() and path.suffix != f".{VERSION.split('.')[-1]}":
+                self.assertEqual(oct(path.stat().st_mode), oct(0o100755 if name == "bin/derkit" else 0o100644), name)
+
     def test_no_installed_text_names_the_machine(self):
         for path in self.prefix.rglob("*"):
-            if path.suffix in {".cmake", ".pc", ".h", ".md", ".cfg"}:
+            if path.suffix in {".cmake", ".pc", ".h", ".md", ".cfg", ".json"}:
                 text = path.read_text(encoding="utf-8")
                 for place in BUILD, str(SOURCE), str(self.scratch):
                     self.assertNotIn(place, text, path)
@@ -79,6 +88,27 @@ class InstalledTreeTest(unittest.TestCase):
                     program = build / f"{kind}_{standard}"
                     self.assertEqual(run(program), printed)
                     self.assertEqual("libderkit.so.1" in needed_libraries(program), kind == "shared")
+
+        self.assertEqual((build / "gost").exists(), WITH_GOST)
+        if WITH_GOST:
+            self.assertEqual(run(build / "gost"), GOST_PRINTED)
+
+    @unittest.skipUnless(WITH_GOST, "libderkit-gost is not built")
+    def test_pkg_config_of_the_gost_library(self):
+        program = self.scratch / "pkg_config_gost"
+        flags = self.pkg_config("--cflags", "--libs", package="derkit-gost")
+        run(*COMPILER, "-std=c++17", CONSUMER / "gost.cpp", *flags, "-o", program)
+        self.assertEqual(run(program, LD_LIBRARY_PATH=self.prefix / "lib"), GOST_PRINTED)
+        self.assertEqual(self.pkg_config("--modversion", package="derkit-gost"), [VERSION])
+
+    @unittest.skipUnless(WITH_GOST, "libderkit-gost is not built")
+    def test_the_package_is_found_without_the_gost_library(self):
+        prefix = self.scratch / "plain"
+        for component in "runtime", "development":
+            run(CMAKE, "--install", BUILD, "--prefix", prefix, "--component", component)
+        build = self.scratch / "plain_consumer"
+        configure(CONSUMER, build, *FOR_COMPILER, f"-DCMAKE_PREFIX_PATH={prefix}")
+        self.assertNotIn("gost", run("ninja", "-C", build, "-t", "targets", "all"))
 
     def test_a_build_of_the_other_target_does_not_find_the_package(self):
         config = self.prefix / "lib/cmake/derkit/derkitConfigVersion.cmake"
@@ -107,27 +137,17 @@ class InstalledTreeTest(unittest.TestCase):
                     self.assertEqual(run(program, LD_LIBRARY_PATH=self.prefix / "lib"), printed)
                     self.assertEqual("libderkit.so.1" in needed_libraries(program), kind == "shared")
 
+    def test_pkg_config_tells_a_linker_all_that_the_static_library_needs(self):
+        run(*COMPILER, "-c", CONSUMER / "main.cpp", *self.pkg_config("--cflags"), "-o", self.scratch / "main.o")
+        target = [option for option in COMPILER[1:] if option.startswith("-m")]
+        run("cc", *target, "-static", self.scratch / "main.o", *self.pkg_config("--static", "--libs"), "-o",
+            self.scratch / "by_c_compiler")
+        self.assertRegex(run(self.scratch / "by_c_compiler"), r"^\d+ CN=user1,C=RU\n$")
 
-class SubprojectTest(unittest.TestCase):
-    def test_the_tree_is_a_library_and_nothing_else(self):
-        with tempfile.TemporaryDirectory() as folder:
-            build = pathlib.Path(folder)
-            configure(SOURCE / "tests/packages/subproject", build, f"-DDERKIT_SOURCE_DIR={SOURCE}", *FOR_COMPILER)
-            targets = {line.split(":")[0] for line in run("ninja", "-C", build, "-t", "targets", "all").splitlines()}
-            self.assertEqual({name for name in targets if name.startswith("derkit") and "/" not in name},
-                             {"derkit", "derkit_static", "derkit_objects", "derkit_convi", "derkit_system_etc_dir"})
-            self.assertIn("\nTotal Tests: 0\n", run("ctest", "-N", "--test-dir", build))
-            for entry in json.loads((build / "compile_commands.json").read_text(encoding="utf-8")):
-                warnings = [option for option in shlex.split(entry["command"]) if option.startswith("-W")]
-                self.assertEqual(warnings, [], entry["file"])
-            run(CMAKE, "--install", build, "--prefix", build / "prefix")  # nothing to install, nothing to build for it
-            self.assertEqual(files_below(build / "prefix"), set())
-
-            run(CMAKE, "--build", build)
-            for library in "derkit", "derkit_static":
-                program = build / f"with_{library}"
-                self.assertEqual(run(program), PRINTED[14])
-                self.assertEqual("libderkit.so.1" in needed_libraries(program), library == "derkit")
+    def test_a_shared_library_may_contain_the_static_one(self):
+        run(*COMPILER, "-shared", "-fPIC", "-Wl,-z,defs", "-Wl,-z,text", CONSUMER / "main.cpp",
+            *self.pkg_config("--cflags"), self.prefix / "lib/libderkit.a", "-o", self.scratch / "libother.so")
+        self.assertNotIn("libderkit.so.1", needed_libraries(self.scratch / "libother.so"))
 
 
 if __name__ == "__main__":

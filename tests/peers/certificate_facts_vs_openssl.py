@@ -72,6 +72,7 @@ def key_facts(der, text):
     elif name == "id-ecPublicKey":
         curve = re.search(r"ASN1 OID: (\S+)", text)[1]
         facts["curve"] = CURVE_NAMES.get(curve, curve)
+        facts["public_key_bits"] = int(re.search(r"Public-Key: \((\d+) bit\)", text)[1])
         facts["curve_oid"] = parameters[0]
     elif name.startswith("GOST"):
         printed_x = re.search(r"X:([0-9A-F]+)", text)[1]
@@ -80,6 +81,14 @@ def key_facts(der, text):
         for key, oid in zip(["param_set_oid", "digest_param_set_oid", "encryption_param_set_oid"], parameters):
             facts[key] = oid
     return facts
+
+
+def rsa_numbers(text):
+    modulus, exponent = printed_number(text, "Modulus"), re.search(r"Exponent: (\d+)", text)
+    if not modulus or not exponent:
+        return {}
+    numbers = {"modulus": modulus, "exponent": int(exponent[1])}
+    return {key: number.to_bytes((number.bit_length() + 7) // 8, "big").hex().upper() for key, number in numbers.items()}
 
 
 def facts_by_openssl(pem):
@@ -93,6 +102,7 @@ def facts_by_openssl(pem):
         "not_after": gmt(not_after),
         "signature_algorithm": signature_name(text),
         **key_facts(public_key, text),
+        **rsa_numbers(text),
     }
 
 
@@ -102,8 +112,12 @@ def same_param_set(openssl_name, oid):
     return printed.rstrip("\n").endswith(":" + openssl_name)
 
 
-def compare(comparison, case, pem, shown):
+def compare(comparison, case, pem, shown, shown_key):
+    """Only spki shows the numbers of an RSA key, beside facts that cert shows too."""
     expected = facts_by_openssl(pem)
+    numbers = {field: expected.pop(field) for field in ("modulus", "exponent") if field in expected}
+    for field in set(shown_key) - {"file", "index"}:
+        comparison.same(case, f"{field} of spki", (shown | numbers).get(field), shown_key[field])
     encoded = {key: oid_content(value) for key, value in shown.items() if key in expected and key.endswith("_oid")}
     for key, value in expected.items():
         if key != "param_set":
@@ -120,9 +134,7 @@ def main():
     everything = b"".join(pem for _, pem in cases)
     certificates, keys = (derkit(command, "-", stdin=everything) for command in ("cert", "spki"))
     for (case, pem), certificate, key in zip(cases, certificates, keys, strict=True):
-        compare(comparison, case, pem, certificate)
-        for field in set(key) - {"file", "index"}:
-            comparison.same(case, f"{field} of spki", certificate.get(field), key[field])
+        compare(comparison, case, pem, certificate, key)
     return comparison.exit_status(f"facts of {len(cases)} certificates")
 
 

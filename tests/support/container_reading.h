@@ -7,6 +7,7 @@
 #include <list>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "derkit/pkcs12_helper.h"
 #include "testing/bags.h"
@@ -48,6 +49,20 @@ using buffers_t = std::list<std::string>;
 // A key that scripted_crypto_t decrypts to this.
 inline der_t shrouded(std::string_view key, const der_t& attributes = der_raw("")) {
     return shrouded_key_bag(toy_cipher(key), attributes);
+}
+
+// An encrypted entry that scripted_crypto_t decrypts to this, and one with these bags.
+inline der_t encrypted_entry_of(std::string_view plaintext) {
+    encrypted_data_t data;
+    data.encrypted_content = der_element(0x80, toy_cipher(plaintext));
+    return data.entry();
+}
+inline der_t encrypted_entry(der_members_t bags) {
+    return encrypted_entry_of(entry_plaintext(std::move(bags)));
+}
+
+inline std::string pfx_of(der_members_t entries) {
+    return encode(pfx_t(std::move(entries)).whole());
 }
 
 #endif

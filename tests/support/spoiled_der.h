@@ -35,10 +35,10 @@ template <typename CHECK> void for_each_element_left_out(const der_t& whole, CHE
     });
 }
 
-inline const std::string ROOM_BEHIND(0x2000, '\0');
+inline const std::string ROOM_AFTER(0x2000, '\0');
 
 // Runs check(whole, element) for every element with every length that no reader may follow: the indefinite form, more
-// than four octets, a length past the enclosing element, and lengths near 2^32. Read `whole` with ROOM_BEHIND after it,
+// than four octets, a length past the enclosing element, and lengths near 2^32. Read `whole` with ROOM_AFTER after it,
 // so that the length past the enclosing element is inside the input; the outermost element is not given that length.
 template <typename CHECK> void for_each_bad_length(const der_t& whole, CHECK check) {
     for (const char* const length : {"80", "85 00 00 00 00 01", "82 10 00", "84 FF FF FF F9", "84 FF FF FF FA",

@@ -1,5 +1,5 @@
 // Runs every call of the catalogue in many threads at once, each thread on its own arguments and all of them on the
-// same maps, and compares what comes out with what a single thread gets. ThreadSanitizer sees the rest.
+// same maps, and compares the results with those of a single thread. ThreadSanitizer finds the rest.
 #include <atomic>
 #include <cstdio>
 #include <sstream>

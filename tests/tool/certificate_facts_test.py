@@ -4,11 +4,13 @@
 Certificates are built by hand; expectations come from the standards that lay down their fields.
 """
 
+import re
 import unittest
 
 import der
+import openssl
 from der import pem, sequence
-from tool import ToolTest, objects
+from tool import ToolTest, objects, thin
 
 NOT_BEFORE, NOT_AFTER = "02.01.2025 03:04:05 GMT", "31.12.2049 23:59:59 GMT"
 FACTS = {
@@ -22,6 +24,7 @@ FACTS = {
     "public_key_bits": 10,
 }
 KEY_FACTS = {key: value for key, value in FACTS.items() if key.startswith("public_key")}
+RSA_NUMBERS = {"modulus": "032F", "exponent": "03"}
 RSA, EC, DSA, PSS = "1.2.840.113549.1.1.1", "1.2.840.10045.2.1", "1.2.840.10040.4.1", "1.2.840.113549.1.1.10"
 UTC, GENERAL = der.UTC_TIME, der.GENERALIZED_TIME
 NO_MAP = ["--oid-map", "/dev/null"]
@@ -98,32 +101,45 @@ class Certificates(FactsTest):
 
     def test_a_bad_time_is_named_and_the_other_one_is_shown(self):
         good = UTC, "250102030405Z"
-        form = "is not of the form YYMMDDHHMMSSZ or YYYYMMDDHHMMSSZ: "
-        calendar = "is no time of the calendar from 1900 on: "
+        utc_form = "is not of the form YYMMDDHHMMSSZ of a UTCTime"
+        general_form = "is not of the form YYYYMMDDHHMMSSZ of a GeneralizedTime"
         cases = [
-            *((good, (tag, text), f"notAfter {form}{text}", "not_after") for tag, text in [
-                (UTC, "2501020304Z"), (UTC, "250102030405+0300"), (UTC, "2501O2030405Z"), (UTC, ""),
-                (GENERAL, "20250102030405.5Z"), (GENERAL, "250102030405Z"),
+            *((good, (tag, text), f"notAfter {problem}: {text}", "not_after") for tag, text, problem in [
+                (UTC, "2501020304Z", utc_form), (UTC, "250102030405+0300", utc_form), (UTC, "2501O2030405Z", utc_form),
+                (UTC, "", utc_form), (GENERAL, "20250102030405.5Z", general_form), (GENERAL, "", general_form),
+                (UTC, "20250102030405Z", "is a UTCTime with a year of four digits"),
+                (GENERAL, "250102030405Z", "is a GeneralizedTime with a year of two digits"),
+                (UTC, "250229000000Z", "has an impossible day"),
+                (UTC, "250100000000Z", "has an impossible day"),
+                (UTC, "251301000000Z", "has an impossible month"),
+                (UTC, "250001000000Z", "has an impossible month"),
+                (UTC, "250101240000Z", "has an impossible hour"),
+                (UTC, "250101006000Z", "has an impossible minute"),
+                (UTC, "250101000060Z", "has an impossible second"),
+                (GENERAL, "18991231235959Z", "lies before 1900"),
             ]),
-            *((good, (tag, text), f"notAfter {calendar}{shown}", "not_after") for tag, text, shown in [
-                (UTC, "250229000000Z", "2025-02-29T00:00:00Z"),
-                (UTC, "250100000000Z", "2025-01-00T00:00:00Z"),
-                (UTC, "251301000000Z", "2025-13-01T00:00:00Z"),
-                (UTC, "250001000000Z", "2025-00-01T00:00:00Z"),
-                (UTC, "250101240000Z", "2025-01-01T24:00:00Z"),
-                (UTC, "250101006000Z", "2025-01-01T00:60:00Z"),
-                (UTC, "250101000060Z", "2025-01-01T00:00:60Z"),
-                (GENERAL, "18991231235959Z", "1899-12-31T23:59:59Z"),
-            ]),
-            (good, (der.UTF8_STRING, "250102030405Z"), "notAfter is missing or malformed", "not_after"),
-            ((UTC, "x"), good, f"notBefore {form}x", "not_before"),
+            (good, (der.UTF8_STRING, "250102030405Z"), "notAfter is neither a UTCTime nor a GeneralizedTime", "not_after"),
+            ((der.UTF8_STRING, "x"), good, "notBefore is neither a UTCTime nor a GeneralizedTime", "not_before"),
+            ((UTC, "x"), good, f"notBefore {utc_form}: x", "not_before"),
         ]
         certificates = [certificate(validity=der.validity(begin, end)) for begin, end, _, _ in cases]
         shown = self.facts_of_many(*certificates, problems=[problem for _, _, problem, _ in cases])
         for (begin, end, _, hidden), found in zip(cases, shown):
             expected = FACTS | {"not_after": NOT_BEFORE if end == good else NOT_AFTER}
             self.assertEqual(found, {key: value for key, value in expected.items() if key != hidden}, (begin, end))
-        self.facts(certificate(validity=sequence()), problems=["notBefore is missing or malformed"])
+
+    def test_both_bad_times_are_named(self):
+        missing = "is missing or malformed"
+        for validity, not_before, not_after in [
+            (der.validity((UTC, "20250102030405Z"), (UTC, "251301000000Z")),
+             "is a UTCTime with a year of four digits: 20250102030405Z", "has an impossible month: 251301000000Z"),
+            (der.validity((der.UTF8_STRING, "x"), (GENERAL, "x")),
+             "is neither a UTCTime nor a GeneralizedTime", "is not of the form YYYYMMDDHHMMSSZ of a GeneralizedTime: x"),
+            (sequence(), missing, missing),
+            (sequence(b"\x17\x7f"), missing, missing),
+        ]:
+            [found] = self.facts(certificate(validity=validity), problems=[f"notBefore {not_before}", f"notAfter {not_after}"])
+            self.assertEqual(found, {key: value for key, value in FACTS.items() if not key.startswith("not_")})
 
     def test_the_hash_of_rsassa_pss_comes_from_its_parameters(self):
         cases = [
@@ -142,6 +158,21 @@ class Certificates(FactsTest):
         self.assertEqual((shown.get("signature_algorithm"), shown["signature_algorithm_oid"]), (None, der.EXAMPLE_OID))
         [shown] = self.facts(data, "--oid-map", self.file("map", f"{der.EXAMPLE_OID} = MINE\n"))
         self.assertEqual(shown["signature_algorithm"], "MINE")
+
+    def test_an_oid_whose_text_would_be_that_of_another_is_hexadecimal(self):
+        # 1.3.101.4294967408: in 32 bits, the last arc is that of Ed25519
+        content = bytes.fromhex("2B65 9080808070")
+        algorithm = sequence(der.element(der.OBJECT_IDENTIFIER, content))
+        warnings = [f"derkit: (standard input): warning: {field} has no dotted text that leads back to its DER, so it is "
+                    "shown in hexadecimal" for field in ("signature_algorithm_oid", "public_key_algorithm_oid")]
+        data = certificate(signature=algorithm, key=der.public_key(algorithm, bytes(32)))
+        done = self.tool("--json", "-", stdin=data)
+        [found] = objects(done.text)
+        self.assertEqual((done.status, done.errors), (0, warnings))
+        for field in "signature_algorithm", "public_key_algorithm":
+            self.assertEqual((found.get(field), found[f"{field}_oid"]), (None, "#2B659080808070"))
+        [found] = self.facts(certificate(signature=der.algorithm("2.999.1")))
+        self.assertEqual(found["signature_algorithm_oid"], "2.999.1")
 
     def test_each_fact_that_cannot_be_shown_is_named_and_the_others_are_shown(self):
         differs = "the signature algorithm outside differs from the one that is signed"
@@ -165,23 +196,30 @@ class PublicKeys(FactsTest):
 
     def test_a_key_alone_and_in_a_certificate_as_pem_and_der(self):
         for data in der.RSA_KEY, certificate():
-            self.assertEqual(self.facts(data), [KEY_FACTS])
+            self.assertEqual(self.facts(data), [KEY_FACTS | RSA_NUMBERS])
         both = b"text\n" + pem(der.RSA_KEY, "PUBLIC KEY") + pem(b"x", "X509 CRL") + pem(certificate())
-        expected = [{"file": "(standard input)", "index": i, **KEY_FACTS} for i in (1, 2)]
+        expected = [{"file": "(standard input)", "index": i, **KEY_FACTS, **RSA_NUMBERS} for i in (1, 2)]
         self.assertEqual(self.objects("-", stdin=both), expected)
 
     def test_parameters_of_each_kind_of_key(self):
         rsa = sequence(der.element(der.INTEGER, b"\0\0\0\x80" + bytes(127)), der.integer(3))
         dsa = sequence(der.element(der.INTEGER, b"\x01" + bytes(128)), der.integer(5), der.integer(2))
+        rsa_facts = {"public_key_bits": 1024, "modulus": "80" + "00" * 127, "exponent": "03"}
+        prime = sequence(der.oid("1.2.840.10045.1.1"), der.integer(2**255 - 19))
+        binary = sequence(der.oid("1.2.840.10045.1.2"), sequence(der.integer(283), b""))
         cases = [
-            (key(RSA, der.NULL, rsa), {"public_key_algorithm": "RSA", "public_key_bits": 1024}),
-            (key(PSS, b"", rsa), {"public_key_algorithm": "RSASSA-PSS", "public_key_bits": 1024}),
+            (key(RSA, der.NULL, rsa), {"public_key_algorithm": "RSA"} | rsa_facts),
+            (key(PSS, b"", rsa), {"public_key_algorithm": "RSASSA-PSS"} | rsa_facts),
+            (key(RSA, der.NULL, sequence(der.integer(0x32F), der.element(der.INTEGER))),
+             {"public_key_algorithm": "RSA", "public_key_bits": 10, "modulus": "032F", "exponent": "00"}),
             (key(DSA, dsa), {"public_key_algorithm": "DSA", "public_key_bits": 1025}),
             (key(DSA, b"", b"x"), {"public_key_algorithm": "DSA"}),
             (key(EC, der.oid("1.3.132.0.34"), b"x"),
-             {"public_key_algorithm": "id-ecPublicKey", "curve": "secp384r1", "curve_oid": "1.3.132.0.34"}),
-            (key(EC, der.oid("1.3.36.3.3.2.8.1.1.7"), b"x"),
-             {"public_key_algorithm": "id-ecPublicKey", "curve_oid": "1.3.36.3.3.2.8.1.1.7"}),
+             {"public_key_algorithm": "id-ecPublicKey", "public_key_bits": 384, "curve": "secp384r1", "curve_oid": "1.3.132.0.34"}),
+            (key(EC, der.oid("1.3.132.0.99"), b"x"),
+             {"public_key_algorithm": "id-ecPublicKey", "curve_oid": "1.3.132.0.99"}),
+            (key(EC, sequence(der.integer(1), prime), b"x"), {"public_key_algorithm": "id-ecPublicKey", "public_key_bits": 255}),
+            (key(EC, sequence(der.integer(1), binary), b"x"), {"public_key_algorithm": "id-ecPublicKey", "public_key_bits": 283}),
             (key(EC, sequence(), b"x"), {"public_key_algorithm": "id-ecPublicKey"}),
             (gost_key(der.GOST_2001, 64, "1.2.643.2.2.35.1", "1.2.643.2.2.30.1", "1.2.643.2.2.31.1"),
              {"public_key_algorithm": "GOST R 34.10-2001", "public_key_bits": 256,
@@ -197,6 +235,55 @@ class PublicKeys(FactsTest):
         shown = self.facts_of_many(*(data for data, _ in cases), label="PUBLIC KEY")
         self.assertTrue(all(found.pop("public_key_algorithm_oid") for found in shown))
         self.assertEqual(shown, [expected for _, expected in cases])
+
+    def test_parameters_of_rsassa_pss(self):
+        rsa = sequence(der.integer(0x32F), der.integer(3))
+        mgf1, sha1, sha256 = "1.2.840.113549.1.1.8", "1.3.14.3.2.26", "2.16.840.1.101.3.4.2.1"
+
+        def field(number, *parts):
+            return der.element(der.CONTEXT_0 + number, *parts)
+
+        def mask(hash_oid):
+            return field(1, sequence(der.oid(mgf1), der.algorithm(hash_oid)))
+
+        def params(hash_name, hash_oid, mask_hash, mask_hash_oid, salt_size):
+            return {"pss_hash": hash_name, "pss_hash_oid": hash_oid, "pss_mask": "MGF1", "pss_mask_oid": mgf1,
+                    "pss_mask_hash": mask_hash, "pss_mask_hash_oid": mask_hash_oid, "pss_salt_size": salt_size}
+
+        # RFC 4055 3.1: SHA-1, MGF1 with SHA-1 and 20 octets are the defaults.
+        cases = [
+            (b"", {}),
+            (sequence(), params("SHA-1", sha1, "SHA-1", sha1, 20)),
+            (sequence(field(0, der.algorithm(sha256)), mask(sha256), field(2, der.integer(32))),
+             params("SHA-256", sha256, "SHA-256", sha256, 32)),
+            (sequence(mask(sha256)), params("SHA-1", sha1, "SHA-256", sha256, 20)),
+            (sequence(field(2, der.integer(0)), field(3, der.integer(1))), params("SHA-1", sha1, "SHA-1", sha1, 0)),
+            (sequence(field(1, sequence(der.oid(der.EXAMPLE_OID)))),
+             {"pss_hash": "SHA-1", "pss_hash_oid": sha1, "pss_mask_oid": der.EXAMPLE_OID, "pss_salt_size": 20}),
+        ]
+        shown = self.facts_of_many(*(key(PSS, parameters, rsa) for parameters, _ in cases), label="PUBLIC KEY")
+        self.assertEqual([{name: value for name, value in found.items() if name.startswith("pss")} for found in shown],
+                         [expected for _, expected in cases])
+        refused = "the public key is no key of RSASSA-PSS (1.2.840.113549.1.1.10)"
+        for parameters in der.NULL, sequence(field(0, b"x")), sequence(field(1, sequence(der.oid(mgf1)))), sequence(field(2, b"\x02\x01\x80")):
+            self.assertEqual(self.facts(key(PSS, parameters, rsa), problems=[refused]), [])
+
+    def test_named_curves_have_the_size_of_their_field(self):
+        """The points of openssl's keys tell the size in octets, the names of the curves that in bits."""
+        names = [line.split(b":")[0].decode().strip() for line in openssl.run("ecparam", "-list_curves").splitlines() if b":" in line]
+        names = [name for name in names if re.fullmatch(r"(sec[pt](163r2|224r1|256k1|384r1|521r1|163k1|233..|283..|409..|571..)|"
+                                                        r"prime256v1|prime192v1|brainpoolP...[rt]1)", name)]
+        self.assertEqual(len(names), 30)
+        for name in thin(names):
+            public = openssl.run("pkey", "-pubout", stdin=openssl.run("ecparam", "-genkey", "-noout", "-name", name))
+            [found] = self.facts(public)
+            [data] = der.unpem(public)
+            bits = found["public_key_bits"]
+            point_size = data.index(b"\0\4", 20)  # the BIT STRING's unused bits and an uncompressed point
+            self.assertEqual((len(data) - point_size - 2) // 2, (bits + 7) // 8, name)
+            self.assertIn(str(bits), name)
+            curve = {"prime192v1": "secp192r1", "prime256v1": "secp256r1"}.get(name, name)
+            self.assertEqual(found["curve"], curve)
 
     def test_keys_that_are_none_are_refused(self):
         malformed = "the public key is malformed"
@@ -235,9 +322,9 @@ class PublicKeys(FactsTest):
 
     def test_octets_after_a_key_are_warned_about(self):
         done = self.tool("-", stdin=der.RSA_KEY + b"xy")
-        warning = "derkit: (standard input): warning: 2 bytes behind the key are not looked at"
+        warning = "derkit: (standard input): warning: 2 bytes after the key are ignored"
         self.assertEqual((done.status, done.errors), (0, [warning]))
-        self.assertEqual(done.text.splitlines(), [f"{key}: {value}" for key, value in KEY_FACTS.items()])
+        self.assertEqual(done.text.splitlines(), [f"{key}: {value}" for key, value in (KEY_FACTS | RSA_NUMBERS).items()])
 
 
 if __name__ == "__main__":

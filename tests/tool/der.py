@@ -43,6 +43,9 @@ def element(tag, *parts):
 
 
 def oid_content(dotted):
+    """Encodes dotted text; none of it is an OID without content octets."""
+    if not dotted:
+        return b""
     first, second, *rest = map(int, dotted.split("."))
     content = b""
     for arc in [first * 40 + second, *rest]:
@@ -51,6 +54,25 @@ def oid_content(dotted):
             octets.insert(0, 0x80 | arc & 0x7F)
         content += bytes(octets)
     return content
+
+
+def arcs(content):
+    """Returns the dotted text of content octets, with all of its arcs, whatever their size (X.690 8.19)."""
+    numbers, number = [], 0
+    for octet in content:
+        number = number << 7 | octet & 0x7F
+        if octet < 0x80:
+            numbers.append(number)
+            number = 0
+    first = min(numbers[0] // 40, 2)
+    return ".".join(map(str, [first, numbers[0] - 40 * first, *numbers[1:]]))
+
+
+def has_arcs_of_the_library(content):
+    """Tells whether no arc is padded or has more than 32 bits: then dotted text leads back to the content."""
+    starts = [i for i in range(len(content)) if i == 0 or content[i - 1] < 0x80]
+    return (all(content[i] != 0x80 for i in starts) and
+            all(int(arc) < 2**32 - 80 * (i == 1) for i, arc in enumerate(arcs(content).split("."))))
 
 
 def oid(dotted):

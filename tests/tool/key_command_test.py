@@ -30,33 +30,33 @@ class Shapes(KeyTest):
     def with_point(octets, size):
         return sequence(octet_string(octets), octet_string(bytes(size)))
 
-    # privateKey, shape, octets of the key, whether the library reads it, whether there is a public key
+    # privateKey, shape, octets of the key, whether there is a public key
     OF_256_BITS = [
-        (octet_string(KEY_32), "OCTET STRING", KEY_32, "yes"),
-        (octet_string(KEY_32 + MASK_32), "OCTET STRING, key and mask", KEY_32 + MASK_32, "yes"),
-        (integer(KEY_32), "INTEGER", KEY_32, "no"),
-        (integer(b"\0" + HIGH_32), "INTEGER", b"\0" + HIGH_32, "no"),
-        (integer(HIGH_32), "INTEGER", HIGH_32, "no"),
-        (integer(KEY_32[1:]), "INTEGER", KEY_32[1:], "no"),
-        (KEY_32, "raw", KEY_32, "no"),
-        (KEY_32 + MASK_32, "raw, key and mask", KEY_32 + MASK_32, "no"),
-        (KEY_32 + MASK_64, "raw, key and 2 masks", KEY_32 + MASK_64, "no"),
-        (with_point(KEY_32, 64), "SEQUENCE of OCTET STRING and public key", KEY_32, "no", "yes"),
+        (octet_string(KEY_32), "OCTET STRING", KEY_32),
+        (octet_string(KEY_32 + MASK_32), "OCTET STRING, key and mask", KEY_32 + MASK_32),
+        (integer(KEY_32), "INTEGER", KEY_32),
+        (integer(b"\0" + HIGH_32), "INTEGER", b"\0" + HIGH_32),
+        (integer(HIGH_32), "INTEGER", HIGH_32),
+        (integer(KEY_32[1:]), "INTEGER", KEY_32[1:]),
+        (KEY_32, "raw", KEY_32),
+        (KEY_32 + MASK_32, "raw, key and mask", KEY_32 + MASK_32),
+        (KEY_32 + MASK_64, "raw, key and 2 masks", KEY_32 + MASK_64),
+        (with_point(KEY_32, 64), "SEQUENCE of OCTET STRING and public key", KEY_32, "yes"),
         (with_point(KEY_32 + MASK_32, 64), "SEQUENCE of OCTET STRING and public key, key and mask", KEY_32 + MASK_32,
-         "no", "yes"),
+         "yes"),
     ]
     # Octets of the size of a key are raw even when they look like DER.
     LIKE_DER = [
-        (octets, "raw", octets, "no")
+        (octets, "raw", octets)
         for octets in (bytes.fromhex(start) + KEY_32[len(start) // 2 :] for start in ("0410", "041E", "021E", "301E041C"))
     ]
     OF_512_BITS = [
-        (octet_string(KEY_64), "OCTET STRING", KEY_64, "yes"),
-        (integer(KEY_64), "INTEGER", KEY_64, "no"),
-        (integer(b"\0" + HIGH_64), "INTEGER", b"\0" + HIGH_64, "no"),
-        (KEY_64, "raw", KEY_64, "no"),
-        (KEY_64 + MASK_64, "raw, key and mask", KEY_64 + MASK_64, "no"),
-        (with_point(KEY_64, 128), "SEQUENCE of OCTET STRING and public key", KEY_64, "no", "yes"),
+        (octet_string(KEY_64), "OCTET STRING", KEY_64),
+        (integer(KEY_64), "INTEGER", KEY_64),
+        (integer(b"\0" + HIGH_64), "INTEGER", b"\0" + HIGH_64),
+        (KEY_64, "raw", KEY_64),
+        (KEY_64 + MASK_64, "raw, key and mask", KEY_64 + MASK_64),
+        (with_point(KEY_64, 128), "SEQUENCE of OCTET STRING and public key", KEY_64, "yes"),
     ]
     # Octets that are no key: shape and size.
     NO_KEY = [
@@ -83,9 +83,9 @@ class Shapes(KeyTest):
             (GOST_2012_256, 256, self.OF_256_BITS),
             (GOST_2012_512, 512, self.OF_512_BITS),
         ]:
-            for octets, shape, key, readable, *public_key in rows:
+            for octets, shape, key, *public_key in rows:
                 data = private_key(octets, algorithm)
-                expected = {"shape": shape, "size": len(key), "bits": bits, "readable": readable,
+                expected = {"shape": shape, "size": len(key), "bits": bits, "readable": "yes",
                             "public_key": public_key[0] if public_key else "no"}
                 cases.append((data, None, expected | {"key": None}))
                 revealed.append((data, None, expected | {"key": key.hex().upper()}))
@@ -96,8 +96,8 @@ class Shapes(KeyTest):
         family = {GOST_2001: "GOST R 34.10-2001", GOST_2012_512: "GOST R 34.10-2012 512"}
         self.check_all([
             (private_key(octets, algorithm),
-             f"the {size} bytes of the key, shape {shape}, are no key of {family[algorithm]}",
-             {"shape": shape, "size": size, "bits": None, "key": None})
+             f"its {size} bytes (shape: {shape}) are not a key of {family[algorithm]}",
+             {"shape": shape, "size": size, "bits": None, "readable": "no", "key": None})
             for algorithm, octets, shape, size in self.NO_KEY
         ])
 
@@ -141,11 +141,10 @@ class Fields(KeyTest):
         self.assertEqual(self.objects(path, "--reveal"), [{"file": str(path), "index": 1, **expected}])
 
     def test_families(self):
-        readable = GOST_2001, GOST_2012_256, GOST_2012_512
         self.check_all([
             (private_key(octet_string(octets), algorithm), None,
              {"family": family, "algorithm_oid": algorithm, "bits": 8 * len(octets), "shape": "OCTET STRING",
-              "readable": "yes" if algorithm in readable else "no"})
+              "readable": "yes"})
             for algorithm, family, octets in [
                 (GOST_2001, "GOST R 34.10-2001", KEY_32),
                 (GOST_2012_256, "GOST R 34.10-2012 256", KEY_32),
@@ -258,7 +257,17 @@ class Inputs(KeyTest):
         path = self.file("key.der", self.key + b"\0\0\0")
         done = self.tool(path)
         self.assertEqual((done.status, fields(done.text)["readable"]), (0, "yes"))
-        self.assertEqual(done.errors, [f"derkit: {path}: warning: 3 bytes behind the key are not looked at"])
+        self.assertEqual(done.errors, [f"derkit: {path}: warning: 3 bytes after the key are ignored"])
+
+    def test_an_algorithm_whose_text_would_be_that_of_another_is_hexadecimal(self):
+        algorithm = f"1.2.643.2.2.{2**32 + 19}"  # in 32 bits, the last arc is that of GOST R 34.10-2001
+        path = self.file("key.der", private_key(algorithm=algorithm))
+        done = self.tool(path)
+        content = "#" + der.oid_content(algorithm).hex().upper()
+        found = fields(done.text)
+        self.assertEqual((found["family"], found["algorithm_oid"]), (content, content))
+        warning = "algorithm_oid has no dotted text that leads back to its DER, so it is shown in hexadecimal"
+        self.assertEqual(done.errors[0], f"derkit: {path}: warning: {warning}")
 
     def test_files_without_a_key(self):
         algorithm = sequence(oid(GOST_2001), NULL)
@@ -308,15 +317,15 @@ class KeysByOpenssl(KeyTest):
         ("gost2012_512", "A", "GOST R 34.10-2012 512", "id-tc26-gost-3410-2012-512-paramSetA"),
         ("gost2012_512", "C", "GOST R 34.10-2012 512", "id-tc26-gost-3410-2012-512-paramSetC"),
     ]
-    FORMATS = [(None, "raw", "no"), ("LEGACY_PK_WRAP", "OCTET STRING", "yes")]
+    FORMATS = [(None, "raw"), ("LEGACY_PK_WRAP", "OCTET STRING")]
 
     def test_keys_are_those_that_openssl_shows(self):
         plain, encrypted = [], []
         for algorithm, param_set, family, name in self.KEYS:
-            for pk_format, shape, readable in self.FORMATS:
+            for pk_format, shape in self.FORMATS:
                 key = make_key(algorithm, param_set, GOST_PK_FORMAT=pk_format)
                 octets = octets_of(key)
-                expected = {"family": family, "param_set": name, "shape": shape, "readable": readable,
+                expected = {"family": family, "param_set": name, "shape": shape, "readable": "yes",
                             "bits": 8 * len(octets), "key": octets.hex().upper()}
                 plain.append((key, None, expected))
                 encrypted.append((encrypt(key, GOST_PK_FORMAT=pk_format), None, expected))
@@ -358,7 +367,7 @@ class KeysByOpenssl(KeyTest):
         key[-69 + 36] ^= 32 ^ 31
         shown, error = self.shows_and_fails("-", *self.password_file("secret"), stdin=bytes(key))
         self.assert_fields(shown, family="GOST R 34.10-2001", shape="unknown", size="31", readable="no")
-        self.assertIn("the 31 bytes of the key, shape unknown, are no key of GOST R 34.10-2001", error)
+        self.assertIn("its 31 bytes (shape: unknown) are not a key of GOST R 34.10-2001", error)
 
     def test_the_same_password_opens_every_key_of_a_file(self):
         keys = [encrypt(make_key()), encrypt(make_key("gost2012_512"))]
@@ -389,7 +398,10 @@ class KeysByOpenssl(KeyTest):
 
 
 class Declined(KeyTest):
-    """Keys that cannot be decrypted here, whatever the password: the outside is shown, and the run fails."""
+    """Keys that cannot be decrypted here, whatever the password: the outside is shown with the reason, as "p12 show" does.
+
+    The run fails if a password was given.
+    """
 
     def check_declined(self, cases):
         """Each case is (DER, pattern of the problem, expected fields)."""
@@ -398,7 +410,8 @@ class Declined(KeyTest):
             shown = self.show_all(ders, *password, label="ENCRYPTED PRIVATE KEY")
             for (data, pattern, expected), (found, problem) in zip(cases, shown):
                 with self.subTest(data=data.hex(), password=password):
-                    self.assertRegex(problem or "", pattern)
+                    self.assertRegex(found["not_read"], pattern)
+                    self.assertEqual(problem, found["not_read"] if password else None)
                     self.assert_fields(found, form="EncryptedPrivateKeyInfo", family=None, **expected)
 
     def test_other_algorithms_of_openssl(self):

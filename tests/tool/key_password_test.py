@@ -2,6 +2,7 @@
 """Tests where "derkit key" takes the password of an encrypted key from: files, variables, standard input, a terminal."""
 
 import signal
+import time
 import unittest
 
 import der
@@ -9,6 +10,7 @@ from keys import WRONG_PASSWORD, KeyTest, encrypt, make_key
 from tool import Terminal, thin
 
 MAX_SIZE = 4095
+MARK = b"\xef\xbb\xbf"  # that some editors put in front of UTF-8
 
 
 def setUpModule():
@@ -35,16 +37,16 @@ class Passwords(KeyTest):
         return ["--password-file", self.file("password", content)]
 
     def test_of_a_file_the_first_line_counts(self):
-        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n":
+        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n", MARK + b"secret\n":
             self.opens(self.key, *self.given(content))
-        for content in b"\n", b"\r\n", b"\nsecond":
+        for content in b"\n", b"\r\n", b"\nsecond", MARK, MARK + b"\n":
             self.opens(self.empty_key, *self.given(content))
         # other blanks belong to the password
-        for content in b"secret \n", b"secret\t\n", b"secret\r", b"\xef\xbb\xbfsecret\n", b"secret\r\r\n":
+        for content in b"secret \n", b"secret\t\n", b"secret\r", b"secret\r\r\n", MARK * 2 + b"secret\n", b"secret" + MARK:
             self.wrong(*self.given(content))
 
     def test_of_standard_input_the_first_line_counts(self):
-        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n":
+        for content in b"secret", b"secret\n", b"secret\r\n", b"secret\nsecond\n", MARK + b"secret\n":
             self.opens(self.key, "--password-stdin", stdin=content)
         self.opens(self.empty_key, "--password-stdin", stdin=b"\n")
 
@@ -76,12 +78,13 @@ class Passwords(KeyTest):
             ([self.key, "--password-file", missing], f"{missing}: No such file or directory"),
             ([self.key, "--password-file", self.folder], f"{self.folder}: Is a directory"),
             ([self.key, "--password-file", "/dev/zero"], f"/dev/zero: {too_long}"),
-            ([self.key, "--password-ask"], f"{self.key}: there is no terminal to ask for the password at"),
+            ([self.key, "--password-ask"], f"{self.key}: cannot ask for the password: there is no terminal"),
         ])
-        for end in b"", b"\n", b"\r\n":
-            self.wrong(*self.given(b"x" * MAX_SIZE + end))
-            option, path = self.given(b"x" * (MAX_SIZE + 1) + end)
-            self.check_failures([([self.key, option, path], f"{path}: {too_long}")])
+        for start in b"", MARK:
+            for end in b"", b"\n", b"\r\n":
+                self.wrong(*self.given(start + b"x" * MAX_SIZE + end))
+                option, path = self.given(start + b"x" * (MAX_SIZE + 1) + end)
+                self.check_failures([([self.key, option, path], f"{path}: {too_long}")])
 
     def test_command_lines_that_make_no_sense(self):
         sources = [self.given(b"secret"), ["--password-env", "KEY_PASSWORD"], ["--password-stdin"], ["--password-ask"]]
@@ -147,6 +150,21 @@ class AtTheTerminal(KeyTest):
             with self.subTest(typed):
                 status, shown = self.end_after(typed)
                 self.assertEqual(status, -number, shown)
+
+    def test_after_ctrl_d_in_a_line_the_keys_that_interrupt_still_work(self):
+        terminal = self.asked()
+        terminal.type(b"secr\x04")
+        time.sleep(0.2)  # so that the tool has read the first part
+        terminal.type(b"\x03")
+        self.assertEqual(terminal.end()[0], -signal.SIGINT)
+        self.assertEqual(terminal.mode(), terminal.mode_before)
+
+    def test_ctrl_d_in_a_line_does_not_end_it(self):
+        terminal = self.asked()
+        terminal.type(b"secr\x04")
+        time.sleep(0.2)
+        terminal.type(b"et\n")
+        self.assertEqual(terminal.end()[0], 0)
 
     def test_a_signal_from_elsewhere_leaves_the_terminal_as_before_too(self):
         for number in signal.SIGTERM, signal.SIGHUP:

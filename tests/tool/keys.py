@@ -6,7 +6,7 @@ import openssl
 from der import pem, unpem
 from tool import ToolTest, fields, objects
 
-WRONG_PASSWORD = "wrong password, or damaged: what it decrypts to is no PrivateKeyInfo"
+WRONG_PASSWORD = "wrong password, or damaged: it does not decrypt to a PrivateKeyInfo"
 
 
 def make_key(algorithm="gost2001", param_set="A", **settings):

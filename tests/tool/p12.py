@@ -16,13 +16,13 @@ from tool import ToolTest, objects
 
 PASSWORD = "Пароль 1"
 NAME = "Ключ №1"
-UNREADABLE_MAC = "wrong password, or the container was changed after its MAC was made: the MAC is wrong either way"
+UNREADABLE_MAC = "the MAC is wrong: wrong password, or the container was changed after the MAC was made"
 UNDECRYPTABLE = "cannot be decrypted: it is damaged, or encrypted under another password than the MAC"
 ONLY_GOST_94 = "only GOST R 34.11-94 is read"
 ONLY_HMAC_94 = "only HMAC GOST R 34.11-94 is read"
 ONLY_28147 = "only GOST 28147-89 is read"
 ONLY_PARAM_SET_A = "only id-Gost28147-89-CryptoPro-A-ParamSet is read"
-TOO_MANY_ITERATIONS = "asks for 1000001 iterations, which are more than the 1000000 that are carried out"
+TOO_MANY_ITERATIONS = "asks for 1000001 iterations; at most 1000000 are accepted"
 
 
 class Pair:

@@ -60,7 +60,7 @@ class WrittenFiles(ExtractTest):
     def test_files_are_overwritten_under_force_only(self):
         for taken in "key-1.pem", "certificate-2.pem":
             self.put_into_out(taken)
-            problem = f"{self.out}/{taken}: is there already (--force overwrites it)"
+            problem = f"{self.out}/{taken}: already exists (--force overwrites it)"
             self.check_failures([(self.arguments(), problem)])
             self.assertEqual(self.files(), {taken: b"old"})
             self.succeeds(*self.arguments("--force"))
@@ -79,8 +79,8 @@ class WrittenFiles(ExtractTest):
         path = self.bags("b.p12", pfx.key_bag(private_key() + b"abc"), pfx.cert_bag(certificate("x") + b"de"))
         done = self.tool(*self.arguments(container=path))
         self.assertEqual((done.status, done.errors), (0, [
-            f"derkit: {path}: key 1: warning: 3 bytes behind it are left out",
-            f"derkit: {path}: certificate 1: warning: 2 bytes behind it are left out",
+            f"derkit: {path}: key 1: warning: 3 bytes after it are left out",
+            f"derkit: {path}: certificate 1: warning: 2 bytes after it are left out",
         ]))
         expected = {"key-1.pem": pem(private_key(), "PRIVATE KEY"), "certificate-1.pem": pem(certificate("x"))}
         self.assertEqual(self.files(), expected)
@@ -113,8 +113,8 @@ class Failures(ExtractTest):
     def test_no_directory_can_be_made(self):
         nowhere, taken = self.folder / "no" / "out", self.file("taken", b"old")
         self.check_failures([
-            (self.arguments(out=nowhere), f"{nowhere}: No such file or directory"),
-            (self.arguments(out=taken), f"{taken}/key-1.pem: Not a directory"),
+            (self.arguments(out=nowhere), f"{nowhere.parent}: No such file or directory"),
+            (self.arguments(out=taken), f"{taken}: Not a directory"),
         ])
         self.assertEqual(taken.read_bytes(), b"old")
 

@@ -127,7 +127,7 @@ class MadeContainers(MakeTest):
 
     def test_a_file_is_overwritten_under_force_only(self):
         self.out.write_bytes(b"old")
-        self.check_failures([(self.arguments(), f"{self.out}: is there already (--force overwrites it)")])
+        self.check_failures([(self.arguments(), f"{self.out}: already exists (--force overwrites it)")])
         self.assertEqual(self.out.read_bytes(), b"old")
         self.make()
         self.assertEqual(self.read_by_openssl("CERTIFICATE"), [self.pair.certificate])
@@ -137,14 +137,14 @@ class MadeContainers(MakeTest):
         self.check_failures([(self.arguments(), f"{self.out}: File too large")], preexec_fn=limit_file_size(100))
         self.assertEqual(list(self.folder.iterdir()), [])
         self.out = self.folder / "no" / "made.p12"
-        self.check_failures([(self.arguments(), f"{self.out}: No such file or directory")])
+        self.check_failures([(self.arguments(), f"{self.out.parent}: No such file or directory")])
 
     def test_a_container_that_would_not_come_back_is_not_written(self):
         """The library drops a zero octet of a length of 64 KiB or more."""
         key = self.file("key.der", der.private_key())
         for profile in "standard", "native":
             path = self.file("big.der", certificate_of_size(0x10000))
-            problem = f"{self.out}: the container has a size that its header cannot say"
+            problem = f"{self.out}: the size of the container does not fit into its header"
             self.refuses_input(problem, key=key, certificate=path, options=["--profile", profile])
         for profile in "standard", "native":
             path = self.file("big.der", certificate_of_size(0x11111))
@@ -193,7 +193,7 @@ class Inputs(MakeTest):
             self.pair.key_pem * 2: ": holds more than one private key",
             pem(self.pair.key, "PRIVATE KEY")[:-5]: " (line 1): no END line",
             self.pair.certificate: ": neither a PrivateKeyInfo nor an EncryptedPrivateKeyInfo, or cut short",
-            self.pair.key + b"more": ": 4 bytes stand behind the key",
+            self.pair.key + b"more": ": has 4 bytes after the key",
             pem(self.pair.key[:-1], "PRIVATE KEY"): " (line 1): not a PrivateKeyInfo: SEQUENCE is missing or malformed",
             aes: ": the key is encrypted with AES-256-CBC (2.16.840.1.101.3.4.1.42); only GOST 28147-89 is read",
         }.items():

@@ -5,6 +5,7 @@ It must show what openssl put into a container, and extract must write the same 
 """
 
 import hashlib
+import re
 import unittest
 
 import der
@@ -17,8 +18,9 @@ from p12 import (
 )
 from tool import thin
 
-EXTRACTED_NOTHING = "nothing is extracted, because not all can be read (--partial extracts the rest)"
+EXTRACTED_NOTHING = "nothing is extracted, because not everything can be read (--partial extracts the rest)"
 X = pfx.cert_bag(der.certificate("x"))
+OTHER_TYPE = "is of a type that is not read"
 AES_256 = "AES-256-CBC (2.16.840.1.101.3.4.1.42)"
 # An attribute of the right type with a value of the wrong one.
 WIDE_NAME = pfx.attribute(pfx.FRIENDLY_NAME, element(der.UTF8_STRING, b"x"))
@@ -42,8 +44,9 @@ class ContainersOfOpenssl(P12Test):
                 self.assertEqual((key["family"], key["bits"]), (pair.family, 512 if pair.family.endswith("512") else 256))
                 self.assertEqual(shown["subject"], pair.subject)
                 dates = openssl.gost("x509", "-in", pair.certificate_file, "-noout", "-dates", "-dateopt", "iso_8601")
-                self.assertEqual(dates.decode().replace(" ", "T"),
-                                 f"notBefore={shown['not_before']}\nnotAfter={shown['not_after']}\n")
+                times = re.findall(r"=(\d+)-(\d\d)-(\d\d) (\S+)Z", dates.decode())
+                self.assertEqual([f"{day}.{month}.{year} {time} GMT" for year, month, day, time in times],
+                                 [shown["not_before"], shown["not_after"]])
                 self.check_extracted(container, [pair.key], [pair.certificate])
 
     def test_the_mac_key_by_the_pkcs12_derivation_is_found_too(self):
@@ -129,7 +132,8 @@ class Refusals(P12Test):
     def test_a_missing_mac(self):
         container = self.pair.export("-nomac")
         self.check_refused(container, "has no MAC; containers without one are not read")
-        self.assertEqual(self.show(container, password=None)[0], {"object": "mac", "algorithm": "none"})
+        self.assertEqual(self.show(container, password=None)[0], {
+            "object": "mac", "algorithm": "none", "not_read": "has no MAC; containers without one are not read"})
 
     def test_macs_of_other_digests(self):
         digests = {
@@ -144,7 +148,7 @@ class Refusals(P12Test):
                 container = self.pair.export(mac=digest)
                 problem = f"is made with {name}; {ONLY_GOST_94}"
                 self.check_refused(container, f"its MAC {problem}")
-                self.assertEqual(self.show(container, password=None)[0]["not_read"], f"the MAC {problem}")
+                self.assertEqual(self.show(container, password=None)[0]["not_read"], f"its MAC {problem}")
 
     def test_a_mac_of_another_digest_is_refused_even_when_it_would_hold(self):
         safe = sequence()
@@ -174,7 +178,7 @@ class Refusals(P12Test):
             "iterations": 3000,
             "mac": "HMAC SHA-512",
             "mac_oid": "1.2.840.113549.2.11",
-            "not_read": f"the MAC {problem}",
+            "not_read": f"its MAC {problem}",
         }])
 
     def test_macs_that_cannot_be_computed(self):
@@ -206,7 +210,6 @@ class Refusals(P12Test):
         begin = "not a PKCS#12 container: "
         data = pfx.content_info(pfx.DATA, octet_string(sequence()))
         pieces = pfx.content_info(pfx.DATA, element(0x24, octet_string(b"a"), octet_string(b"b")))
-        signed = pfx.pfx(sequence(), pfx.mac_data(bytes(32)), content_type=pfx.SIGNED_DATA)
         self.check_all_refused([
             (b"", "is empty"),
             (b"text", begin + "PFX is missing"),
@@ -215,10 +218,18 @@ class Refusals(P12Test):
             (bytes.fromhex("3080020103"), begin + "PFX has an indefinite length (BER), which is not read"),
             (sequence(integer(3)), begin + "authSafe is missing"),
             (sequence(bytes.fromhex("02020103"), data), begin + "version is malformed"),
-            (signed, "damaged: authSafe is signedData (1.2.840.113549.1.7.2); only data is read"),
+            (pfx.pfx(sequence(), pfx.mac_data(bytes(32)), content_type="1.2.3"),
+             "damaged: authSafe is 1.2.3; only data is read"),
+            (pfx.pfx(sequence(), b"", content_type=""), begin + "authSafe is (no OID); only data is read"),
             (sequence(integer(3), pieces, pfx.mac_data(bytes(32))),
              "damaged: the OCTET STRING of authSafe is in pieces (BER), which is not read"),
         ])
+
+    def test_a_container_that_a_public_key_protects_is_one(self):
+        problem = "is protected by a public key (authSafe is signedData); only protection by a password is read"
+        container = pfx.pfx(sequence(), b"", content_type=pfx.SIGNED_DATA)
+        self.assertEqual(self.show(container, password=None), [{"object": "mac", "algorithm": "none", "not_read": problem}])
+        self.check_refused(container, problem)
 
     def test_damage_is_named_with_its_place(self):
         info = sequence(oid(pfx.DATA), pfx.pbes2(), element(CONTEXT_0_PRIMITIVE, b"x"))
@@ -266,7 +277,7 @@ class Refusals(P12Test):
         path = self.file("a.p12", pfx.container("x") + b"more")
         for password in None, "x":
             done = self.tool("show", path, password=password)
-            warning = f"derkit: {path}: warning: 4 bytes behind the container are not looked at"
+            warning = f"derkit: {path}: warning: 4 bytes after the container are ignored"
             self.assertEqual((done.status, done.errors), (0, [warning]))
 
     def test_a_missing_file(self):
@@ -308,10 +319,20 @@ class PassedOver(P12Test):
         (out / "certificate-1.pem").unlink()
         out.rmdir()
 
+    def seen_outside(self, entries):
+        """Returns why entries and bags are not read, None for those that are, as it is shown without a password."""
+        return [found.get("not_read") for found in self.show(pfx.container("x", *entries), password=None)[1:]]
+
     def test_other_content_types(self):
-        types = {pfx.SIGNED_DATA: "signedData", pfx.ENVELOPED_DATA: "envelopedData", "1.2.3.4": "1.2.3.4"}
-        self.check_passed_over([pfx.content_info(content_type, sequence()) for content_type in types],
-                               *(f"entry {i} ({name}) is not read" for i, name in enumerate(types.values(), 2)))
+        types = {
+            pfx.SIGNED_DATA: ("signedData", OTHER_TYPE),
+            pfx.ENVELOPED_DATA: ("envelopedData", "is encrypted for a public key, which is not read"),
+            "1.2.3.4": ("1.2.3.4", OTHER_TYPE),
+        }
+        entries = [pfx.content_info(content_type, sequence()) for content_type in types]
+        self.assertEqual(self.seen_outside(entries), [problem for _, problem in types.values()])
+        self.check_passed_over(entries,
+                               *(f"entry {i} ({name}) {problem}" for i, (name, problem) in enumerate(types.values(), 2)))
 
     def test_other_bags_in_the_clear_and_encrypted(self):
         """Bags inside a safeContentsBag do not count as read either."""
@@ -324,8 +345,9 @@ class PassedOver(P12Test):
             ("1.2.3.4", "1.2.3.4", sequence()),
         ]
         encoded = [pfx.bag(bag_type, content) for bag_type, _, content in bags]
+        self.assertEqual(self.seen_outside([pfx.data_entry(X, *encoded)])[2:], [OTHER_TYPE] * len(bags))
         self.check_passed_over([pfx.data_entry(*encoded), pfx.encrypt_entry("x", *encoded)], *(
-            f"entry {entry}, bag {i} ({name}) is not read" for entry in (2, 3) for i, (_, name, _) in enumerate(bags, 1)))
+            f"entry {entry}, bag {i} ({name}) {OTHER_TYPE}" for entry in (2, 3) for i, (_, name, _) in enumerate(bags, 1)))
 
     def test_encryption_of_other_kinds(self):
         rc2 = sequence(oid("1.2.840.113549.1.12.1.6"), sequence(octet_string(bytes(8)), integer(2048)))
@@ -351,6 +373,7 @@ class PassedOver(P12Test):
             (pfx.pbes2(iterations=integer(0)), "has an iteration count of 0"),
             (pfx.pbes2(iterations=integer(1_000_001)), TOO_MANY_ITERATIONS),
             (sequence(oid(pfx.PBES2)), "has malformed parameters of its encryption"),
+            (sequence(element(der.OBJECT_IDENTIFIER)), "does not name its encryption"),
         ]
         # What would decrypt well if the parameters were taken for those that are read. Each ciphertext is another one:
         # which of two equal ones is declined cannot be told apart.
@@ -373,6 +396,23 @@ class PassedOver(P12Test):
         outside = [pfx.encrypted_entry(algorithm, b"") for algorithm, _ in algorithms]
         shown = self.show(pfx.container("x", *outside), password=None)[1:]
         self.assertEqual([found["not_read"] for found in shown], [problem for _, problem in algorithms])
+
+    def test_oids_that_are_empty_leave_no_hole_in_a_message(self):
+        unnamed = sequence(element(der.OBJECT_IDENTIFIER))
+        no_cipher = sequence(oid(pfx.PBES2), sequence(sequence(oid(pfx.PBKDF2), sequence()), unnamed))
+        entries = [
+            pfx.encrypted_entry(unnamed, b"x"), pfx.encrypted_entry(no_cipher, b"x"),
+            pfx.encrypted_entry(pfx.pbes2(), b"x", content_type=""), pfx.content_info("", sequence()),
+        ]
+        problems = [
+            "is encrypted with (no OID); only PBES2 is read", f"is encrypted with (no OID); {ONLY_28147}",
+            "holds (no OID) instead of data", OTHER_TYPE,
+        ]
+        self.assertEqual(self.seen_outside(entries), problems)
+        names = [" (encryptedData) "] * 3 + [" "]
+        self.check_passed_over(entries, *(f"entry {i}{name}{problem}" for i, (name, problem) in enumerate(zip(names, problems), 2)))
+        no_mac_name = pfx.pfx(sequence(), pfx.mac_data(bytes(32), algorithm=unnamed))
+        self.check_refused(no_mac_name, f"its MAC is made with (no OID); {ONLY_GOST_94}", password="x")
 
     def test_files_of_openssl_with_other_encryption(self):
         b_name, b_set = "id-Gost28147-89-CryptoPro-B-ParamSet", "1.2.643.2.2.31.2"
@@ -452,14 +492,22 @@ class Bags(P12Test):
         [found] = self.show_bags(pfx.cert_bag(der.certificate("x"), pfx.friendly_name("a\x1b[2J\n\u202eb")))
         self.assertEqual(found["friendly_name"], "a\\1B[2J\\0A\\E2\\80\\AEb")
 
+    def test_a_backslash_in_a_friendly_name_is_no_escape(self):
+        names = "\x1b", "\\1B", "\\", "\\5C", "C:\\key"
+        shown = self.show_bags(*(pfx.cert_bag(der.certificate("x"), pfx.friendly_name(name)) for name in names))
+        self.assertEqual([found["friendly_name"] for found in shown], ["\\1B", "\\5C1B", "\\5C", "\\5C5C", "C:\\5Ckey"])
+
+    def test_a_name_with_latin_1_in_a_t61_string(self):
+        name = der.name(der.attribute(der.COMMON_NAME, der.T61_STRING, "ü".encode("latin-1")))
+        path = self.file("shown.p12", pfx.container("x", pfx.data_entry(pfx.cert_bag(der.certificate(name)))))
+        for options, subject in ([], "CN=þ"), (["--t61", "latin1"], "CN=ü"):
+            self.assertIn(f"certificate 1: subject: {subject}\n", self.succeeds("show", *options, path, password="x"))
+
     def test_times_of_validity(self):
         times = [
-            ("250102030405Z", "491231235959Z", "2025-01-02T03:04:05Z", "2049-12-31T23:59:59Z"),
-            ("500101000000Z", "20500101000000Z", "1950-01-01T00:00:00Z", "2050-01-01T00:00:00Z"),
-            ("991231235959Z", "99991231235959Z", "1999-12-31T23:59:59Z", "9999-12-31T23:59:59Z"),
-            # not in the form of DER: shown as they are
-            ("2501020304Z", "20500101000000.5Z", "2501020304Z", "20500101000000.5Z"),
-            ("25010203040aZ", "2050010100000aZ", "25010203040aZ", "2050010100000aZ"),
+            ("250102030405Z", "491231235959Z", "02.01.2025 03:04:05 GMT", "31.12.2049 23:59:59 GMT"),
+            ("500101000000Z", "20500101000000Z", "01.01.1950 00:00:00 GMT", "01.01.2050 00:00:00 GMT"),
+            ("991231235959Z", "99991231235959Z", "31.12.1999 23:59:59 GMT", "31.12.9999 23:59:59 GMT"),
         ]
         shown = self.show_bags(*(pfx.cert_bag(certificate_of(begin, end)) for begin, end, _, _ in times))
         self.assertEqual([(found["not_before"], found["not_after"]) for found in shown], [row[2:] for row in times])
@@ -468,7 +516,7 @@ class Bags(P12Test):
         bad_names = b"a", b"\xd8\x00", b"\xdc\x00\x00a"
         shown, told = self.show_bad_bags(
             pfx.cert_bag(b"x"),
-            pfx.cert_bag(der.certificate("x", validity=sequence())),
+            pfx.cert_bag(certificate_of("991399999999Z", "20500101000000.5Z")),
             pfx.key_bag(sequence()),
             *(pfx.cert_bag(der.certificate("x"), pfx.friendly_name(octets)) for octets in bad_names),
             pfx.cert_bag(der.certificate("good")),
@@ -476,10 +524,22 @@ class Bags(P12Test):
         self.assertEqual(told, [
             "key 1: not a PrivateKeyInfo: version is missing or malformed",
             "certificate 1: not a certificate: Certificate is missing or malformed",
-            "certificate 2: validity is malformed",
+            "certificate 2: notBefore has an impossible month: 991399999999Z",
+            "certificate 2: notAfter is not of the form YYYYMMDDHHMMSSZ of a GeneralizedTime: 20500101000000.5Z",
             *(f"certificate {i}: friendly name is not UTF-16" for i in (3, 4, 5)),
         ])
         self.assertEqual([found["subject"] for found in shown[-4:]], ["CN=x", "CN=x", "CN=x", "CN=good"])
+
+    def test_octets_that_are_not_a_key_fail_as_they_do_for_the_command_key(self):
+        shown, told = self.show_bad_bags(pfx.key_bag(private_key(octet_string(bytes(31)))))
+        self.assertEqual((shown[1]["readable"], shown[1]["shape"]), ("no", "OCTET STRING"))
+        self.assertEqual(told, ["key 1: its 31 bytes (shape: OCTET STRING) are not a key of GOST R 34.10-2001"])
+
+    def test_every_shape_of_a_key_is_readable(self):
+        octets = bytes(range(1, 33))
+        shapes = octet_string(octets), octets, element(der.INTEGER, octets)
+        shown = self.show_bags(*(pfx.key_bag(private_key(each)) for each in shapes))
+        self.assertEqual([found["readable"] for found in shown], ["yes"] * 3)
 
     def test_an_attribute_of_another_kind_is_no_matter(self):
         other = pfx.attribute("1.3.6.1.4.1.311.17.1", element(BMP_STRING, b"\0x"))
@@ -488,8 +548,9 @@ class Bags(P12Test):
     def test_names_of_types_come_from_the_maps(self):
         subject = der.name(der.attribute(der.EXAMPLE_OID, der.UTF8_STRING, b"x"))
         path = self.file("a.p12", pfx.container("x", pfx.data_entry(pfx.cert_bag(der.certificate(subject)))))
-        oid_map = self.file("map", f"{der.EXAMPLE_OID} = mine\n")
-        self.assertIn("subject: MINE=x\n", self.succeeds("show", path, "--oid-map", oid_map, password="x"))
+        for mark in "", "\ufeff":  # that some editors put in front of UTF-8
+            oid_map = self.file("map", f"{mark}{der.EXAMPLE_OID} = mine\n")
+            self.assertIn("subject: MINE=x\n", self.succeeds("show", path, "--oid-map", oid_map, password="x"))
 
     def test_thousands_of_bags(self):
         names = list(map(str, range(5000)))

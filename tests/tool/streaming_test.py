@@ -82,7 +82,7 @@ class Streaming(ToolTest):
     def test_octets_after_der_are_counted_to_the_end(self):
         done = self.tool("-", stdin=certificate(1) + b"\0" * 3 * CHUNK_SIZE)
         self.assertEqual(len(done.errors), 1)
-        self.assertIn(f"warning: {3 * CHUNK_SIZE} bytes behind the certificate", done.errors[0])
+        self.assertIn(f"warning: {3 * CHUNK_SIZE} bytes after the certificate", done.errors[0])
         self.assertEqual((done.status, subjects(done.text)), (0, ["00000001"]))
 
     def test_text_that_starts_like_der_is_text(self):
@@ -130,6 +130,22 @@ class Progress(ToolTest):
         self.assertEqual(child.wait(), 0)
         text = "3 certificates of (standard input)"
         self.assertEqual(self.terminal.shown(), f"\r{text}\r{' ' * len(text)}\r")
+
+    def test_a_signal_that_ends_it_leaves_the_terminal_clean(self):
+        text = "3 certificates of (standard input)"
+        for number in signal.SIGINT, signal.SIGTERM, signal.SIGHUP:
+            self.terminal.seen = b""
+            child = self.start("-", stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.terminal.inside)
+            child.stdin.write(bundle(2))
+            child.stdin.flush()
+            os.read(child.stdout.fileno(), 1)
+            time.sleep(self.DELAY)
+            child.stdin.write(pem(certificate(2)))
+            child.stdin.flush()
+            self.terminal.read_until(text.encode())
+            child.send_signal(number)
+            self.assertEqual(child.wait(), -number)
+            self.assertEqual(self.terminal.shown(), f"\r{text}\r{' ' * len(text)}\r")
 
     def test_text_on_the_terminal_is_not_disturbed(self):
         child, _ = self.start_long_work(self.terminal.inside, self.terminal.inside)

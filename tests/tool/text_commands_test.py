@@ -8,7 +8,7 @@ import unittest
 
 import der
 import openssl
-from tool import ToolTest, fields, shown, thin, vectors
+from tool import ToolTest, fields, objects, shown, thin, vectors
 
 
 def cases(file, *ways, text="text"):
@@ -58,6 +58,16 @@ class DnCommand(ToolTest):
         for part in "PRINTABLESTRING   :RU", "UTF8STRING        :Пример", "IA5STRING         :a_b":
             self.assertIn(part, dump)
 
+    def test_types_have_the_arcs_of_their_der(self):
+        for text in "2.999=x", "2.40.1=x", "2.4294967215=x":
+            self.assertEqual(self.succeeds(text), text + "\n")
+
+    def test_a_value_that_the_library_does_not_print_is_shown_all_the_same(self):
+        done = self.tool("C=RU,CN=#1E00")
+        self.assertEqual((done.status, done.text, done.errors), (0, "C=RU,CN=#1E00\n", [
+            "derkit: C=RU,CN=#1E00: warning: the value of CN is no text of its string type, so it is shown in "
+            "hexadecimal"]))
+
     def test_get_returns_the_value_as_it_is_written(self):
         text = "CN=a\\,b\\00c,O=x,O=y"
         for arguments, value in [
@@ -92,7 +102,8 @@ class DnCommand(ToolTest):
 class OidCommand(ToolTest):
     COMMAND = ("oid",)
     CN = {"oid": "2.5.4.3", "der": "550403", "short_name": "CN", "long_name": "commonName"}
-    NOT_AN_OID = "neither a dotted OID, nor a known short name, nor the hexadecimal content of an OID"
+    NOT_AN_OID = "neither a dotted OID, nor a known short name, nor the DER of an OID in hexadecimal"
+    LOST = "warning: its dotted text does not lead back to its DER: arcs are padded or above 32 bits"
 
     def test_dotted_text_short_name_and_hex(self):
         for text in thin(["2.5.4.3", "CN", "cn", "550403", "55:04:03", "55 04 03", " 5504 03 "], 4):
@@ -100,22 +111,58 @@ class OidCommand(ToolTest):
             self.assertEqual(self.objects(text), [self.CN])
         self.assertEqual(self.shows(der.EXAMPLE_OID), {"oid": der.EXAMPLE_OID, "der": "2B06010401868D1F01"})
 
-    def check_shown(self, case, text, content):
-        [found] = self.objects(text)
+    def warns(self, text, *warnings):
+        """Returns the one object that is shown with these warnings."""
+        done = self.tool("--json", text)
+        self.assertEqual((done.status, done.errors), (0, [f"derkit: {text}: {warning}" for warning in warnings]))
+        [found] = objects(done.text)
+        return found
+
+    def check_shown(self, case, text, content, *warnings):
+        """The arcs are those of the DER; what the library prints is beside them where it differs."""
+        arcs, printed = der.arcs(content), case.text_or("canonical", case.text("text")).decode()
+        found = self.warns(text, *warnings, *([] if der.has_arcs_of_the_library(content) else [self.LOST]))
         self.assertEqual(
-            (found["oid"], found["der"], found.get("algorithm", "")),
-            (case.text_or("canonical", case.text("text")).decode(), content.hex().upper(), case.field("algorithm")))
+            (found["oid"], found["der"], found.get("libderkit", arcs), found.get("algorithm", "")),
+            (arcs, content.hex().upper(), printed, case.field("algorithm")))
+        self.assertEqual("libderkit" in found, arcs != printed)
 
     def test_dotted_text_and_content(self):
         for case in cases("oids.txt"):
             with self.subTest(case.where):
                 way, content = case.field("way"), case.octets("content")
                 if way in ("both", "encode"):
-                    self.check_shown(case, case.field("text"), content)
+                    text, arcs = case.field("text"), der.arcs(content)
+                    given = ".".join(arc.lstrip("0") or "0" for arc in text.split("."))
+                    other = [f"warning: is no OID; libderkit encodes it as {arcs}"] if given != arcs else []
+                    self.check_shown(case, text, content, *other)
                 if way == "cut":
                     self.check_failures([([content.hex()], f"{content.hex()}: {self.NOT_AN_OID}")])
                 else:
                     self.check_shown(case, case.field("content"), content)
+
+    def test_arcs_of_any_size_and_padded_ones(self):
+        uuid = "2.25.329800735698586629295641978511506172918"  # X.667 annex A
+        for content, arcs, library, *warnings in [
+            ("8837", "2.999", "26.39"),
+            ("78", "2.40", "3.0"),
+            ("55049080808003", "2.5.4.4294967299", "2.5.4.3", self.LOST),
+            ("2B65908080 8070", "1.3.101.4294967408", "1.3.101.112", self.LOST),
+            (der.oid_content(uuid).hex(), uuid, None, self.LOST),
+            ("55048003", "2.5.4.3", "2.5.4.3", self.LOST),
+            ("80 04", "0.4", "0.4", self.LOST),
+        ]:
+            found = self.warns(content, *warnings)
+            self.assertEqual((found["oid"], found.get("algorithm"), found.get("short_name")), (arcs, None, None))
+            if library:
+                self.assertEqual(found.get("libderkit", arcs), library)
+
+    def test_a_whole_element_is_taken_for_its_content(self):
+        for text in "0603550403", "06 03 55 04 03", "0681 03 550403", "#550403", "#0603550403":
+            self.assertEqual(self.objects(text), [self.CN])
+        # Octets after an element, or fewer than it says: content that happens to begin with 06.
+        for text, arcs in ("06035504 0301", "0.6.3.85.4.3.1"), ("06045504 03", "0.6.4.85.4.3"), ("0600", "0.6.0"):
+            self.assertEqual(self.objects(text)[0]["oid"], arcs)
 
     def test_a_short_name_comes_before_hex(self):
         self.assertEqual(self.shows("DC")["der"], "0992268993F22C640119")

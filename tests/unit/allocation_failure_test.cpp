@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <iostream>
 #include <new>
 #include <string>
@@ -97,17 +98,11 @@ TEST_P(failing_call, survives_every_failure) {
     EXPECT_NE(before, num_failures) << "it takes no memory";
 }
 
-std::vector<call_t> calls_that_take_memory(bool they_do) {
-    std::vector<call_t> calls;
-    for (const call_t& call : all_calls()) {
-        if ((call.left != nullptr) == they_do) {
-            calls.push_back(call);
-        }
-    }
-    return calls;
+bool takes_memory(const call_t& call) {
+    return call.left != nullptr;
 }
 
-INSTANTIATE_TEST_SUITE_P(, failing_call, testing::ValuesIn(calls_that_take_memory(true)), case_name_t());
+INSTANTIATE_TEST_SUITE_P(, failing_call, testing::ValuesIn(calls_where(takes_memory)), case_name_t());
 
 class frugal_call : public testing::TestWithParam<call_t> {
   protected:
@@ -135,7 +130,7 @@ TEST_P(frugal_call, takes_no_memory_for_any_prefix_or_shape) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, frugal_call, testing::ValuesIn(calls_that_take_memory(false)), case_name_t());
+INSTANTIATE_TEST_SUITE_P(, frugal_call, testing::ValuesIn(calls_where(std::not_fn(takes_memory))), case_name_t());
 
 // What the catalogue does not look at
 

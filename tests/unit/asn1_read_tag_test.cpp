@@ -6,11 +6,12 @@
 
 #include "derkit/asn_reader.h"
 #include "support/expect.h"
+#include "support/vectors.h"
 #include "testing/bytes.h"
 
 namespace {
 
-constexpr unsigned int UNTOUCHED = 0x5EEDF00D;
+constexpr unsigned int UNTOUCHED_LEN = 0x5EEDF00D;
 
 struct outcome_t {
     long offset; // of the content; -1 for the null pointer
@@ -22,7 +23,7 @@ struct outcome_t {
     }
 };
 
-outcome_t refused(unsigned int len = UNTOUCHED) {
+outcome_t refused(unsigned int len = UNTOUCHED_LEN) {
     return {-1, len};
 }
 
@@ -43,84 +44,28 @@ outcome_t read_tag(unsigned int tag, const std::string& bytes) {
 // The content of these starts after the header, whatever follows; without their last octet they are refused, and the
 // length is stored as soon as the header is whole.
 TEST(asn1_read_tag, accepts_whole_elements) {
-    const struct {
-        const char* name;
-        unsigned int tag;
-        const char* header;
-        unsigned int content_size;
-    } elements[] = {
-        {"empty content", 0x05, "05 00", 0},
-        {"one octet", 0x02, "02 01", 1},
-        {"longest short form", 0x04, "04 7F", 127},
-        {"one length octet", 0x30, "30 81 80", 128},
-        {"one length octet at most", 0x30, "30 81 FF", 255},
-        {"two length octets", 0x30, "30 82 01 00", 256},
-        {"big-endian", 0x30, "30 82 01 02", 0x102},
-        {"two length octets at most", 0x30, "30 82 FF FF", 0xFFFF},
-        {"three length octets", 0x30, "30 83 01 00 00", 0x10000},
-        {"three length octets, big-endian", 0x30, "30 83 01 02 03", 0x10203},
-        {"four length octets", 0x30, "30 84 01 00 00 02", 0x1000002},
-        // More length octets than needed.
-        {"long form of a short length", 0x30, "30 81 05", 5},
-        {"long form of 127", 0x30, "30 81 7F", 127},
-        {"long form of nothing", 0x30, "30 81 00", 0},
-        {"one leading zero", 0x30, "30 82 00 05", 5},
-        {"two leading zeros", 0x30, "30 83 00 00 80", 128},
-        {"three leading zeros", 0x30, "30 84 00 00 00 05", 5},
-        {"four zeros", 0x30, "30 84 00 00 00 00", 0},
-        {"wildcard", 0x00, "02 01", 1},
-        {"wildcard and identifier zero", 0x00, "00 01", 1},
-        {"wildcard and long form", 0x00, "A2 81 80", 128},
-        // An identifier is one octet, whatever its tag number.
-        {"tag number 31", 0x1F, "1F 02", 2},
-        {"all identifier bits", 0xFF, "FF 01", 1},
-    };
-    for (const auto& e : elements) {
-        SCOPED_TRACE(e.name);
-        const std::string header = from_hex(e.header);
-        const std::string whole = header + std::string(e.content_size, '\x5A');
-        const outcome_t expected = {static_cast<long>(header.size()), e.content_size};
-        EXPECT_EQ(expected, read_tag(e.tag, whole));
-        EXPECT_EQ(expected, read_tag(e.tag, whole + "\xFF\xFF\xFF"));
-        EXPECT_EQ(-1, read_tag(e.tag, whole.substr(0, whole.size() - 1)).offset);
+    for_each_vector("tags.txt", [](const vector_t& vector) {
+        const unsigned int tag = vector.number("tag", 16);
+        const unsigned int content_size = vector.number("content size");
+        const std::string header = vector.bytes("header");
+        const std::string whole = header + std::string(content_size, '\x5A');
+        const outcome_t expected = {static_cast<long>(header.size()), content_size};
+        EXPECT_EQ(expected, read_tag(tag, whole));
+        EXPECT_EQ(expected, read_tag(tag, whole + "\xFF\xFF\xFF"));
+        EXPECT_EQ(-1, read_tag(tag, whole.substr(0, whole.size() - 1)).offset);
         for_each_prefix(whole.substr(0, header.size() + 4), [&](const exact_bytes_t& prefix) {
             const bool header_is_whole = prefix.size() >= header.size();
-            EXPECT_EQ(refused(header_is_whole ? e.content_size : UNTOUCHED),
-                      read_tag(e.tag, prefix.data(), prefix.size()));
+            EXPECT_EQ(refused(header_is_whole ? content_size : UNTOUCHED_LEN),
+                      read_tag(tag, prefix.data(), prefix.size()));
         });
-    }
+    });
 }
 
 TEST(asn1_read_tag, refuses_headers) {
-    const struct {
-        const char* name;
-        unsigned int tag;
-        const char* bytes;
-        unsigned int stored;
-    } headers[] = {
-        {"no octet", 0x00, "", UNTOUCHED},
-        {"one octet", 0x05, "05", UNTOUCHED},
-        {"one octet for the wildcard", 0x00, "00", UNTOUCHED},
-        {"same number but primitive", 0xA0, "80 01 05", UNTOUCHED},
-        {"same number but constructed", 0x04, "24 03 04 01 05", UNTOUCHED},
-        {"same number of another class", 0x02, "82 01 05", UNTOUCHED},
-        {"another identifier and a bad length", 0x04, "02 80 00 00", UNTOUCHED},
-        {"indefinite length", 0x30, "30 80 05 00 00 00", UNTOUCHED},
-        {"indefinite length for the wildcard", 0x00, "30 80 05 00 00 00", UNTOUCHED},
-        {"five length octets", 0x30, "30 85 00 00 00 00 01 AA", UNTOUCHED},
-        {"six length octets", 0x30, "30 86 00 00 00 00 00 00", UNTOUCHED},
-        {"127 length octets", 0x30, "30 FF 00 00 00 00 00 00", UNTOUCHED},
-        {"long form without its octet", 0x30, "30 81", UNTOUCHED},
-        {"long form cut short", 0x30, "30 82 01", UNTOUCHED},
-        {"longest form cut short", 0x30, "30 84 00 00 00", UNTOUCHED},
-        {"content past the end", 0x04, "04 05 01 02 03 04", 5},
-        {"content missing", 0x04, "04 7F", 127},
-        {"content of a long form past the end", 0x04, "04 81 02 01", 2},
-        {"content of the longest form past the end", 0x04, "04 84 00 00 00 02 01", 2},
-    };
-    for (const auto& h : headers) {
-        EXPECT_EQ(refused(h.stored), read_tag(h.tag, from_hex(h.bytes))) << h.name;
-    }
+    for_each_vector("tags-refused.txt", [](const vector_t& vector) {
+        EXPECT_EQ(refused(vector.has("stored size") ? vector.number("stored size") : UNTOUCHED_LEN),
+                  read_tag(vector.number("tag", 16), vector.bytes("input")));
+    });
 }
 
 TEST(asn1_read_tag, does_not_look_at_fewer_than_two_octets) {

@@ -15,8 +15,8 @@
 namespace {
 
 // A cursor over octets in a block of their own.
-struct input_t {
-    explicit input_t(std::string_view hex) : octets(from_hex(hex)), cursor(octets.data(), octets.size()) {}
+struct cursor_input_t {
+    explicit cursor_input_t(std::string_view hex) : octets(from_hex(hex)), cursor(octets.data(), octets.size()) {}
 
     exact_bytes_t octets;
     asn_cursor_t cursor;
@@ -99,7 +99,7 @@ class cursor_step : public testing::TestWithParam<step_case_t> {
 INSTANTIATE_TEST_SUITE_P(, cursor_step, testing::ValuesIn(STEPS), case_name_t());
 
 TEST_P(cursor_step, hands_out_its_part_of_the_element_and_moves_past_it) {
-    input_t in("02 01 05 04 82 00 02 AA BB 30 03 02 01 05 05 00");
+    cursor_input_t in("02 01 05 04 82 00 02 AA BB 30 03 02 01 05 05 00");
     const struct {
         asn_tag_t::Type tag;
         unsigned int header_size;
@@ -129,7 +129,7 @@ TEST_P(cursor_step, hands_out_its_part_of_the_element_and_moves_past_it) {
 }
 
 TEST_P(cursor_step, fails_on_another_identifier_and_stays_failed) {
-    input_t in("02 01 05 02 01 06");
+    cursor_input_t in("02 01 05 02 01 06");
     expect_failure(in.cursor, asn_tag_t::OCTET_STRING);
     for (int i = 0; i < 3; ++i) {
         expect_failure(in.cursor, asn_tag_t::INTEGER);
@@ -152,7 +152,7 @@ TEST_P(cursor_step, fails_on_a_length_whose_sum_with_the_header_wraps) {
          {"04 84 FF FF FF FA", "04 84 FF FF FF FB", "04 84 FF FF FF FC", "04 84 FF FF FF FD", "04 84 FF FF FF FE",
           "04 84 FF FF FF FF", "04 84 FF FF FF FF 01 02 03 04 05 06"}) {
         SCOPED_TRACE(element);
-        input_t in(element);
+        cursor_input_t in(element);
         unsigned int len = 0;
         EXPECT_NE(asn1_read_tag(asn_tag_t::OCTET_STRING, in.octets.data(), in.octets.size(), &len), nullptr);
         expect_failure(in.cursor, asn_tag_t::OCTET_STRING);
@@ -167,7 +167,7 @@ TEST_P(cursor_step, fails_inside_an_element_and_not_outside_it) {
     for (const char* const element : {"30 0B 02 01 05 04 84 FF FF FF FA 05 00 05 00", // wraps
                                       "30 07 02 01 05 04 03 AA BB 05 00 05 00"}) {    // ends outside
         SCOPED_TRACE(element);
-        input_t in(element);
+        cursor_input_t in(element);
         asn_cursor_t inside = in.cursor.enter(asn_tag_t::SEQUENCE);
         inside.skip(asn_tag_t::INTEGER);
         EXPECT_TRUE(inside.ok());
@@ -182,13 +182,13 @@ TEST_P(cursor_step, fails_inside_an_element_and_not_outside_it) {
 // ---- the cursor ----
 
 TEST(cursor, entering_nothing_and_an_empty_element_differ) {
-    input_t in("30 00");
+    cursor_input_t in("30 00");
     expect_rest(in.cursor.enter(asn_tag_t::SEQUENCE), in.octets.data() + 2, 0);
     expect_failed(in.cursor.enter(asn_tag_t::SEQUENCE));
 }
 
 TEST(cursor, next_is_looks_at_the_identifier_alone) {
-    const input_t in("02");
+    const cursor_input_t in("02");
     EXPECT_TRUE(in.cursor.next_is(asn_tag_t::INTEGER));
     EXPECT_FALSE(in.cursor.next_is(asn_tag_t::NULL_VALUE));
     EXPECT_FALSE(in.cursor.next_is(asn_tag_t::ANY)) << "no wildcard here";
@@ -212,7 +212,7 @@ TEST(cursor, views_a_blob_or_a_string_but_never_a_temporary_one) {
 }
 
 TEST(cursor, goes_up_to_the_end_of_the_outer_one) {
-    input_t in("30 03 02 01 05 02 01 06 FF");
+    cursor_input_t in("30 03 02 01 05 02 01 06 FF");
     asn_cursor_t inside = in.cursor.enter(asn_tag_t::SEQUENCE);
     inside.skip(asn_tag_t::INTEGER);
     asn_cursor_t longer = inside.up_to_end_of(in.cursor);

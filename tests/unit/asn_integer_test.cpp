@@ -5,101 +5,37 @@
 
 #include "derkit/asn_reader.h"
 #include "support/expect.h"
+#include "support/vectors.h"
 #include "testing/bytes.h"
+#include "testing/untouched.h"
 #include "testing/views.h"
 
 namespace {
 
-constexpr unsigned int UNTOUCHED = 0x5EEDF00D;
 constexpr unsigned int NO_BOUND = 0xFFFFFFFF;
 
 TEST(asn_read_INTEGER, decodes_content) {
-    const struct {
-        const char* name;
-        const char* content;
-        unsigned int max;
-        bool accepted;
-        unsigned int value;
-    } cases[] = {
-        {"zero", "00", NO_BOUND, true, 0},
-        {"one", "01", NO_BOUND, true, 1},
-        {"largest of one octet", "7F", NO_BOUND, true, 127},
-        {"sign pad", "00 80", NO_BOUND, true, 128},
-        {"big-endian", "01 02 03 04", NO_BOUND, true, 0x01020304},
-        {"largest of four octets", "7F FF FF FF", NO_BOUND, true, 0x7FFFFFFF},
-        {"largest of 32 bits", "00 FF FF FF FF", NO_BOUND, true, 0xFFFFFFFF},
-        {"needless pad", "00 00 05", NO_BOUND, true, 5},
-        {"any number of pads", "00 00 00 00 00 00 00 00 00 00 00 05", NO_BOUND, true, 5},
-        {"top bit in the second octet", "01 80", NO_BOUND, true, 0x180},
-        {"empty succeeds and says nothing", "", NO_BOUND, true, UNTOUCHED},
-        {"empty passes every bound", "", 0, true, UNTOUCHED},
-        {"-128", "80", NO_BOUND, false, UNTOUCHED},
-        {"-1", "FF", NO_BOUND, false, UNTOUCHED},
-        {"negative of several octets", "80 00 00 01", NO_BOUND, false, UNTOUCHED},
-        // The last octet escapes the check of 32 bits.
-        {"2^32", "01 00 00 00 00", NO_BOUND, true, 0},
-        {"low 32 bits", "12 34 56 78 9A", NO_BOUND, true, 0x3456789A},
-        {"largest of five octets", "7F FF FF FF FF", NO_BOUND, true, 0xFFFFFFFF},
-        {"pad and five octets", "00 FF FF FF FF 01", NO_BOUND, true, 0xFFFFFF01},
-        {"prefix of 2^32", "01 00 00 00 00 00", NO_BOUND, false, UNTOUCHED},
-        {"pad and prefix of 2^32", "00 01 00 00 00 00 00", NO_BOUND, false, UNTOUCHED},
-        {"prefix past 64 bits", "01 00 00 00 00 00 00 00 00 05", NO_BOUND, false, UNTOUCHED},
-        // The bound applies to all octets but the last.
-        {"one octet is never bounded", "7F", 0, true, 127},
-        {"sign pad is a prefix of zero", "00 FF", 0, true, 255},
-        {"prefix at the bound", "05 FF", 5, true, 0x5FF},
-        {"prefix past the bound", "06 00", 5, false, UNTOUCHED},
-        {"prefix past a bound of zero", "01 00", 0, false, UNTOUCHED},
-        {"longer prefix at the bound", "01 02 FF", 0x102, true, 0x102FF},
-        {"longer prefix past the bound", "01 03 00", 0x102, false, UNTOUCHED},
-        {"bound of all bits but one", "00 FF FF FF FF 00", 0xFFFFFFFE, false, UNTOUCHED},
-    };
-    for (const auto& c : cases) {
-        const exact_bytes_t content(from_hex(c.content));
-        unsigned int value = UNTOUCHED;
-        EXPECT_EQ(c.accepted, asn_read_INTEGER(content.data(), content.size(), value, c.max)) << c.name;
-        EXPECT_EQ(c.value, value) << c.name;
-    }
+    for_each_vector("integers.txt", [](const vector_t& vector) {
+        const exact_bytes_t content(vector.bytes("content"));
+        unsigned int value = UNTOUCHED_NUMBER;
+        EXPECT_EQ(vector.yes("accepted"),
+                  asn_read_INTEGER(content.data(), content.size(), value, vector.number("bound", 16)));
+        EXPECT_EQ(vector.has("value") ? vector.number("value", 16) : UNTOUCHED_NUMBER, value);
+    });
 }
 
 TEST(asn_read_INTEGER, does_not_look_at_empty_content) {
-    unsigned int value = UNTOUCHED;
+    unsigned int value = UNTOUCHED_NUMBER;
     EXPECT_TRUE(asn_read_INTEGER(nullptr, 0, value, NO_BOUND));
-    EXPECT_EQ(UNTOUCHED, value);
+    EXPECT_EQ(UNTOUCHED_NUMBER, value);
 }
 
 TEST(asn_write_INTEGER, appends_content_without_zero_octets) {
-    const struct {
-        unsigned int value;
-        const char* content;
-    } cases[] = {
-        {0, "00"},
-        {1, "01"},
-        {127, "7F"},
-        {128, "00 80"},
-        {255, "00 FF"},
-        {2000, "07 D0"},
-        {2001, "07 D1"},
-        {0x8001, "00 80 01"},
-        {0x123456, "12 34 56"},
-        {0x12345678, "12 34 56 78"},
-        {0x01FF80FF, "01 FF 80 FF"}, // no pad before a later octet
-        {0xFFFFFFFF, "00 FF FF FF FF"},
-        {0x100, "01"},
-        {1024, "04"},
-        {0x10000, "01"},
-        {0x01000000, "01"},
-        {0x80000000, "00 80"},
-        {0x10080, "01 80"},
-        {0xFF00FF, "00 FF FF"},
-        {0x01000080, "01 80"},
-        {0x12003400, "12 34"},
-    };
-    for (const auto& c : cases) {
+    for_each_vector("integers-written.txt", [](const vector_t& vector) {
         std::string out("\x30\x00", 2);
-        asn_write_INTEGER(c.value, out);
-        EXPECT_TRUE(same_bytes(from_hex("30 00") + from_hex(c.content), out)) << c.value;
-    }
+        asn_write_INTEGER(vector.number("case", 16), out);
+        EXPECT_TRUE(same_bytes(from_hex("30 00") + vector.bytes("content"), out));
+    });
 }
 
 TEST(asn_write_INTEGER, writes_what_reads_back_when_no_octet_after_the_first_is_zero) {
@@ -112,7 +48,7 @@ TEST(asn_write_INTEGER, writes_what_reads_back_when_no_octet_after_the_first_is_
             }
             std::string content;
             asn_write_INTEGER(value, content);
-            unsigned int read_back = UNTOUCHED;
+            unsigned int read_back = UNTOUCHED_NUMBER;
             EXPECT_TRUE(
                 asn_read_INTEGER(content.data(), static_cast<unsigned int>(content.size()), read_back, NO_BOUND));
             EXPECT_EQ(value, read_back) << to_hex(content);

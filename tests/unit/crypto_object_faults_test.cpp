@@ -11,41 +11,18 @@
 #include "derkit/asn_helper.h"
 #include "derkit/asn_printable.h"
 #include "derkit/pkcs12_helper.h"
+#include "support/container_reading.h"
 #include "support/expect.h"
-#include "testing/bags.h"
-#include "testing/bytes.h"
-#include "testing/der.h"
 #include "testing/guard_page.h"
-#include "testing/pkcs_der.h"
-#include "testing/scripted_crypto.h"
-#include "testing/views.h"
 
 namespace {
 
 const std::string KEY = counting_bytes(100, 1);
 
-der_t shrouded(std::string_view key) {
-    return shrouded_key_bag(toy_cipher(key));
-}
-
-der_t encrypted_entry(std::string_view plaintext) {
-    encrypted_data_t data;
-    data.encrypted_content = der_element(0x80, toy_cipher(plaintext));
-    return data.entry();
-}
-
-der_t encrypted_bags(der_members_t bags) {
-    return encrypted_entry(entry_plaintext(std::move(bags)));
-}
-
-std::string pfx_of(der_members_t entries) {
-    return encode(pfx_t(std::move(entries)).whole());
-}
-
 // Every kind of place that asks for a plaintext, twice.
 std::string usual_pfx() {
     return pfx_of({data_entry({cert_bag("c"), shrouded(KEY), shrouded("k")}),
-                   encrypted_bags({shrouded(KEY), cert_bag("d", der_set({friendly_name("ab")})), shrouded("k")})});
+                   encrypted_entry({shrouded(KEY), cert_bag("d", der_set({friendly_name("ab")})), shrouded("k")})});
 }
 
 bool read(const exact_bytes_t& input, pbe_crypto_t& crypto, pkcs12_easy_t& easy) {
@@ -54,8 +31,8 @@ bool read(const exact_bytes_t& input, pbe_crypto_t& crypto, pkcs12_easy_t& easy)
 
 // Exceptions
 
-// An exception from any call comes out unchanged, and what was read stays.
-TEST(throwing_crypto, is_heard_and_leaves_whole_bags) {
+// An exception from any call is passed on unchanged, and what was read stays.
+TEST(throwing_crypto, has_its_exception_passed_on_and_leaves_whole_bags) {
     const exact_bytes_t input(usual_pfx());
     constexpr std::size_t NUM_DECRYPTIONS = 5;
     for (std::size_t throwing = 0; throwing < NUM_DECRYPTIONS; ++throwing) {
@@ -117,7 +94,7 @@ TEST(empty_plaintext, is_an_empty_key_and_no_entry) {
     EXPECT_EQ("key[]", bags_text(easy.encrypted_bags));
     EXPECT_TRUE(all_kept(key, easy));
 
-    const exact_bytes_t entry(pfx_of({encrypted_bags({cert_bag("c")}), data_entry({cert_bag("d")})}));
+    const exact_bytes_t entry(pfx_of({encrypted_entry({cert_bag("c")}), data_entry({cert_bag("d")})}));
     EXPECT_FALSE(read(entry, crypto, easy));
     EXPECT_EQ("cert[63]", bags_text(easy.plain_bags)) << "nothing after the entry is read";
     EXPECT_TRUE(all_kept(key, easy));
@@ -125,7 +102,7 @@ TEST(empty_plaintext, is_an_empty_key_and_no_entry) {
 
 // Every prefix of a plaintext. The container keeps it whether it could be read or not.
 TEST(short_plaintext, is_refused_at_every_size) {
-    const exact_bytes_t input(pfx_of({encrypted_bags({cert_bag("c")})}));
+    const exact_bytes_t input(pfx_of({encrypted_entry({cert_bag("c")})}));
     const std::string whole = entry_plaintext({cert_bag("c"), key_bag(KEY, der_set({local_key_id("id")}))});
     for (std::size_t size = 0; size < whole.size(); ++size) {
         const std::string plaintext = whole.substr(0, size);
@@ -142,7 +119,7 @@ TEST(short_plaintext, is_refused_at_every_size) {
 TEST(huge_plaintext, is_read_like_any_other) {
     constexpr std::size_t HUGE = 16 << 20;
     scripted_crypto_t crypto = answering_crypto(entry_plaintext({key_bag(std::string(HUGE, 'k')), cert_bag("c")}));
-    const exact_bytes_t input(pfx_of({encrypted_bags({})}));
+    const exact_bytes_t input(pfx_of({encrypted_entry({})}));
     pkcs12_easy_t easy;
     EXPECT_TRUE(read(input, crypto, easy));
     ASSERT_EQ(2U, easy.encrypted_bags.size());
@@ -154,7 +131,7 @@ TEST(huge_plaintext, is_read_like_any_other) {
 // Lengths of more octets than they need move everything after them one octet at a time, so that 16-bit characters and
 // numbers come to every kind of address. The sanitizers report a misaligned read.
 TEST(misaligned_plaintext, is_read_at_every_address) {
-    const exact_bytes_t input(pfx_of({encrypted_bags({})}));
+    const exact_bytes_t input(pfx_of({encrypted_entry({})}));
     for (std::size_t shift = 0; shift <= 4; ++shift) {
         const der_t bag = cert_bag("c", der_set({friendly_name(from_hex("04 1A 04 3B")), local_key_id("id")}));
         der_t octets = der_octet_string(safe_contents({bag, shrouded("k")}));
@@ -172,8 +149,8 @@ TEST(misaligned_plaintext, is_read_at_every_address) {
 
 // References that are kept
 
-// Its arguments are in the input or in a plaintext that the container keeps, and the string that it filled is the one
-// that is kept: all of it lasts as long as input and container.
+// Its arguments are in the input or in a plaintext that the container keeps, and the container keeps the string that it
+// filled: all of it lasts as long as input and container.
 TEST(crypto_that_keeps_references, finds_them_valid_after_the_reading) {
     struct kept_t {
         blob_t salt;
@@ -322,7 +299,7 @@ TEST(container, read_into_twice_from_two_inputs_outlives_both) {
     EXPECT_EQ(10U, assigned.decrypted_buffers.size());
 }
 
-TEST(container, may_go_before_its_input) {
+TEST(container, may_be_destroyed_before_its_input) {
     const exact_bytes_t input(usual_pfx());
     const std::string before(input.chars(), input.size());
     scripted_crypto_t crypto;
@@ -442,17 +419,6 @@ TEST(attribute, may_come_from_the_text_that_it_is_appended_to) {
         text.reserve(room);
         EXPECT_TRUE(printable_dn_get_attr(text.c_str(), "CN", text, PDN_GET_ATTR_PAIR));
         EXPECT_EQ(expected, text);
-    }
-}
-
-TEST(digest_info, replaces_its_digest) {
-    for (const std::size_t size : sizes_t{0, 20, 64, 5000}) {
-        const std::string octets = counting_bytes(size, 3);
-        std::string digest = octets;
-        asn_add_alg_to_digest(digest, PKI_ALG_SHA1);
-        EXPECT_TRUE(same_bytes(
-            encode(der_sequence({der_sequence({der_oid("1.3.14.3.2.26"), der_null()}), der_octet_string(octets)})),
-            digest));
     }
 }
 

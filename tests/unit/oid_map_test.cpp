@@ -18,6 +18,7 @@
 
 #include "support/expect.h"
 #include "support/oid_maps.h"
+#include "support/vectors.h"
 #include "testing/bytes.h"
 #include "testing/parsed_map.h"
 
@@ -96,45 +97,6 @@ TEST(oid_map_layout, fresh_entry_is_empty_and_a_released_one_loses_its_block_alo
 
 // ---- one line ----
 
-// Lines by the entry that they make.
-const struct {
-    const char* entry;
-    std::vector<const char*> lines;
-} LINES[] = {
-    // any blanks between the parts
-    {"2A 03|1.2.3|FOO|bar",
-     {"1.2.3 = Foo, bar", "1.2.3=Foo,bar", "   1.2.3   =   Foo   ,   bar", "\t1.2.3\t=\tFoo\t,\tbar",
-      " \t1.2.3\t =\t \tFoo \t, \tbar"}},
-    // the OID's text is kept as written
-    {"55 04 03|2.005.04.3|CN|", {"2.005.04.3 = CN"}},
-    {"2A|1.2|X|", {"1.2 = X"}},
-    {"5A|1.50|X|", {"1.50 = X"}},
-    // the short name's ASCII letters become capitals; it ends at a blank, '=' or ',' and may be empty
-    {"2A 03|1.2.3|ABCXYZ|", {"1.2.3 = aBcXyZ"}},
-    {"2A 03|1.2.3|A`{@[_-.:/'1\"|", {"1.2.3 = a`{@[_-.:/'1\""}},
-    {"2A 03|1.2.3|\xD0\xB0\xE0\xFFZ|", {"1.2.3 = \xD0\xB0\xE0\xFFz"}},
-    {"2A 03|1.2.3||", {"1.2.3 =", "1.2.3 = \t ", "1.2.3 == X, name"}},
-    {"2A 03|1.2.3||name", {"1.2.3 = , name"}},
-    {"2A 03|1.2.3|A|", {"1.2.3 = A B", "1.2.3 = A\tB", "1.2.3 = A=B"}},
-    {"2A 03|1.2.3|A|B", {"1.2.3 = A,B"}},
-    {"2A 03|1.2.3|1.2.4|", {"1.2.3 = 1.2.4"}},
-    {"2A 03|1.2.3|#A|", {"1.2.3 = #A"}},
-    {"2A 03|1.2.3|A\fB|", {"1.2.3 = A\fb"}},
-    // the long name may be missing or empty, and anything but a ',' before it makes it ignored
-    {"2A 03|1.2.3|FOO|",
-     {"1.2.3 = Foo", "1.2.3 = Foo,", "1.2.3 = Foo, \t ", "1.2.3 = Foo = x, name", "1.2.3 = Foo bar, name",
-      "1.2.3 = Foo # x, name"}},
-    // it is kept as written up to the end of the line
-    {"2A 03|1.2.3|FOO|fooBAR", {"1.2.3 = Foo, fooBAR"}},
-    {"2A 03|1.2.3|FOO|A, long, name", {"1.2.3 = Foo, A, long, name"}},
-    {"2A 03|1.2.3|FOO|A, long, name ", {"1.2.3 = Foo, A, long, name "}},
-    {"2A 03|1.2.3|FOO|name \t \t", {"1.2.3 = Foo, name \t \t"}},
-    {"2A 03|1.2.3|FOO|, name", {"1.2.3 = Foo,, name"}},
-    {"2A 03|1.2.3|FOO|1.2.4 = Bar", {"1.2.3 = Foo, 1.2.4 = Bar"}},
-    {"2A 03|1.2.3|FOO|name # more", {"1.2.3 = Foo, name # more"}},
-    {"2A 03|1.2.3|FOO|\xD0\xB8\xFF", {"1.2.3 = Foo, \xD0\xB8\xFF"}},
-};
-
 // Comments: lines that begin with another character, or whose OID is invalid or not followed by "=".
 const char* const IGNORED_LINES =
     "# comment\n#1.2.3 = X\n  # 1.2.3 = X\n; 1.2.3 = X\ncomment\n\n \t \n\xEF\xBB\xBF\x31.2.3 = X\n"
@@ -154,11 +116,10 @@ void expect_entry(const std::string& line, const lines_t& entry) {
 }
 
 TEST(oid_map_text, line_makes_an_entry_or_is_ignored) {
-    for (const auto& [entry, lines] : LINES) {
-        for (const char* const line : lines) {
-            expect_entry(line, {entry});
-        }
-    }
+    for_each_vector("oid-map-lines.txt", [](const vector_t& vector) {
+        expect_entry(vector.text("line"), {vector.field("octets") + "|" + vector.text("OID") + "|" +
+                                           vector.text("short name") + "|" + vector.text("long name")});
+    });
     std::istringstream ignored(IGNORED_LINES);
     for (std::string line; std::getline(ignored, line);) {
         expect_entry(line, {});

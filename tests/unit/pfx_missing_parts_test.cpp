@@ -164,15 +164,15 @@ class pfx_missing_parts : public testing::TestWithParam<missing_part_case_t> {
     }
 };
 
-TEST_P(pfx_missing_parts, come_out_as_they_should) {
+TEST_P(pfx_missing_parts, have_these_outcomes) {
     const missing_part_case_t& c = GetParam();
     EXPECT_EQ(c.when_removed, outcome(removed));
     EXPECT_EQ(c.when_emptied, outcome(emptied));
     EXPECT_EQ(c.when_null, outcome(replaced_by_null));
 }
 
-// Primitive and constructed, the content as it was.
-TEST_P(pfx_missing_parts, come_out_as_they_should_under_every_universal_tag) {
+// Primitive and constructed, with the same content.
+TEST_P(pfx_missing_parts, have_these_outcomes_under_every_universal_tag) {
     const missing_part_case_t& c = GetParam();
     constexpr int NUM_UNIVERSAL_TAGS = 30;
     constexpr int CONSTRUCTED = 0x20;

@@ -28,7 +28,7 @@ std::string read_bags(std::string_view bytes, bool from_encrypted = false) {
     return read_bags(reading, from_encrypted);
 }
 
-std::string bytes_of(der_members_t bags) {
+std::string bytes_of_bags(der_members_t bags) {
     return encode(safe_contents(std::move(bags)));
 }
 
@@ -42,13 +42,13 @@ TEST(safe_contents_reader, takes_an_empty_list) {
 }
 
 TEST(safe_contents_reader, keeps_file_order_and_puts_decrypted_keys_with_the_encrypted_bags) {
-    const std::string input = bytes_of({key_bag("a"), shrouded("b"), cert_bag("c"), shrouded("d"), key_bag("e")});
+    const std::string input = bytes_of_bags({key_bag("a"), shrouded("b"), cert_bag("c"), shrouded("d"), key_bag("e")});
     EXPECT_EQ("yes key[61] cert[63] key[65] / key[62] key[64] (decrypt decrypt)", read_bags(input));
     EXPECT_EQ("yes / key[61] key[62] cert[63] key[64] key[65] (decrypt decrypt)", read_bags(input, true));
 }
 
 TEST(safe_contents_reader, appends_to_what_the_container_holds) {
-    container_reading_t reading(bytes_of({cert_bag("new"), shrouded("new")}));
+    container_reading_t reading(bytes_of_bags({cert_bag("new"), shrouded("new")}));
     reading.easy.decrypted_buffers.emplace_back("old");
     pkcs12_bag_t old;
     old.value = view_of(reading.easy.decrypted_buffers.front());
@@ -61,7 +61,7 @@ TEST(safe_contents_reader, appends_to_what_the_container_holds) {
 TEST(safe_contents_reader, views_the_input_for_bags_that_are_not_shrouded) {
     for (const bool from_encrypted : {false, true}) {
         container_reading_t reading(
-            bytes_of({key_bag("k", der_set({friendly_name("ab"), local_key_id("i")})), cert_bag("c")}));
+            bytes_of_bags({key_bag("k", der_set({friendly_name("ab"), local_key_id("i")})), cert_bag("c")}));
         EXPECT_EQ(from_encrypted ? "yes / key[6B] name[61 62] id[69] cert[63]"
                                  : "yes key[6B] name[61 62] id[69] cert[63]",
                   read_bags(reading, from_encrypted));
@@ -80,7 +80,7 @@ struct bag_case_t {
 // The bag between two others: after a failure the first one stays and the second one is not reached.
 void expect_bags(std::initializer_list<bag_case_t> cases) {
     for (const bag_case_t& c : cases) {
-        const std::string text = read_bags(bytes_of({key_bag("1"), c.bag, key_bag("2")}));
+        const std::string text = read_bags(bytes_of_bags({key_bag("1"), c.bag, key_bag("2")}));
         if (c.expected == nullptr) {
             EXPECT_EQ("no key[31]", text) << c.name;
         } else {
@@ -219,7 +219,8 @@ TEST(safe_bag_reader, fails_on_attributes_that_are_malformed) {
 
 TEST(shrouded_key_bag, is_decrypted_under_its_parameters) {
     for (const bool from_encrypted : {false, true}) {
-        container_reading_t reading(bytes_of({shrouded("key", der_set({friendly_name("ab"), local_key_id("\x01")}))}));
+        container_reading_t reading(
+            bytes_of_bags({shrouded("key", der_set({friendly_name("ab"), local_key_id("\x01")}))}));
         EXPECT_EQ("yes / key[6B 65 79] name[61 62] id[01] (decrypt)", read_bags(reading, from_encrypted));
         EXPECT_EQ(buffers_t{"key"}, reading.easy.decrypted_buffers);
         const crypto_call_t& call = reading.crypto.calls.at(0);
@@ -235,7 +236,7 @@ TEST(shrouded_key_bag, is_decrypted_under_its_parameters) {
 TEST(shrouded_key_bag, has_no_iterations_when_its_count_is_empty) {
     pbes2_t pbes2;
     pbes2.iterations = der_integer("");
-    container_reading_t reading(bytes_of({safe_bag(OID_SHROUDED_KEY_BAG, encrypted_key("data", pbes2))}));
+    container_reading_t reading(bytes_of_bags({safe_bag(OID_SHROUDED_KEY_BAG, encrypted_key("data", pbes2))}));
     read_bags(reading);
     EXPECT_EQ(0U, reading.crypto.calls.at(0).iterations);
 }
@@ -246,7 +247,7 @@ TEST(shrouded_key_bag, views_the_kept_plaintext_of_any_length) {
     for (const std::size_t size : sizes_t{0, 1, 14, 15, 16, 22, 23, 24, 100, 100000}) {
         SCOPED_TRACE(size);
         const std::string plaintext = counting_bytes(size, 1);
-        container_reading_t reading(bytes_of({shrouded(plaintext), shrouded(plaintext)}));
+        container_reading_t reading(bytes_of_bags({shrouded(plaintext), shrouded(plaintext)}));
         const std::string key = "key[" + to_hex(plaintext) + "]";
         EXPECT_EQ("yes / " + key + " " + key + " (decrypt decrypt)", read_bags(reading));
         const pkcs12_easy_t& easy = reading.easy;
@@ -258,7 +259,7 @@ TEST(shrouded_key_bag, views_the_kept_plaintext_of_any_length) {
 }
 
 TEST(shrouded_key_bag, is_skipped_when_it_cannot_be_decrypted) {
-    container_reading_t reading(bytes_of({shrouded("1"), shrouded("2"), cert_bag("c"), shrouded("\xFF")}));
+    container_reading_t reading(bytes_of_bags({shrouded("1"), shrouded("2"), cert_bag("c"), shrouded("\xFF")}));
     reading.crypto.decrypt_answers = {answer_t::YES, answer_t::NO};
     EXPECT_EQ("yes / key[31] cert[63] key[FF] (decrypt decrypt decrypt)", read_bags(reading, true));
     EXPECT_EQ("", reading.crypto.calls.back().out);
@@ -268,7 +269,7 @@ TEST(shrouded_key_bag, is_skipped_when_it_cannot_be_decrypted) {
 // Whatever is wrong inside the encrypted key, its bag is skipped and nothing is decrypted.
 TEST(shrouded_key_bag, is_skipped_when_it_is_encrypted_in_another_way) {
     const auto expect_skipped = [](const der_t& key, const der_t&) {
-        EXPECT_EQ("yes cert[63]", read_bags(bytes_of({safe_bag(OID_SHROUDED_KEY_BAG, key), cert_bag("c")})));
+        EXPECT_EQ("yes cert[63]", read_bags(bytes_of_bags({safe_bag(OID_SHROUDED_KEY_BAG, key), cert_bag("c")})));
     };
     for_each_element_left_out(encrypted_key("data"), expect_skipped);
     for_each_bad_length(encrypted_key("data"), expect_skipped);
@@ -280,7 +281,7 @@ TEST(shrouded_key_bag, is_skipped_when_it_is_encrypted_in_another_way) {
 TEST(shrouded_key_bag, may_be_followed_by_anything_in_its_wrapper) {
     der_t bag = shrouded("k");
     bag.members[1].members.push_back(der_raw("FF"));
-    EXPECT_EQ("yes / key[6B] (decrypt)", read_bags(bytes_of({bag})));
+    EXPECT_EQ("yes / key[6B] (decrypt)", read_bags(bytes_of_bags({bag})));
 }
 
 // Failures
@@ -289,11 +290,12 @@ TEST(safe_contents_reader, keeps_bags_and_plaintexts_when_a_later_bag_fails) {
     const der_t name = der_set({friendly_name("ab")});
     for (const der_t& bad : {der_null(), der_raw("30"), cert_bag_with(""), key_with(der_set({der_null()}))}) {
         SCOPED_TRACE(to_hex(encode(bad)));
-        container_reading_t reading(bytes_of({cert_bag("c"), shrouded("k", name), bad, cert_bag("unreached")}));
+        container_reading_t reading(bytes_of_bags({cert_bag("c"), shrouded("k", name), bad, cert_bag("unreached")}));
         EXPECT_EQ("no cert[63] / key[6B] name[61 62] (decrypt)", read_bags(reading));
         EXPECT_EQ(buffers_t{"k"}, reading.easy.decrypted_buffers);
     }
-    container_reading_t reading(bytes_of({cert_bag("c"), shrouded("k", name), shrouded("x"), cert_bag("unreached")}));
+    container_reading_t reading(
+        bytes_of_bags({cert_bag("c"), shrouded("k", name), shrouded("x"), cert_bag("unreached")}));
     reading.crypto.decrypt_answers = {answer_t::YES, answer_t::THROW};
     EXPECT_THROW(read_bags(reading), crypto_failure_t);
     EXPECT_EQ("no cert[63] / key[6B] name[61 62] (decrypt decrypt)", reading.text());

@@ -24,25 +24,11 @@ std::string read_container(std::string_view bytes) {
     return read_container(reading);
 }
 
-std::string bytes_of(der_members_t entries) {
-    return encode(pfx_t(std::move(entries)).whole());
-}
-
 // A container with one key and one field changed.
 der_t pfx_with(der_t pfx_t::*field, const der_t& element) {
     pfx_t pfx({data_entry({key_bag("k")})});
     pfx.*field = element;
     return pfx.whole();
-}
-
-der_t encrypted_entry_of(std::string_view plaintext) {
-    encrypted_data_t data;
-    data.encrypted_content = der_element(0x80, toy_cipher(plaintext));
-    return data.entry();
-}
-
-der_t encrypted_entry(der_members_t bags) {
-    return encrypted_entry_of(entry_plaintext(std::move(bags)));
 }
 
 // Before the MAC is verified
@@ -202,8 +188,7 @@ TEST(container_mac, is_verified_before_the_content_is_parsed) {
 }
 
 TEST(container_mac, that_is_wrong_stops_the_reading) {
-    container_reading_t reading(
-        bytes_of({data_entry({key_bag("k"), shrouded("k")}), encrypted_entry({cert_bag("c")})}));
+    container_reading_t reading(pfx_of({data_entry({key_bag("k"), shrouded("k")}), encrypted_entry({cert_bag("c")})}));
     reading.crypto.verify_mac_answer = answer_t::NO;
     EXPECT_EQ("no (verify_mac)", read_container(reading));
     reading.crypto.verify_mac_answer = answer_t::THROW;
@@ -227,8 +212,7 @@ const char* const BAD_PLAINTEXT = "no key[31] (verify_mac decrypt)";
 // The entry between two others, with the keys 31 and 32.
 void expect_entries(std::initializer_list<entry_case_t> cases) {
     for (const entry_case_t& c : cases) {
-        EXPECT_EQ(c.expected,
-                  read_container(bytes_of({data_entry({key_bag("1")}), c.entry, data_entry({key_bag("2")})})))
+        EXPECT_EQ(c.expected, read_container(pfx_of({data_entry({key_bag("1")}), c.entry, data_entry({key_bag("2")})})))
             << c.name;
     }
 }
@@ -351,8 +335,8 @@ TEST(container_entry, has_a_plaintext_in_an_octet_string) {
     });
     const der_t plaintext = der_octet_string(safe_contents({cert_bag("c", der_set({local_key_id("\x07")}))}));
     for_each_bad_length(plaintext, [](const der_t& whole, const der_t&) {
-        for (const std::string& spoiled : {encode(whole), encode(whole) + ROOM_BEHIND}) {
-            container_reading_t reading(bytes_of({encrypted_entry_of(spoiled)}));
+        for (const std::string& spoiled : {encode(whole), encode(whole) + ROOM_AFTER}) {
+            container_reading_t reading(pfx_of({encrypted_entry_of(spoiled)}));
             EXPECT_EQ("no (verify_mac decrypt)", read_container(reading));
             EXPECT_EQ(buffers_t{spoiled}, reading.easy.decrypted_buffers);
         }
@@ -360,15 +344,15 @@ TEST(container_entry, has_a_plaintext_in_an_octet_string) {
 }
 
 TEST(container_entries, are_read_in_file_order) {
-    EXPECT_EQ("yes (verify_mac)", read_container(bytes_of({})));
+    EXPECT_EQ("yes (verify_mac)", read_container(pfx_of({})));
     EXPECT_EQ("yes key[32] cert[36] / cert[31] key[33] key[34] key[35] (verify_mac decrypt decrypt decrypt decrypt)",
-              read_container(bytes_of({encrypted_entry({cert_bag("1")}), data_entry({key_bag("2"), shrouded("3")}),
-                                       encrypted_entry({shrouded("4"), key_bag("5")}), data_entry({cert_bag("6")})})));
+              read_container(pfx_of({encrypted_entry({cert_bag("1")}), data_entry({key_bag("2"), shrouded("3")}),
+                                     encrypted_entry({shrouded("4"), key_bag("5")}), data_entry({cert_bag("6")})})));
 }
 
 TEST(container_entries, are_decrypted_under_their_parameters) {
     const std::string plaintext = entry_plaintext({cert_bag("c")});
-    container_reading_t reading(bytes_of({encrypted_entry_of(plaintext)}));
+    container_reading_t reading(pfx_of({encrypted_entry_of(plaintext)}));
     read_container(reading);
     const crypto_call_t& call = reading.crypto.calls.at(1);
     EXPECT_TRUE(same_bytes(toy_cipher(plaintext), call.data));
@@ -378,8 +362,8 @@ TEST(container_entries, are_decrypted_under_their_parameters) {
 }
 
 TEST(container_entries, that_cannot_be_decrypted_are_skipped) {
-    container_reading_t reading(bytes_of({encrypted_entry({cert_bag("1")}), data_entry({key_bag("2")}),
-                                          encrypted_entry({cert_bag("3")}), encrypted_entry_of("garbage")}));
+    container_reading_t reading(pfx_of({encrypted_entry({cert_bag("1")}), data_entry({key_bag("2")}),
+                                        encrypted_entry({cert_bag("3")}), encrypted_entry_of("garbage")}));
     reading.crypto.decrypt_answers = {answer_t::NO, answer_t::YES, answer_t::NO};
     EXPECT_EQ("yes key[32] / cert[33] (verify_mac decrypt decrypt decrypt)", read_container(reading));
     EXPECT_EQ(buffers_t{entry_plaintext({cert_bag("3")})}, reading.easy.decrypted_buffers);
@@ -394,7 +378,7 @@ TEST(container_plaintexts, are_kept_nested_ones_first_and_not_copied) {
     const std::string first = entry_plaintext({cert_bag(counting_bytes(300, 1)), shrouded("1"), shrouded("2")});
     const std::string second = entry_plaintext({shrouded("4")});
     container_reading_t reading(
-        bytes_of({encrypted_entry_of(first), data_entry({shrouded("3")}), encrypted_entry_of(second)}));
+        pfx_of({encrypted_entry_of(first), data_entry({shrouded("3")}), encrypted_entry_of(second)}));
     read_container(reading);
     EXPECT_EQ((buffers_t{"1", "2", first, "3", "4", second}), reading.easy.decrypted_buffers);
     EXPECT_EQ(reading.crypto.decrypted_at.front(), std::next(reading.easy.decrypted_buffers.begin(), 2)->data());
@@ -403,7 +387,7 @@ TEST(container_plaintexts, are_kept_nested_ones_first_and_not_copied) {
 TEST(container_plaintexts, are_kept_whatever_they_are) {
     for (const char* const plaintext :
          {"", "04", "30 00", "04 00", "04 02 31 00", "04 04 30 02 05 00", "04 02 30 00"}) {
-        container_reading_t reading(bytes_of({encrypted_entry_of(from_hex(plaintext))}));
+        container_reading_t reading(pfx_of({encrypted_entry_of(from_hex(plaintext))}));
         const bool is_sound = plaintext == std::string("04 02 30 00");
         EXPECT_EQ(is_sound ? "yes (verify_mac decrypt)" : "no (verify_mac decrypt)", read_container(reading));
         EXPECT_EQ(buffers_t{from_hex(plaintext)}, reading.easy.decrypted_buffers) << plaintext;
@@ -419,7 +403,7 @@ TEST(container_plaintexts, are_kept_when_a_later_bag_fails) {
         const std::string plaintext =
             entry_plaintext({cert_bag("c", der_set({local_key_id("\x07")})), shrouded(key), der_null()});
         container_reading_t reading(
-            bytes_of({data_entry({shrouded(key)}), encrypted_entry_of(plaintext), encrypted_entry({})}));
+            pfx_of({data_entry({shrouded(key)}), encrypted_entry_of(plaintext), encrypted_entry({})}));
         EXPECT_EQ("no / " + text + " cert[63] id[07] " + text + " (verify_mac decrypt decrypt decrypt)",
                   read_container(reading));
         EXPECT_EQ((buffers_t{key, key, plaintext}), reading.easy.decrypted_buffers);
@@ -430,7 +414,7 @@ TEST(container_plaintexts, are_kept_when_a_later_entry_fails) {
     const std::string plaintext = entry_plaintext({cert_bag("c"), shrouded("k")});
     for (const der_t& bad : {der_null(), data_entry({der_null()}), content_info(OID_ENCRYPTED_DATA, der_null()),
                              content_info(OID_DATA, der_null())}) {
-        container_reading_t reading(bytes_of({data_entry({key_bag("p")}), encrypted_entry_of(plaintext), bad}));
+        container_reading_t reading(pfx_of({data_entry({key_bag("p")}), encrypted_entry_of(plaintext), bad}));
         EXPECT_EQ("no key[70] / cert[63] key[6B] (verify_mac decrypt decrypt)", read_container(reading));
         EXPECT_EQ((buffers_t{"k", plaintext}), reading.easy.decrypted_buffers) << to_hex(encode(bad));
     }
@@ -439,14 +423,14 @@ TEST(container_plaintexts, are_kept_when_a_later_entry_fails) {
 // The entry's own plaintext too: its first bag views it when a later key of it cannot be decrypted.
 TEST(container_plaintexts, are_kept_when_decryption_throws) {
     const std::string plaintext = entry_plaintext({cert_bag("c"), shrouded("1"), shrouded("2")});
-    container_reading_t nested(bytes_of({encrypted_entry_of(plaintext)}));
+    container_reading_t nested(pfx_of({encrypted_entry_of(plaintext)}));
     nested.crypto.decrypt_answers = {answer_t::YES, answer_t::YES, answer_t::THROW};
     EXPECT_THROW(read_container(nested), crypto_failure_t);
     EXPECT_EQ("no / cert[63] key[31] (verify_mac decrypt decrypt decrypt)", nested.text());
     EXPECT_EQ((buffers_t{"1", plaintext}), nested.easy.decrypted_buffers);
 
     const std::string first = entry_plaintext({cert_bag("c")});
-    container_reading_t later(bytes_of({data_entry({key_bag("p")}), encrypted_entry_of(first), encrypted_entry({})}));
+    container_reading_t later(pfx_of({data_entry({key_bag("p")}), encrypted_entry_of(first), encrypted_entry({})}));
     later.crypto.decrypt_answers = {answer_t::YES, answer_t::THROW};
     EXPECT_THROW(read_container(later), crypto_failure_t);
     EXPECT_EQ("no key[70] / cert[63] (verify_mac decrypt decrypt)", later.text());
@@ -457,7 +441,7 @@ TEST(container_plaintexts, are_kept_when_decryption_throws) {
 
 TEST(pkcs12_container, read_into_twice_holds_both) {
     const std::string plaintext = entry_plaintext({cert_bag("c")});
-    container_reading_t first(bytes_of({data_entry({key_bag("p"), shrouded("k")}), encrypted_entry_of(plaintext)}));
+    container_reading_t first(pfx_of({data_entry({key_bag("p"), shrouded("k")}), encrypted_entry_of(plaintext)}));
     read_container(first);
     mac_data_t other_mac;
     other_mac.digest = der_octet_string("other digest");
@@ -472,9 +456,9 @@ TEST(pkcs12_container, read_into_twice_holds_both) {
 }
 
 TEST(pkcs12_container, keeps_its_bags_when_a_second_reading_fails) {
-    container_reading_t reading(bytes_of({data_entry({key_bag("p"), shrouded("k")})}));
+    container_reading_t reading(pfx_of({data_entry({key_bag("p"), shrouded("k")})}));
     read_container(reading);
-    const exact_bytes_t bad(bytes_of({data_entry({cert_bag("q"), shrouded("l"), der_null()})}));
+    const exact_bytes_t bad(pfx_of({data_entry({cert_bag("q"), shrouded("l"), der_null()})}));
     EXPECT_FALSE(asn_read_pkcs12_easy(bad.data(), bad.size(), &reading.crypto, reading.easy));
     EXPECT_EQ("key[70]\ncert[71]", bags_text(reading.easy.plain_bags));
     EXPECT_EQ("key[6B]\nkey[6C]", bags_text(reading.easy.encrypted_bags));
@@ -482,7 +466,7 @@ TEST(pkcs12_container, keeps_its_bags_when_a_second_reading_fails) {
 }
 
 TEST(pkcs12_container, keeps_its_mac_as_far_as_a_second_reading_does_not_fill_it) {
-    container_reading_t reading(bytes_of({}));
+    container_reading_t reading(pfx_of({}));
     read_container(reading);
     const exact_bytes_t bad_version(encode(pfx_with(&pfx_t::version, der_integer("00 03"))));
     EXPECT_FALSE(asn_read_pkcs12_easy(bad_version.data(), bad_version.size(), &reading.crypto, reading.easy));
@@ -496,8 +480,7 @@ TEST(pkcs12_container, keeps_its_mac_as_far_as_a_second_reading_does_not_fill_it
 }
 
 TEST(pkcs12_container, keeps_its_views_when_it_moves) {
-    container_reading_t reading(
-        bytes_of({data_entry({key_bag("p"), shrouded("k")}), encrypted_entry({cert_bag("c")})}));
+    container_reading_t reading(pfx_of({data_entry({key_bag("p"), shrouded("k")}), encrypted_entry({cert_bag("c")})}));
     const std::string before = read_container(reading);
     pkcs12_easy_t moved(std::move(reading.easy));
     EXPECT_TRUE(all_kept(reading.input, moved));
@@ -526,7 +509,7 @@ TEST(container_reader, follows_the_rules_of_readers) {
 }
 
 TEST(container_reader, refuses_every_prefix_without_asking_for_anything) {
-    for_each_prefix(bytes_of({data_entry({key_bag("k")})}), [](const exact_bytes_t& prefix) {
+    for_each_prefix(pfx_of({data_entry({key_bag("k")})}), [](const exact_bytes_t& prefix) {
         EXPECT_EQ("no", read_container(std::string_view(prefix.chars(), prefix.size())));
     });
 }

@@ -44,7 +44,7 @@ const char* const CHOSEN_PBE =
     "30 1D 06 06 2A 85 03 02 02 15 30 13 04 08 E1 E2 E3 E4 E5 E6 E7 E8 "
     "06 07 2A 85 03 02 02 1F 01";
 
-der_t encrypted_entry(der_members_t bags) {
+der_t written_entry(der_members_t bags) {
     encrypted_data_t data;
     data.algorithm = der_raw(CHOSEN_PBE);
     data.encrypted_content = der_element(0x80, toy_cipher(entry_plaintext(std::move(bags))));
@@ -87,7 +87,7 @@ TEST(pkcs12_container_writer, writes_plain_bags_before_encrypted_ones) {
     scripted_crypto_t crypto;
     EXPECT_TRUE(same_bytes(
         container_of({data_entry({cert_bag("c", der_set({friendly_name("n"), local_key_id("i")})), key_bag("k")}),
-                      encrypted_entry({key_bag("l"), cert_bag("d", der_set({friendly_name("m")}))})}),
+                      written_entry({key_bag("l"), cert_bag("d", der_set({friendly_name("m")}))})}),
         write(easy_of({bag_of(1, "c", "n", "i"), bag_of(0, "k")}, {bag_of(0, "l"), bag_of(1, "d", "m")}), crypto)));
     EXPECT_EQ("encrypt make_mac", crypto.operations());
 }
@@ -96,7 +96,7 @@ TEST(pkcs12_container_writer, takes_bags_of_any_length) {
     for (const std::size_t size : sizes_t{0, 1, 50, 60, 100, 110, 120, 128, 200, 256, 1000, 30000}) {
         const std::string value = counting_bytes(size, 1);
         scripted_crypto_t crypto;
-        EXPECT_TRUE(same_bytes(container_of({data_entry({cert_bag(value)}), encrypted_entry({key_bag(value)})}),
+        EXPECT_TRUE(same_bytes(container_of({data_entry({cert_bag(value)}), written_entry({key_bag(value)})}),
                                write(easy_of({bag_of(1, value)}, {bag_of(0, value)}), crypto)))
             << size;
     }
@@ -120,7 +120,7 @@ TEST(pkcs12_container_writer, has_the_mac_made_over_the_whole_octet_string_after
     EXPECT_TRUE(same_bytes(entry_plaintext({key_bag("k"), cert_bag("d")}), encrypted.data));
     EXPECT_TRUE(encrypted.is_fresh);
     EXPECT_EQ("", encrypted.out);
-    const pfx_t expected({data_entry({cert_bag("c")}), encrypted_entry({key_bag("k"), cert_bag("d")})});
+    const pfx_t expected({data_entry({cert_bag("c")}), written_entry({key_bag("k"), cert_bag("d")})});
     EXPECT_TRUE(same_bytes(encode(expected.content), crypto.calls.back().data));
 }
 
@@ -236,7 +236,7 @@ TEST(container_round_trip, keeps_bags_and_what_the_cryptography_made) {
 // A container that was read is written from its views: into the input and into its own plaintexts.
 TEST(container_round_trip, writes_what_was_read_byte_for_byte) {
     const std::string input = container_of({data_entry({cert_bag("c", der_set({local_key_id("i")}))}),
-                                            encrypted_entry({key_bag("k", der_set({friendly_name("n")}))})});
+                                            written_entry({key_bag("k", der_set({friendly_name("n")}))})});
     container_reading_t reading(input);
     ASSERT_TRUE(asn_read_pkcs12_easy(reading.input.data(), reading.input.size(), &reading.crypto, reading.easy));
     for (const answer_t answer : {answer_t::YES, answer_t::NO}) {
@@ -252,7 +252,7 @@ TEST(container_round_trip, turns_a_shrouded_key_into_a_key_of_the_encrypted_entr
     const der_t id = der_set({local_key_id("i")});
     container_reading_t reading(container_of({data_entry({shrouded("k", id)})}));
     ASSERT_TRUE(asn_read_pkcs12_easy(reading.input.data(), reading.input.size(), &reading.crypto, reading.easy));
-    EXPECT_TRUE(same_bytes(container_of({encrypted_entry({key_bag("k", id)})}), write(reading.easy, reading.crypto)));
+    EXPECT_TRUE(same_bytes(container_of({written_entry({key_bag("k", id)})}), write(reading.easy, reading.crypto)));
 }
 
 } // namespace

@@ -10,7 +10,7 @@
 
 namespace {
 
-// "yes content type | content"
+// "yes content type, content"
 std::string read_content_info(std::string_view bytes) {
     const exact_bytes_t input(bytes);
     pkcs7_content_info_t info = {untouched_view(), untouched_view()};
@@ -48,44 +48,12 @@ TEST(pkcs7_content_info, follows_the_rules_of_readers) {
     expect_rules_of_readers(read_data, der_octet_string("octets"));
 }
 
-TEST(pkcs7_content_info, has_any_type_and_content) {
-    expect_reads(read_content_info, {
-                                        {"data", "06 09 2A 86 48 86 F7 0D 01 07 01 A0 04 04 02 AA BB",
-                                         "yes 2A 86 48 86 F7 0D 01 07 01 | 04 02 AA BB"},
-                                        {"encrypted data", "06 09 2A 86 48 86 F7 0D 01 07 06 A0 02 30 00",
-                                         "yes 2A 86 48 86 F7 0D 01 07 06 | 30 00"},
-                                        {"empty type", "06 00 A0 02 05 00", "yes empty | 05 00"},
-                                        {"empty content", "06 01 2A A0 00", "yes 2A | empty"},
-                                        {"content that is no element", "06 01 2A A0 03 FF FF FF", "yes 2A | FF FF FF"},
-                                        {"two elements", "06 01 2A A0 04 05 00 04 00", "yes 2A | 05 00 04 00"},
-                                    });
+TEST(pkcs7_content_info, is_read_as_the_cases_say) {
+    expect_reads(read_content_info, "content-info.txt");
 }
 
-TEST(pkcs7_content_info, keeps_its_type_when_it_is_refused) {
-    expect_reads(read_content_info, {
-                                        {"nothing", "", "no - | -"},
-                                        {"its sequence", "30 07 06 01 2A A0 02 05 00", "no - | -"},
-                                        {"no type", "A0 02 05 00", "no - | -"},
-                                        {"no content", "06 01 2A", "no 2A | -"},
-                                        {"content without wrapper", "06 01 2A 05 00", "no 2A | -"},
-                                        {"primitive wrapper", "06 01 2A 80 02 05 00", "no 2A | -"},
-                                        {"other wrapper", "06 01 2A A1 02 05 00", "no 2A | -"},
-                                        {"wrapper in third place", "06 01 2A 05 00 A0 02 05 00", "no 2A | -"},
-                                        {"wrapper past the end", "06 01 2A A0 03 05 00", "no 2A | -"},
-                                        {"indefinite wrapper", "06 01 2A A0 80 05 00 00 00", "no 2A | -"},
-                                        {"length that wraps", "06 01 2A A0 84 FF FF FF FA 05 00", "no 2A | -"},
-                                    });
-}
-
-TEST(content_info_data, is_a_primitive_octet_string) {
-    expect_reads(read_data, {
-                                {"octets", "04 02 AA BB", "yes AA BB"},
-                                {"empty", "04 00", "yes empty"},
-                                {"nothing", "", "no -"},
-                                {"constructed", "24 03 04 01 AA", "no -"},
-                                {"empty constructed", "24 00", "no -"},
-                                {"sequence", "30 00", "no -"},
-                            });
+TEST(content_info_data, is_read_as_the_cases_say) {
+    expect_reads(read_data, "content-info-data.txt");
 }
 
 // Writing

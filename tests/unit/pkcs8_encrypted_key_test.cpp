@@ -1,7 +1,6 @@
 // EncryptedPrivateKeyInfo of the GOST profile.
 #include <gtest/gtest.h>
 
-#include <new>
 #include <string>
 
 #include "derkit/pkcs8_helper.h"
@@ -10,7 +9,7 @@
 
 namespace {
 
-// "yes salt | iterations | iv | encrypted data"
+// "yes salt, iterations, iv, encrypted data"
 std::string read_encrypted_key(std::string_view bytes) {
     const exact_bytes_t input(bytes);
     pkcs8_encrypted_pki_gost_t key;
@@ -43,7 +42,7 @@ TEST(encrypted_key, is_written_and_read_back) {
     pbes2.iv = der_octet_string(iv);
     const std::string expected = from_hex("30 81 81") + encode(pbes2.whole()) + from_hex("04 10") + data;
     EXPECT_TRUE(same_bytes(expected, write_encrypted_key(salt, 2000, iv, data)));
-    EXPECT_EQ("yes " + to_hex(salt) + " | 2000 | " + to_hex(iv) + " | " + to_hex(data), read_encrypted_key(expected));
+    EXPECT_EQ("yes " + to_hex(salt) + ", 2000, " + to_hex(iv) + ", " + to_hex(data), read_encrypted_key(expected));
 }
 
 TEST(encrypted_key, has_data_of_any_length) {
@@ -52,20 +51,11 @@ TEST(encrypted_key, has_data_of_any_length) {
         const std::string data = counting_bytes(size, 1);
         const std::string expected = encode(encrypted_key(data));
         EXPECT_TRUE(same_bytes(expected, write_encrypted_key("salt", 2000, "iv", data)));
-        EXPECT_EQ("yes 73 61 6C 74 | 2000 | 69 76 | " + (size == 0 ? "empty" : to_hex(data)),
+        EXPECT_EQ("yes 73 61 6C 74, 2000, 69 76, " + (size == 0 ? "empty" : to_hex(data)),
                   read_encrypted_key(expected));
     }
     const std::string without_data = write_encrypted_key("salt", 2000, "iv", "");
     EXPECT_TRUE(without_data.ends_with(from_hex("04 00"))) << to_hex(without_data);
-}
-
-TEST(encrypted_key, leaves_the_output_alone_when_there_is_no_memory) {
-    pkcs8_encrypted_pki_gost_t key;
-    key.encrypted_data = view_of("data");
-    key.encrypted_data.size = 0xFFFFFFFF;
-    std::string out = "what was there before";
-    EXPECT_THROW(asn_write_pkcs8_encrypted_pki_gost(key, out), std::bad_alloc);
-    EXPECT_EQ("what was there before", out);
 }
 
 TEST(encrypted_key, follows_the_rules_of_readers) {
@@ -79,7 +69,7 @@ TEST(encrypted_key, keeps_its_data_when_the_algorithm_is_refused) {
     const der_t pbes1 = der_sequence(
         {der_oid("1.2.840.113549.1.5.3"), der_sequence({der_octet_string("saltsalt"), der_integer("07 D0")})});
     for (const der_t& algorithm : {aes, pbes1, der_sequence({}), der_element(0x30, "garbage")}) {
-        EXPECT_EQ("no - | - | - | 64 61 74 61",
+        EXPECT_EQ("no -, -, -, 64 61 74 61",
                   read_encrypted_key(encode(der_sequence({algorithm, der_octet_string("data")}))))
             << to_hex(encode(algorithm));
     }
@@ -89,7 +79,7 @@ TEST(encrypted_key, keeps_its_data_when_the_algorithm_is_refused) {
 TEST(encrypted_key, has_no_parameters_when_there_is_no_data) {
     for (const char* const data :
          {"", "05 00", "24 06 04 04 64 61 74 61", "04 80 04 01 FF 00 00", "24 80 04 01 FF 00 00", "04 05 FF"}) {
-        EXPECT_EQ("no - | - | - | -", read_encrypted_key(encode(der_sequence({pbes2_t().whole(), der_raw(data)}))))
+        EXPECT_EQ("no -, -, -, -", read_encrypted_key(encode(der_sequence({pbes2_t().whole(), der_raw(data)}))))
             << data;
     }
 }

@@ -1,7 +1,6 @@
 // PrivateKeyInfo: the generic reader, and GOST keys read and written.
 #include <gtest/gtest.h>
 
-#include <new>
 #include <string>
 
 #include "derkit/pkcs8_helper.h"
@@ -16,7 +15,7 @@ der_t key_info(const der_t& algorithm, const der_t& private_key, const der_t& pa
     return der_sequence({der_integer("00"), der_sequence({algorithm, parameters}), der_octet_string(private_key)});
 }
 
-// "yes algorithm | private key"
+// "yes algorithm, private key"
 std::string read_any(std::string_view bytes) {
     const exact_bytes_t input(bytes);
     asn_pkcs8_priv_key_info_t info = {untouched_view(), untouched_view()};
@@ -24,7 +23,7 @@ std::string read_any(std::string_view bytes) {
     return read_text(accepted, {field_text(info.algorithm, input), field_text(info.private_key, input)});
 }
 
-// "yes key type | private key"
+// "yes key type, private key"
 std::string read_gost(std::string_view bytes) {
     const exact_bytes_t input(bytes);
     pkcs8_pki_gost_t key;
@@ -51,58 +50,8 @@ TEST(private_key_info, follows_the_rules_of_readers) {
     expect_rules_of_readers(read_any, whole, {.any_type = {parameters}, .open_end = {whole.members[2]}});
 }
 
-TEST(private_key_info, may_have_any_version) {
-    expect_reads(read_any,
-                 {
-                     {"0", "30 0E 02 01 00 30 05 06 01 2A 05 00 04 02 AA BB", "yes 2A | AA BB"},
-                     {"1", "30 0E 02 01 01 30 05 06 01 2A 05 00 04 02 AA BB", "yes 2A | AA BB"},
-                     {"negative", "30 0E 02 01 FF 30 05 06 01 2A 05 00 04 02 AA BB", "yes 2A | AA BB"},
-                     {"empty", "30 0D 02 00 30 05 06 01 2A 05 00 04 02 AA BB", "yes 2A | AA BB"},
-                     {"long", "30 13 02 06 FF FF FF FF FF FF 30 05 06 01 2A 05 00 04 02 AA BB", "yes 2A | AA BB"},
-                 });
-}
-
-TEST(private_key_info, may_have_any_parameters_and_content) {
-    expect_reads(
-        read_any,
-        {
-            {"octets", "30 10 02 01 00 30 07 06 01 2A 04 02 01 02 04 02 AA BB", "yes 2A | AA BB"},
-            {"a sequence of anything", "30 10 02 01 00 30 07 06 01 2A 30 02 FF FF 04 02 AA BB", "yes 2A | AA BB"},
-            {"tag 0", "30 0E 02 01 00 30 05 06 01 2A 00 00 04 02 AA BB", "yes 2A | AA BB"},
-            {"empty OID", "30 0D 02 01 00 30 04 06 00 05 00 04 02 AA BB", "yes empty | AA BB"},
-            {"empty key", "30 0C 02 01 00 30 05 06 01 2A 05 00 04 00", "yes 2A | empty"},
-            {"an INTEGER for a key", "30 0F 02 01 00 30 05 06 01 2A 05 00 04 03 02 01 09", "yes 2A | 02 01 09"},
-        });
-}
-
-TEST(private_key_info, may_be_followed_by_attributes) {
-    expect_reads(read_any,
-                 {
-                     {"attributes", "30 10 02 01 00 30 05 06 01 2A 05 00 04 02 AA BB A0 00", "yes 2A | AA BB"},
-                     {"a public key", "30 12 02 01 00 30 05 06 01 2A 05 00 04 02 AA BB 81 02 00 FF", "yes 2A | AA BB"},
-                     {"no element", "30 10 02 01 00 30 05 06 01 2A 05 00 04 02 AA BB A0 7F", "yes 2A | AA BB"},
-                 });
-}
-
-TEST(private_key_info, keeps_its_algorithm_when_it_is_refused) {
-    expect_reads(read_any,
-                 {
-                     {"nothing", "", "no - | -"},
-                     {"empty sequence", "30 00", "no - | -"},
-                     {"no version", "30 0B 30 05 06 01 2A 05 00 04 02 AA BB", "no - | -"},
-                     {"ENUMERATED version", "30 0E 0A 01 00 30 05 06 01 2A 05 00 04 02 AA BB", "no - | -"},
-                     {"no algorithm", "30 07 02 01 00 04 02 AA BB", "no - | -"},
-                     {"no OID", "30 0B 02 01 00 30 02 05 00 04 02 AA BB", "no - | -"},
-                     {"empty algorithm", "30 09 02 01 00 30 00 04 02 AA BB", "no - | -"},
-                     {"no parameters", "30 0C 02 01 00 30 03 06 01 2A 04 02 AA BB", "no 2A | -"},
-                     {"parameters cut short", "30 0E 02 01 00 30 05 06 01 2A 05 01 04 02 AA BB", "no 2A | -"},
-                     {"half a header for them", "30 0D 02 01 00 30 04 06 01 2A 05 04 02 AA BB", "no 2A | -"},
-                     {"no key", "30 0A 02 01 00 30 05 06 01 2A 05 00", "no 2A | -"},
-                     {"key after the sequence", "30 0A 02 01 00 30 05 06 01 2A 05 00 04 02 AA BB", "no 2A | -"},
-                     {"bit string", "30 0E 02 01 00 30 05 06 01 2A 05 00 03 02 AA BB", "no 2A | -"},
-                     {"constructed", "30 0F 02 01 00 30 05 06 01 2A 05 00 24 03 04 01 AA", "no 2A | -"},
-                     {"after attributes", "30 10 02 01 00 30 05 06 01 2A 05 00 A0 00 04 02 AA BB", "no 2A | -"},
-                 });
+TEST(private_key_info, is_read_as_the_cases_say) {
+    expect_reads(read_any, "private-key-info.txt");
 }
 
 // GOST keys, read
@@ -118,7 +67,7 @@ TEST(gost_key, has_the_type_of_its_algorithm_whatever_the_parameters) {
         for (const char* const parameters :
              {"05 00", "00 00", "30 00", "30 09 06 07 2A 85 03 02 02 24 00", "30 02 FF FF"}) {
             const der_t info = key_info(der_oid(FAMILIES[key_type]), der_octet_string("key"), der_raw(parameters));
-            EXPECT_EQ("yes " + std::to_string(key_type) + " | 6B 65 79", read_gost(encode(info))) << parameters;
+            EXPECT_EQ("yes " + std::to_string(key_type) + ", 6B 65 79", read_gost(encode(info))) << parameters;
         }
     }
 }
@@ -129,7 +78,7 @@ TEST(gost_key, has_its_type_even_when_there_is_no_octet_string_inside) {
              {"", "02 01 09", "24 04 04 02 01 02", "04", "04 01", "04 80 00 00", "FF FF"}) {
             SCOPED_TRACE(private_key);
             const std::string input = encode(key_info(der_oid(FAMILIES[key_type]), der_raw(private_key)));
-            EXPECT_EQ("no " + std::to_string(key_type) + " | -", read_gost(input));
+            EXPECT_EQ("no " + std::to_string(key_type) + ", -", read_gost(input));
             EXPECT_TRUE(is_accepted(read_any(input)));
         }
     }
@@ -139,7 +88,7 @@ TEST(gost_key, accepts_versions_attributes_and_bytes_after_it) {
     der_t whole = key_info(der_oid(FAMILIES[1]), der_octet_string("key"));
     whole.members[0] = der_integer("01");
     whole.members.push_back(der_context_0({der_sequence({der_oid("1.2.3"), der_set({der_null()})})}));
-    EXPECT_EQ("yes 1 | 6B 65 79", read_gost(encode(whole) + "after it"));
+    EXPECT_EQ("yes 1, 6B 65 79", read_gost(encode(whole) + "after it"));
 }
 
 TEST(gost_key, of_another_algorithm_is_refused_and_touches_nothing) {
@@ -159,7 +108,7 @@ TEST(gost_key, of_another_algorithm_is_refused_and_touches_nothing) {
          }) {
         SCOPED_TRACE(oid);
         const std::string input = encode(key_info(der_raw(oid), der_octet_string("key")));
-        EXPECT_EQ("no - | -", read_gost(input));
+        EXPECT_EQ("no -, -", read_gost(input));
         EXPECT_TRUE(is_accepted(read_any(input)));
     }
 }
@@ -168,10 +117,10 @@ TEST(gost_key, of_another_algorithm_is_refused_and_touches_nothing) {
 TEST(gost_key, touches_nothing_when_the_generic_reader_fails) {
     const std::string whole = encode(key_info(der_oid(FAMILIES[0]), der_octet_string("key")));
     for_each_prefix(whole, [](const exact_bytes_t& prefix) {
-        EXPECT_EQ("no - | -", read_gost(std::string_view(prefix.chars(), prefix.size())));
+        EXPECT_EQ("no -, -", read_gost(std::string_view(prefix.chars(), prefix.size())));
     });
     for_each_element_left_out(key_info(der_oid(FAMILIES[0]), der_raw("04 01 AA"), der_null()),
-                              [](const der_t& rest, const der_t&) { EXPECT_EQ("no - | -", read_gost(encode(rest))); });
+                              [](const der_t& rest, const der_t&) { EXPECT_EQ("no -, -", read_gost(encode(rest))); });
 }
 
 // GOST keys, written
@@ -212,24 +161,15 @@ TEST(gost_key, is_written_byte_for_byte) {
 }
 
 TEST(gost_key, of_an_unknown_type_is_written_but_not_read) {
-    EXPECT_EQ("no - | -", read_gost(write_gost(5, "key")));
-    EXPECT_EQ("yes empty | 04 03 6B 65 79", read_any(write_gost(5, "key")));
-}
-
-TEST(gost_key, leaves_the_output_alone_when_there_is_no_memory) {
-    pkcs8_pki_gost_t key;
-    key.private_key = view_of("k");
-    key.private_key.size = 0xFFFFFFFF;
-    std::string out = "what was there before";
-    EXPECT_THROW(asn_write_pkcs8_pki_gost(key, out), std::bad_alloc);
-    EXPECT_EQ("what was there before", out);
+    EXPECT_EQ("no -, -", read_gost(write_gost(5, "key")));
+    EXPECT_EQ("yes empty, 04 03 6B 65 79", read_any(write_gost(5, "key")));
 }
 
 TEST(gost_key, reads_back) {
     for (unsigned int key_type = 0; key_type < 3; ++key_type) {
         for (const std::size_t size : sizes_t{0, 1, 32, 33, 64, 95, 96, 120, 127, 128, 250, 255, 256, 500, 65000}) {
             const std::string key = counting_bytes(size, key_type);
-            EXPECT_EQ("yes " + std::to_string(key_type) + " | " + (size == 0 ? "empty" : to_hex(key)),
+            EXPECT_EQ("yes " + std::to_string(key_type) + ", " + (size == 0 ? "empty" : to_hex(key)),
                       read_gost(write_gost(key_type, key)))
                 << size << " bytes";
         }

@@ -215,7 +215,7 @@ TEST(zero_length_fields, may_have_a_longer_header_and_something_after_it) {
 }
 
 // Malformed RSASSA-PSS parameters make the code unknown, ignored ones change nothing, and without a hash it is SHA-1.
-TEST(zero_length_fields, of_pss_parameters_give_these_codes) {
+TEST(zero_length_fields, of_pss_parameters_lead_to_these_codes) {
     const pki_alg_t SAME = PKI_ALG_SHA256_RSASSA_PSS;
     const std::vector<pki_alg_t> codes = {PKI_ALG_UNKNOWN, // the whole
                                           PKI_ALG_UNKNOWN, // its algorithm

@@ -107,7 +107,7 @@ void run(const alg_options_t& options, console_t& console) {
     record.add("name", I2S_PKI_ALG_T->getString(alg, ""));
     const oid_ref_t oid = find_oid(alg);
     if (oid.size != 0) {
-        record.add("oid", oid_to_text(chars(oid.data, oid.size)).value_or(""));
+        record.add("oid", oid_text(chars(oid.data, oid.size)));
     }
     if (PKI_HASH_ALG_TO_OID(alg).size != 0) {
         record.add("digest_size", digest_size(alg));

@@ -7,8 +7,10 @@
 #include "commands/commands.h"
 #include "commands/facts.h"
 #include "commands/options.h"
+#include "derkit/asn_printable.h"
 #include "formats/certificate.h"
 #include "formats/der.h"
+#include "formats/name.h"
 #include "formats/pem.h"
 #include "io/bytes.h"
 #include "io/input.h"
@@ -19,6 +21,7 @@ struct cert_options_t {
     std::vector<std::string> files;
     std::string order = "as-encoded";
     oid_map_option_t oid_map;
+    t61_option_t t61;
     bool json = false;
     bool local = false;
     bool round_trip = false;
@@ -26,36 +29,44 @@ struct cert_options_t {
 
 // Tells whether the name, in this order, goes from its shown text back to DER and from there to the same text and the
 // same types. Types are compared as OIDs too: a map can give two of them one short name.
-bool comes_back_from_text(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map) {
-    const oid_map_handle_t no_map;
-    const std::optional<shown_text_t> text = show_name(name, order, map);
+bool comes_back_from_text(const blob_t& name, const name_style_t& style) {
+    const shown_text_t text = show_name(name, style).text;
     std::string der;
-    if (!text.has_value() || !printable_to_asn_dn(text->str().c_str(), der, map)) {
+    if (!printable_to_asn_dn(text.str().c_str(), der, style.map)) {
         return false;
     }
     // The text was encoded in its own order, so the way back keeps that.
+    name_style_t way_back = style;
+    way_back.order = PDN_ORDER_AS_ENCODED;
     const blob_t encoded = make_blob(der);
-    return show_name(encoded, PDN_ORDER_AS_ENCODED, map) == text &&
-           show_name(encoded, PDN_ORDER_AS_ENCODED, no_map) == show_name(name, order, no_map);
+    if (show_name(encoded, way_back).text != text) {
+        return false;
+    }
+    name_style_t without_map = style;
+    without_map.map = way_back.map = oid_map_handle_t();
+    return show_name(encoded, way_back).text == show_name(name, without_map).text;
 }
 
-bool comes_back_from_text(const blob_t& name, oid_map_handle_t map) {
-    return comes_back_from_text(name, PDN_ORDER_AS_ENCODED, map) && comes_back_from_text(name, PDN_ORDER_REVERSED, map);
+bool comes_back_in_both_orders(const blob_t& name, name_style_t style) {
+    style.order = PDN_ORDER_AS_ENCODED;
+    const bool as_encoded = comes_back_from_text(name, style);
+    style.order = PDN_ORDER_REVERSED;
+    return as_encoded && comes_back_from_text(name, style);
 }
 
 class cert_command_t {
   public:
     cert_command_t(const cert_options_t& options, console_t& console)
-        : options_(options), console_(console), map_(options.oid_map.load()),
-          order_(options.order == "reversed" ? PDN_ORDER_REVERSED : PDN_ORDER_AS_ENCODED) {}
+        : options_(options),
+          console_(console), style_{options.order == "reversed" ? PDN_ORDER_REVERSED : PDN_ORDER_AS_ENCODED,
+                                    options.oid_map.load(), options.t61.is_latin1()} {}
 
     void run();
 
   private:
     const cert_options_t& options_;
     console_t& console_;
-    oid_map_handle_t map_;
-    PrintableDnOrder order_;
+    name_style_t style_;
     unsigned int num_names_ = 0;
     unsigned int num_failures_ = 0;
 
@@ -140,28 +151,20 @@ void cert_command_t::show(const certificate_t& certificate, const place_t& place
     record_t record = start_record(place, options_.json);
     show_field("subject", certificate.subject, place, record);
     show_field("issuer", certificate.issuer, place, record);
-    for (const std::string& problem : add_certificate_facts(certificate, map_, options_.local, record)) {
+    for (const std::string& problem : add_certificate_facts(certificate, style_.map, options_.local, record)) {
         console_.fail(place.subject, problem);
     }
+    warn_of_remarks(record, place.subject, console_);
     const bool several_files = options_.files.size() > 1;
     console_.put(record, options_.json, several_files ? shown_text_t(place.file + ": ") : shown_text_t());
 }
 
 void cert_command_t::show_field(const char* field, const blob_t& name, const place_t& place, record_t& record) {
     ++num_names_;
-    const std::optional<shown_text_t> text = show_name(name, order_, map_);
-    const char* problem = nullptr;
-    if (!text.has_value()) {
-        problem = " is malformed or has text that its string type does not allow";
-    } else {
-        record.add(field, *text);
-        if (options_.round_trip && !comes_back_from_text(name, map_)) {
-            problem = " does not come back from its text";
-        }
-    }
-    if (problem != nullptr) {
+    add_name(field, name, style_, record);
+    if (options_.round_trip && !comes_back_in_both_orders(name, style_)) {
         ++num_failures_;
-        console_.fail(place.subject, std::string(field) + problem);
+        console_.fail(place.subject, std::string(field) + " does not come back from its text");
     }
 }
 
@@ -189,6 +192,7 @@ void add_cert_command(command_t& parent, console_t& console) {
         {"--order", "ORDER", "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it"},
         options->order, {"as-encoded", "reversed"});
     options->oid_map.add_to(command);
+    options->t61.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--local", options->local, "Show the validity in local time too");
     command.add_flag(

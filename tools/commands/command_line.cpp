@@ -94,6 +94,13 @@ command_t command_t::add_subcommand(const char* name, const char* description) {
     return command_t(*app_.add_subcommand(name, description));
 }
 
+void command_t::add_missing_subcommand(const char* name, const char* description) {
+    CLI::App& missing = *app_.add_subcommand(name, description);
+    missing.set_help_flag(); // is an argument like any other
+    missing.allow_extras();
+    missing.callback([problem = std::string(name) + ": " + description] { throw usage_error_t(problem); });
+}
+
 void command_t::add_argument(const char* name, std::string& value, const char* description) {
     app_.add_option(name, value, description)->type_name("")->required();
 }

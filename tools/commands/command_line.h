@@ -38,6 +38,9 @@ class command_t {
 
     command_t add_subcommand(const char* name, const char* description);
 
+    // A subcommand that other builds have: with whatever arguments, it fails with its name and the description.
+    void add_missing_subcommand(const char* name, const char* description);
+
     // Required; one or, in a list, at least one.
     void add_argument(const char* name, std::string& value, const char* description);
     void add_argument(const char* name, std::vector<std::string>& values, const char* description);

@@ -16,6 +16,6 @@ void add_time_command(command_t& parent, console_t& console);
 void add_key_command(command_t& parent, console_t& console);
 void add_p12_show(command_t& p12, console_t& console);
 void add_p12_extract(command_t& p12, console_t& console);
-void add_p12_make(command_t& p12);
+void add_p12_make(command_t& p12, console_t& console);
 
 #endif

@@ -6,6 +6,7 @@
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "derkit/asn_printable.h"
+#include "formats/name.h"
 #include "io/bytes.h"
 
 namespace {
@@ -23,6 +24,7 @@ struct dn_options_t {
 struct name_t {
     shown_text_t text; // canonical
     std::string der;
+    std::string remark;
 };
 
 name_t normalize(const dn_options_t& options) {
@@ -31,12 +33,14 @@ name_t normalize(const dn_options_t& options) {
     if (!parses) {
         throw failure_t(options.text, "does not parse as a distinguished name");
     }
+    const oid_map_handle_t map = options.oid_map.load();
     name_t name;
-    std::string normalized;
-    if (!printable_dn_normalize(options.reverse ? text : options.text, normalized, &name.der, options.oid_map.load())) {
+    if (!printable_to_asn_dn(options.reverse ? text.c_str() : options.text.c_str(), name.der, map)) {
         throw failure_t(options.text, "has a type that is unknown or a value that is malformed");
     }
-    name.text = shown_text_t(normalized);
+    const shown_name_t shown = show_name(make_blob(name.der), {PDN_ORDER_AS_ENCODED, map, false});
+    name.text = shown.text;
+    name.remark = shown.remark;
     return name;
 }
 
@@ -51,6 +55,9 @@ shown_text_t get_value(const name_t& name, const std::string& type) {
 
 void run(const dn_options_t& options, console_t& console) {
     const name_t name = normalize(options);
+    if (!name.remark.empty()) {
+        console.warn(options.text, name.remark);
+    }
     if (options.json) {
         record_t record;
         record.add("dn", name.text);

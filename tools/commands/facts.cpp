@@ -23,6 +23,12 @@ void negate(std::string& number) {
     }
 }
 
+// A big-endian number that is not negative, without leading zero octets.
+std::string magnitude_text(std::string_view number) {
+    const std::size_t first = number.find_first_not_of('\0');
+    return first == std::string_view::npos ? "00" : to_hex(number.substr(first));
+}
+
 // Content octets of an INTEGER (X.690 8.3) as a number: "-" before a negative one, no leading zero octets.
 std::string number_text(std::string_view content) {
     std::string number(content);
@@ -30,10 +36,7 @@ std::string number_text(std::string_view content) {
     if (is_negative) {
         negate(number);
     }
-    const std::size_t leading = std::min(number.find_first_not_of('\0'), number.size() - 1);
-    std::string text = is_negative ? "-" : "";
-    text += to_hex(std::string_view(number).substr(leading));
-    return text;
+    return (is_negative ? "-" : "") + magnitude_text(number);
 }
 
 void add_time(const char* key, const char* local_key, cert_time64_t time, bool local, record_t& record) {
@@ -55,16 +58,6 @@ void add_serial(const blob_t& serial_number, record_t& record, problems_t& probl
         return;
     }
     record.add("serial", number_text(content));
-}
-
-void add_validity(const blob_t& content, bool local, record_t& record, problems_t& problems) {
-    validity_times_t validity;
-    std::string problem;
-    if (!read_validity_times(content, validity, problem)) {
-        problems.push_back(problem);
-    }
-    add_time("not_before", "not_before_local", validity.not_before, local, record);
-    add_time("not_after", "not_after_local", validity.not_after, local, record);
 }
 
 // RFC 5280 4.1.1.2: the algorithm inside, which is signed, and the one outside are the same.
@@ -108,14 +101,22 @@ record_t start_record(const place_t& place, bool as_json) {
 
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console) {
     if (size != 0) {
-        console.warn(subject, std::to_string(size) + " bytes behind the " + thing + " are not looked at");
+        console.warn(subject, std::to_string(size) + " bytes after the " + thing + " are ignored");
+    }
+}
+
+void add_oid(const char* key, const named_oid_t& named, record_t& record) {
+    record.add_if(key, named.oid);
+    if (named.is_hexadecimal()) {
+        record.remark(std::string(key) +
+                      " has no dotted text that leads back to its DER, so it is shown in hexadecimal");
     }
 }
 
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record) {
     if (named.has_value()) {
         record.add_if(name_key, named->name);
-        record.add_if(oid_key, named->oid);
+        add_oid(oid_key, *named, record);
     }
 }
 
@@ -157,18 +158,48 @@ void add_public_key(const public_key_t& key, record_t& record) {
     add_named("curve", "curve_oid", key.curve, record);
 }
 
+void add_public_key_details(const public_key_t& key, record_t& record) {
+    if (key.modulus.size != 0) {
+        record.add("modulus", magnitude_text(chars(key.modulus)));
+        record.add("exponent", magnitude_text(chars(key.exponent)));
+    }
+    if (key.pss.has_value()) {
+        add_named("pss_hash", "pss_hash_oid", key.pss->hash, record);
+        add_named("pss_mask", "pss_mask_oid", key.pss->mask, record);
+        add_named("pss_mask_hash", "pss_mask_hash_oid", key.pss->mask_hash, record);
+        record.add("pss_salt_size", key.pss->salt_size);
+    }
+}
+
+std::vector<std::string> add_validity(const blob_t& content, bool local, record_t& record) {
+    problems_t problems;
+    const validity_t validity = read_validity(content, problems);
+    add_time("not_before", "not_before_local", validity.not_before, local, record);
+    add_time("not_after", "not_after_local", validity.not_after, local, record);
+    return problems;
+}
+
 std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
                                                bool local, record_t& record) {
     problems_t problems;
     add_serial(certificate.serial_number, record, problems);
-    add_validity(certificate.validity, local, record, problems);
+    problems_t bad_times = add_validity(certificate.validity, local, record);
+    problems.insert(problems.end(), bad_times.begin(), bad_times.end());
     add_signature_algorithm(certificate, map, record, problems);
     add_certified_key(certificate.public_key, map, record, problems);
     return problems;
 }
 
-std::optional<shown_text_t> show_name(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map) {
-    std::string text;
-    const bool done = asn_dn_to_printable(name.data, name.size, text, order, map);
-    return done ? std::optional(shown_text_t(text)) : std::nullopt;
+void add_name(const char* key, const blob_t& name, const name_style_t& style, record_t& record) {
+    const shown_name_t shown = show_name(name, style);
+    record.add(key, shown.text);
+    if (!shown.remark.empty()) {
+        record.remark(key + (": " + shown.remark));
+    }
+}
+
+void warn_of_remarks(const record_t& record, const std::string& subject, console_t& console) {
+    for (const std::string& remark : record.remarks()) {
+        console.warn(subject, remark);
+    }
 }

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "derkit/asn_oidmap.h"
-#include "derkit/asn_printable.h"
 #include "formats/certificate.h"
+#include "formats/name.h"
 #include "formats/pbe_outline.h"
 #include "formats/public_key.h"
 #include "io/console.h"
@@ -29,7 +29,10 @@ record_t start_record(const place_t& place, bool as_json);
 
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console);
 
-// Adds the name and the OID, as far as there are any.
+// Adds the OID, and a remark if it is in hexadecimal.
+void add_oid(const char* key, const named_oid_t& named, record_t& record);
+
+// As above, with the name in front, as far as there are any.
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record);
 
 // By their places in the parameters of a GOST key.
@@ -38,14 +41,24 @@ void add_param_sets(const std::vector<named_oid_t>& param_sets, record_t& record
 void add_derivation(const pbe_outline_t& pbe, record_t& record);
 void add_encryption(const pbe_outline_t& pbe, record_t& record);
 
+// Its algorithm, size and parameter sets.
 void add_public_key(const public_key_t& key, record_t& record);
+
+// What its encoding has beside that: modulus and exponent, parameters of RSASSA-PSS.
+void add_public_key_details(const public_key_t& key, record_t& record);
+
+// Adds the times of a Validity, in local time too if `local` is set. Returns what is wrong with those that cannot be shown.
+std::vector<std::string> add_validity(const blob_t& content, bool local, record_t& record);
 
 // Adds serial number, validity (in local time too if `local` is set), algorithms and the size or the parameter sets of
 // the key. Returns what is wrong with those that cannot be shown.
 std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
                                                bool local, record_t& record);
 
-// The text of a DER Name, or nothing if it has none.
-std::optional<shown_text_t> show_name(const blob_t& name, PrintableDnOrder order, oid_map_handle_t map);
+// Adds the text of a DER Name.
+void add_name(const char* key, const blob_t& name, const name_style_t& style, record_t& record);
+
+// Writes the record's remarks. `subject` names its object.
+void warn_of_remarks(const record_t& record, const std::string& subject, console_t& console);
 
 #endif

@@ -29,7 +29,7 @@ blob_t key_octets(const private_key_t& key) {
 
 void add_key(const private_key_t& key, bool reveal, record_t& record) {
     record.add("family", key.family);
-    record.add("algorithm_oid", name_oid(key.algorithm).oid);
+    add_oid("algorithm_oid", name_oid(key.algorithm), record);
     add_param_sets(key.param_sets, record);
     if (key.bits != 0) {
         record.add("bits", key.bits);
@@ -44,15 +44,6 @@ void add_key(const private_key_t& key, bool reveal, record_t& record) {
     if (reveal) {
         record.add("key", to_hex(chars(key_octets(key))));
     }
-}
-
-// What is wrong if the octets of a GOST key are no key; else nothing.
-std::string find_fault(const private_key_t& key) {
-    if (!key.is_gost || key.bits != 0) {
-        return "";
-    }
-    return "the " + std::to_string(key_octets(key).size) + " bytes of the key, shape " + key.shape +
-           ", are no key of " + key.family;
 }
 
 class key_command_t {
@@ -118,11 +109,13 @@ void key_command_t::show_plain(std::string_view der, const place_t& place) {
     }
     record_t record = start_key("PrivateKeyInfo", key.trailing, place);
     add_key(key, options_.reveal, record);
+    warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
     fail_if(find_fault(key), place);
 }
 
-// The fields outside the ciphertext are shown whether or not the decryption succeeds.
+// The fields outside the ciphertext are shown whether or not the decryption succeeds. Nothing has failed if no password
+// was given.
 void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
     encrypted_key_t encrypted;
     if (!read_encrypted_key(der, encrypted)) {
@@ -131,10 +124,15 @@ void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
     record_t record = start_key("EncryptedPrivateKeyInfo", encrypted.trailing, place);
     add_encryption(encrypted.encryption, record);
     record.add("ciphertext_size", encrypted.ciphertext.size);
-    std::string problem = encrypted.encryption.declined;
-    if (problem.empty() && options_.password.given()) {
-        problem = add_decrypted_key(encrypted, record);
+    record.add_if("not_read", encrypted.encryption.declined);
+    std::string problem;
+    if (options_.password.given()) {
+        problem = encrypted.encryption.declined;
+        if (problem.empty()) {
+            problem = add_decrypted_key(encrypted, record);
+        }
     }
+    warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
     fail_if(problem, place);
 }
@@ -146,7 +144,7 @@ std::string key_command_t::add_decrypted_key(const encrypted_key_t& encrypted, r
     private_key_t key;
     std::string problem;
     if (der.empty() || !read_private_key(der, key, problem)) {
-        return "wrong password, or damaged: what it decrypts to is no PrivateKeyInfo";
+        return "wrong password, or damaged: it does not decrypt to a PrivateKeyInfo";
     }
     add_key(key, options_.reveal, record);
     return find_fault(key);
@@ -181,9 +179,10 @@ void add_key_command(command_t& parent, console_t& console) {
     options->password.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
-    command.set_footer("Of an encrypted key, all that can be seen without its password is shown, and with it the key. "
-                       "readable: whether the library takes the shape in which the key is kept. size: of the key in "
-                       "that shape, in bytes; --reveal shows those bytes as they stand, masks included.\n"
+    command.set_footer("Of an encrypted key, all that can be seen without its password is shown, also why it cannot be "
+                       "decrypted here (not_read), and with the password the key. readable: whether the key was found "
+                       "in its shape. size: of the key in that shape, in bytes; --reveal shows those bytes as they "
+                       "stand, masks included.\n"
                        "Examples:\n"
                        "  derkit key key.pem\n"
                        "  derkit key --password-ask encrypted.pem");

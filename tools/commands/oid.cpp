@@ -2,6 +2,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "commands/commands.h"
 #include "commands/options.h"
@@ -24,9 +25,15 @@ std::optional<std::string> oid_from_name(const std::string& name, oid_map_handle
     return entry != nullptr ? std::optional(std::string(chars(entry->oid_asn, entry->oid_asn_size))) : std::nullopt;
 }
 
-std::optional<std::string> oid_from_hex(const std::string& hex) {
-    const std::optional<std::string> content = from_hex(hex);
-    return content.has_value() && oid_to_text(*content).has_value() ? content : std::nullopt;
+// With or without the "#" that the tool writes in front of an OID in hexadecimal.
+std::optional<std::string> oid_from_hex(std::string_view hex) {
+    hex.remove_prefix(hex.starts_with('#') ? 1 : 0);
+    const std::optional<std::string> der = from_hex(hex);
+    if (!der.has_value()) {
+        return std::nullopt;
+    }
+    const std::string content = oid_content(*der);
+    return oid_arcs(content).has_value() ? std::optional(content) : std::nullopt;
 }
 
 // Some short names, DC for one, would be hexadecimal too: names come first.
@@ -39,17 +46,52 @@ std::string find_oid(const std::string& text, oid_map_handle_t map) {
         content = oid_from_hex(text);
     }
     if (!content.has_value()) {
-        throw failure_t(text, "neither a dotted OID, nor a known short name, nor the hexadecimal content of an OID");
+        throw failure_t(text, "neither a dotted OID, nor a known short name, nor the DER of an OID in hexadecimal");
     }
     return *content;
+}
+
+std::string without_leading_zeros(std::string_view dotted) {
+    std::string text;
+    bool at_start = true; // of an arc
+    for (std::size_t i = 0; i < dotted.size(); ++i) {
+        const bool last_of_arc = i + 1 == dotted.size() || dotted[i + 1] == '.';
+        if (at_start && dotted[i] == '0' && !last_of_arc) {
+            continue;
+        }
+        text += dotted[i];
+        at_start = dotted[i] == '.';
+    }
+    return text;
+}
+
+// The library reads arcs in 32 bits, and takes any second arc, so its text and its DER can be those of another OID.
+void add_library_text(const std::string& content, const std::string& arcs, record_t& record) {
+    std::string text;
+    oid_asn_to_str_(octets(content), octets(content) + content.size(), text);
+    if (text != arcs) {
+        record.add("libderkit", text);
+    }
+}
+
+void warn_of_other_oids(const std::string& given, const std::string& content, const std::string& arcs,
+                        console_t& console) {
+    if (oid_from_text(given).has_value() && without_leading_zeros(given) != arcs) {
+        console.warn(given, "is no OID; libderkit encodes it as " + arcs);
+    }
+    if (oid_text(content) != arcs) {
+        console.warn(given, "its dotted text does not lead back to its DER: arcs are padded or above 32 bits");
+    }
 }
 
 void run(const oid_options_t& options, console_t& console) {
     const oid_map_handle_t map = options.oid_map.load();
     const std::string content = find_oid(options.oid, map);
+    const std::string arcs = oid_arcs(content).value_or("");
     record_t record;
-    record.add("oid", oid_to_text(content).value_or(""));
+    record.add("oid", arcs);
     record.add("der", to_hex(content));
+    add_library_text(content, arcs, record);
     const OIDdescr_t* const entry = oid_map_find_asn(map, octets(content), size_of(content));
     if (entry != nullptr) {
         record.add("short_name", std::string_view(entry->oid_sn, entry->oid_sn_size));
@@ -59,6 +101,7 @@ void run(const oid_options_t& options, console_t& console) {
     if (algorithm != nullptr) {
         record.add("algorithm", algorithm);
     }
+    warn_of_other_oids(options.oid, content, arcs, console);
     console.put(record, options.json);
 }
 
@@ -67,7 +110,8 @@ void run(const oid_options_t& options, console_t& console) {
 void add_oid_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("oid", "Show an object identifier as dotted text, DER and names");
     const auto options = std::make_shared<oid_options_t>();
-    command.add_argument("OID", options->oid, "Dotted text, a short name, or DER content octets in hexadecimal");
+    command.add_argument("OID", options->oid,
+                         "Dotted text, a short name, or the DER in hexadecimal: a whole element or its content");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object");
     command.set_footer("Examples:\n"

@@ -24,10 +24,17 @@ oid_map_handle_t oid_map_option_t::load() const {
     // A map cannot be copied, so the files are added to the existing one of the built-in names, and what that map held
     // before wins. It serves the whole process, which is this one command.
     for (const std::string& file : files_) {
-        const std::string text = read_input(file);
+        const std::string bytes = read_input(file);
+        const std::string_view text = without_byte_order_mark(bytes);
         oid_map_parse_(*OID_MAP_HANDLE_DEFAULT.map, text.data(), size_of(text));
     }
     return OID_MAP_HANDLE_DEFAULT;
+}
+
+void t61_option_t::add_to(command_t& command) {
+    command.add_choice({"--t61", "CHARACTERS",
+                        "What a T61String of a name holds: t61 (the default), or latin1, as some issuers have it"},
+                       characters_, {"t61", "latin1"});
 }
 
 void password_option_t::add_to(command_t& command) {
@@ -49,6 +56,9 @@ void password_option_t::require_free_stdin(const std::string& file) const {
 }
 
 secret_t password_option_t::read(const std::string& what_for) const {
+    if (file_ == "-") {
+        throw usage_error_t("--password-file: - is no file (see --password-stdin)");
+    }
     if (file_.has_value()) {
         return read_password_from_file(*file_);
     }

@@ -24,6 +24,16 @@ class oid_map_option_t {
     std::vector<std::string> files_;
 };
 
+// --t61 CHARACTERS, for commands that show names.
+class t61_option_t {
+  public:
+    void add_to(command_t& command);
+    bool is_latin1() const { return characters_ == "latin1"; }
+
+  private:
+    std::string characters_ = "t61";
+};
+
 // --password-file FILE, --password-env VARIABLE, --password-stdin and --password-ask; at most one of them.
 class password_option_t {
   public:

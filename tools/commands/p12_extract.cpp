@@ -2,6 +2,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include <unistd.h>
 
 #include "commands/commands.h"
 #include "commands/options.h"
@@ -23,6 +26,31 @@ struct p12_extract_options_t {
     bool partial = false;
 };
 
+std::string key_name(const std::string& which) {
+    return "key-" + which + ".pem";
+}
+
+std::string certificate_name(const std::string& which) {
+    return "certificate-" + which + ".pem";
+}
+
+// Those of the files that can be told without the password.
+std::vector<std::string> names_seen_in(const pfx_outline_t& outline) {
+    std::vector<std::string> names;
+    unsigned int num_keys = 0;
+    unsigned int num_certificates = 0;
+    for (const entry_outline_t& entry : outline.entries) {
+        for (const bag_outline_t& bag : entry.bags) {
+            if (bag.is_key) {
+                names.push_back(key_name(std::to_string(++num_keys)));
+            } else if (bag.is_certificate) {
+                names.push_back(certificate_name(std::to_string(++num_certificates)));
+            }
+        }
+    }
+    return names;
+}
+
 class p12_extract_t {
   public:
     p12_extract_t(const p12_extract_options_t& options, console_t& console)
@@ -35,6 +63,7 @@ class p12_extract_t {
     console_t& console_;
     std::string name_; // of the file, in messages
 
+    destination_t destination() const;
     void tell_skipped(const p12_container_t& container);
     void extract(const p12_container_t& container);
     void add_key(const blob_t& value, const std::string& which, file_set_t& files);
@@ -45,16 +74,23 @@ class p12_extract_t {
 void p12_extract_t::run() {
     options_.password.require_free_stdin(options_.file);
     std::string bytes = read_filled_input(options_.file);
+    require_room_for(destination(), names_seen_in(outline_readable_pfx(name_, bytes)));
     const std::optional<secret_t> password = options_.password.read(options_.file);
     const p12_container_t container(name_, std::move(bytes), password);
     tell_skipped(container);
     if (!container.skipped().empty() && !options_.partial) {
-        throw failure_t(name_, "nothing is extracted, because not all can be read (--partial extracts the rest)");
+        throw failure_t(name_,
+                        "nothing is extracted, because not everything can be read (--partial extracts the rest)");
     }
     if (container.keys().empty() && container.certificates().empty()) {
         throw failure_t(name_, "holds neither a key nor a certificate that can be read");
     }
     extract(container);
+}
+
+destination_t p12_extract_t::destination() const {
+    return {options_.directory, missing_directory_t::CREATED,
+            options_.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED};
 }
 
 void p12_extract_t::tell_skipped(const p12_container_t& container) {
@@ -64,7 +100,7 @@ void p12_extract_t::tell_skipped(const p12_container_t& container) {
 }
 
 void p12_extract_t::extract(const p12_container_t& container) {
-    file_set_t files(options_.directory, options_.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED);
+    file_set_t files(destination());
     unsigned int index = 0;
     for (const opened_bag_t& bag : container.keys()) {
         add_key(bag.bag->value, std::to_string(++index), files);
@@ -73,10 +109,12 @@ void p12_extract_t::extract(const p12_container_t& container) {
     for (const opened_bag_t& bag : container.certificates()) {
         add_certificate(bag.bag->value, std::to_string(++index), files);
     }
-    files.commit();
+    files.place();
     for (const std::string& path : files.paths()) {
+        files.signals().wait_for_room(STDOUT_FILENO);
         console_.put(shown_text_t(path));
     }
+    files.keep();
 }
 
 void p12_extract_t::add_key(const blob_t& value, const std::string& which, file_set_t& files) {
@@ -87,7 +125,7 @@ void p12_extract_t::add_key(const blob_t& value, const std::string& which, file_
     }
     std::string pem = write_pem("PRIVATE KEY", without_trailing(value, key.trailing, "key " + which));
     const wipe_at_end_t wiped(pem);
-    files.add("key-" + which + ".pem", secrecy_t::SECRET, pem);
+    files.add(key_name(which), secrecy_t::SECRET, pem);
 }
 
 void p12_extract_t::add_certificate(const blob_t& value, const std::string& which, file_set_t& files) {
@@ -97,13 +135,13 @@ void p12_extract_t::add_certificate(const blob_t& value, const std::string& whic
         throw failure_t(name_ + ": certificate " + which, problem);
     }
     const std::string_view der = without_trailing(value, certificate.trailing, "certificate " + which);
-    files.add("certificate-" + which + ".pem", secrecy_t::PUBLIC, write_pem("CERTIFICATE", der));
+    files.add(certificate_name(which), secrecy_t::PUBLIC, write_pem("CERTIFICATE", der));
 }
 
 std::string_view p12_extract_t::without_trailing(const blob_t& value, const blob_t& trailing,
                                                  const std::string& which) {
     if (trailing.size != 0) {
-        console_.warn(name_ + ": " + which, std::to_string(trailing.size) + " bytes behind it are left out");
+        console_.warn(name_ + ": " + which, std::to_string(trailing.size) + " bytes after it are left out");
     }
     return chars(value.data, value.size - trailing.size);
 }
@@ -121,9 +159,14 @@ void add_p12_extract(command_t& p12, console_t& console) {
     command.add_flag("--partial", options->partial, "Extract what can be read although something cannot");
     command.require({"--out"});
     command.set_footer(
-        "Keys are written unencrypted, for their owner's eyes only (mode 0600). After a failure there is "
-        "no file at all. Without a password option the password is asked for at the terminal.\n"
+        "Keys are written unencrypted, readable only by their owner (mode 0600). After a failure the directory is as "
+        "before. Without a password option the password is asked for at the terminal.\n"
         "Example:\n"
         "  derkit p12 extract --out folder container.p12");
-    command.set_action([options, &console] { p12_extract_t(*options, console).run(); });
+    command.set_action([options, &console] {
+        if (options->directory.empty() || options->directory == "-") {
+            throw usage_error_t("--out: needs a directory (./- for one of that name)");
+        }
+        p12_extract_t(*options, console).run();
+    });
 }

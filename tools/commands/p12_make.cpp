@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <gcrypt.h>
+#include <unistd.h>
 
 #include "commands/commands.h"
 #include "commands/options.h"
@@ -89,17 +90,32 @@ bool comes_back(const p12_parts_t& parts, const std::string& bytes, const std::o
 }
 
 void require_free_inputs(const p12_make_options_t& options) {
+    unsigned int num_from_stdin = options.key == "-" ? 1 : 0;
     options.password.require_free_stdin(options.key);
     for (const std::string& file : options.certificates) {
         options.password.require_free_stdin(file);
+        num_from_stdin += file == "-" ? 1 : 0;
     }
+    if (num_from_stdin > 1) {
+        throw usage_error_t("the standard input can be read only once");
+    }
+}
+
+bool goes_to_stdout(const p12_make_options_t& options) {
+    return options.out == "-";
+}
+
+// For messages.
+std::string output_name(const p12_make_options_t& options) {
+    return goes_to_stdout(options) ? "(standard output)" : options.out;
 }
 
 // A typing error that nobody sees would lock the key away, so the password is asked for twice.
 secret_t read_password(const p12_make_options_t& options) {
-    secret_t password = options.password.read(options.out);
-    if (options.password.asks() && options.password.read(options.out + " again").text() != password.text()) {
-        throw failure_t(options.out, "the two passwords differ");
+    const std::string name = output_name(options);
+    secret_t password = options.password.read(name);
+    if (options.password.asks() && options.password.read(name + " again").text() != password.text()) {
+        throw failure_t(name, "the two passwords differ");
     }
     return password;
 }
@@ -124,39 +140,65 @@ std::string encode(const p12_parts_t& parts, gost_pbe_crypto_t& crypto, const st
     return bytes;
 }
 
-void write(const p12_make_options_t& options, const std::string& bytes) {
-    output_file_t file(options.out, secrecy_t::SECRET, options.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED);
-    file.write(bytes);
-    file.commit();
+destination_t destination_of(const p12_make_options_t& options) {
+    return {file_path_t(options.out).directory, missing_directory_t::REFUSED,
+            options.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED};
 }
 
-void run(const p12_make_options_t& options) {
+void require_room_for_output(const p12_make_options_t& options) {
+    if (!goes_to_stdout(options)) {
+        require_room_for(destination_of(options), {file_path_t(options.out).name});
+    } else if (isatty(STDOUT_FILENO) != 0) {
+        throw failure_t("--out", "the standard output is a terminal");
+    }
+}
+
+void write(const p12_make_options_t& options, const std::string& bytes, console_t& console) {
+    if (goes_to_stdout(options)) {
+        return console.put_bytes(bytes);
+    }
+    file_set_t files(destination_of(options));
+    files.add(file_path_t(options.out).name, secrecy_t::SECRET, bytes);
+    files.place();
+    files.keep();
+}
+
+std::vector<std::string> read_certificates(const std::vector<std::string>& files) {
+    std::vector<std::string> all;
+    for (const std::string& file : files) {
+        const std::vector<std::string> certificates = read_certificate_file(file);
+        all.insert(all.end(), certificates.begin(), certificates.end());
+    }
+    return all;
+}
+
+// All that can be found wrong without a password is, before one is asked for.
+void run(const p12_make_options_t& options, console_t& console) {
     require_free_inputs(options);
+    require_room_for_output(options);
+    p12_parts_t parts;
+    const wipe_at_end_t wiped(parts.key);
+    parts.friendly_name = encode_name(options.name);
+    parts.certificates = read_certificates(options.certificates);
+    const key_file_t key(options.key);
     const std::optional<secret_t> password = read_password(options);
     const container_profile_t profile =
         options.profile == "native" ? container_profile_t::NATIVE : container_profile_t::STANDARD;
     gost_pbe_crypto_t crypto(password, profile); // starts libgcrypt, also for the digest below
-    p12_parts_t parts;
-    const wipe_at_end_t wiped(parts.key);
-    parts.friendly_name = encode_name(options.name);
-    for (const std::string& file : options.certificates) {
-        const std::vector<std::string> certificates = read_certificate_file(file);
-        parts.certificates.insert(parts.certificates.end(), certificates.begin(), certificates.end());
-    }
-    parts.key = read_key_file(options.key, password);
+    parts.key = key.open(password);
     const std::string& first = parts.certificates.front();
     gcry_md_hash_buffer(GCRY_MD_SHA1, parts.local_key_id.data(), first.data(), first.size());
 
-    const std::string bytes = encode(parts, crypto, options.out);
+    const std::string bytes = encode(parts, crypto, output_name(options));
     if (!comes_back(parts, bytes, password)) {
-        throw failure_t(options.out, "the container has a size that its header cannot say");
+        throw failure_t(output_name(options), "the size of the container does not fit into its header");
     }
-    write(options, bytes);
+    write(options, bytes, console);
 }
 
 } // namespace
 
-void add_p12_make(command_t& p12) {
+void add_p12_make(command_t& p12, console_t& console) {
     command_t command = p12.add_subcommand("make", "Make a container of a private key and its certificates");
     const auto options = std::make_shared<p12_make_options_t>();
     command.add_option({"--key", "FILE", "A PKCS#8 key, PEM or DER, plain or encrypted under the same password"},
@@ -167,15 +209,16 @@ void add_p12_make(command_t& p12) {
     command.add_choice(
         {"--profile", "PROFILE", "Layout: standard (the default), as RFC 7292 has it, or native, the library's own"},
         options->profile, {"standard", "native"});
-    command.add_option({"--out", "FILE", "The container; only its owner can read it"}, options->out);
+    command.add_option({"--out", "FILE", "The container, readable only by its owner; - is standard output"},
+                       options->out);
     options->password.add_to(command);
     command.add_flag("--force", options->force, "Overwrite a file that is there");
     command.require({"--key", "--cert", "--out"});
-    command.set_footer("The key and the certificates are all encrypted (GOST 28147-89), also the names. The first "
-                       "certificate is taken to be that of the key: whether it is, is not checked. An encrypted key "
-                       "must have the password that the container gets. Without a password option it is asked for, "
+    command.set_footer("Key, certificates and names are all encrypted (GOST 28147-89). The first certificate is "
+                       "assumed to belong to the key; this is not checked. An encrypted key must have the password of "
+                       "the container. Without a password option it is asked for, "
                        "twice.\n"
                        "Example:\n"
                        "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
-    command.set_action([options] { run(*options); });
+    command.set_action([options, &console] { run(*options, console); });
 }

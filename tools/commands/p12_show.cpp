@@ -1,4 +1,4 @@
-// derkit p12 show: what a container shows without its password, and what it holds.
+// derkit p12 show: what can be seen of a container without its password, and what it holds.
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -20,6 +20,7 @@ struct p12_show_options_t {
     std::string file;
     container_password_option_t password;
     oid_map_option_t oid_map;
+    t61_option_t t61;
     bool json = false;
 };
 
@@ -84,6 +85,7 @@ void p12_show_t::run() {
         return;
     }
     const oid_map_handle_t map = options_.oid_map.load();
+    outline_readable_pfx(name_, bytes); // before a password is asked for
     const std::optional<secret_t> password = options_.password.read(options_.file);
     show_inside(p12_container_t(name_, std::move(bytes), password), map);
 }
@@ -101,6 +103,7 @@ record_t p12_show_t::new_record(const char* object, std::initializer_list<index_
 }
 
 void p12_show_t::put(const record_t& record, const std::string& place) {
+    warn_of_remarks(record, name_ + ": " + place, console_);
     console_.put(record, options_.json, shown_text_t(place + ": "));
 }
 
@@ -109,7 +112,7 @@ void p12_show_t::fail(const std::string& place, const std::string& problem) {
 }
 
 void p12_show_t::show_outside(const pfx_outline_t& outline) {
-    if (!outline.mac.has_value() && outline.entries.empty() && !outline.problem.empty()) {
+    if (!outline.is_container()) {
         throw failure_t(name_, outline.fault());
     }
     show_mac(outline);
@@ -124,14 +127,12 @@ void p12_show_t::show_outside(const pfx_outline_t& outline) {
 
 void p12_show_t::show_mac(const pfx_outline_t& outline) {
     record_t record = new_record("mac");
-    if (!outline.mac.has_value()) {
-        record.add("algorithm", "none");
-    } else {
+    if (outline.mac.has_value()) {
         add_mac(*outline.mac, record);
-        if (!outline.mac->declined.empty()) {
-            record.add("not_read", "the MAC " + outline.mac->declined);
-        }
+    } else {
+        record.add("algorithm", "none");
     }
+    record.add_if("not_read", outline.declined);
     put(record, "mac");
 }
 
@@ -140,6 +141,7 @@ void p12_show_t::show_entry(const entry_outline_t& entry, std::size_t index) {
     add_named("content_type", "content_type_oid", entry.content_type, record);
     record.add("size", entry.size);
     add_declinable_encryption(entry.encryption, record);
+    record.add_if("not_read", entry.declined);
     put(record, entry_place(index));
     for (std::size_t i = 0; i < entry.bags.size(); ++i) {
         show_outer_bag(entry.bags[i], index, i);
@@ -151,6 +153,7 @@ void p12_show_t::show_outer_bag(const bag_outline_t& bag, std::size_t entry_inde
     add_named("type", "type_oid", bag.type, record);
     record.add("size", bag.size);
     add_declinable_encryption(bag.encryption, record);
+    record.add_if("not_read", bag.declined);
     put(record, bag_place(entry_place(entry_index), index));
 }
 
@@ -190,7 +193,9 @@ void p12_show_t::show_key(const opened_bag_t& bag, unsigned int index) {
         record.add_if("shape", key.shape);
         record.add_if("bits", key.bits != 0 ? std::optional(key.bits) : std::nullopt);
         record.add_yes_or_no("readable", key.readable);
-    } else {
+        problem = find_fault(key);
+    }
+    if (!problem.empty()) {
         fail(place, problem);
     }
     put(record, place);
@@ -207,18 +212,9 @@ void p12_show_t::show_certificate(const opened_bag_t& bag, unsigned int index, o
         put(record, place);
         return;
     }
-    const std::optional<shown_text_t> subject = show_name(certificate.subject, PDN_ORDER_AS_ENCODED, map);
-    if (subject.has_value()) {
-        record.add("subject", *subject);
-    } else {
-        fail(place, "subject is malformed or has text that its string type does not allow");
-    }
-    validity_texts_t validity;
-    if (read_validity_texts(certificate.validity, validity)) {
-        record.add("not_before", validity.not_before);
-        record.add("not_after", validity.not_after);
-    } else {
-        fail(place, "validity is malformed");
+    add_name("subject", certificate.subject, {PDN_ORDER_AS_ENCODED, map, options_.t61.is_latin1()}, record);
+    for (const std::string& bad_time : add_validity(certificate.validity, false, record)) {
+        fail(place, bad_time);
     }
     put(record, place);
 }
@@ -229,7 +225,7 @@ void p12_show_t::add_attributes(const opened_bag_t& bag, const std::string& plac
     if (friendly_name.size != 0) {
         const std::optional<std::string> text = utf8_from_utf16(chars(friendly_name.data, friendly_name.size));
         if (text.has_value()) {
-            record.add("friendly_name", *text);
+            record.add("friendly_name", shown_text_t::without_escapes(*text));
         } else {
             fail(place, "friendly name is not UTF-16");
         }
@@ -240,14 +236,15 @@ void p12_show_t::add_attributes(const opened_bag_t& bag, const std::string& plac
 } // namespace
 
 void add_p12_show(command_t& p12, console_t& console) {
-    command_t command = p12.add_subcommand("show", "Show what a container tells of its protection, or what it holds");
+    command_t command = p12.add_subcommand("show", "Show how a container is protected, or what it holds");
     const auto options = std::make_shared<p12_show_options_t>();
     command.add_argument("FILE", options->file, "A container; - is standard input");
     options->password.add_to(command);
     options->oid_map.add_to(command);
+    options->t61.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
-    command.set_footer("Without a password: the algorithms and their parameters, and what cannot be read (not_read). "
-                       "With one: what is found to be good, and the keys and certificates.\n"
+    command.set_footer("Without a password: the algorithms and their parameters, and why something cannot be read "
+                       "(not_read). With one: whether the MAC is good, and the keys and certificates.\n"
                        "Example:\n"
                        "  derkit p12 show --password-ask container.p12");
     command.set_action([options, &console] { p12_show_t(*options, console).run(); });

@@ -117,6 +117,8 @@ void spki_command_t::show(const blob_t& key_info, const place_t& place) {
     }
     record_t record = start_record(place, options_.json);
     add_public_key(key, record);
+    add_public_key_details(key, record);
+    warn_of_remarks(record, place.subject, console_);
     console_.put(record, options_.json);
 }
 

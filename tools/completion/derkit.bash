@@ -20,18 +20,19 @@ _derkit() {
     values=$subcommands
   else
     case $subcommand in
-    cert) options+=" --order --oid-map --json --local --round-trip" files=true ;;
+    cert) options+=" --order --oid-map --t61 --json --local --round-trip" files=true ;;
     spki) options+=" --oid-map --json" files=true ;;
     dn) options+=" --reverse --der --hex --get --oid-map --json" ;;
     oid) options+=" --oid-map --json" ;;
     alg | time) options+=" --json" ;;
     key) options+=" $password --json --reveal" files=true ;;
-    "p12 show") options+=" $password --no-password --oid-map --json" files=true ;;
+    "p12 show") options+=" $password --no-password --oid-map --t61 --json" files=true ;;
     "p12 extract") options+=" --out $password --no-password --force --partial" files=true ;;
     "p12 make") options+=" --key --cert --name --profile --out $password --force" ;;
     esac
     case $previous in
     --order) values="as-encoded reversed" files=false ;;
+    --t61) values="t61 latin1" files=false ;;
     --profile) values="standard native" files=false ;;
     --password-env) mapfile -t COMPREPLY < <(compgen -e -- "$word") && return ;;
     --oid-map | --password-file | --key | --cert | --out) files=true ;;

@@ -63,90 +63,113 @@ std::string certificate_of(const pem_block_t& block, const std::string& name) {
     return block.der.substr(0, block.der.size() - certificate.trailing.size);
 }
 
-constexpr asn_tag_t::Type UTC_TIME = static_cast<asn_tag_t::Type>(0x17);
-constexpr asn_tag_t::Type GENERALIZED_TIME = static_cast<asn_tag_t::Type>(0x18);
-
-constexpr std::size_t UTC_TIME_SIZE = std::string_view("YYMMDDHHMMSSZ").size();
-constexpr std::size_t GENERALIZED_TIME_SIZE = std::string_view("YYYYMMDDHHMMSSZ").size();
-
-struct der_time_t {
-    std::string_view content;
-    std::string digits; // YYYYMMDDHHMMSS; empty if the content has another form than certificates may have
+// Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }         RFC 5280 4.1
+struct time_form_t {
+    asn_tag_t::Type tag;
+    const char* name;
+    std::string_view form;
+    const char* of_the_other; // what is wrong with a text of the other form
 };
 
-bool is_der_time(std::string_view time, std::size_t size) {
-    return time.size() == size && time.ends_with('Z') &&
+constexpr time_form_t UTC_TIME = {static_cast<asn_tag_t::Type>(0x17), "UTCTime", "YYMMDDHHMMSSZ",
+                                  "is a UTCTime with a year of four digits"};
+constexpr time_form_t GENERALIZED_TIME = {static_cast<asn_tag_t::Type>(0x18), "GeneralizedTime", "YYYYMMDDHHMMSSZ",
+                                          "is a GeneralizedTime with a year of two digits"};
+
+bool has_form(std::string_view time, const time_form_t& form) {
+    return time.size() == form.form.size() && time.ends_with('Z') &&
            std::all_of(time.begin(), time.end() - 1, [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }         RFC 5280 4.1
-// Years of UTCTime from 50 on belong to the twentieth century.
-der_time_t read_time(asn_cursor_t& in) {
-    const bool is_utc_time = in.next_is(UTC_TIME);
-    der_time_t time;
-    time.content = chars(in.read(is_utc_time ? UTC_TIME : GENERALIZED_TIME));
-    if (is_der_time(time.content, is_utc_time ? UTC_TIME_SIZE : GENERALIZED_TIME_SIZE)) {
-        time.digits = time.content.substr(0, time.content.size() - 1);
-        if (is_utc_time) {
-            time.digits.insert(0, time.content[0] >= '5' ? "19" : "20");
-        }
+struct calendar_time_t {
+    unsigned int year;
+    unsigned int month;
+    unsigned int day;
+    unsigned int hour;
+    unsigned int minute;
+    unsigned int second;
+};
+
+// A time that has its form. Years of UTCTime from 50 on belong to the twentieth century (RFC 5280 4.1.2.5.1).
+calendar_time_t split_time(std::string_view time, const time_form_t& form) {
+    const auto take = [&time](std::size_t num_digits) {
+        unsigned int number = 0;
+        std::from_chars(time.data(), time.data() + num_digits, number);
+        time.remove_prefix(num_digits);
+        return number;
+    };
+    const bool two_digits = form.tag == UTC_TIME.tag;
+    unsigned int year = take(two_digits ? 2 : 4);
+    if (two_digits) {
+        year += year >= 50 ? 1900 : 2000;
     }
-    return time;
+    const unsigned int month = take(2);
+    const unsigned int day = take(2);
+    const unsigned int hour = take(2);
+    const unsigned int minute = take(2);
+    return {year, month, day, hour, minute, take(2)};
 }
 
-std::string text_of(const der_time_t& time) {
-    if (time.digits.empty()) {
-        return std::string(time.content);
+// What keeps it out of the calendar from 1900 on, where the library's years begin; null if nothing does.
+const char* calendar_fault(const calendar_time_t& time) {
+    const std::chrono::year_month month{std::chrono::year(static_cast<int>(time.year)), std::chrono::month(time.month)};
+    if (time.year < 1900) {
+        return "lies before 1900";
     }
-    std::string text = time.digits.substr(0, 4);
-    for (std::size_t i = 4; i < time.digits.size(); i += 2) {
-        text += "--T::"[i / 2 - 2];
-        text += time.digits.substr(i, 2);
+    if (!month.ok()) {
+        return "has an impossible month";
     }
-    return text + "Z";
+    if (!(month / static_cast<int>(time.day)).ok()) {
+        return "has an impossible day";
+    }
+    if (time.hour >= 24) {
+        return "has an impossible hour";
+    }
+    if (time.minute >= 60) {
+        return "has an impossible minute";
+    }
+    return time.second >= 60 ? "has an impossible second" : nullptr;
 }
 
-unsigned int number_at(std::string_view digits, std::size_t begin, std::size_t size) {
-    unsigned int number = 0;
-    std::from_chars(digits.data() + begin, digits.data() + begin + size, number);
-    return number;
+cert_time64_t pack_time(const calendar_time_t& time) {
+    cert_time64_t packed = time.year;
+    for (const unsigned int field : {time.month - 1, time.day, time.hour, time.minute, time.second}) {
+        packed = packed << 8 | field;
+    }
+    return packed;
 }
 
-// Invalid unless the calendar has the time; the library's years begin with 1900.
-cert_time64_t pack_time(std::string_view digits) {
-    const unsigned int year = number_at(digits, 0, 4);
-    const unsigned int month = number_at(digits, 4, 2);
-    const unsigned int day = number_at(digits, 6, 2);
-    const unsigned int hour = number_at(digits, 8, 2);
-    const unsigned int minute = number_at(digits, 10, 2);
-    const unsigned int second = number_at(digits, 12, 2);
-    const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(year)), std::chrono::month(month),
-                                           std::chrono::day(day)};
-    if (!date.ok() || year < 1900 || hour >= 24 || minute >= 60 || second >= 60) {
-        return CERT_TIME64_INVALID;
+struct read_time_t {
+    cert_time64_t time = CERT_TIME64_INVALID;
+    std::string fault; // empty if the time is good
+};
+
+read_time_t read_time(std::string_view content, const time_form_t& form, const time_form_t& other) {
+    const std::string shown = ": " + std::string(content);
+    if (has_form(content, other)) {
+        return {CERT_TIME64_INVALID, form.of_the_other + shown};
     }
-    cert_time64_t time = year;
-    for (const unsigned int field : {month - 1, day, hour, minute, second}) {
-        time = time << 8 | field;
+    if (!has_form(content, form)) {
+        return {CERT_TIME64_INVALID, "is not of the form " + std::string(form.form) + " of a " + form.name + shown};
     }
-    return time;
+    const calendar_time_t time = split_time(content, form);
+    const char* const fault = calendar_fault(time);
+    return fault == nullptr ? read_time_t{pack_time(time), ""} : read_time_t{CERT_TIME64_INVALID, fault + shown};
 }
 
-cert_time64_t read_cert_time(asn_cursor_t& in, const char* field, std::string& problem) {
-    const der_time_t read = read_time(in);
+// An element of another type is passed, so that a time after it is found.
+read_time_t read_next_time(asn_cursor_t& in) {
+    const bool is_utc_time = in.next_is(UTC_TIME.tag);
+    const bool is_time = is_utc_time || in.next_is(GENERALIZED_TIME.tag);
+    const blob_t content = in.read(asn_tag_t::ANY);
     if (!in.ok()) {
-        problem = std::string(field) + " is missing or malformed";
-        return CERT_TIME64_INVALID;
+        return {CERT_TIME64_INVALID, "is missing or malformed"};
     }
-    const cert_time64_t time = read.digits.empty() ? CERT_TIME64_INVALID : pack_time(read.digits);
-    if (time == CERT_TIME64_INVALID) {
-        const char* const fault = read.digits.empty() ? " is not of the form YYMMDDHHMMSSZ or YYYYMMDDHHMMSSZ: "
-                                                      : " is no time of the calendar from 1900 on: ";
-        problem = field;
-        problem += fault;
-        problem += text_of(read);
+    if (!is_time) {
+        return {CERT_TIME64_INVALID, "is neither a UTCTime nor a GeneralizedTime"};
     }
-    return time;
+    return is_utc_time ? read_time(chars(content), UTC_TIME, GENERALIZED_TIME)
+                       : read_time(chars(content), GENERALIZED_TIME, UTC_TIME);
 }
 
 } // namespace
@@ -187,21 +210,15 @@ std::vector<std::string> read_certificate_file(const std::string& file) {
 }
 
 // Validity ::= SEQUENCE { notBefore Time, notAfter Time }                  RFC 5280 4.1
-bool read_validity_texts(const blob_t& content, validity_texts_t& out) {
+validity_t read_validity(const blob_t& content, std::vector<std::string>& problems) {
     asn_cursor_t in(content);
-    out.not_before = text_of(read_time(in));
-    out.not_after = text_of(read_time(in));
-    return in.ok();
-}
-
-// Both are read, so that a bad one does not hide the other.
-bool read_validity_times(const blob_t& content, validity_times_t& out, std::string& problem) {
-    asn_cursor_t in(content);
-    std::string second_problem;
-    out.not_before = read_cert_time(in, "notBefore", problem);
-    out.not_after = read_cert_time(in, "notAfter", second_problem);
-    if (problem.empty()) {
-        problem = second_problem;
+    const read_time_t not_before = read_next_time(in);
+    const read_time_t not_after = read_next_time(in);
+    if (!not_before.fault.empty()) {
+        problems.push_back("notBefore " + not_before.fault);
     }
-    return problem.empty();
+    if (!not_after.fault.empty()) {
+        problems.push_back("notAfter " + not_after.fault);
+    }
+    return {not_before.time, not_after.time};
 }

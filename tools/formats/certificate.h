@@ -32,21 +32,13 @@ bool read_certificate(std::string_view der, certificate_t& out, std::string& pro
 // failure_t.
 std::vector<std::string> read_certificate_file(const std::string& file);
 
-struct validity_texts_t {
-    std::string not_before;
-    std::string not_after;
-};
-
-// From the content of a Validity (RFC 5280 4.1.2.5): "2030-12-31T23:59:59Z". A time that has neither of the two forms
-// allowed in certificates is returned as it is.
-bool read_validity_texts(const blob_t& content, validity_texts_t& out);
-
-struct validity_times_t {
+struct validity_t {
     cert_time64_t not_before = CERT_TIME64_INVALID;
     cert_time64_t not_after = CERT_TIME64_INVALID;
 };
 
-// As above, as times. On failure `problem` says what is wrong with which time; the other one may be good.
-bool read_validity_times(const blob_t& content, validity_times_t& out, std::string& problem);
+// From the content of a Validity (RFC 5280 4.1.2.5). A time that is not good is invalid, and `problems` receives what is
+// wrong with it.
+validity_t read_validity(const blob_t& content, std::vector<std::string>& problems);
 
 #endif

@@ -21,6 +21,9 @@ constexpr std::size_t PBKDF2_MAC_SIZE = 96;    // of which the last KEY_SIZE oct
 constexpr std::size_t DIGEST_BLOCK_SIZE = 32;  // GOST R 34.11-94; its output is as long
 constexpr unsigned char PKCS12_KDF_MAC_ID = 3; // RFC 7292 B.3
 
+// More than all keys that are in use at a time.
+constexpr unsigned int SECURE_MEMORY_SIZE = 65536;
+
 // 07 D0: without a zero octet, so the library writes it without loss.
 constexpr unsigned int ITERATIONS = 2000;
 
@@ -35,7 +38,9 @@ void start_libgcrypt() {
         if (gcry_check_version("1.10.0") == nullptr) {
             throw std::runtime_error("libgcrypt is older than 1.10");
         }
-        gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
+        // Where memory may not be locked, it is used unlocked, without a warning.
+        gcry_control(GCRYCTL_DISABLE_SECMEM_WARN);
+        gcry_control(GCRYCTL_INIT_SECMEM, SECURE_MEMORY_SIZE, 0);
         gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0);
         return true;
     }();
@@ -55,7 +60,7 @@ class digest_t {
   public:
     digest_t() {
         gcry_md_hd_t opened = nullptr;
-        require(gcry_md_open(&opened, GCRY_MD_GOSTR3411_CP, 0), "GOST R 34.11-94");
+        require(gcry_md_open(&opened, GCRY_MD_GOSTR3411_CP, GCRY_MD_FLAG_SECURE), "GOST R 34.11-94");
         handle_.reset(opened);
     }
 
@@ -74,7 +79,8 @@ class digest_t {
 // GOST 28147-89.
 closed_at_end_t<gcry_cipher_hd_t> make_cipher(const secret_t& key, const blob_t& iv) {
     gcry_cipher_hd_t opened = nullptr;
-    require(gcry_cipher_open(&opened, GCRY_CIPHER_GOST28147_MESH, GCRY_CIPHER_MODE_CFB, 0), "GOST 28147-89");
+    require(gcry_cipher_open(&opened, GCRY_CIPHER_GOST28147_MESH, GCRY_CIPHER_MODE_CFB, GCRY_CIPHER_SECURE),
+            "GOST 28147-89");
     closed_at_end_t<gcry_cipher_hd_t> cipher(opened);
     require(gcry_cipher_ctl(opened, GCRYCTL_SET_SBOX, const_cast<char*>(CRYPTOPRO_A_SBOX), 0), "S-box");
     require(gcry_cipher_setkey(opened, key.data(), key.size()), "key of GOST 28147-89");
@@ -85,7 +91,7 @@ closed_at_end_t<gcry_cipher_hd_t> make_cipher(const secret_t& key, const blob_t&
 void compute_mac(const secret_t& key, const blob_t& data, unsigned char* out, std::size_t size) {
     constexpr const char* NAME = "HMAC GOST R 34.11-94";
     gcry_mac_hd_t opened = nullptr;
-    require(gcry_mac_open(&opened, GCRY_MAC_HMAC_GOSTR3411_CP, 0, nullptr), NAME);
+    require(gcry_mac_open(&opened, GCRY_MAC_HMAC_GOSTR3411_CP, GCRY_MAC_FLAG_SECURE, nullptr), NAME);
     const closed_at_end_t<gcry_mac_hd_t> mac(opened);
     require(gcry_mac_setkey(opened, key.data(), key.size()), NAME);
     require(gcry_mac_write(opened, data.data, data.size), NAME);
@@ -171,7 +177,7 @@ blob_t content_of(const blob_t& octet_string) {
     asn_cursor_t in(octet_string);
     const blob_t content = in.read(asn_tag_t::OCTET_STRING);
     if (!in.ok() || !in.empty()) {
-        throw std::runtime_error("the container has a size that its header cannot say");
+        throw std::runtime_error("the size of the container does not fit into its header");
     }
     return content;
 }

@@ -85,7 +85,7 @@ constexpr row_t NAMES[] = {
     {"1.2.643.7.1.1.5.1.2", "Magma CTR-ACPKM-OMAC"},
     {"1.2.643.7.1.1.5.2.1", "Kuznyechik CTR-ACPKM"},
     {"1.2.643.7.1.1.5.2.2", "Kuznyechik CTR-ACPKM-OMAC"},
-    // keys and signatures: RFC 5480 2.1, RFC 5758 3, RFC 3279 2.2.3, RFC 8410 3
+    // keys and signatures: RFC 5480 2.1, RFC 5758 3, RFC 3279 2.2.3, RFC 8410 3, RFC 4055 2.2
     {"1.2.840.10045.2.1", "id-ecPublicKey"},
     {"1.2.840.10045.4.1", "ecdsa-with-SHA1"},
     {"1.2.840.10045.4.3.1", "ecdsa-with-SHA224"},
@@ -98,7 +98,33 @@ constexpr row_t NAMES[] = {
     {"1.3.101.111", "id-X448"},
     {"1.3.101.112", "id-Ed25519"},
     {"1.3.101.113", "id-Ed448"},
-    // curves: RFC 5480 2.1.1.1
+    {"1.2.840.113549.1.1.8", "MGF1"},
+    // curves: RFC 5480 2.1.1.1, SEC 2, RFC 5639 4.1
+    {"1.3.132.0.1", "sect163k1"},
+    {"1.3.132.0.10", "secp256k1"},
+    {"1.3.132.0.15", "sect163r2"},
+    {"1.3.132.0.16", "sect283k1"},
+    {"1.3.132.0.17", "sect283r1"},
+    {"1.3.132.0.26", "sect233k1"},
+    {"1.3.132.0.27", "sect233r1"},
+    {"1.3.132.0.36", "sect409k1"},
+    {"1.3.132.0.37", "sect409r1"},
+    {"1.3.132.0.38", "sect571k1"},
+    {"1.3.132.0.39", "sect571r1"},
+    {"1.3.36.3.3.2.8.1.1.1", "brainpoolP160r1"},
+    {"1.3.36.3.3.2.8.1.1.2", "brainpoolP160t1"},
+    {"1.3.36.3.3.2.8.1.1.3", "brainpoolP192r1"},
+    {"1.3.36.3.3.2.8.1.1.4", "brainpoolP192t1"},
+    {"1.3.36.3.3.2.8.1.1.5", "brainpoolP224r1"},
+    {"1.3.36.3.3.2.8.1.1.6", "brainpoolP224t1"},
+    {"1.3.36.3.3.2.8.1.1.7", "brainpoolP256r1"},
+    {"1.3.36.3.3.2.8.1.1.8", "brainpoolP256t1"},
+    {"1.3.36.3.3.2.8.1.1.9", "brainpoolP320r1"},
+    {"1.3.36.3.3.2.8.1.1.10", "brainpoolP320t1"},
+    {"1.3.36.3.3.2.8.1.1.11", "brainpoolP384r1"},
+    {"1.3.36.3.3.2.8.1.1.12", "brainpoolP384t1"},
+    {"1.3.36.3.3.2.8.1.1.13", "brainpoolP512r1"},
+    {"1.3.36.3.3.2.8.1.1.14", "brainpoolP512t1"},
     {"1.2.840.10045.3.1.1", "secp192r1"},
     {"1.3.132.0.33", "secp224r1"},
     {"1.2.840.10045.3.1.7", "secp256r1"},
@@ -154,7 +180,7 @@ constexpr row_t OTHER_PARAM_SETS[] = {
     {"1.2.643.7.1.1.2.3", "id-tc26-gost3411-12-512"},
 };
 
-// Empty if no table has the OID.
+// Empty if no table has the OID. Only one content has this text, so texts are compared instead.
 std::string find_name(std::initializer_list<std::span<const row_t>> tables, std::string_view oid) {
     for (const std::span<const row_t> table : tables) {
         const auto found = std::ranges::find(table, oid, &row_t::oid);
@@ -165,8 +191,69 @@ std::string find_name(std::initializer_list<std::span<const row_t>> tables, std:
     return "";
 }
 
-std::string shown_oid(const blob_t& content) {
-    return oid_to_text(chars(content)).value_or(to_hex(chars(content)));
+// A decimal number without limit.
+class decimal_t {
+  public:
+    // Appends seven bits.
+    void append(unsigned int bits) {
+        unsigned long long carry = bits;
+        for (unsigned int& digits : groups_) {
+            carry += digits * 128ULL;
+            digits = static_cast<unsigned int>(carry % GROUP);
+            carry /= GROUP;
+        }
+        if (carry != 0) {
+            groups_.push_back(static_cast<unsigned int>(carry));
+        }
+    }
+
+    bool is_below(unsigned int number) const { return groups_.empty() || (groups_.size() == 1 && groups_[0] < number); }
+
+    // The number must not be below the other one.
+    void subtract(unsigned int number) {
+        for (unsigned int& digits : groups_) {
+            const bool borrows = digits < number;
+            digits = (borrows ? digits + GROUP : digits) - number;
+            number = borrows ? 1 : 0;
+        }
+    }
+
+    std::string text() const {
+        std::string text;
+        for (const unsigned int digits : groups_) {
+            const std::string group = std::to_string(digits);
+            text.insert(0, std::string(GROUP_SIZE - group.size(), '0') + group);
+        }
+        const std::size_t first = text.find_first_not_of('0');
+        return first == std::string::npos ? "0" : text.substr(first);
+    }
+
+  private:
+    static constexpr unsigned int GROUP = 1'000'000'000;
+    static constexpr std::size_t GROUP_SIZE = 9;
+
+    std::vector<unsigned int> groups_; // the lowest first
+};
+
+// Removes the first subidentifier. Nothing if it is cut short.
+std::optional<decimal_t> take_subidentifier(std::string_view& content) {
+    decimal_t number;
+    while (!content.empty()) {
+        const unsigned int octet = static_cast<unsigned char>(content[0]);
+        content.remove_prefix(1);
+        number.append(octet & 0x7F);
+        if ((octet & 0x80) == 0) {
+            return number;
+        }
+    }
+    return std::nullopt;
+}
+
+// The first two arcs share a subidentifier (X.690 8.19.4).
+std::string first_arcs(decimal_t shared) {
+    const unsigned int first = shared.is_below(40) ? 0 : shared.is_below(80) ? 1 : 2;
+    shared.subtract(40 * first);
+    return std::to_string(first) + "." + shared.text();
 }
 
 } // namespace
@@ -177,19 +264,48 @@ std::optional<std::string> oid_from_text(std::string_view dotted) {
     return size != 0 ? std::optional(std::string(chars(content, size))) : std::nullopt;
 }
 
-std::optional<std::string> oid_to_text(std::string_view content) {
-    std::string dotted;
-    const bool done = oid_asn_to_str_(octets(content), octets(content) + content.size(), dotted) != 0;
-    return done ? std::optional(dotted) : std::nullopt;
+std::string oid_content(const std::string& der) {
+    asn_cursor_t in(der);
+    const blob_t content = in.read(asn_tag_t::OBJECT_IDENTIFIER);
+    const bool is_element = in.ok() && in.empty() && content.size != 0;
+    return is_element ? std::string(chars(content)) : der;
+}
+
+std::optional<std::string> oid_arcs(std::string_view content) {
+    const std::optional<decimal_t> shared = take_subidentifier(content);
+    if (!shared.has_value()) {
+        return std::nullopt;
+    }
+    std::string arcs = first_arcs(*shared);
+    while (!content.empty()) {
+        const std::optional<decimal_t> arc = take_subidentifier(content);
+        if (!arc.has_value()) {
+            return std::nullopt;
+        }
+        arcs += "." + arc->text();
+    }
+    return arcs;
+}
+
+std::string oid_text(std::string_view content) {
+    // Text never leads to more octets than this, and long numbers take long to convert.
+    constexpr std::size_t MAX_CONTENT_SIZE = 506;
+    if (content.size() <= MAX_CONTENT_SIZE) {
+        const std::optional<std::string> arcs = oid_arcs(content);
+        if (arcs.has_value() && oid_from_text(*arcs) == content) {
+            return *arcs;
+        }
+    }
+    return "#" + to_hex(content);
 }
 
 named_oid_t name_oid(const blob_t& content) {
-    const std::string oid = shown_oid(content);
+    const std::string oid = content.size == 0 ? "" : oid_text(chars(content));
     return {oid, find_name({NAMES, CIPHER_PARAM_SETS}, oid)};
 }
 
 named_oid_t name_gost_param_set(const blob_t& content) {
-    const std::string oid = shown_oid(content);
+    const std::string oid = content.size == 0 ? "" : oid_text(chars(content));
     return {oid, find_name({CIPHER_PARAM_SETS, OTHER_PARAM_SETS}, oid)};
 }
 
@@ -205,5 +321,8 @@ std::vector<named_oid_t> read_gost_param_sets(asn_cursor_t& params) {
 }
 
 std::string describe(const named_oid_t& oid) {
+    if (oid.oid.empty()) {
+        return "(no OID)";
+    }
     return oid.name.empty() ? oid.oid : oid.name + " (" + oid.oid + ")";
 }

@@ -14,17 +14,25 @@ struct asn_cursor_t;
 // DER content octets of dotted text, or nothing.
 std::optional<std::string> oid_from_text(std::string_view dotted);
 
-// Dotted text of DER content octets, or nothing.
-std::optional<std::string> oid_to_text(std::string_view content);
+// The content of a whole OBJECT IDENTIFIER element; any other octets are returned as they are.
+std::string oid_content(const std::string& der);
+
+// The arcs of DER content octets, whatever their size, or nothing if the last one is cut short or there is none.
+std::optional<std::string> oid_arcs(std::string_view content);
+
+// Dotted text that leads back to these content octets; "#" and their hexadecimal digits if no text does: the arcs are
+// padded, cut short or above 32 bits. So different octets have different texts.
+std::string oid_text(std::string_view content);
 
 struct named_oid_t {
-    std::string oid;  // dotted; hexadecimal if the octets are no OID
+    std::string oid;  // as oid_text() has it; empty if there is none
     std::string name; // empty if it has none here
 
+    bool is_hexadecimal() const { return oid.starts_with('#'); }
     bool operator==(const named_oid_t&) const = default;
 };
 
-// From DER content octets.
+// From DER content octets; for no octets, both are empty.
 named_oid_t name_oid(const blob_t& content);
 
 // As above, with the name that RFC 4357 or RFC 9215 gives to a parameter set of keys, digests or GOST 28147-89, or to a
@@ -37,7 +45,7 @@ named_oid_t name_gost_param_set(const blob_t& content);
 // Reads the OIDs at the start of its content, at most three.
 std::vector<named_oid_t> read_gost_param_sets(asn_cursor_t& params);
 
-// "PBES2 (1.2.840.113549.1.5.13)", or the OID alone.
+// "PBES2 (1.2.840.113549.1.5.13)", or the OID alone, or "(no OID)".
 std::string describe(const named_oid_t& oid);
 
 #endif

@@ -120,10 +120,10 @@ class audit_t {
             if (bags != nullptr) {
                 look_at(*bags, place);
             }
-        } else if (entry.content_type.name == "data") {
+        } else if (entry.declined.empty()) {
             look_at(entry.bags, place);
         } else {
-            report(place, entry.content_type, "is not read");
+            report(place, entry.content_type, entry.declined);
         }
     }
 
@@ -136,10 +136,10 @@ class audit_t {
     void look_at(const bag_outline_t& bag, const std::string& place) {
         if (bag.encryption.has_value()) {
             num_expected_ += find_decrypted(place, bag.type, *bag.encryption, bag.ciphertext) != nullptr ? 1 : 0;
-        } else if (bag.type.oid == OID_KEY_BAG || bag.type.oid == OID_CERT_BAG) {
+        } else if (bag.declined.empty()) {
             ++num_expected_;
         } else {
-            report(place, bag.type, "is not read");
+            report(place, bag.type, bag.declined);
         }
     }
 
@@ -157,27 +157,17 @@ class audit_t {
     }
 
     void report(const std::string& place, const named_oid_t& type, const std::string& what) {
-        out_.push_back(place + " (" + (type.name.empty() ? type.oid : type.name) + ") " + what);
+        const std::string& name = type.name.empty() ? type.oid : type.name;
+        out_.push_back(place + (name.empty() ? " " : " (" + name + ") ") + what);
     }
 };
-
-// What can be checked before any cryptography.
-void require_mac(const std::string& file, const pfx_outline_t& outline) {
-    if (!outline.mac.has_value()) {
-        throw failure_t(file,
-                        outline.problem.empty() ? "has no MAC; containers without one are not read" : outline.fault());
-    }
-    if (!outline.mac->declined.empty()) {
-        throw failure_t(file, "its MAC " + outline.mac->declined);
-    }
-}
 
 std::string explain_failure(const pfx_outline_t& outline, const noting_crypto_t& crypto) {
     if (!outline.problem.empty()) {
         return outline.fault();
     }
     if (!crypto.mac_is_good()) {
-        return "wrong password, or the container was changed after its MAC was made: the MAC is wrong either way";
+        return "the MAC is wrong: wrong password, or the container was changed after the MAC was made";
     }
     return crypto.problem().empty() ? "its MAC is good, but what it covers cannot be read"
                                     : "its MAC is good, but it is damaged: " + crypto.problem();
@@ -185,9 +175,17 @@ std::string explain_failure(const pfx_outline_t& outline, const noting_crypto_t&
 
 } // namespace
 
+pfx_outline_t outline_readable_pfx(const std::string& file, std::string_view bytes) {
+    pfx_outline_t outline = outline_pfx(bytes);
+    if (!outline.declined.empty() || !outline.mac.has_value()) {
+        throw failure_t(file, outline.declined.empty() ? outline.fault() : outline.declined);
+    }
+    return outline;
+}
+
 p12_container_t::p12_container_t(const std::string& file, std::string bytes, const std::optional<secret_t>& password)
-    : bytes_(std::move(bytes)), outline_(outline_pfx(bytes_)), crypto_(password, container_profile_t::STANDARD) {
-    require_mac(file, outline_);
+    : bytes_(std::move(bytes)), outline_(outline_readable_pfx(file, bytes_)),
+      crypto_(password, container_profile_t::STANDARD) {
     noting_crypto_t crypto(crypto_, outline_);
     if (!asn_read_pkcs12_easy(bytes_.data(), size_of(bytes_), &crypto, read_.easy)) {
         throw failure_t(file, explain_failure(outline_, crypto));

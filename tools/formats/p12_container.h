@@ -35,6 +35,9 @@ struct opened_bag_t {
     bool encrypted = false; // whether it is, in the file
 };
 
+// The outline of a container that may be opened with the right password. Throws failure_t for any other.
+pfx_outline_t outline_readable_pfx(const std::string& file, std::string_view bytes);
+
 // A container whose MAC is good, with its bags in the order in which the library returns them: unencrypted ones first.
 //
 // The library skips entries and bags that it does not read; here each of them is reported.

@@ -147,8 +147,8 @@ std::string decline_derivation(unsigned int salt_size, unsigned int iterations) 
         return "has an iteration count of 0";
     }
     if (iterations > gost_pbe_crypto_t::MAX_ITERATIONS) {
-        return "asks for " + std::to_string(iterations) + " iterations, which are more than the " +
-               std::to_string(gost_pbe_crypto_t::MAX_ITERATIONS) + " that are carried out";
+        return "asks for " + std::to_string(iterations) + " iterations; at most " +
+               std::to_string(gost_pbe_crypto_t::MAX_ITERATIONS) + " are accepted";
     }
     return "";
 }

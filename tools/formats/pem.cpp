@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 constexpr std::string_view BEGIN = "-----BEGIN ";
 constexpr std::string_view END = "-----END ";
 constexpr std::string_view DASHES = "-----";
@@ -20,10 +19,6 @@ std::string_view trim(std::string_view line) {
     const std::size_t first = line.find_first_not_of(BLANKS);
     return first == std::string_view::npos ? std::string_view()
                                            : line.substr(first, line.find_last_not_of(BLANKS) - first + 1);
-}
-
-std::string_view without_byte_order_mark(std::string_view text) {
-    return text.starts_with(BYTE_ORDER_MARK) ? text.substr(BYTE_ORDER_MARK.size()) : text;
 }
 
 // The label of a line "-----BEGIN label-----", or of its END; nothing for any other line, such as a whole block on one

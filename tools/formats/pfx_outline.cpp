@@ -8,6 +8,8 @@
 namespace {
 
 constexpr std::string_view OID_DATA = "1.2.840.113549.1.7.1";
+constexpr std::string_view OID_SIGNED_DATA = "1.2.840.113549.1.7.2";
+constexpr std::string_view OID_ENVELOPED_DATA = "1.2.840.113549.1.7.3";
 constexpr std::string_view OID_ENCRYPTED_DATA = "1.2.840.113549.1.7.6";
 constexpr std::string_view OID_GOST_34_11_94 = "1.2.643.2.2.9";
 constexpr std::string_view OID_FRIENDLY_NAME = "1.2.840.113549.1.9.20";
@@ -129,10 +131,14 @@ bag_outline_t outline_bag(asn_cursor_t safe_bag, walk_t& walk) {
     if (walk.failed()) {
         return bag;
     }
+    bag.is_key = bag.type.oid == OID_KEY_BAG || bag.type.oid == OID_SHROUDED_KEY_BAG;
+    bag.is_certificate = bag.type.oid == OID_CERT_BAG;
     if (bag.type.oid == OID_SHROUDED_KEY_BAG) {
         outline_shrouded_key(value, bag);
-    } else if (bag.type.oid == OID_CERT_BAG) {
+    } else if (bag.is_certificate) {
         walk_cert_bag(value, walk);
+    } else if (!bag.is_key) {
+        bag.declined = "is of a type that is not read";
     }
     return bag;
 }
@@ -178,6 +184,10 @@ entry_outline_t outline_entry(asn_cursor_t content_info, const std::string& plac
         }
     } else if (entry.content_type.oid == OID_ENCRYPTED_DATA) {
         outline_encrypted_data(content, entry, walk);
+    } else if (entry.content_type.oid == OID_ENVELOPED_DATA) {
+        entry.declined = "is encrypted for a public key, which is not read";
+    } else {
+        entry.declined = "is of a type that is not read";
     }
     return entry;
 }
@@ -256,6 +266,10 @@ pfx_outline_t outline_pfx(std::string_view bytes) {
     asn_cursor_t auth_safe = walk.enter(pfx, asn_tag_t::SEQUENCE, "authSafe");
     const named_oid_t type =
         name_oid(walk.read(auth_safe, asn_tag_t::OBJECT_IDENTIFIER, "the contentType of authSafe"));
+    if (!walk.failed() && type.oid == OID_SIGNED_DATA) {
+        out.declined = "is protected by a public key (authSafe is signedData); only protection by a password is read";
+        return out;
+    }
     if (!walk.failed() && type.oid != OID_DATA) {
         walk.fail("authSafe is " + describe(type) + "; only data is read");
     }
@@ -273,6 +287,11 @@ pfx_outline_t outline_pfx(std::string_view bytes) {
     check_version(version, PFX_VERSION, walk);
     if (!walk.failed()) {
         outline_authenticated_safe(octets, out, walk);
+    }
+    if (out.mac.has_value() && !out.mac->declined.empty()) {
+        out.declined = "its MAC " + out.mac->declined;
+    } else if (!out.mac.has_value() && out.problem.empty()) {
+        out.declined = "has no MAC; containers without one are not read";
     }
     return out;
 }

@@ -18,9 +18,12 @@ constexpr const char* OID_CERT_BAG = "1.2.840.113549.1.12.10.1.3";
 
 struct bag_outline_t {
     named_oid_t type;
+    bool is_key = false;
+    bool is_certificate = false;
     unsigned int size = 0;                   // of its value, in bytes
     std::optional<pbe_outline_t> encryption; // of a shrouded key
     std::string ciphertext;                  // of a shrouded key
+    std::string declined;                    // why bags of this type are not read; empty for those that are
 };
 
 // One ContentInfo of the AuthenticatedSafe.
@@ -30,6 +33,7 @@ struct entry_outline_t {
     std::optional<pbe_outline_t> encryption; // of encryptedData
     std::string ciphertext;                  // of encryptedData
     std::vector<bag_outline_t> bags;         // of data
+    std::string declined;                    // why entries of this type are not read; empty for those that are
 };
 
 struct mac_outline_t {
@@ -45,11 +49,15 @@ struct pfx_outline_t {
     std::vector<entry_outline_t> entries;
     unsigned int trailing_size = 0; // of what follows the container, in bytes
     std::string problem;            // what ended the walk early; empty if nothing did
+    std::string declined;           // why the container is not read, whatever the password; empty if it can be
 
     // The problem, preceded by a verdict on the container.
     std::string fault() const {
         return (mac.has_value() || !entries.empty() ? "damaged: " : "not a PKCS#12 container: ") + problem;
     }
+
+    // Whether there is anything to show.
+    bool is_container() const { return problem.empty() || mac.has_value() || !entries.empty(); }
 };
 
 pfx_outline_t outline_pfx(std::string_view bytes);

@@ -116,13 +116,6 @@ void recognise_shape(unsigned int key_size, private_key_t& out) {
     }
 }
 
-// The library's reader knows one shape, and takes raw octets that look like it for it.
-bool library_reads(std::string_view der, const private_key_t& key) {
-    pkcs8_pki_gost_t read;
-    return asn_read_pkcs8_pki_gost(der.data(), size_of(der), read) && read.private_key.data == key.secret.data &&
-           read.private_key.size == key.secret.size;
-}
-
 // Algorithms other than GOST have one OID without a SEQUENCE, something else or nothing.
 std::vector<named_oid_t> read_param_sets(asn_cursor_t params) {
     if (params.next_is(asn_tag_t::SEQUENCE)) {
@@ -161,20 +154,18 @@ void read_fields(std::string_view der, private_key_t& out, missing_field_t& miss
 }
 
 // The element, which nothing may follow.
-std::string require_key(std::string_view der, const std::string& name) {
+void require_key(std::string_view der, const std::string& name) {
     private_key_t key;
     std::string problem;
     if (!read_private_key(der, key, problem)) {
         throw failure_t(name, problem);
     }
     if (key.trailing.size != 0) {
-        throw failure_t(name, std::to_string(key.trailing.size) + " bytes stand behind the key");
+        throw failure_t(name, "has " + std::to_string(key.trailing.size) + " bytes after the key");
     }
-    return std::string(der);
 }
 
-std::string require_decrypted_key(std::string_view der, const std::string& name,
-                                  const std::optional<secret_t>& password) {
+encrypted_key_t require_encrypted_key(std::string_view der, const std::string& name) {
     encrypted_key_t encrypted;
     if (!read_encrypted_key(der, encrypted)) {
         throw failure_t(name, "neither a PrivateKeyInfo nor an EncryptedPrivateKeyInfo, or cut short");
@@ -182,17 +173,11 @@ std::string require_decrypted_key(std::string_view der, const std::string& name,
     if (!encrypted.encryption.declined.empty()) {
         throw failure_t(name, "the key " + encrypted.encryption.declined);
     }
-    std::optional<std::string> plaintext = decrypt_key(encrypted, password);
-    if (!plaintext.has_value()) {
-        throw failure_t(name, "wrong password for the encrypted key, or the key is damaged");
-    }
-    const wipe_at_end_t wiped(*plaintext);
-    return require_key(*plaintext, name);
+    return encrypted;
 }
 
-std::string open_key(std::string_view der, const std::string& name, const std::optional<secret_t>& password) {
-    const bool encrypted = find_key_form(der) == key_form_t::ENCRYPTED;
-    return encrypted ? require_decrypted_key(der, name, password) : require_key(der, name);
+bool is_encrypted(std::string_view der) {
+    return find_key_form(der) == key_form_t::ENCRYPTED;
 }
 
 // The only key among the blocks of a text. The caller wipes it.
@@ -235,7 +220,7 @@ bool read_private_key(std::string_view der, private_key_t& out, std::string& pro
     out.family = family->name;
     out.is_gost = true;
     recognise_shape(family->size, out);
-    out.readable = library_reads(der, out);
+    out.readable = out.bits != 0;
     return true;
 }
 
@@ -275,18 +260,43 @@ std::optional<std::string> decrypt_key(const encrypted_key_t& key, const std::op
     return std::nullopt;
 }
 
-std::string read_key_file(const std::string& file, const std::optional<secret_t>& password) {
+std::string find_fault(const private_key_t& key) {
+    if (!key.is_gost || key.readable) {
+        return "";
+    }
+    const unsigned int size = key.secret.data != nullptr ? key.secret.size : key.content.size;
+    return "its " + std::to_string(size) + " bytes (shape: " + key.shape + ") are not a key of " + key.family;
+}
+
+key_file_t::key_file_t(const std::string& file) : place_(input_name(file)) {
     std::string bytes = read_filled_input(file);
     const wipe_at_end_t wiped(bytes);
-    const std::string name = input_name(file);
     if (find_key_form(bytes) != key_form_t::NEITHER) {
-        return open_key(bytes, name, password);
+        der_ = bytes;
+    } else {
+        pem_block_t block = find_key_block(bytes, place_);
+        const wipe_at_end_t wiped_block(block.der);
+        place_ += " (line " + std::to_string(block.line) + ")";
+        if (!block.problem.empty()) {
+            throw failure_t(place_, block.problem);
+        }
+        der_ = block.der;
     }
-    pem_block_t block = find_key_block(bytes, name);
-    const wipe_at_end_t wiped_block(block.der);
-    const std::string place = name + " (line " + std::to_string(block.line) + ")";
-    if (!block.problem.empty()) {
-        throw failure_t(place, block.problem);
+    if (is_encrypted(der_)) {
+        require_encrypted_key(der_, place_);
+    } else {
+        require_key(der_, place_);
     }
-    return open_key(block.der, place, password);
+}
+
+std::string key_file_t::open(const std::optional<secret_t>& password) const {
+    if (!is_encrypted(der_)) {
+        return der_;
+    }
+    std::optional<std::string> plaintext = decrypt_key(require_encrypted_key(der_, place_), password);
+    if (!plaintext.has_value()) {
+        throw failure_t(place_, "wrong password for the encrypted key, or the key is damaged");
+    }
+    require_key(*plaintext, place_);
+    return std::move(*plaintext);
 }

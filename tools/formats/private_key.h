@@ -22,7 +22,7 @@ struct private_key_t {
     std::string shape;     // how the key octets are wrapped: "OCTET STRING", "INTEGER", "raw",
                            // "SEQUENCE of OCTET STRING and public key", perhaps followed by ", key and
                            // mask" or ", key and 2 masks"; "unknown"
-    bool readable = false; // whether the library's own reader finds the same octets
+    bool readable = false; // whether the octets of the key are known
     blob_t secret;         // the key octets, masks included; empty if the shape is unknown
     unsigned int bits = 0; // size of the key; 0 if unknown
     bool has_attributes = false;
@@ -58,8 +58,24 @@ bool read_encrypted_key(std::string_view der, encrypted_key_t& out);
 // encryption that is not declined.
 std::optional<std::string> decrypt_key(const encrypted_key_t& key, const std::optional<secret_t>& password);
 
-// The PrivateKeyInfo in a file: PKCS#8, plain or encrypted under `password`, PEM or DER. The caller wipes it. Throws
-// failure_t.
-std::string read_key_file(const std::string& file, const std::optional<secret_t>& password);
+// What is wrong if the octets of a GOST key are not a key; else nothing.
+std::string find_fault(const private_key_t& key);
+
+// A file with one private key in PKCS#8, PEM or DER, plain or encrypted.
+class key_file_t {
+  public:
+    // "-" is the standard input. Throws failure_t, also for an encryption that is not supported.
+    explicit key_file_t(const std::string& file);
+    ~key_file_t() { wipe(der_.data(), der_.size()); }
+    key_file_t(const key_file_t&) = delete;
+    key_file_t& operator=(const key_file_t&) = delete;
+
+    // The PrivateKeyInfo, which the caller wipes. The password matters to an encrypted key only. Throws failure_t.
+    std::string open(const std::optional<secret_t>& password) const;
+
+  private:
+    std::string place_; // for messages
+    std::string der_;
+};
 
 #endif

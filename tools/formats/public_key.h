@@ -10,9 +10,20 @@
 #include "derkit/asn_types.h"
 #include "formats/named_oid.h"
 
+// What a key for RSASSA-PSS is limited to (RFC 4055 3.1).
+struct pss_params_t {
+    named_oid_t hash;
+    named_oid_t mask;      // function that generates the mask
+    named_oid_t mask_hash; // hash of that function
+    unsigned int salt_size = 0;
+};
+
 struct public_key_t {
     named_oid_t algorithm;
-    unsigned int bits = 0;               // of the modulus of RSA, of p of DSA, of GOST; 0 if unknown
+    unsigned int bits = 0; // of the modulus of RSA, of p of DSA, of the field of EC, of GOST; 0 if unknown
+    blob_t modulus;        // of RSA, a view of the input; content of the INTEGER, perhaps without leading zeros
+    blob_t exponent;       // likewise
+    std::optional<pss_params_t> pss;     // of a key for RSASSA-PSS that has parameters
     std::vector<named_oid_t> param_sets; // GOST: of the key, of the digest, of the encryption
     std::optional<named_oid_t> curve;    // of an EC key that names one
 };

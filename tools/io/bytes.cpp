@@ -5,7 +5,6 @@
 
 #include <iconv.h>
 
-#include "derkit/int2str.h"
 #include "io/secret.h"
 
 namespace {
@@ -47,9 +46,17 @@ std::optional<std::string> convert(const char* to, const char* from, std::string
 
 } // namespace
 
+// Not with the library, which would leave a copy of a private key on the stack.
 std::string to_hex(std::string_view bytes) {
+    constexpr std::string_view DIGITS = "0123456789ABCDEF";
     std::string hex;
-    return TO_HEX_STD_STRING(octets(bytes), size_of(bytes), hex, '\0');
+    hex.reserve(2 * bytes.size());
+    for (const char c : bytes) {
+        const unsigned int octet = static_cast<unsigned char>(c);
+        hex.push_back(DIGITS[octet >> 4]);
+        hex.push_back(DIGITS[octet & 0xF]);
+    }
+    return hex;
 }
 
 std::optional<std::string> from_hex(std::string_view text) {
@@ -75,6 +82,11 @@ std::optional<std::string> from_hex(std::string_view text) {
 
 std::optional<std::string> utf16_from_utf8(std::string_view text) {
     return convert("UTF-16BE", "UTF-8", text, 2);
+}
+
+// Every octet is a character.
+std::string utf8_from_latin1(std::string_view text) {
+    return convert("UTF-8", "ISO-8859-1", text, 2).value_or("");
 }
 
 std::optional<std::string> utf8_from_utf16(std::string_view bytes) {

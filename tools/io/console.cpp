@@ -1,6 +1,7 @@
 #include "io/console.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 
@@ -13,11 +14,15 @@ constexpr long long PROGRESS_DELAY_MS = 500;
 constexpr long long PROGRESS_INTERVAL_MS = 200;
 constexpr std::size_t USUAL_WIDTH = 80;
 
+// Without a buffer, which would keep a copy of a private key.
 void write_object(std::string_view object) {
-    const bool written =
-        std::fwrite(object.data(), 1, object.size(), stdout) == object.size() && std::fflush(stdout) == 0;
-    if (!written) {
-        throw output_error_t(errno, std::generic_category());
+    while (!object.empty()) {
+        const ssize_t size = write(STDOUT_FILENO, object.data(), object.size());
+        if (size >= 0) {
+            object.remove_prefix(static_cast<std::size_t>(size));
+        } else if (errno != EINTR) {
+            throw output_error_t(errno, std::generic_category());
+        }
     }
 }
 
@@ -59,6 +64,34 @@ std::string cut_to_width(std::string text) {
     return text;
 }
 
+// What a signal that ends the program erases.
+volatile std::sig_atomic_t shown_width = 0;
+
+// Does only what a handler may do. The signal then acts as it would without a handler.
+void erase_and_end(int number) {
+    static constexpr char BLANK = ' ';
+    const int width = shown_width;
+    ssize_t ignored = width != 0 ? write(STDERR_FILENO, "\r", 1) : 0;
+    for (int i = 0; i < width; ++i) {
+        ignored = write(STDERR_FILENO, &BLANK, 1);
+    }
+    ignored = width != 0 ? write(STDERR_FILENO, "\r", 1) : 0;
+    static_cast<void>(ignored);
+    static_cast<void>(raise(number));
+}
+
+// Signals that are ignored stay so.
+void erase_on_signals() {
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+            action.sa_handler = erase_and_end;
+            action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+            sigaction(number, &action, nullptr);
+        }
+    }
+}
+
 } // namespace
 
 progress_t::progress_t()
@@ -95,6 +128,8 @@ void progress_t::show_again() {
 }
 
 void progress_t::draw() {
+    erase_on_signals();
+    shown_width = static_cast<int>(line_.size());
     write_message("\r");
     write_message(line_);
 }
@@ -103,6 +138,7 @@ void progress_t::erase() {
     write_message("\r");
     write_message(std::string(line_.size(), ' '));
     write_message("\r");
+    shown_width = 0;
 }
 
 void console_t::put(const record_t& record, bool as_json, const shown_text_t& line_prefix) {

@@ -9,6 +9,13 @@
 // Certificates, their bundles and OID maps are far smaller; a device that never ends must not exhaust the memory.
 constexpr std::size_t MAX_INPUT_SIZE = std::size_t(256) << 20;
 
+// What some editors put in front of UTF-8 text.
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+
+inline std::string_view without_byte_order_mark(std::string_view text) {
+    return text.starts_with(BYTE_ORDER_MARK) ? text.substr(BYTE_ORDER_MARK.size()) : text;
+}
+
 // How messages and output name a file: "-" is the standard input.
 std::string input_name(const std::string& file);
 

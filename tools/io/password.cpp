@@ -4,17 +4,18 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include "io/descriptor.h"
 #include "io/failure.h"
+#include "io/held_signals.h"
 #include "io/input.h"
 #include "io/record.h"
 
@@ -25,22 +26,10 @@ constexpr std::size_t MAX_PASSWORD_SIZE = 4095;
 
 constexpr const char* TERMINAL = "/dev/tty";
 
-class descriptor_t {
-  public:
-    explicit descriptor_t(int descriptor) : descriptor_(descriptor) {}
-    ~descriptor_t() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    descriptor_t(const descriptor_t&) = delete;
-    descriptor_t& operator=(const descriptor_t&) = delete;
+// Called before every octet that is read.
+using wait_t = std::function<void()>;
 
-    int get() const { return descriptor_; }
-
-  private:
-    int descriptor_;
-};
+void never_wait() {}
 
 // Unbuffered, since a buffer would keep a copy. Returns false at the end.
 bool read_octet(int descriptor, unsigned char& out, const std::string& subject) {
@@ -56,11 +45,15 @@ bool read_octet(int descriptor, unsigned char& out, const std::string& subject) 
 }
 
 // A line without its end (LF or CRLF); nothing if there is not even an empty one.
-std::optional<secret_t> read_line(int descriptor, const std::string& subject) {
-    secret_t buffer(MAX_PASSWORD_SIZE + std::string_view("\r\n").size());
+std::optional<secret_t> read_line(int descriptor, const std::string& subject, const wait_t& wait) {
+    secret_t buffer(BYTE_ORDER_MARK.size() + MAX_PASSWORD_SIZE + std::string_view("\r\n").size());
     std::size_t size = 0;
     bool ended = false;
-    while (!ended && size < buffer.size() && read_octet(descriptor, buffer.data()[size], subject)) {
+    while (!ended && size < buffer.size()) {
+        wait();
+        if (!read_octet(descriptor, buffer.data()[size], subject)) {
+            break;
+        }
         ended = buffer.data()[size] == '\n';
         ++size;
     }
@@ -71,52 +64,20 @@ std::optional<secret_t> read_line(int descriptor, const std::string& subject) {
     if (ended) {
         line.remove_suffix(line.ends_with("\r\n") ? 2 : 1);
     }
+    line = without_byte_order_mark(line);
     if (line.size() > MAX_PASSWORD_SIZE) {
         throw failure_t(subject, "a password has at most " + std::to_string(MAX_PASSWORD_SIZE) + " bytes");
     }
     return secret_t(line);
 }
 
-secret_t read_first_line(int descriptor, const std::string& subject) {
-    std::optional<secret_t> line = read_line(descriptor, subject);
+secret_t read_first_line(int descriptor, const std::string& subject, const wait_t& wait = never_wait) {
+    std::optional<secret_t> line = read_line(descriptor, subject, wait);
     if (!line.has_value()) {
         throw failure_t(subject, "has no line with a password, not even an empty one");
     }
     return std::move(*line);
 }
-
-// Holds back the signals that end or stop a program, so that none does while the echo is off. They are delivered when
-// the object is destroyed.
-class held_signals_t {
-  public:
-    held_signals_t() {
-        sigemptyset(&held_);
-        for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) {
-            sigaddset(&held_, number);
-        }
-        sigprocmask(SIG_BLOCK, &held_, &before_);
-        descriptor_ = signalfd(-1, &held_, SFD_CLOEXEC);
-    }
-    ~held_signals_t() {
-        close(descriptor_);
-        sigprocmask(SIG_SETMASK, &before_, nullptr);
-    }
-    held_signals_t(const held_signals_t&) = delete;
-    held_signals_t& operator=(const held_signals_t&) = delete;
-
-    // Waits until there is something to read; returns false if a signal came first.
-    bool wait_for(int input) const {
-        pollfd waiting[] = {{input, POLLIN, 0}, {descriptor_, POLLIN, 0}};
-        while (poll(waiting, 2, -1) < 0 && errno == EINTR) {
-        }
-        return waiting[1].revents == 0;
-    }
-
-  private:
-    sigset_t held_;
-    sigset_t before_;
-    int descriptor_;
-};
 
 // A terminal that does not show what is typed.
 class silence_t {
@@ -146,15 +107,15 @@ void show(int terminal, const std::string& text) {
     static_cast<void>(!write(terminal, text.data(), text.size()));
 }
 
-// Nothing if a signal came instead.
+// Nothing if a signal came instead. No signal may end the program while the terminal does not show what is typed.
 std::optional<secret_t> ask_once(int terminal, const std::string& prompt) {
-    const held_signals_t signals;
+    const held_signals_t signals({SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP});
     const silence_t silence(terminal);
     show(terminal, prompt);
-    const bool answered = signals.wait_for(terminal);
     std::optional<secret_t> answer;
-    if (answered) {
-        answer.emplace(read_first_line(terminal, TERMINAL));
+    try {
+        answer.emplace(read_first_line(terminal, TERMINAL, [&] { signals.wait_for_input(terminal); }));
+    } catch (const interrupted_t&) { // after the terminal is restored
     }
     show(terminal, "\n"); // the typed one was not shown
     return answer;
@@ -182,8 +143,8 @@ secret_t read_password_from_stdin() {
 // A signal may have stopped the program only for a while, or be ignored: then it asks again.
 secret_t ask_for_password(const std::string& what_for) {
     const descriptor_t terminal(open(TERMINAL, O_RDWR | O_NOCTTY | O_CLOEXEC));
-    if (terminal.get() < 0) {
-        throw failure_t(what_for, "there is no terminal to ask for the password at");
+    if (!terminal.is_open()) {
+        throw failure_t(what_for, "cannot ask for the password: there is no terminal");
     }
     const std::string prompt = "Password for " + shown_text_t(what_for).str() + ": ";
     for (;;) {

@@ -1,5 +1,7 @@
 #include "io/record.h"
 
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 #include "io/bytes.h"
@@ -95,6 +97,20 @@ shown_text_t::shown_text_t(std::string_view raw) {
         }
         raw.remove_prefix(bytes.size());
     }
+}
+
+shown_text_t shown_text_t::without_escapes(std::string_view raw) {
+    shown_text_t shown;
+    while (!raw.empty()) {
+        const std::size_t size = std::min(raw.find('\\'), raw.size());
+        shown.text_ += shown_text_t(raw.substr(0, size)).text_;
+        raw.remove_prefix(size);
+        if (!raw.empty()) {
+            append_escaped(raw.substr(0, 1), shown.text_);
+            raw.remove_prefix(1);
+        }
+    }
+    return shown;
 }
 
 std::string record_t::lines(const shown_text_t& prefix) const {

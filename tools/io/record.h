@@ -20,6 +20,10 @@ class shown_text_t {
     shown_text_t() = default;
     explicit shown_text_t(std::string_view raw);
 
+    // For text in which backslashes have no meaning of their own: each is written as "\5C", so that it cannot be taken for
+    // the escape of another character.
+    static shown_text_t without_escapes(std::string_view raw);
+
     const std::string& str() const { return text_; }
     bool operator==(const shown_text_t&) const = default;
 
@@ -48,6 +52,10 @@ class record_t {
         }
     }
 
+    // A warning that belongs to the record: what it could not show as text, say.
+    void remark(std::string text) { remarks_.push_back(std::move(text)); }
+    const std::vector<std::string>& remarks() const { return remarks_; }
+
     // A line "key: value" for each field, with `prefix` in front.
     std::string lines(const shown_text_t& prefix) const;
 
@@ -57,6 +65,7 @@ class record_t {
   private:
     using value_t = std::variant<shown_text_t, long long>;
     std::vector<std::pair<const char*, value_t>> fields_;
+    std::vector<std::string> remarks_;
 };
 
 #endif

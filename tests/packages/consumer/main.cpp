@@ -1,4 +1,4 @@
-// A program of somebody else: prints the version of C++ that it was compiled as, and a name.
+// A user's program: prints the version of C++ that it was compiled as, and a name.
 #include <derkit/derkit.h>
 
 #include <iostream>

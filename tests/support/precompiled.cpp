@@ -1,0 +1,3 @@
+#include "support/precompiled.h"
+
+template class std::basic_string<char>;
