@@ -1,11 +1,11 @@
 # Writes DOCUMENT, an SPDX 2.3 document in JSON of the package NAME of VERSION, which consists of FILES below ROOT.
 cmake_minimum_required(VERSION 3.25)
 set(authors "the derkit authors")
-set(optional_dependencies CLI11 nlohmann-json libgcrypt GnuTLS) # of the tool and the GOST library
+set(optional_dependencies CLI11 nlohmann-json libgcrypt gnutls)
 set(licence_of_CLI11 BSD-3-Clause)
 set(licence_of_nlohmann-json MIT)
 set(licence_of_libgcrypt LGPL-2.1-or-later)
-set(licence_of_GnuTLS LGPL-2.1-or-later)
+set(licence_of_gnutls LGPL-2.1-or-later)
 set(licence_of_libstdc++ "GPL-3.0-or-later WITH GCC-exception-3.1")
 string(TIMESTAMP created "%Y-%m-%dT%H:%M:%SZ" UTC)
 

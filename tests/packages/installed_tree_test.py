@@ -21,7 +21,7 @@ FILES = {
     "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit"},
 }
 if WITH_GOST:
-    FILES["gost_runtime"] = {f"lib/libderkit-gost.so.{VERSION}", "lib/libderkit-gost.so.1"}
+    FILES["gost"] = {f"lib/libderkit-gost.so.{VERSION}", "lib/libderkit-gost.so.1"}
     FILES["gost_development"] = gost_development_files("lib")
 GOST_PRINTED = "the MAC does not match: wrong password, or the file was altered\n"
 
