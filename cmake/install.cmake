@@ -50,13 +50,30 @@ install(EXPORT derkit_targets FILE derkitTargets.cmake NAMESPACE derkit:: DESTIN
 install(FILES ${generated}/derkitConfig.cmake ${generated}/derkitConfigVersion.cmake DESTINATION ${package_dir}
   COMPONENT development)
 install(FILES ${generated}/derkit.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development PATTERN gost EXCLUDE)
 # The guides and the files that they link to. README is about the sources.
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN qaroids.cfg PATTERN man EXCLUDE)
 derkit_install_man_pages(3 development)
 derkit_install_man_pages(5 development)
 include(cmake/spdx.cmake)
+
+# The companion library, which find_package(derkit) finds too where it is installed.
+if(TARGET derkit_gost)
+  configure_file(cmake/derkit-gost.pc.in ${generated}/derkit-gost.pc @ONLY)
+  # In the build tree and where both are installed, the library that it needs is beside it.
+  set_target_properties(derkit_gost PROPERTIES BUILD_WITH_INSTALL_RPATH TRUE)
+  if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(derkit_gost PROPERTIES INSTALL_RPATH $ORIGIN)
+  endif()
+  install(TARGETS derkit_gost EXPORT derkit_gost_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT gost NAMELINK_COMPONENT gost_development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT gost_development)
+  install(EXPORT derkit_gost_targets FILE derkitGostTargets.cmake NAMESPACE derkit:: DESTINATION ${package_dir}
+    COMPONENT gost_development)
+  install(FILES ${generated}/derkit-gost.pc DESTINATION ${pkgconfig_dir} COMPONENT gost_development)
+  install(DIRECTORY include/derkit/gost DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/derkit COMPONENT gost_development)
+endif()
 
 if(TARGET derkit_tool)
   install(TARGETS derkit_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)

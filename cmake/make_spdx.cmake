@@ -1,10 +1,11 @@
 # Writes DOCUMENT, an SPDX 2.3 document in JSON of the package NAME of VERSION, which consists of FILES below ROOT.
 cmake_minimum_required(VERSION 3.25)
 set(authors "the derkit authors")
-set(tool_dependencies CLI11 nlohmann-json libgcrypt)
+set(optional_dependencies CLI11 nlohmann-json libgcrypt gnutls)
 set(licence_of_CLI11 BSD-3-Clause)
 set(licence_of_nlohmann-json MIT)
 set(licence_of_libgcrypt LGPL-2.1-or-later)
+set(licence_of_gnutls LGPL-2.1-or-later)
 set(licence_of_libstdc++ "GPL-3.0-or-later WITH GCC-exception-3.1")
 string(TIMESTAMP created "%Y-%m-%dT%H:%M:%SZ" UTC)
 
@@ -49,7 +50,7 @@ list(JOIN all_sha1 "" all_sha1)
 string(SHA1 verification_code "${all_sha1}")
 
 set(dependencies "")
-foreach(dependency libstdc++ ${tool_dependencies})
+foreach(dependency libstdc++ ${optional_dependencies})
   string(REPLACE "+" "p" id Dependency-${dependency})
   string(APPEND dependencies ",
     {
@@ -61,7 +62,7 @@ foreach(dependency libstdc++ ${tool_dependencies})
       \"licenseDeclared\": \"${licence_of_${dependency}}\",
       \"copyrightText\": \"NOASSERTION\"
     }")
-  if(dependency IN_LIST tool_dependencies)
+  if(dependency IN_LIST optional_dependencies)
     add_relationship(${id} OPTIONAL_DEPENDENCY_OF Package)
   else()
     add_relationship(Package DEPENDS_ON ${id})

@@ -98,16 +98,29 @@ result<secret> run_triple_des(const cipher_run& run) {
     return run_classic_checked(classic_cipher::TRIPLE_DES, run);
 }
 
-// When both sizes of sections make a whole plaintext, the key changed inside the last string, where any octets are
-// whole: the sections of TLS, which programs write, are preferred, and a text for which that would be wrong is written
-// with them.
-template <block_cipher_id CIPHER> result<secret> run_acpkm(const cipher_run& run) {
-    if (run.way == direction::DECRYPT) {
-        result<secret> done = checked(apply_acpkm(CIPHER, section::tls, run.key, run), run.expected);
-        const bool tried_all = done || done.why() != cause::wrong_password || has_one_section(CIPHER, run.data.size());
-        return tried_all ? std::move(done)
-                         : checked(apply_acpkm(CIPHER, section::standard, run.key, run), run.expected);
+// Whether the plaintext that came out with the sections of TLS is the right one. When both are plaintexts, the key
+// changed inside of strings: what looks like DER there decides, and else the sections of TLS, which programs write.
+bool tls_was_right(std::string_view with_tls, std::string_view with_standard, plaintext expected) {
+    if (!is_plaintext(with_tls, expected)) {
+        return false;
     }
+    return is_plaintext(with_tls, expected, strings::OPENED) || !is_plaintext(with_standard, expected, strings::OPENED);
+}
+
+template <block_cipher_id CIPHER> result<secret> decrypt_acpkm(const cipher_run& run) {
+    result<secret> with_tls = apply_acpkm(CIPHER, section::tls, run.key, run);
+    if (!with_tls || has_one_section(CIPHER, run.data.size())) {
+        return checked(std::move(with_tls), run.expected);
+    }
+    result<secret> with_standard = apply_acpkm(CIPHER, section::standard, run.key, run);
+    if (!with_standard || tls_was_right(*with_tls, *with_standard, run.expected)) {
+        return with_standard ? std::move(with_tls) : std::move(with_standard);
+    }
+    return checked(std::move(with_standard), run.expected);
+}
+
+// A text that would be read wrongly with standard sections is written with those of TLS.
+template <block_cipher_id CIPHER> result<secret> encrypt_acpkm(const cipher_run& run) {
     result<secret> done = apply_acpkm(CIPHER, run.sections, run.key, run);
     if (!done || run.sections == section::tls || has_one_section(CIPHER, run.data.size())) {
         return done;
@@ -118,7 +131,12 @@ template <block_cipher_id CIPHER> result<secret> run_acpkm(const cipher_run& run
     if (!read) {
         return read.error();
     }
-    return is_plaintext(*read, run.expected) ? apply_acpkm(CIPHER, section::tls, run.key, run) : std::move(done);
+    return tls_was_right(*read, run.data, run.expected) ? apply_acpkm(CIPHER, section::tls, run.key, run)
+                                                        : std::move(done);
+}
+
+template <block_cipher_id CIPHER> result<secret> run_acpkm(const cipher_run& run) {
+    return run.way == direction::DECRYPT ? decrypt_acpkm<CIPHER>(run) : encrypt_acpkm<CIPHER>(run);
 }
 
 template <block_cipher_id CIPHER> result<secret> run_acpkm_omac(const cipher_run& run) {

@@ -235,6 +235,9 @@ class container_writer {
             return bags.error();
         }
         const secret plain = is_native() ? secret_der(asn_tag_t::OCTET_STRING, {*bags}) : *bags;
+        if (!is_plaintext(plain, plaintext::SAFE_CONTENTS)) {
+            return failure{cause::invalid_argument, "a bag with DER that is not whole, which no reader would accept"};
+        }
         const result<encrypted> made = encrypt(under_, options_, plain, plaintext::SAFE_CONTENTS);
         return made ? result<std::string>(write_encrypted_data(*made)) : made.error();
     }

@@ -27,22 +27,25 @@ OCTETS element(OCTETS out, asn_tag_t::Type tag, std::initializer_list<std::strin
     return out;
 }
 
-bool is_whole(asn_cursor_t in, unsigned int depth);
+bool is_whole(asn_cursor_t in, unsigned int depth, strings are);
 
 // A string that holds DER does so as a single SEQUENCE; whatever else it holds has no inside.
 bool is_whole_inside_string(std::string_view content, unsigned int depth) {
     asn_cursor_t in(blob_of(content));
     const asn_cursor_t sequence = in.next_is(asn_tag_t::SEQUENCE) ? in.enter(asn_tag_t::SEQUENCE) : in;
     const bool holds_der = in.ok() && in.empty() && !content.empty() && content[0] == char(asn_tag_t::SEQUENCE);
-    return !holds_der || is_whole(sequence, depth);
+    return !holds_der || is_whole(sequence, depth, strings::OPENED);
 }
 
-bool is_whole_element(unsigned char identifier, const blob_t& content, unsigned int depth) {
+bool is_whole_element(unsigned char identifier, const blob_t& content, unsigned int depth, strings are) {
     if (depth == 0) {
         return true;
     }
     if ((identifier & CONSTRUCTED) != 0) {
-        return is_whole(asn_cursor_t(content), depth - 1);
+        return is_whole(asn_cursor_t(content), depth - 1, are);
+    }
+    if (are == strings::OPAQUE) {
+        return true;
     }
     if (identifier == asn_tag_t::OCTET_STRING) {
         return is_whole_inside_string(text_of(content), depth - 1);
@@ -53,11 +56,11 @@ bool is_whole_element(unsigned char identifier, const blob_t& content, unsigned 
     return true;
 }
 
-bool is_whole(asn_cursor_t in, unsigned int depth) {
+bool is_whole(asn_cursor_t in, unsigned int depth, strings are) {
     while (in.ok() && !in.empty()) {
         const unsigned char identifier = *in.p;
         const blob_t content = in.read(asn_tag_t::ANY);
-        if (!in.ok() || !is_whole_element(identifier, content, depth)) {
+        if (!in.ok() || !is_whole_element(identifier, content, depth, are)) {
             return false;
         }
     }
@@ -124,10 +127,10 @@ result<std::uint32_t> read_iterations(asn_cursor_t& in) {
     return static_cast<std::uint32_t>(value);
 }
 
-bool is_whole_der(std::string_view octets, asn_tag_t::Type tag) {
+bool is_whole_der(std::string_view octets, asn_tag_t::Type tag, strings are) {
     asn_cursor_t in(blob_of(octets));
     const asn_cursor_t content = in.enter(tag);
-    return in.ok() && in.empty() && is_whole(content, MAX_DEPTH);
+    return in.ok() && in.empty() && is_whole(content, MAX_DEPTH, are);
 }
 
 } // namespace derkit::gost

@@ -47,9 +47,13 @@ std::string dotted_of(const blob_t& oid);
 // counts; negative and empty ones are cause::malformed_parameters.
 result<std::uint32_t> read_iterations(asn_cursor_t& in);
 
+// Whether DER is looked for in OCTET STRINGs and BIT STRINGs too: in those that hold one SEQUENCE. A key or a signature
+// may look like that by chance.
+enum class strings { OPAQUE, OPENED };
+
 // Tells whether all of `octets` is one element with this identifier, and every element inside is whole too, as deep as
-// elements go: also in an OCTET STRING or a BIT STRING that holds one SEQUENCE.
-bool is_whole_der(std::string_view octets, asn_tag_t::Type tag);
+// elements go.
+bool is_whole_der(std::string_view octets, asn_tag_t::Type tag, strings are = strings::OPENED);
 
 } // namespace derkit::gost
 

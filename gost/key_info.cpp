@@ -173,7 +173,9 @@ result<key_info> read_key_info(std::string_view der) {
     }
     const std::string_view content = text_of(info.read(asn_tag_t::OCTET_STRING));
     read_optional_fields(info, out);
-    if (!in.ok() || !in.empty() || !algorithm.ok() || !algorithm.empty() || !info.ok()) {
+    const bool whole_parameters =
+        out.parameters.empty() || is_whole_der(out.parameters, asn_tag_t::ANY, strings::OPAQUE);
+    if (!in.ok() || !in.empty() || !algorithm.ok() || !algorithm.empty() || !info.ok() || !whole_parameters) {
         return cause::malformed;
     }
     const std::string dotted = dotted_of(blob_of(out.algorithm_oid));

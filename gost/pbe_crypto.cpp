@@ -173,7 +173,7 @@ bool pbe_crypto::decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsig
     }
     const std::string header =
         is_key || is_octet_string(*plain) ? std::string() : der_header(asn_tag_t::OCTET_STRING, plain->size());
-    out.reserve(header.size() + plain->size()); // so that no copy of the plaintext is left behind by growth
+    out.reserve(header.size() + plain->size()); // so that growth leaves no copy of the plaintext
     out.append(header);
     out.append(plain->view());
     return true;

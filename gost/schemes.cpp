@@ -261,18 +261,19 @@ named_oid name_scheme_oid(const blob_t& oid) {
     return named;
 }
 
-bool is_plaintext(std::string_view octets, plaintext expected) {
+bool is_plaintext(std::string_view octets, plaintext expected, strings are) {
     asn_cursor_t in(blob_of(octets));
     const bool wrapped = expected == plaintext::SAFE_CONTENTS && in.next_is(asn_tag_t::OCTET_STRING);
     if (wrapped) {
-        in = in.enter(asn_tag_t::OCTET_STRING);
+        const asn_cursor_t inside = in.enter(asn_tag_t::OCTET_STRING);
+        return in.ok() && in.empty() && inside.next_is(asn_tag_t::SEQUENCE) &&
+               is_plaintext(text_of(inside.rest()), expected, are);
     }
     const asn_cursor_t content = in.enter(asn_tag_t::SEQUENCE);
     const bool begins_well = expected == plaintext::PRIVATE_KEY_INFO
                                  ? content.next_is(asn_tag_t::INTEGER)
                                  : content.empty() || content.next_is(asn_tag_t::SEQUENCE);
-    return in.ok() && in.empty() && begins_well &&
-           is_whole_der(octets, wrapped ? asn_tag_t::OCTET_STRING : asn_tag_t::SEQUENCE);
+    return in.ok() && in.empty() && begins_well && is_whole_der(octets, asn_tag_t::SEQUENCE, are);
 }
 
 encryption_scheme outline_encryption(const blob_t& algorithm, const limits& cost) {

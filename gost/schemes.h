@@ -14,6 +14,7 @@
 #include "derkit/gost/secret.h"
 #include "derkit/pkcs12_helper.h"
 #include "gost/crypto.h"
+#include "gost/der.h"
 
 namespace derkit::gost {
 
@@ -61,8 +62,8 @@ enum class plaintext {
     SAFE_CONTENTS     // SEQUENCE of SEQUENCEs; or an OCTET STRING around one, as in the native form
 };
 
-// Tells whether `octets` is that and nothing else, and whole in every depth.
-bool is_plaintext(std::string_view octets, plaintext expected);
+// Tells whether `octets` is that and nothing else, with whole elements in every depth.
+bool is_plaintext(std::string_view octets, plaintext expected, strings are = strings::OPAQUE);
 
 // The text for people of an OID that the tables of schemes have; with an empty name for all others.
 named_oid name_scheme_oid(const blob_t& oid);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Updates the snapshots of the binary interface in abi/ and shows what has changed: for intended changes only (docs/abi.md
-# says which are allowed). Builds the library for both targets.
+# says which are allowed). Builds the libraries for both targets.
 #
 # scripts/update-abi.sh --of LIBRARY prints the snapshot of a library that was built with debug information.
 set -euo pipefail
@@ -27,15 +27,20 @@ fi
 new=$(mktemp)
 trap 'rm -f "$new"' EXIT
 renew() {
-  local preset=$1 snapshot=abi/libderkit.$2.abi
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" --target derkit
-  snapshot_of "build/$preset/libderkit.so" >"$new"
+  local preset=$1 target=$2 library=$3
+  local snapshot=abi/$library.$target.abi
+  cmake --build --preset "$preset" --target "$library.so"
+  snapshot_of "build/$preset/$library.so" >"$new"
   echo "== $snapshot"
   if [[ -f $snapshot ]]; then
     abidiff --harmless "$snapshot" "$new" || true # its status tells that there are changes
   fi
   cat "$new" >"$snapshot"
 }
-renew native x86_64
-renew i386 i386
+for preset in native i386; do
+  cmake --preset "$preset" >/dev/null
+done
+renew native x86_64 libderkit
+renew native x86_64 libderkit-gost
+renew i386 i386 libderkit
+renew i386 i386 libderkit-gost

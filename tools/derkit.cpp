@@ -1,7 +1,7 @@
 // derkit: the library from the command line.
 //
-// Exit status: 0 when all went well, 1 when an input could not be used or the output not be written, 2 for a command
-// line that makes no sense.
+// Exit status: 0 for success, 1 if an input could not be used or the output not be written, 2 for an invalid command
+// line.
 #include <cerrno>
 #include <new>
 #include <stdexcept>
@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
     } catch (const interrupted_t&) {
         // Whoever sent the signal knows.
     } catch (const output_error_t& error) {
-        // Whoever closed the pipe wants no more: no reason to complain.
+        // The reader of the pipe wants no more: no reason to complain.
         if (error.code().value() != EPIPE) {
             console.fail("standard output", error.code().message());
         }

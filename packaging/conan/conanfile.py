@@ -36,6 +36,7 @@ class DerkitConan(ConanFile):
 
     def generate(self):
         toolchain = CMakeToolchain(self)
+        toolchain.cache_variables["DERKIT_BUILD_GOST"] = False
         toolchain.cache_variables["DERKIT_BUILD_TOOLS"] = False
         toolchain.cache_variables["DERKIT_BUILD_TESTS"] = False
         toolchain.generate()

@@ -39,7 +39,8 @@ namespace {
 
 using namespace derkit::gost;
 
-const std::string PRIVATE_KEY_INFO = der(asn_tag_t::SEQUENCE, {der_integer(0), std::string(from_hex("3000 0400"))});
+const std::string PRIVATE_KEY_INFO =
+    der(asn_tag_t::SEQUENCE, {der_integer(0), from_hex("3000 0420"), std::string(32, 'k')});
 
 // Runs `body` while its nth allocation fails, and returns whether it threw std::bad_alloc.
 template <typename BODY> bool runs_out_of_memory(std::size_t n, BODY body) {

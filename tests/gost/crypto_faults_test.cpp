@@ -14,7 +14,8 @@ namespace {
 
 using namespace derkit::gost;
 
-const std::string PRIVATE_KEY_INFO = der(asn_tag_t::SEQUENCE, {der_integer(0), std::string(from_hex("3000 0400"))});
+const std::string PRIVATE_KEY_INFO =
+    der(asn_tag_t::SEQUENCE, {der_integer(0), from_hex("3000 0420"), std::string(32, 'k')});
 
 TEST(CryptoFaults, AreReportedWhereverTheyHappen) {
     ASSERT_TRUE(start_gcrypt());

@@ -239,6 +239,12 @@ TEST(PrivateKeyInfo, IsRefused) {
         {"no parameters",
          encode(der_sequence({der_integer("00"), der_sequence({der_oid(GOST_2001)}), der_octet_string(number)})),
          cause::malformed_parameters},
+        {"parameters that are cut short inside",
+         encode(der_sequence(
+             {der_integer("00"),
+              der_sequence({der_oid(GOST_2001), der_sequence({der_oid(CRYPTOPRO_A), der_raw("26 02 05 01")})}),
+              der_octet_string(number)})),
+         cause::malformed},
         {"RSA",
          encode(der_sequence({der_integer("00"), der_sequence({der_oid("1.2.840.113549.1.1.1"), der_null()}),
                               der_octet_string(number)})),
@@ -402,6 +408,20 @@ TEST(EncryptedPrivateKey, ComesBackUnderItsPasswordOnly) {
             EXPECT_FALSE(outline->encryption->unsupported.has_value()) << which;
             EXPECT_FALSE(outline->family.has_value()) << which;
         }
+    }
+}
+
+// Octets of a key may look like a SEQUENCE by chance.
+TEST(EncryptedPrivateKey, MayBeginLikeDer) {
+    const std::string number = reversed(from_hex("30 1E FF FF") + std::string(28, '\1'));
+    const result<private_key> key = private_key::from_number(key_family::gost2001, CRYPTOPRO_A, number);
+    ASSERT_TRUE(key);
+    for (const write_options& options : all_formats()) {
+        const result<std::string> written = key->write_encrypted("password", options);
+        ASSERT_TRUE(written);
+        const result<private_key> again = private_key::read(*written, "password");
+        ASSERT_TRUE(again) << static_cast<int>(options.to) << again.message();
+        EXPECT_EQ(hex(again->number().view()), hex(number));
     }
 }
 

@@ -4,9 +4,12 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "derkit/gost/container.h"
 #include "derkit/gost/pbe_crypto.h"
+#include "derkit/gost/private_key.h"
 #include "derkit/pkcs12_helper.h"
 #include "gost/der.h"
 #include "gost/schemes.h"
@@ -14,6 +17,7 @@
 
 struct work_t {
     std::string name;
+    // A PrivateKeyInfo that ends with a number of 32 octets.
     std::function<derkit::gost::cause(std::string_view password, std::string_view private_key_info)> run;
 };
 
@@ -72,6 +76,58 @@ inline derkit::gost::cause write_and_read_with_libderkit(derkit::gost::container
     return reading.refusals().empty() ? cause::none : reading.refusals().front().why;
 }
 
+// Writes a container of one key, lists it, opens it and encodes the key.
+inline derkit::gost::cause write_and_open_container(const derkit::gost::write_options& options,
+                                                    std::string_view password, std::string_view private_key_info) {
+    using namespace derkit::gost;
+    bag key;
+    key.type = bag_type::private_key;
+    key.value = secret(private_key_info);
+    key.friendly_name = "Ключ";
+    container made;
+    made.add(std::move(key));
+    const result<std::string> file = made.write(password, options);
+    if (!file) {
+        return file.why();
+    }
+    const result<container> listed = container::inspect(*file);
+    const result<container> opened = container::open(*file, password);
+    if (!listed || !opened) {
+        return listed ? opened.why() : listed.why();
+    }
+    const bag& back = *opened->bags().at(0);
+    if (back.refusal.has_value()) {
+        return back.refusal->why;
+    }
+    return back.value.view() == private_key_info && !to_pem(back).empty() ? cause::none : cause::malformed;
+}
+
+// Makes a key of the number, encrypts it, reads it back and computes its public key.
+inline derkit::gost::cause work_with_key(const derkit::gost::write_options& options, std::string_view password,
+                                         std::string_view private_key_info) {
+    using namespace derkit::gost;
+    constexpr std::size_t SIZE = 32;
+    const std::string_view number = private_key_info.substr(private_key_info.size() - SIZE);
+    const result<private_key> key = private_key::from_number(key_family::gost2012_256, "1.2.643.7.1.2.1.1.2", number);
+    if (!key) {
+        return key.why();
+    }
+    const result<secret> plain = key->write(key_shape::integer);
+    if (!plain) {
+        return plain.why();
+    }
+    const result<std::string> encrypted = key->write_encrypted(password, options);
+    if (!encrypted) {
+        return encrypted.why();
+    }
+    const result<private_key> back = private_key::read(*encrypted, password);
+    if (!back) {
+        return back.why();
+    }
+    const result<std::string> point = back->public_key();
+    return point && back->number().view() != number ? cause::malformed : point.why();
+}
+
 inline std::vector<work_t> all_work() {
     using namespace derkit::gost;
     std::vector<work_t> all;
@@ -106,6 +162,15 @@ inline std::vector<work_t> all_work() {
                        }});
     }
     all.push_back({"private key", write_and_read_key});
+    write_options sealed;
+    sealed.to = format::rfc9548_omac;
+    sealed.iterations = 3;
+    all.push_back({"container", [sealed](std::string_view password, std::string_view private_key_info) {
+                       return write_and_open_container(sealed, password, private_key_info);
+                   }});
+    all.push_back({"key", [sealed](std::string_view password, std::string_view private_key_info) {
+                       return work_with_key(sealed, password, private_key_info);
+                   }});
     for (const container_form form : {container_form::standard, container_form::native}) {
         all.push_back({form == container_form::native ? "native form" : "standard form",
                        [form](std::string_view password, std::string_view private_key_info) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The Debian packages that dpkg-buildpackage makes of the sources, twice: with and without the tool, in folders, seconds,
-languages and under umasks of their own. They are built without optimisation, which takes a third of the time."""
+"""The Debian packages that dpkg-buildpackage makes of the sources, twice: all of them, then the library's alone in a folder, at
+a time, in a language and under a umask of its own. They are built without optimisation, which takes a third of the time."""
 import gzip
 import os
 import pathlib
@@ -10,27 +10,34 @@ import subprocess
 import tempfile
 import unittest
 
-from packages import CONSUMER, DOCUMENTS, SOURCE, VERSION, development_files, files_below, manuals, run
+from packages import (CONSUMER, DOCUMENTS, SOURCE, VERSION, development_files, files_below, gost_development_files,
+                      manuals, run)
 
 TRIPLET = run("dpkg-architecture", "--query", "DEB_HOST_MULTIARCH").strip()
 ARCHITECTURE = run("dpkg-architecture", "--query", "DEB_HOST_ARCH").strip()
 LIBDIR = f"usr/lib/{TRIPLET}"
-PACKAGES = ["libderkit1", "libderkit-dev", "derkit-tools"]
+PACKAGES = ["libderkit1", "libderkit-dev", "libderkit-gost1", "libderkit-gost-dev", "derkit-tools"]
+LIBRARIES = {"libderkit1": "libderkit", "libderkit-gost1": "libderkit-gost"}  # packages and what they hold
+CRYPTO_LIBRARIES = ["libgcrypt20", "libgnutls30"]
 SYSTEM_LIBRARIES = ["libc6", "libgcc-s1", "libstdc++6"]
 FILES = {
     "libderkit1": {f"{LIBDIR}/libderkit.so.1", f"{LIBDIR}/libderkit.so.{VERSION}",
                    "usr/share/doc/libderkit1/examples/qaroids.cfg"},
     "libderkit-dev": {f"usr/{path}" for path in development_files(f"lib/{TRIPLET}", "none") | manuals("35", ".gz")}
         | {f"usr/share/doc/libderkit-dev/{name}" for name in DOCUMENTS},
+    "libderkit-gost1": {f"{LIBDIR}/libderkit-gost.so.1", f"{LIBDIR}/libderkit-gost.so.{VERSION}"},
+    "libderkit-gost-dev": {f"usr/{path}" for path in gost_development_files(f"lib/{TRIPLET}", "none")},
     "derkit-tools": {f"usr/{path}" for path in manuals("1", ".gz")}
         | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit"},
 }
 DEPENDENCIES = {  # a package, and which of its versions satisfy it
     "libderkit1": {name: ">=" for name in SYSTEM_LIBRARIES},
     "libderkit-dev": {"libderkit1": "="},
+    "libderkit-gost1": {name: ">=" for name in SYSTEM_LIBRARIES + CRYPTO_LIBRARIES + ["libderkit1"]},
+    "libderkit-gost-dev": {"libderkit-dev": "=", "libderkit-gost1": "="},
     "derkit-tools": {name: ">=" for name in SYSTEM_LIBRARIES + ["libderkit1", "libgcrypt20"]},
 }
-MULTI_ARCH = {"libderkit1": "same", "libderkit-dev": "same", "derkit-tools": "foreign"}
+MULTI_ARCH = {name: "foreign" if name == "derkit-tools" else "same" for name in PACKAGES}
 
 
 def fields(package):
@@ -60,7 +67,8 @@ def setUpModule():
     unittest.addModuleCleanup(folder.cleanup)
     SCRATCH = pathlib.Path(folder.name)
     MADE = build(SCRATCH / "first", "nocheck", 0o022, TZ="UTC")
-    AGAIN = build(SCRATCH / "second/longer", "nocheck,pkg.derkit.notools", 0o077, TZ="Asia/Kathmandu", LC_ALL="C.UTF-8")
+    AGAIN = build(SCRATCH / "second/longer", "nocheck,pkg.derkit.nogost,pkg.derkit.notools", 0o077,
+                  TZ="Asia/Kathmandu", LC_ALL="C.UTF-8")
 
 
 class DebianPackagesTest(unittest.TestCase):
@@ -94,7 +102,7 @@ class DebianPackagesTest(unittest.TestCase):
                 depends = re.findall(r"(\S+) \((=|>=) (\S+?)\)", fields(MADE[name])["Depends"])
                 self.assertEqual({on: relation for on, relation, _ in depends}, DEPENDENCIES[name])
                 ours = {version for on, _, version in depends if on == "libderkit1"}
-                self.assertLessEqual(ours, {"1.0.0" if name == "derkit-tools" else f"{VERSION}-1"})
+                self.assertLessEqual(ours, {f"{VERSION}-1" if name.endswith("-dev") else "1.0.0"})
 
     def test_every_package_has_its_files(self):
         for name in PACKAGES:
@@ -106,13 +114,14 @@ class DebianPackagesTest(unittest.TestCase):
                     self.assertTrue(changelog.readline().startswith(f"derkit ({VERSION}-1) "))
 
     def test_two_architectures_have_the_same_files_outside_their_folders(self):
-        for name in "libderkit1", "libderkit-dev":
+        for name in PACKAGES[:-1]:
             for file in files_below(self.contents[name]):
                 if not file.startswith(LIBDIR):
                     self.assertNotIn(TRIPLET.encode(), (self.contents[name] / file).read_bytes(), file)
 
     def test_programs_and_libraries_are_stripped(self):
-        for name, file in [("libderkit1", f"{LIBDIR}/libderkit.so.{VERSION}"), ("derkit-tools", "usr/bin/derkit")]:
+        libraries = [(name, f"{LIBDIR}/{library}.so.{VERSION}") for name, library in LIBRARIES.items()]
+        for name, file in [*libraries, ("derkit-tools", "usr/bin/derkit")]:
             with self.subTest(file):
                 table = run("readelf", "--section-headers", "--dynamic", "--wide", self.contents[name] / file)
                 self.assertNotIn(".debug_info", table)
@@ -120,19 +129,23 @@ class DebianPackagesTest(unittest.TestCase):
 
     def test_nothing_runs_and_nothing_is_configured_when_packages_are_installed(self):
         for name in PACKAGES:
-            extra = {"shlibs", "symbols", "triggers"} if name == "libderkit1" else set()
+            extra = {"shlibs", "symbols", "triggers"} if name in LIBRARIES else set()
             self.assertEqual(files_below(self.control[name]), {"control", "md5sums"} | extra)
 
     def test_dependents_are_told_the_library_and_its_symbols(self):
-        lines = (self.control["libderkit1"] / "symbols").read_text(encoding="ascii").splitlines()
-        self.assertEqual(lines[:2], ["libderkit.so.1 libderkit1 #MINVER#", "* Build-Depends-Package: libderkit-dev"])
-        # The symbols of the library in the package, as binutils tells them.
-        table = run("nm", "--dynamic", "--defined-only", "--format=posix",
-                    self.contents["libderkit1"] / LIBDIR / f"libderkit.so.{VERSION}")
-        exported = [line.split()[0].replace("@@", "@") for line in table.splitlines()]
-        exported = ["DERKIT_1.0@DERKIT_1.0" if symbol.startswith("DERKIT_1.0") else symbol for symbol in exported]
-        self.assertEqual(sorted(lines[2:]), sorted(f" {symbol} 1.0.0" for symbol in exported))
-        self.assertGreater(len(exported), 50)
+        for name, library in LIBRARIES.items():
+            with self.subTest(name):
+                lines = (self.control[name] / "symbols").read_text(encoding="ascii").splitlines()
+                development = name.replace("1", "-dev")
+                self.assertEqual(lines[:2],
+                                 [f"{library}.so.1 {name} #MINVER#", f"* Build-Depends-Package: {development}"])
+                # The symbols of the library in the package, as binutils tells them.
+                table = run("nm", "--dynamic", "--defined-only", "--format=posix",
+                            self.contents[name] / LIBDIR / f"{library}.so.{VERSION}")
+                exported = [line.split()[0].replace("@@", "@") for line in table.splitlines()]
+                exported = [re.sub(r"^(DERKIT_\w+1\.0|DERKIT_1\.0)\b.*", r"\1@\1", symbol) for symbol in exported]
+                self.assertEqual(sorted(lines[2:]), sorted(f" {symbol} 1.0.0" for symbol in exported))
+                self.assertGreater(len(exported), 50)
 
     def test_lintian_finds_no_fault(self):
         # A first version closes the bug that asked Debian for the package; these are not uploaded there.
@@ -149,7 +162,7 @@ class CleanRootTest(unittest.TestCase):
         database = cls.root / "var/lib/dpkg"
         for part in "info", "updates":
             (database / part).mkdir(parents=True)
-        names = [f"{name}:{ARCHITECTURE}" for name in SYSTEM_LIBRARIES + ["libgcrypt20"]]
+        names = [f"{name}:{ARCHITECTURE}" for name in SYSTEM_LIBRARIES + CRYPTO_LIBRARIES]
         form = ("Package: ${Package}\nStatus: install ok installed\nMaintainer: ${Maintainer}\n"
                 "Architecture: ${Architecture}\nMulti-Arch: same\nVersion: ${Version}\n"
                 "Description: stands for the one outside\n\n")

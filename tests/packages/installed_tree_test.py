@@ -8,8 +8,8 @@ import subprocess
 import tempfile
 import unittest
 
-from packages import (BUILD, CONSUMER, DOCUMENTS, SOURCE, TIME_LIMIT, VERSION, development_files, files_below, manuals,
-                      run)
+from packages import (BUILD, CONSUMER, DOCUMENTS, SOURCE, TIME_LIMIT, VERSION, WITH_GOST, development_files, files_below,
+                      gost_development_files, manuals, run)
 
 CMAKE = os.environ["CMAKE"]
 COMPILER = [os.environ["CXX"], *shlex.split(os.environ["CXXFLAGS"])]
@@ -20,6 +20,10 @@ FILES = {
     "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in DOCUMENTS},
     "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit"},
 }
+if WITH_GOST:
+    FILES["gost"] = {f"lib/libderkit-gost.so.{VERSION}", "lib/libderkit-gost.so.1"}
+    FILES["gost_development"] = gost_development_files("lib")
+GOST_PRINTED = "the MAC does not match: wrong password, or the file was altered\n"
 
 
 def needed_libraries(program):
@@ -40,8 +44,8 @@ class InstalledTreeTest(unittest.TestCase):
         # The tree may be moved.
         cls.prefix = (cls.scratch / "first").rename(cls.scratch / "prefix")
 
-    def pkg_config(self, *arguments):
-        return shlex.split(run("pkg-config", *arguments, "derkit", PKG_CONFIG_LIBDIR=self.prefix / "lib/pkgconfig"))
+    def pkg_config(self, *arguments, package="derkit"):
+        return shlex.split(run("pkg-config", *arguments, package, PKG_CONFIG_LIBDIR=self.prefix / "lib/pkgconfig"))
 
     def test_every_component_has_its_files(self):
         found = {}
@@ -84,6 +88,27 @@ class InstalledTreeTest(unittest.TestCase):
                     program = build / f"{kind}_{standard}"
                     self.assertEqual(run(program), printed)
                     self.assertEqual("libderkit.so.1" in needed_libraries(program), kind == "shared")
+
+        self.assertEqual((build / "gost").exists(), WITH_GOST)
+        if WITH_GOST:
+            self.assertEqual(run(build / "gost"), GOST_PRINTED)
+
+    @unittest.skipUnless(WITH_GOST, "libderkit-gost is not built")
+    def test_pkg_config_of_the_gost_library(self):
+        program = self.scratch / "pkg_config_gost"
+        flags = self.pkg_config("--cflags", "--libs", package="derkit-gost")
+        run(*COMPILER, "-std=c++17", CONSUMER / "gost.cpp", *flags, "-o", program)
+        self.assertEqual(run(program, LD_LIBRARY_PATH=self.prefix / "lib"), GOST_PRINTED)
+        self.assertEqual(self.pkg_config("--modversion", package="derkit-gost"), [VERSION])
+
+    @unittest.skipUnless(WITH_GOST, "libderkit-gost is not built")
+    def test_the_package_is_found_without_the_gost_library(self):
+        prefix = self.scratch / "plain"
+        for component in "runtime", "development":
+            run(CMAKE, "--install", BUILD, "--prefix", prefix, "--component", component)
+        build = self.scratch / "plain_consumer"
+        configure(CONSUMER, build, *FOR_COMPILER, f"-DCMAKE_PREFIX_PATH={prefix}")
+        self.assertNotIn("gost", run("ninja", "-C", build, "-t", "targets", "all"))
 
     def test_a_build_of_the_other_target_does_not_find_the_package(self):
         config = self.prefix / "lib/cmake/derkit/derkitConfigVersion.cmake"

@@ -1,6 +1,7 @@
 """What the tests of this folder share.
 
-The environment names the build: DERKIT_BUILD_DIR, DERKIT_SOURCE_DIR, DERKIT_VERSION, CMAKE, CXX and CXXFLAGS.
+The environment names the build: DERKIT_BUILD_DIR, DERKIT_SOURCE_DIR, DERKIT_VERSION, CMAKE, CXX and
+CXXFLAGS, and DERKIT_WITH_GOST is 1 if libderkit-gost is built.
 """
 import os
 import pathlib
@@ -10,11 +11,13 @@ import subprocess
 BUILD = os.environ["DERKIT_BUILD_DIR"]
 SOURCE = pathlib.Path(os.environ["DERKIT_SOURCE_DIR"])
 VERSION = os.environ["DERKIT_VERSION"]
+WITH_GOST = os.environ["DERKIT_WITH_GOST"] == "1"
 CONSUMER = SOURCE / "tests/packages/consumer"
 TIME_LIMIT = 240
 
 # Installed files, relative to the prefix.
-HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").iterdir()}
+HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").glob("*.h")}
+GOST_HEADERS = {f"include/derkit/gost/{header.name}" for header in (SOURCE / "include/derkit/gost").iterdir()}
 GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
 DOCUMENTS = GUIDES | {"derkit.spdx.json"}
 
@@ -28,6 +31,11 @@ def development_files(libdir, configuration="relwithdebinfo"):
     parts = "Config", "ConfigVersion", "Targets", f"Targets-{configuration}"
     cmake = {f"cmake/derkit/derkit{part}.cmake" for part in parts}
     return HEADERS | {f"{libdir}/{file}" for file in {"libderkit.so", "libderkit.a", "pkgconfig/derkit.pc"} | cmake}
+
+
+def gost_development_files(libdir, configuration="relwithdebinfo"):
+    cmake = {f"cmake/derkit/derkitGostTargets{part}.cmake" for part in ("", f"-{configuration}")}
+    return GOST_HEADERS | {f"{libdir}/{file}" for file in {"libderkit-gost.so", "pkgconfig/derkit-gost.pc"} | cmake}
 
 
 def run(*command, cwd=None, umask=-1, **environment):

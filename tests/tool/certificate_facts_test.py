@@ -175,7 +175,7 @@ class Certificates(FactsTest):
         self.assertEqual(found["signature_algorithm_oid"], "2.999.1")
 
     def test_each_fact_that_cannot_be_shown_is_named_and_the_others_are_shown(self):
-        differs = "the signature algorithm outside differs from the one that is signed"
+        differs = "the signature algorithm differs from the signed one"
         cases = [
             ({"serial": b""}, "serialNumber is empty", "serial"),
             ({"signature": sequence()}, "signatureAlgorithm has no OID", "signature_algorithm"),

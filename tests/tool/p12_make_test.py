@@ -133,7 +133,7 @@ class MadeContainers(MakeTest):
         self.assertEqual(self.read_by_openssl("CERTIFICATE"), [self.pair.certificate])
         self.assertEqual([path.name for path in self.folder.iterdir()], ["made.p12"])
 
-    def test_a_failure_leaves_nothing_behind(self):
+    def test_a_failure_leaves_no_file(self):
         self.check_failures([(self.arguments(), f"{self.out}: File too large")], preexec_fn=limit_file_size(100))
         self.assertEqual(list(self.folder.iterdir()), [])
         self.out = self.folder / "no" / "made.p12"

@@ -87,7 +87,7 @@ class DnCommand(ToolTest):
         rules = {b"--x": "syntax"} | {
             case.text("text"): case.field("rule") for case in cases("texts-refused.txt")
             if case.field("case") != "short name without a map"}  # the tool is never without one
-        no_value = "has a type that is unknown or a value that is malformed"
+        no_value = "has an unknown type or a malformed value"
         problems = {"syntax": "does not parse as a distinguished name"}
         self.check_failures([
             (["--", argument(text)], f"{shown(text)}: {problems.get(rule, no_value)}") for text, rule in rules.items()])
@@ -315,13 +315,13 @@ class TimeCommand(ToolTest):
 
     def test_a_text_whose_seconds_cannot_be_told_has_none(self):
         done = self.tool("1969.12.31 23:59:59")
-        warning = "derkit: 1969.12.31 23:59:59: warning: this system does not count the seconds from the epoch to it"
+        warning = "derkit: 1969.12.31 23:59:59: warning: has no number of seconds since the epoch on this system"
         self.assertEqual((done.status, done.errors), (0, [warning]))
         self.assertEqual(list(fields(done.text)), ["gmt", "gmt_log", "local"])
 
     def test_what_is_no_moment_is_refused(self):
         texts = [b"-", b"12x", *(case.text("log text") for case in cases("cert-times.txt", "refused", text="log text"))]
-        too_far = "no certificate time is so many seconds from the epoch"
+        too_far = "is beyond the times of certificates"
         self.check_failures([
             *((["--", argument(text)], f"{shown(text)}: {self.NO_MOMENT}") for text in texts),
             *((["--", seconds], f"{seconds}: {too_far}") for seconds in ("9" * 20, "-" + "9" * 20, "-2208988801")),

@@ -1,4 +1,4 @@
-// derkit alg: all that is known of one algorithm code.
+// derkit alg: everything known about an algorithm.
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -20,7 +20,7 @@ struct alg_options_t {
     bool json = false;
 };
 
-// Digests in bytes. A vendor's variant of a hash has the same.
+// Digest sizes in bytes. A vendor's variant of a hash has the same one.
 struct digest_size_t {
     pki_alg_t hash;
     unsigned int size;
@@ -127,7 +127,7 @@ void add_alg_command(command_t& parent, console_t& console) {
     const auto options = std::make_shared<alg_options_t>();
     command.add_argument("ALGORITHM", options->alg, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID");
     command.add_flag("--json", options->json, "One JSON object");
-    command.set_footer("A hash has digest_size (bytes) and digest_info_prefix: the DER in front of the digest in its "
+    command.set_footer("A hash has digest_size (bytes) and digest_info_prefix: the DER before the digest in its "
                        "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.\n"
                        "Examples:\n"
                        "  derkit alg SHA256\n"

@@ -1,4 +1,4 @@
-// derkit cert: certificates at a glance.
+// derkit cert: what certificates say.
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,7 +35,7 @@ bool comes_back_from_text(const blob_t& name, const name_style_t& style) {
     if (!printable_to_asn_dn(text.str().c_str(), der, style.map)) {
         return false;
     }
-    // The text was encoded in its own order, so the way back keeps that.
+    // The text was encoded in the order shown, so the way back keeps it.
     name_style_t way_back = style;
     way_back.order = PDN_ORDER_AS_ENCODED;
     const blob_t encoded = make_blob(der);
@@ -197,8 +197,8 @@ void add_cert_command(command_t& parent, console_t& console) {
     command.add_flag("--local", options->local, "Show the validity in local time too");
     command.add_flag(
         "--round-trip", options->round_trip,
-        "Take every name, in both orders, back to DER and print it again; count how often the text stays the same");
-    command.set_footer("What cannot be used is reported on standard error; the rest is shown all the same.\n"
+        "Convert every name, in both orders, back to DER and print it again; count those whose text stays the same");
+    command.set_footer("Problems are reported on standard error; everything else is still shown.\n"
                        "Examples:\n"
                        "  derkit cert server.pem\n"
                        "  derkit cert --json --order reversed bundle.pem | jq .subject");

@@ -10,8 +10,8 @@ namespace {
 constexpr std::size_t WIDTH = 80;
 constexpr std::size_t OPTION_WIDTH = 26;
 
-// Breaks the text into lines of at most WIDTH columns. All but the first are indented; the first has as much in front
-// of it already.
+// Breaks the text into lines of at most WIDTH columns. All but the first are indented: other text of that width
+// precedes the first.
 std::string wrap(const std::string& text, std::size_t indent) {
     std::istringstream words(text);
     std::string wrapped;

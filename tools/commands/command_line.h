@@ -1,6 +1,6 @@
 // The command line: subcommands, their options and their help.
 //
-// Commands declare themselves here and need not include the library that parses, which takes long to compile.
+// Commands need not include the library that parses, which is slow to compile.
 #ifndef DERKIT_TOOLS_COMMANDS_COMMAND_LINE_H
 #define DERKIT_TOOLS_COMMANDS_COMMAND_LINE_H
 
@@ -16,7 +16,7 @@ namespace CLI { // NOLINT(readability-identifier-naming): that library's name
 class App;
 }
 
-// A command line that makes no sense. Actions may throw it too.
+// An invalid command line. Actions may throw it too.
 struct usage_error_t : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -77,8 +77,8 @@ class command_line_t {
 
     command_t root();
 
-    // Parses the arguments and runs the action of the subcommand; nothing but returns the text of --help or --version
-    // if asked for it. Throws usage_error_t and what the action throws.
+    // Parses the arguments and runs the action of the subcommand; for --help and --version returns their text instead.
+    // Throws usage_error_t and what the action throws.
     std::optional<std::string> run(int argc, char** argv);
 
   private:

@@ -1,4 +1,4 @@
-// derkit dn: a distinguished name from text to its canonical text and to DER.
+// derkit dn: converts the text of a distinguished name to its canonical form and to DER.
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,7 +36,7 @@ name_t normalize(const dn_options_t& options) {
     const oid_map_handle_t map = options.oid_map.load();
     name_t name;
     if (!printable_to_asn_dn(options.reverse ? text.c_str() : options.text.c_str(), name.der, map)) {
-        throw failure_t(options.text, "has a type that is unknown or a value that is malformed");
+        throw failure_t(options.text, "has an unknown type or a malformed value");
     }
     const shown_name_t shown = show_name(make_blob(name.der), {PDN_ORDER_AS_ENCODED, map, false});
     name.text = shown.text;
@@ -44,7 +44,7 @@ name_t normalize(const dn_options_t& options) {
     return name;
 }
 
-// The shown text is searched, not the raw one, in which a zero byte would end the name.
+// Searches the text as shown: in raw text, a zero byte would end the name.
 shown_text_t get_value(const name_t& name, const std::string& type) {
     std::string value;
     if (!printable_dn_get_attr(name.text.str().c_str(), type.c_str(), value, PDN_GET_ATTR_VALUE)) {
@@ -80,7 +80,7 @@ void run(const dn_options_t& options, console_t& console) {
 } // namespace
 
 void add_dn_command(command_t& parent, console_t& console) {
-    command_t command = parent.add_subcommand("dn", "Bring a distinguished name to its canonical text or to DER");
+    command_t command = parent.add_subcommand("dn", "Convert a distinguished name to its canonical text or to DER");
     const auto options = std::make_shared<dn_options_t>();
     command.add_argument("TEXT", options->text, "The name, such as CN=user1,O=Example,C=RU");
     command.add_flag("--reverse", options->reverse, "Reverse the order of the RDNs first");
@@ -91,7 +91,7 @@ void add_dn_command(command_t& parent, console_t& console) {
     command.add_flag("--json", options->json, "One JSON object, with the DER in hexadecimal");
     command.exclude("--der", {"--hex", "--get", "--json"});
     command.exclude("--hex", {"--get", "--json"});
-    command.set_footer("--der and --hex exclude each other, --get and --json.\n"
+    command.set_footer("--der and --hex exclude each other and --get and --json.\n"
                        "Examples:\n"
                        "  derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'\n"
                        "  derkit dn --get O 'CN=user1,O=Example'");

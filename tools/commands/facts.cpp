@@ -60,7 +60,7 @@ void add_serial(const blob_t& serial_number, record_t& record, problems_t& probl
     record.add("serial", number_text(content));
 }
 
-// RFC 5280 4.1.1.2: the algorithm inside, which is signed, and the one outside are the same.
+// RFC 5280 4.1.1.2: the algorithm must be the one that is signed with the rest.
 void add_signature_algorithm(const certificate_t& certificate, const oid_map_handle_t& map, record_t& record,
                              problems_t& problems) {
     const std::optional<named_oid_t> algorithm = name_signature_algorithm(certificate.signature_algorithm, map);
@@ -70,7 +70,7 @@ void add_signature_algorithm(const certificate_t& certificate, const oid_map_han
     }
     add_named("signature_algorithm", "signature_algorithm_oid", *algorithm, record);
     if (chars(certificate.signature_algorithm) != chars(certificate.inner_signature)) {
-        problems.push_back("the signature algorithm outside differs from the one that is signed");
+        problems.push_back("the signature algorithm differs from the signed one");
     }
 }
 

@@ -1,4 +1,4 @@
-// What several commands show, and how they name the place of an object.
+// What several commands show, and how messages name an object.
 #ifndef DERKIT_TOOLS_COMMANDS_FACTS_H
 #define DERKIT_TOOLS_COMMANDS_FACTS_H
 
@@ -34,13 +34,13 @@ void add_oid(const char* key, const named_oid_t& named, record_t& record);
 // As above, with the name in front, as far as there are any.
 void add_named(const char* name_key, const char* oid_key, const std::optional<named_oid_t>& named, record_t& record);
 
-// By their places in the parameters of a GOST key.
+// Adds the sets in the order of the parameters of a GOST key.
 void add_param_sets(const std::vector<named_oid_t>& param_sets, record_t& record);
 
 // Its algorithm, size and parameter sets.
 void add_public_key(const public_key_t& key, record_t& record);
 
-// What its encoding has beside that: modulus and exponent, parameters of RSASSA-PSS.
+// The rest of its encoding: modulus and exponent, parameters of RSASSA-PSS.
 void add_public_key_details(const public_key_t& key, record_t& record);
 
 // Adds the times of a Validity, in local time too if `local` is set. Returns what is wrong with those that cannot be shown.

@@ -1,4 +1,4 @@
-// derkit oid: all that is known of one object identifier.
+// derkit oid: everything known about an object identifier.
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,7 +36,7 @@ std::optional<std::string> oid_from_hex(std::string_view hex) {
     return oid_arcs(content).has_value() ? std::optional(content) : std::nullopt;
 }
 
-// Some short names, DC for one, would be hexadecimal too: names come first.
+// Names come first: some short names, such as DC, are hexadecimal digits too.
 std::string find_oid(const std::string& text, oid_map_handle_t map) {
     std::optional<std::string> content = oid_from_text(text);
     if (!content.has_value()) {

@@ -17,7 +17,7 @@ class oid_map_option_t {
 
     // Without the option: the built-in names and those of the system's qaroids.cfg. With it: the built-in names and
     // those of the files instead, the earlier file first; on a clash the earlier name wins, as it does with
-    // qaroids.cfg. To be called once. Throws failure_t.
+    // qaroids.cfg. Call it once. Throws failure_t.
     oid_map_handle_t load() const;
 
   private:
@@ -42,16 +42,16 @@ class password_option_t {
     // Whether one of the options was given.
     bool given() const { return file_.has_value() || variable_.has_value() || on_stdin_ || ask_; }
 
-    // Whether the password is to be asked for at the terminal.
+    // Whether to prompt for the password at the terminal.
     bool asks() const { return ask_ || !given(); }
 
-    // Whether the password takes the standard input, which can be read only once.
+    // Whether the password is read from the standard input, which can be read only once.
     bool takes_stdin() const { return on_stdin_; }
 
-    // Throws usage_error_t when both the password and the file are to come from the standard input.
+    // Throws usage_error_t if both the password and the file would be read from the standard input.
     void require_free_stdin(const std::string& file) const;
 
-    // Asks at the terminal when no option was given. Throws failure_t when there is no password.
+    // Prompts at the terminal if no option was given. Throws failure_t if there is no password.
     secret_t read(const std::string& what_for) const;
 
   private:

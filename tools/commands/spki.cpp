@@ -44,7 +44,7 @@ class spki_command_t {
     void show(const blob_t& key_info, const place_t& place);
 };
 
-// No DER has a line that begins a PEM block, whereas text may start like DER.
+// Tries PEM first: no DER contains a line that begins a PEM block, but text may start like DER.
 void spki_command_t::run() {
     input_stream_t input(options_.file);
     if (input.look(1).empty()) {
@@ -125,7 +125,7 @@ void spki_command_t::show(const blob_t& key_info, const place_t& place) {
 } // namespace
 
 void add_spki_command(command_t& parent, console_t& console) {
-    command_t command = parent.add_subcommand("spki", "Show public keys, also those of certificates");
+    command_t command = parent.add_subcommand("spki", "Show public keys, including those in certificates");
     const auto options = std::make_shared<spki_options_t>();
     command.add_argument("FILE", options->file,
                          "PUBLIC KEY or CERTIFICATE as PEM, any number of them, or DER; - is standard input");

@@ -1,4 +1,4 @@
-// derkit time: one moment in the forms of logs and certificates.
+// derkit time: a time in the layouts of logs and certificates.
 #include <charconv>
 #include <ctime>
 #include <memory>
@@ -45,12 +45,12 @@ moment_t moment_of_seconds(const std::string& text) {
     const std::from_chars_result end = std::from_chars(text.data(), text.data() + text.size(), seconds);
     const cert_time64_t time = end.ec == std::errc() ? pack_utc(seconds) : CERT_TIME64_INVALID;
     if (time == CERT_TIME64_INVALID) {
-        throw failure_t(text, "no certificate time is so many seconds from the epoch");
+        throw failure_t(text, "is beyond the times of certificates");
     }
     return {time, seconds};
 }
 
-// -1, the error value, is also the second before the epoch: given as text, that moment shows no seconds.
+// -1 is the error value and also the second before the epoch: given as text, that time shows no seconds.
 moment_t moment_of_text(const std::string& text) {
     const cert_time64_t time = CertTimeFromLogStringGMT(text);
     if (time == CERT_TIME64_INVALID) {
@@ -81,7 +81,7 @@ void run(const time_options_t& options, console_t& console) {
     if (moment.seconds.has_value()) {
         add_seconds(*moment.seconds, record);
     } else {
-        console.warn(options.moment, "this system does not count the seconds from the epoch to it");
+        console.warn(options.moment, "has no number of seconds since the epoch on this system");
     }
     console.put(record, options.json);
 }
@@ -89,13 +89,13 @@ void run(const time_options_t& options, console_t& console) {
 } // namespace
 
 void add_time_command(command_t& parent, console_t& console) {
-    command_t command = parent.add_subcommand("time", "Show a moment in the forms of logs and certificates");
+    command_t command = parent.add_subcommand("time", "Show a time in the layouts of logs and certificates");
     const auto options = std::make_shared<time_options_t>();
     command.add_argument("MOMENT", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch");
     command.add_flag("--json", options->json, "One JSON object");
     command.set_footer(
-        "local and, of a text, seconds are reckoned with the present distance of local time from GMT, so "
-        "they are an hour off for a moment on the other side of a change to or from daylight saving.\n"
+        "local and, for a text, seconds are computed with the present offset of local time from GMT, so they are an "
+        "hour off for a time on the other side of a change to or from daylight saving.\n"
         "Examples:\n"
         "  derkit time '2024.02.29 13:05:09'\n"
         "  derkit time 1709211909");

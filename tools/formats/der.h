@@ -1,4 +1,4 @@
-// Reading DER, beyond what the library's cursor does.
+// Helpers for reading DER with the library's cursor.
 #ifndef DERKIT_TOOLS_FORMATS_DER_H
 #define DERKIT_TOOLS_FORMATS_DER_H
 
@@ -14,7 +14,7 @@
 // Remembers the first field that could not be read.
 class missing_field_t {
   public:
-    // To be called right after the field was read.
+    // Call it right after reading the field.
     void check(const asn_cursor_t& in, const char* field) {
         if (name_ == nullptr && !in.ok()) {
             name_ = field;
@@ -43,8 +43,8 @@ inline std::string_view first_element(std::string_view bytes) {
     return in.ok() ? bytes.substr(0, bytes.size() - in.size) : bytes;
 }
 
-// The first element of a file with a few bytes after it, if there are any. Shorter if the file is cut short, and a few
-// bytes only if it does not start with `tag`.
+// The first element of a file and up to a few bytes after it. Less if the file is cut short; only a few bytes if it does
+// not start with `tag`.
 inline std::string_view look_at_element(input_stream_t& input, asn_tag_t::Type tag) {
     constexpr std::size_t MAX_HEADER_SIZE = 6; // identifier, and length in at most five octets
     const std::string_view start = input.look(MAX_HEADER_SIZE);

@@ -45,7 +45,7 @@ named_oid_t name_algorithm(pki_alg_t alg, const blob_t& oid, const oid_map_handl
     return named;
 }
 
-// The parameters of RSASSA-PSS may name a hash that has no code: then the OID alone counts.
+// The parameters of RSASSA-PSS may name a hash without a code: then only the OID counts.
 pki_alg_t signature_alg(const blob_t& algorithm, const blob_t& oid) {
     asn_ike_signalg_t signature;
     const bool done = asn_read_ike_signalg(algorithm.data, algorithm.size, signature) != 0;
@@ -53,7 +53,7 @@ pki_alg_t signature_alg(const blob_t& algorithm, const blob_t& oid) {
     return refined != PKI_ALG_UNKNOWN ? refined : PKI_OID_TO_CERT_SIGN_ALG(oid.data, oid.size);
 }
 
-// A key for RSASSA-PSS alone has the OID of the signatures (RFC 4055 3.1).
+// A key for RSASSA-PSS only has the OID of the signatures (RFC 4055 3.1).
 pki_alg_t key_alg(const blob_t& oid) {
     const pki_alg_t alg = PKI_OID_TO_KEY_ALG(oid.data, oid.size);
     return alg != PKI_ALG_UNKNOWN ? alg : PKI_OID_TO_ALG(oid.data, oid.size);
@@ -71,7 +71,7 @@ struct details_row_t {
     read_details_t read;
 };
 
-// Bits of a number without regard to its sign.
+// The bits of a number, taken as unsigned.
 unsigned int count_bits(std::string_view octets_of_number) {
     const std::size_t begin = octets_of_number.find_first_not_of('\0');
     if (begin == std::string_view::npos) {
@@ -162,7 +162,7 @@ bool read_dsa(const asn_pubkey_t& key, public_key_t& out) {
     return out.bits != 0;
 }
 
-// Without the digest's set, which GOST R 34.10-2012 may omit, asn_read_gost_pubkey() refuses the key.
+// asn_read_gost_pubkey() refuses a key without the digest's set, which GOST R 34.10-2012 may omit.
 bool read_gost(const asn_pubkey_t& key, public_key_t& out) {
     asn_cursor_t in(key.parameters);
     asn_cursor_t parameters = in.enter(asn_tag_t::SEQUENCE);
@@ -266,7 +266,7 @@ std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm, con
 bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_t& out, std::string& problem) {
     out.algorithm = name_key_algorithm(algorithm_of(der), map).value_or(named_oid_t());
     asn_pubkey_t key;
-    // The library reads an empty BIT STRING too, with a size that wrapped.
+    // The library accepts an empty BIT STRING, with a size that wraps.
     if (out.algorithm.oid.empty() || asn_read_pubkey(der.data, static_cast<long>(der.size), key) == 0 ||
         key.key.size > der.size) {
         problem = "the public key is malformed";

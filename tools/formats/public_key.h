@@ -32,8 +32,8 @@ struct public_key_t {
 // algorithm is filled in if it could be read.
 bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_t& out, std::string& problem);
 
-// The algorithm of a complete AlgorithmIdentifier, by the library's name, else that of the map; RSASSA-PSS has the hash
-// in its name that its parameters say. Nothing if there is no OID.
+// The algorithm of a complete AlgorithmIdentifier, with the library's name or else that of the map; the name of RSASSA-PSS
+// contains the hash from its parameters. Nothing if there is no OID.
 std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm, const oid_map_handle_t& map);
 
 #endif

@@ -67,16 +67,19 @@ std::string cut_to_width(std::string text) {
 // What a signal that ends the program erases.
 volatile std::sig_atomic_t shown_width = 0;
 
+void write_octet(char octet) {
+    static_cast<void>(!write(STDERR_FILENO, &octet, 1));
+}
+
 // Does only what a handler may do. The signal then acts as it would without a handler.
 void erase_and_end(int number) {
-    static constexpr char BLANK = ' ';
-    const int width = shown_width;
-    ssize_t ignored = width != 0 ? write(STDERR_FILENO, "\r", 1) : 0;
-    for (int i = 0; i < width; ++i) {
-        ignored = write(STDERR_FILENO, &BLANK, 1);
+    if (const int width = shown_width; width != 0) {
+        write_octet('\r');
+        for (int i = 0; i < width; ++i) {
+            write_octet(' ');
+        }
+        write_octet('\r');
     }
-    ignored = width != 0 ? write(STDERR_FILENO, "\r", 1) : 0;
-    static_cast<void>(ignored);
     static_cast<void>(raise(number));
 }
 

@@ -117,7 +117,8 @@ class container {
     /// Opens a file. Each entry and each bag that could not be opened has a refusal; a container of which not everything
     /// was opened is not a failure.
     ///
-    /// @param file      DER; lengths may take more octets than they need. Not needed afterwards.
+    /// @param file      DER; lengths may take more octets than they need. BER too outside of ciphertexts: indefinite
+    ///                  lengths, and OCTET STRINGs in pieces. What follows the PFX is ignored. Not needed afterwards.
     /// @param password  UTF-8. Nothing and no octets differ where a key comes from RFC 7292 appendix B; where the MAC
     ///                  matches one of them only, that one counts for both.
     /// @param options   cause::wrong_mac, cause::no_mac and cause::unsupported_mac are failures unless
@@ -150,8 +151,8 @@ class container {
     DERKIT_API void add(bag added);
 
     /// Writes a new container with all bags: private keys shrouded, certificates and all others in encrypted entries,
-    /// each in file order; with fresh salts and IVs. format::native keeps no attributes but name and local key id, and
-    /// refuses other bags and iteration counts with a zero octet.
+    /// each in file order; with fresh salts and IVs. format::native refuses other bags, and iteration counts with a
+    /// zero octet.
     ///
     /// @param password  UTF-8; may be empty
     /// @param options   format, iterations

@@ -5,6 +5,7 @@ get_filename_component(SOURCE_PATH "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE
 vcpkg_cmake_configure(
   SOURCE_PATH "${SOURCE_PATH}"
   OPTIONS
+    -DDERKIT_BUILD_GOST=OFF
     -DDERKIT_BUILD_TOOLS=OFF
     -DDERKIT_BUILD_TESTS=OFF)
 vcpkg_cmake_install()

@@ -68,3 +68,8 @@ def write_container(to, keys, certificates, password, name, **options):
 def write_key(to, data, password, new_password=None, **options):
     request = {"do": "write key", "to": to, "file": file(data), "password": password, "new_password": new_password}
     return out(request | options)
+
+
+def convert_container(data, password, new_password, to, **options):
+    request = {"do": "convert", "to": to, "file": file(data), "password": password, "new_password": new_password}
+    return out(request | options)

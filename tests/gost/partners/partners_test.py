@@ -205,6 +205,22 @@ class Partners(unittest.TestCase):
                     here = partners - {CERTTOOL} if options["to"] == "aes" and not password.isascii() else partners
                     self.check_written(options, kind, here, key, [gost_keys.certificate(key)], password)
 
+    def test_partners_open_converted_containers(self):
+        for kind, made in containers.one_of_each_kind().items():
+            if made.by == "nobody" or made.mac == "none":
+                continue
+            for options, _, partners in WRITTEN:
+                with self.subTest(kind=kind, **options):
+                    data = derkit_gost.convert_container(made.data, made.password, "новый", **options)
+                    answer = derkit_gost.open_container(data, "новый")
+                    self.assertEqual(numbers_in(answer), [made.keys[0].number])
+                    self.assertEqual(certificates_in(answer), made.certificates)
+                    if OPENSSL in partners:
+                        contents = opened_by_openssl(data, "новый", made.keys[0].size)
+                        self.assertEqual(contents.keys, [made.keys[0].number])
+                        self.assertEqual(contents.certificates, made.certificates)
+                        self.assertEqual(contents.names, {low_octets(NAME)})
+
     def test_openssl_decrypts_sections_and_checks_the_omac(self):
         """Decrypts with openssl's single ciphers what no program opens."""
         key = gost_keys.key("gost2012_512")
