@@ -249,6 +249,11 @@ TEST(PrivateKeyInfo, IsRefused) {
          encode(der_sequence({der_integer("00"), der_sequence({der_oid("1.2.840.113549.1.1.1"), der_null()}),
                               der_octet_string(number)})),
          cause::unsupported_key},
+        {"EC, whose parameters are a primitive element",
+         encode(der_sequence({der_integer("00"),
+                              der_sequence({der_oid("1.2.840.10045.2.1"), der_oid("1.2.840.10045.3.1.7")}),
+                              der_octet_string(number)})),
+         cause::unsupported_key},
     };
     for (const auto& c : CASES) {
         EXPECT_EQ(name_of(private_key::read(c.der).why()), std::string(name_of(c.why))) << c.name;
