@@ -20,10 +20,12 @@ constexpr int EXIT_USAGE = 2;
 
 #ifdef DERKIT_WITH_GOST
 void add_p12_command(command_t& derkit, console_t& console) {
-    command_t p12 = derkit.add_subcommand("p12", "Show, extract and make PKCS#12 containers of GOST keys");
+    command_t p12 = derkit.add_subcommand("p12", "Show, extract, make and convert PKCS#12 containers");
     add_p12_show(p12, console);
     add_p12_extract(p12, console);
     add_p12_make(p12, console);
+    add_p12_convert(p12, console);
+    add_p12_password(p12, console);
     p12.set_footer("derkit p12 SUBCOMMAND --help describes one of them.");
     p12.require_subcommand("a subcommand of p12 is required");
 }

@@ -12,13 +12,23 @@ NEW_EC_KEY = ["-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", 
 FOLDER = tempfile.TemporaryDirectory()
 
 
-def run(*arguments, stdin=b"", **variables):
-    """Returns the standard output of a run that succeeds."""
+def complete(*arguments, stdin=b"", **variables):
+    """Returns a run that succeeded."""
     command = ["openssl", *map(str, arguments)]
     done = subprocess.run(command, input=stdin, capture_output=True, env=os.environ | variables)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(command)}: {done.stderr.decode(errors='replace')}")
-    return done.stdout
+    return done
+
+
+def run(*arguments, **how):
+    """Returns the standard output of a run that succeeds."""
+    return complete(*arguments, **how).stdout
+
+
+def messages(*arguments, **how):
+    """Returns what a run that succeeds writes to standard error."""
+    return complete(*arguments, **how).stderr
 
 
 @functools.cache

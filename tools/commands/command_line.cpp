@@ -1,5 +1,6 @@
 #include "commands/command_line.h"
 
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
@@ -94,6 +95,28 @@ command_t command_t::add_subcommand(const char* name, const char* description) {
     return command_t(*app_.add_subcommand(name, description));
 }
 
+// CLI11 would take the name of the subcommand for an argument that is required, so the command checks that itself.
+command_t command_t::add_subcommand_beside_arguments(const char* name, const char* description) {
+    std::vector<CLI::Option*> required = app_.get_options([](CLI::Option* option) { return option->get_required(); });
+    for (CLI::Option* const option : required) {
+        option->required(false);
+    }
+    app_.parse_complete_callback([&app = app_, required] {
+        for (const CLI::Option* const option : required) {
+            if (app.get_subcommands().empty() && option->count() == 0) {
+                throw CLI::RequiredError(option->get_name());
+            }
+        }
+    });
+    CLI::App& added = *app_.add_subcommand(name, description);
+    added.preparse_callback([&app = app_, problem = std::string(name) + ": must come first"](std::size_t) {
+        if (std::ranges::any_of(app.get_options(), [](const CLI::Option* option) { return option->count() != 0; })) {
+            throw usage_error_t(problem);
+        }
+    });
+    return command_t(added);
+}
+
 void command_t::add_missing_subcommand(const char* name, const char* description) {
     CLI::App& missing = *app_.add_subcommand(name, description);
     missing.set_help_flag(); // is an argument like any other
@@ -166,7 +189,11 @@ void command_t::require_subcommand(const char* problem) {
 }
 
 void command_t::set_action(std::function<void()> action) {
-    app_.callback(std::move(action));
+    app_.callback([&app = app_, act = std::move(action)] {
+        if (app.get_subcommands().empty()) {
+            act();
+        }
+    });
 }
 
 command_line_t::command_line_t(const char* name, const char* version, const char* description)

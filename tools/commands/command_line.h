@@ -38,6 +38,10 @@ class command_t {
 
     command_t add_subcommand(const char* name, const char* description);
 
+    // For a command with arguments and an action of its own, which are for command lines without this subcommand. Its
+    // name must come first.
+    command_t add_subcommand_beside_arguments(const char* name, const char* description);
+
     // A subcommand that other builds have: with whatever arguments, it fails with its name and the description.
     void add_missing_subcommand(const char* name, const char* description);
 

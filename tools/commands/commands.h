@@ -14,8 +14,11 @@ void add_time_command(command_t& parent, console_t& console);
 
 // With the GOST library only.
 void add_key_command(command_t& parent, console_t& console);
+void add_key_convert(command_t& key, console_t& console);
 void add_p12_show(command_t& p12, console_t& console);
 void add_p12_extract(command_t& p12, console_t& console);
 void add_p12_make(command_t& p12, console_t& console);
+void add_p12_convert(command_t& p12, console_t& console);
+void add_p12_password(command_t& p12, console_t& console);
 
 #endif

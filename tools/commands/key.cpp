@@ -204,6 +204,7 @@ void add_key_command(command_t& parent, console_t& console) {
     options->iterations.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
+    add_key_convert(command, console);
     command.set_footer("Of an encrypted key, all that can be seen without its password is shown, also why it cannot be "
                        "decrypted here (not_read), and with the password the key. readable: whether it is a whole GOST "
                        "key. size: of the key in its shape, in bytes. --reveal shows the number, highest byte first, "

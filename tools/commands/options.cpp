@@ -1,12 +1,14 @@
 #include "commands/options.h"
 
 #include "io/bytes.h"
+#include "io/failure.h"
 #include "io/input.h"
 #include "io/password.h"
 
 namespace {
 
 constexpr const char* PASSWORD_GROUP = "Password, one of these";
+constexpr const char* NEW_PASSWORD_GROUP = "New password, one of these";
 
 } // namespace
 
@@ -37,27 +39,44 @@ void t61_option_t::add_to(command_t& command) {
                        characters_, {"t61", "latin1"});
 }
 
+// "--password-file", or "--new-password-file".
+std::string password_option_t::name(const char* source) const {
+    return (kind_ == kind_t::NEW ? "--new-password-" : "--password-") + std::string(source);
+}
+
 void password_option_t::add_to(command_t& command) {
-    command.add_option({"--password-file", "FILE", "The password is the first line of FILE"}, file_);
-    command.add_option({"--password-env", "VARIABLE", "The password is the value of VARIABLE in the environment"},
-                       variable_);
-    command.add_flag("--password-stdin", on_stdin_, "The password is the first line of the standard input");
-    command.add_flag("--password-ask", ask_, "Ask for the password at the terminal, without echo");
-    command.exclude("--password-file", {"--password-env", "--password-stdin", "--password-ask"});
-    command.exclude("--password-env", {"--password-stdin", "--password-ask"});
-    command.exclude("--password-stdin", {"--password-ask"});
-    command.group(PASSWORD_GROUP, {"--password-file", "--password-env", "--password-stdin", "--password-ask"});
+    const std::string file = name("file");
+    const std::string env = name("env");
+    const std::string standard_input = name("stdin");
+    const std::string ask = name("ask");
+    const bool is_new = kind_ == kind_t::NEW;
+    const std::string the_password = is_new ? "The new password" : "The password";
+    command.add_option({file.c_str(), "FILE", (the_password + " is the first line of FILE").c_str()}, file_);
+    command.add_option(
+        {env.c_str(), "VARIABLE", (the_password + " is the value of VARIABLE in the environment").c_str()}, variable_);
+    command.add_flag(standard_input.c_str(), on_stdin_,
+                     is_new ? "The new password is the first line of the standard input, or the second one after the "
+                              "other password"
+                            : "The password is the first line of the standard input");
+    command.add_flag(ask.c_str(), ask_,
+                     is_new ? "Ask for the new password at the terminal, without echo"
+                            : "Ask for the password at the terminal, without echo");
+    command.exclude(file.c_str(), {env.c_str(), standard_input.c_str(), ask.c_str()});
+    command.exclude(env.c_str(), {standard_input.c_str(), ask.c_str()});
+    command.exclude(standard_input.c_str(), {ask.c_str()});
+    command.group(is_new ? NEW_PASSWORD_GROUP : PASSWORD_GROUP,
+                  {file.c_str(), env.c_str(), standard_input.c_str(), ask.c_str()});
 }
 
 void password_option_t::require_free_stdin(const std::string& file) const {
     if (on_stdin_ && file == "-") {
-        throw usage_error_t("--password-stdin: the standard input holds the file already");
+        throw usage_error_t(name("stdin") + ": the standard input holds the file already");
     }
 }
 
 secret_t password_option_t::read(const std::string& what_for) const {
     if (file_ == "-") {
-        throw usage_error_t("--password-file: - is no file (see --password-stdin)");
+        throw usage_error_t(name("file") + ": - is no file (see " + name("stdin") + ")");
     }
     if (file_.has_value()) {
         return read_password_from_file(*file_);
@@ -66,6 +85,14 @@ secret_t password_option_t::read(const std::string& what_for) const {
         return read_password_from_variable(*variable_);
     }
     return on_stdin_ ? read_password_from_stdin() : ask_for_password(what_for);
+}
+
+secret_t password_option_t::read_for_new(const std::string& what_for) const {
+    secret_t password = read(what_for);
+    if (asks() && read(what_for + " again").text() != password.text()) {
+        throw failure_t(what_for, "the two passwords differ");
+    }
+    return password;
 }
 
 void container_password_option_t::add_to(command_t& command) {

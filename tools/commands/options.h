@@ -34,9 +34,14 @@ class t61_option_t {
     std::string characters_ = "t61";
 };
 
-// --password-file FILE, --password-env VARIABLE, --password-stdin and --password-ask; at most one of them.
+// --password-file FILE, --password-env VARIABLE, --password-stdin and --password-ask; at most one of them. For a new
+// password: --new-password-file and so on.
 class password_option_t {
   public:
+    enum class kind_t { EXISTING, NEW };
+
+    explicit password_option_t(kind_t kind = kind_t::EXISTING) : kind_(kind) {}
+
     void add_to(command_t& command);
 
     // Whether one of the options was given.
@@ -54,11 +59,17 @@ class password_option_t {
     // Prompts at the terminal if no option was given. Throws failure_t if there is no password.
     secret_t read(const std::string& what_for) const;
 
+    // The same for a password to encrypt with: prompts twice, since a typing error would lock the data away.
+    secret_t read_for_new(const std::string& what_for) const;
+
   private:
+    kind_t kind_;
     std::optional<std::string> file_;
     std::optional<std::string> variable_;
     bool on_stdin_ = false;
     bool ask_ = false;
+
+    std::string name(const char* source) const;
 };
 
 // As above, and --no-password: some programs write containers without any password, which is not the same as with an

@@ -1,124 +1,66 @@
-// derkit p12 make: a container of a key and its certificates.
+// derkit p12 make: a container of keys and their certificates.
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include <gcrypt.h>
-#include <unistd.h>
 
 #include "commands/commands.h"
+#include "commands/gost_options.h"
 #include "commands/options.h"
-#include "derkit/gost/container.h"
+#include "commands/write_options.h"
 #include "formats/certificate.h"
 #include "formats/private_key.h"
+#include "formats/written_container.h"
+#include "formats/written_key.h"
 #include "io/bytes.h"
-#include "io/cryptography.h"
-#include "io/output.h"
-#include "io/secret.h"
+#include "io/failure.h"
 
 namespace {
 
 struct p12_make_options_t {
-    std::string key;
+    std::vector<std::string> keys;
     std::vector<std::string> certificates;
-    std::string name;
-    std::string profile = "standard";
-    std::string out;
+    std::vector<std::string> names;
+    format_option_t format;
+    key_shape_option_t key_shape;
+    output_option_t output;
     password_option_t password;
-    bool force = false;
+    iterations_option_t iterations;
 };
 
-constexpr unsigned int SHA1_SIZE = 20;
+constexpr std::size_t SHA1_SIZE = 20;
 
-gost::bag make_bag(gost::bag_type type, std::string_view value) {
-    gost::bag bag;
-    bag.type = type;
-    bag.value = gost::secret(value);
-    return bag;
-}
-
-// The key and the first certificate, which belongs to it, share a name and a number.
-gost::container make_container(const std::string& name, gost::secret key,
-                               const std::vector<std::string>& certificates) {
-    std::string local_key_id(SHA1_SIZE, '\0');
-    gcry_md_hash_buffer(GCRY_MD_SHA1, local_key_id.data(), certificates.front().data(), certificates.front().size());
-    const auto mark_as_pair = [&](gost::bag& bag) {
-        if (!name.empty()) {
-            bag.friendly_name = name;
-        }
-        bag.local_key_id = local_key_id;
-    };
-    gost::container made;
-    gost::bag key_bag = make_bag(gost::bag_type::private_key, key);
-    mark_as_pair(key_bag);
-    made.add(std::move(key_bag));
-    for (const std::string& certificate : certificates) {
-        gost::bag bag = make_bag(gost::bag_type::certificate, certificate);
-        if (&certificate == &certificates.front()) {
-            mark_as_pair(bag);
-        }
-        made.add(std::move(bag));
-    }
-    return made;
-}
+// A key, and the place of its certificate among all.
+struct key_to_store_t {
+    gost::secret info;
+    std::optional<std::size_t> certificate;
+};
 
 void require_free_inputs(const p12_make_options_t& options) {
-    unsigned int num_from_stdin = options.key == "-" ? 1 : 0;
-    options.password.require_free_stdin(options.key);
-    for (const std::string& file : options.certificates) {
+    std::vector<std::string> files = options.keys;
+    files.insert(files.end(), options.certificates.begin(), options.certificates.end());
+    for (const std::string& file : files) {
         options.password.require_free_stdin(file);
-        num_from_stdin += file == "-" ? 1 : 0;
     }
-    if (num_from_stdin > 1) {
+    if (std::ranges::count(files, "-") > 1) {
         throw usage_error_t("the standard input can be read only once");
     }
 }
 
-bool goes_to_stdout(const p12_make_options_t& options) {
-    return options.out == "-";
-}
-
-// For messages.
-std::string output_name(const p12_make_options_t& options) {
-    return goes_to_stdout(options) ? "(standard output)" : options.out;
-}
-
-// A typing error that nobody sees would lock the key away, so the password is asked for twice.
-secret_t read_password(const p12_make_options_t& options) {
-    const std::string name = output_name(options);
-    secret_t password = options.password.read(name);
-    if (options.password.asks() && options.password.read(name + " again").text() != password.text()) {
-        throw failure_t(name, "the two passwords differ");
+void require_good_names(const p12_make_options_t& options) {
+    if (options.names.size() > options.keys.size()) {
+        throw usage_error_t("--name: there are more names than keys");
     }
-    return password;
-}
-
-destination_t destination_of(const p12_make_options_t& options) {
-    return {file_path_t(options.out).directory, missing_directory_t::REFUSED,
-            options.force ? overwriting_t::ALLOWED : overwriting_t::REFUSED};
-}
-
-void require_room_for_output(const p12_make_options_t& options) {
-    if (options.out.empty()) {
-        throw usage_error_t("--out: names no file");
+    for (const std::string& name : options.names) {
+        if (!utf16_from_utf8(name).has_value()) {
+            throw failure_t("--name", "is not UTF-8");
+        }
     }
-    if (!goes_to_stdout(options)) {
-        require_room_for(destination_of(options), {file_path_t(options.out).name});
-    } else if (isatty(STDOUT_FILENO) != 0) {
-        throw failure_t("--out", "the standard output is a terminal");
-    }
-}
-
-void write(const p12_make_options_t& options, const std::string& bytes, console_t& console) {
-    if (goes_to_stdout(options)) {
-        return console.put_bytes(bytes);
-    }
-    file_set_t files(destination_of(options));
-    files.add(file_path_t(options.out).name, secrecy_t::SECRET, bytes);
-    files.place();
-    files.keep();
 }
 
 std::vector<std::string> read_certificates(const std::vector<std::string>& files) {
@@ -130,50 +72,171 @@ std::vector<std::string> read_certificates(const std::vector<std::string>& files
     return all;
 }
 
+std::string sha1_of(std::string_view bytes) {
+    std::string digest(SHA1_SIZE, '\0');
+    gcry_md_hash_buffer(GCRY_MD_SHA1, digest.data(), bytes.data(), bytes.size());
+    return digest;
+}
+
+class p12_make_t {
+  public:
+    p12_make_t(const p12_make_options_t& options, console_t& console) : options_(options), console_(console) {}
+
+    void run();
+
+  private:
+    const p12_make_options_t& options_;
+    console_t& console_;
+    std::vector<std::unique_ptr<key_file_t>> files_;
+    std::vector<std::string> certificates_;
+
+    void open_keys(bool encrypted, const std::optional<secret_t>& password, std::vector<key_to_store_t>& keys) const;
+    key_to_store_t prepare(gost::secret info, const key_file_t& file) const;
+    std::optional<std::size_t> find_certificate(const gost::secret& info, const std::string& place) const;
+    void refuse_key(const std::string& place, const std::string& why) const;
+    void claim_rest(std::vector<key_to_store_t>& keys) const;
+    gost::container assemble(std::vector<key_to_store_t> keys) const;
+    std::optional<std::string> name_of_key(std::size_t index) const;
+};
+
 // All that can be found wrong without a password is, before one is asked for.
-void run(const p12_make_options_t& options, console_t& console) {
-    require_free_inputs(options);
-    require_room_for_output(options);
-    if (!utf16_from_utf8(options.name).has_value()) {
-        throw failure_t("--name", "is not UTF-8");
+void p12_make_t::run() {
+    require_free_inputs(options_);
+    const gost::write_options format = options_.format.read({gost::format::tc26});
+    const gost::limits cost = options_.iterations.limits();
+    options_.output.require_room();
+    require_good_names(options_);
+    certificates_ = read_certificates(options_.certificates);
+    for (const std::string& file : options_.keys) {
+        files_.push_back(std::make_unique<key_file_t>(file, cost));
     }
-    start_libgcrypt();
-    const std::vector<std::string> certificates = read_certificates(options.certificates);
-    const key_file_t key(options.key);
-    const secret_t password = read_password(options);
-    gost::write_options writing;
-    writing.to = options.profile == "native" ? gost::format::native : gost::format::gost94;
-    const gost::container made = make_container(options.name, key.open(secret_t(password.text())), certificates);
-    const gost::result<std::string> bytes = made.write(password.text(), writing);
-    if (!bytes) {
-        throw failure_t(output_name(options), text_of(bytes.error()));
+    std::vector<key_to_store_t> keys(files_.size());
+    open_keys(false, std::nullopt, keys);
+    const std::optional<secret_t> password = options_.password.read_for_new(options_.output.name());
+    open_keys(true, password, keys);
+    claim_rest(keys);
+    const gost::container made = assemble(std::move(keys));
+    options_.output.write(write_container(made, *password, format, options_.output.name()), console_);
+}
+
+// Either the encrypted ones or the others.
+void p12_make_t::open_keys(bool encrypted, const std::optional<secret_t>& password,
+                           std::vector<key_to_store_t>& keys) const {
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        if (files_[i]->is_encrypted() == encrypted) {
+            keys[i] = prepare(files_[i]->open(password), *files_[i]);
+        }
     }
-    write(options, *bytes, console);
+}
+
+key_to_store_t p12_make_t::prepare(gost::secret info, const key_file_t& file) const {
+    const std::optional<std::size_t> certificate = find_certificate(info, file.place());
+    if (const std::optional<gost::key_shape> shape = options_.key_shape.read()) {
+        info = reshape_key(info, *shape, file.place());
+    }
+    return {std::move(info), certificate};
+}
+
+// Nothing under --force if none belongs to the key, or if that cannot be told.
+std::optional<std::size_t> p12_make_t::find_certificate(const gost::secret& info, const std::string& place) const {
+    const gost::result<gost::private_key> key = gost::private_key::read(info);
+    if (!key) {
+        if (key.why() != gost::cause::unsupported_key) {
+            throw failure_t(place, text_of(key.error()));
+        }
+        refuse_key(place, "cannot be compared with the certificates: " + text_of(key.error()));
+        return std::nullopt;
+    }
+    std::string why = "none of the certificates is for this key";
+    for (std::size_t i = 0; i < certificates_.size(); ++i) {
+        const gost::result<bool> belongs = key->belongs_to(certificates_[i]);
+        if (belongs && *belongs) {
+            return i;
+        }
+        if (!belongs) {
+            why = "cannot be compared with the certificates: " + text_of(belongs.error());
+        }
+    }
+    refuse_key(place, why);
+    return std::nullopt;
+}
+
+void p12_make_t::refuse_key(const std::string& place, const std::string& why) const {
+    if (!options_.output.is_forced()) {
+        throw failure_t(place, why + " (--force makes the container all the same)");
+    }
+    console_.warn(place, why);
+}
+
+// A key that was forced in has the certificate that is in its place, if that is no other key's.
+void p12_make_t::claim_rest(std::vector<key_to_store_t>& keys) const {
+    for (std::size_t i = 0; i < std::min(keys.size(), certificates_.size()); ++i) {
+        const bool is_claimed = std::ranges::count(keys, std::optional(i), &key_to_store_t::certificate) != 0;
+        if (!keys[i].certificate.has_value() && !is_claimed) {
+            keys[i].certificate = i;
+        }
+    }
+}
+
+std::optional<std::string> p12_make_t::name_of_key(std::size_t index) const {
+    const bool has_name = index < options_.names.size() && !options_.names[index].empty();
+    return has_name ? std::optional(options_.names[index]) : std::nullopt;
+}
+
+// A key and its certificate share a name and a number.
+gost::container p12_make_t::assemble(std::vector<key_to_store_t> keys) const {
+    std::vector<gost::bag> certificates(certificates_.size());
+    for (std::size_t i = 0; i < certificates.size(); ++i) {
+        certificates[i].type = gost::bag_type::certificate;
+        certificates[i].value = gost::secret(certificates_[i]);
+    }
+    gost::container made;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        gost::bag key;
+        key.type = gost::bag_type::private_key;
+        key.value = std::move(keys[i].info);
+        key.friendly_name = name_of_key(i);
+        if (keys[i].certificate.has_value()) {
+            gost::bag& certificate = certificates[*keys[i].certificate];
+            key.local_key_id = sha1_of(certificate.value);
+            certificate.local_key_id = key.local_key_id;
+            certificate.friendly_name = key.friendly_name;
+        }
+        made.add(std::move(key));
+    }
+    for (gost::bag& certificate : certificates) {
+        made.add(std::move(certificate));
+    }
+    return made;
 }
 
 } // namespace
 
 void add_p12_make(command_t& p12, console_t& console) {
-    command_t command = p12.add_subcommand("make", "Make a container of a private key and its certificates");
+    command_t command = p12.add_subcommand("make", "Make a container of private keys and their certificates");
     const auto options = std::make_shared<p12_make_options_t>();
-    command.add_option({"--key", "FILE", "A PKCS#8 key, PEM or DER, plain or encrypted under the same password"},
-                       options->key);
+    command.add_option({"--key", "FILE",
+                        "A PKCS#8 key, PEM or DER, plain or encrypted under the same password; "
+                        "repeatable"},
+                       options->keys);
     command.add_option({"--cert", "FILE", "Certificates, all in a PEM file or one in DER; repeatable"},
                        options->certificates);
-    command.add_option({"--name", "TEXT", "Friendly name of the key and its certificate"}, options->name);
-    command.add_choice(
-        {"--profile", "PROFILE", "Layout: standard (the default), as RFC 7292 has it, or native, the library's own"},
-        options->profile, {"standard", "native"});
-    command.add_option({"--out", "FILE", "The container, readable only by its owner; - is standard output"},
-                       options->out);
+    command.add_option({"--name", "TEXT",
+                        "Friendly name of a key and its certificate; repeatable, the first for the "
+                        "first key"},
+                       options->names);
+    options->format.add_to(command, {"gost94", "tc26", "rfc9548", "rfc9548-omac", "aes", "native"},
+                           "How the container is protected: gost94, tc26 (the default), rfc9548, rfc9548-omac, aes or "
+                           "native, the library's own layout");
+    options->key_shape.add_to(command);
+    options->output.add_to(command, "The container, readable only by its owner; - is standard output");
     options->password.add_to(command);
-    command.add_flag("--force", options->force, "Overwrite a file that is there");
-    command.require({"--key", "--cert", "--out"});
-    command.set_footer("Key, certificates and names are all encrypted (GOST 28147-89). The first certificate is "
-                       "assumed to belong to the key; this is not checked. An encrypted key must have the password of "
-                       "the container. Without a password option it is asked for, "
-                       "twice.\n"
+    options->iterations.add_to(command);
+    command.require({"--key", "--cert"});
+    command.set_footer("Keys, certificates and names are all encrypted. A certificate must be there for each key "
+                       "unless --force is given, which also overwrites the file. An encrypted key must have the "
+                       "password of the container. Without a password option it is asked for, twice.\n"
                        "Example:\n"
                        "  derkit p12 make --key key.pem --cert certificate.pem --out container.p12");
-    command.set_action([options, &console] { run(*options, console); });
+    command.set_action([options, &console] { p12_make_t(*options, console).run(); });
 }
