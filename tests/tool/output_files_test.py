@@ -16,7 +16,7 @@ import unittest
 import der
 import pfx
 from der import certificate, private_key
-from p12 import P12Test, mode
+from p12 import P12Test, certificate_of, mode
 from tool import FEW_CASES, TOOL, Run, Terminal, run
 
 FAULTS = os.environ.get("TOOL_FILE_FAULTS")
@@ -37,7 +37,7 @@ class OutputTest(P12Test):
         self.container = self.file("a.p12", pfx.container(
             PASSWORD, pfx.data_entry(pfx.key_bag(key), *map(pfx.cert_bag, certificates))))
         self.password = self.file("password", PASSWORD)
-        self.key, self.certificate = self.file("key.der", key), self.file("certificate.der", certificate("a"))
+        self.key, self.certificate = self.file("key.der", key), self.file("certificate.der", certificate_of(key))
 
     def tool(self, *arguments, **how):
         return run("p12", *arguments, "--password-file", self.password, **how)
@@ -48,7 +48,7 @@ class OutputTest(P12Test):
     def make(self, *options, out=None, **how):
         """Makes a container in the folder of the other outputs."""
         out = out or self.out / "made.p12"
-        return self.tool("make", "--key", self.key, "--cert", self.certificate, "--out", out, *options, **how)
+        return self.tool("make", "--to", "gost94", "--key", self.key, "--cert", self.certificate, "--out", out, *options, **how)
 
     def put_old_files(self, *names):
         self.out.mkdir(exist_ok=True)
@@ -290,7 +290,7 @@ class StandardStreams(OutputTest):
         done = self.make(out="-", cwd=self.folder)
         self.assertEqual((done.status, done.errors), (0, []))
         self.assertFalse((self.folder / "-").exists())
-        self.check_extracted(done.out, [private_key()], [certificate("a")], password=None)
+        self.check_extracted(done.out, [private_key()], [certificate_of(private_key())], password=None)
 
     def check_extracted(self, container, keys, certificates, **_):
         done = self.extract(container=self.file("made.p12", container))

@@ -62,6 +62,12 @@ def pairs():
     ]
 
 
+@functools.cache
+def certificate_of(key):
+    """Makes a certificate for a PrivateKeyInfo."""
+    return der.certificate("a", key=openssl.gost("pkey", "-inform", "DER", "-pubout", "-outform", "DER", stdin=key))
+
+
 def mode(path):
     return stat.S_IMODE(path.stat().st_mode)
 

@@ -188,7 +188,7 @@ class Passwords(ConvertTest):
             made = self.convert(*self.new_password(), command="password", source=self.file("first.p12", first))
             schemes = [[found.get("cipher") for found in self.show(data, password=None)] for data in (first, made)]
             self.assertEqual(*schemes, name)
-            kinds = [self.show(data, password=word)[0] for data, word in ((first, PASSWORD), (made, NEW))]
+            kinds = [self.show_all(data, password=word)[0] for data, word in ((first, PASSWORD), (made, NEW))]
             self.assertEqual(*kinds, name)
 
     def test_the_cipher_stays(self):

@@ -323,7 +323,7 @@ class Refusals(P12Test):
             (["make", "--key", "a", "--out", "b"], "--cert is required"),
             (["make", "--cert", "a", "--out", "b"], "--key is required"),
             (make, "--out is required"),
-            ([*make, "--out", "c", "--profile", "x"], "not in {standard,native}"),
+            ([*make, "--out", "c", "--to", "x"], "not in {gost94,tc26,"),
             (["show", "a", "--no-password", "--password-stdin"], "excludes"),
             (["show", "a", "--max-bags", "0"], "--max-bags: needs a number from 1 to 1000000000"),
             (["extract", "a", "--out", "b", "--max-iterations", "1x"], "--max-iterations: needs a number from 1 to 4294967295"),

@@ -15,6 +15,7 @@ import unittest
 import pfx
 from der import certificate, octet_string, pem, private_key
 from keys import encrypt
+from p12 import certificate_of
 from tool import ToolTest, run
 
 SCAN = os.environ.get("TOOL_MEMORY_SCAN")
@@ -67,9 +68,9 @@ class Memory(ToolTest):
     def test_containers(self):
         made = self.folder / "made.p12"
         password = ["--password-file", self.file("password", PASSWORD)]
-        inputs = ["--key", self.file("key", pem(KEY_INFO, "PRIVATE KEY")), "--cert", self.file("cert", certificate("x"))]
-        for profile in "standard", "native":
-            self.check_nothing_left("p12", "make", *inputs, "--force", "--profile", profile, "--out", made, *password)
+        inputs = ["--key", self.file("key", pem(KEY_INFO, "PRIVATE KEY")), "--cert", self.file("cert", certificate_of(KEY_INFO))]
+        for to in "tc26", "native":
+            self.check_nothing_left("p12", "make", *inputs, "--force", "--to", to, "--iterations", "3", "--out", made, *password)
             self.check_nothing_left("p12", "show", made, *password)
             self.check_nothing_left("p12", "extract", made, "--force", "--out", self.folder / "out", *password)
         clear = self.file("clear.p12", pfx.container("x", pfx.data_entry(pfx.key_bag(KEY_INFO))))

@@ -233,7 +233,7 @@ void add_p12_make(command_t& p12, console_t& console) {
     options->password.add_to(command);
     options->iterations.add_to(command);
     command.require({"--key", "--cert"});
-    command.set_footer("Keys, certificates and names are all encrypted. A certificate must be there for each key "
+    command.set_footer("Keys and certificates are encrypted. A certificate must be there for each key "
                        "unless --force is given, which also overwrites the file. An encrypted key must have the "
                        "password of the container. Without a password option it is asked for, twice.\n"
                        "Example:\n"
