@@ -37,10 +37,11 @@ secret secret_der(asn_tag_t::Type tag, std::initializer_list<std::string_view> p
 // An INTEGER (X.690 8.3).
 std::string der_integer(std::uint64_t value);
 
-// An OBJECT IDENTIFIER; `dotted` is a valid one.
+// An OBJECT IDENTIFIER; `dotted` is a valid one, or what dotted_of() made.
 std::string der_oid(std::string_view dotted);
 
-// The dotted text of an OBJECT IDENTIFIER's content; empty when it is not one.
+// The dotted text of an OBJECT IDENTIFIER's content, or "#" and its octets in hexadecimal when no text leads back to
+// them: arcs above 32 bits, padded arcs. Empty when it is not one.
 std::string dotted_of(const blob_t& oid);
 
 // Reads an INTEGER from 0 to 2^32 - 1. Larger ones are cause::too_many_iterations, as all that are read are iteration
