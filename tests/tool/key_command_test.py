@@ -552,7 +552,7 @@ class Declined(KeyTest):
                 ({"iv": bytes(7)}, f"{MALFORMED_PARAMETERS}: GOST 28147-89 CFB", {}),
                 ({"iterations": der.integer(0)}, pbkdf2, {"iterations": 0}),
                 ({"iterations": der.integer(10_000_001)}, TOO_MANY_ITERATIONS.format(10_000_001), {"iterations": 10000001}),
-                ({"iterations": der.integer(0x7FFFFFFFFFFF)}, MALFORMED_PARAMETERS, {"iterations": None}),
+                ({"iterations": der.integer(0x7FFFFFFFFFFF)}, TOO_MANY_ITERATIONS.replace(": {}", ""), {"iterations": None}),
                 ({"iterations": integer(b"\xff")}, MALFORMED_PARAMETERS, {"iterations": None}),
                 ({"key_size": der.integer(31)}, pbkdf2, {"iterations": 1}),
             ]
