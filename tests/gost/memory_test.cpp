@@ -67,7 +67,7 @@ std::string regions_with(const hidden_t& wanted) {
         // Pieces overlap, so that nothing hides across their border.
         for (unsigned long at = begin; at < end; at += sizeof piece - wanted.size()) {
             const ssize_t size =
-                pread(memory, piece, std::min<unsigned long>(sizeof piece, end - at), static_cast<off_t>(at));
+                pread64(memory, piece, std::min<unsigned long>(sizeof piece, end - at), static_cast<off64_t>(at));
             if (size > 0 && wanted.is_in(piece, static_cast<std::size_t>(size))) {
                 found += line + "\n";
                 break;
