@@ -9,14 +9,17 @@ from packages import SOURCE, TIME_LIMIT
 
 WITHOUT_GTEST = ["-DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON", "-DDERKIT_GOOGLETEST_SOURCES=/nowhere"]
 WITHOUT_TOOLS = ["-DDERKIT_BUILD_TOOLS=OFF"]
+COMPARISON = ("the comparison of GOST containers: Python 3, nlohmann-json or certtool; install python3 nlohmann-json3-dev"
+              " gnutls-bin (Debian's names) or build without by -D DERKIT_BUILD_TESTS=OFF")
 CASES = [  # options, whether configuring succeeds, what it says
     (["-DCLI11_INCLUDE_DIR=NOTFOUND", "-DCMAKE_IGNORE_PATH=/usr/include"], False,
      ["the tool: CLI11, nlohmann-json; install libcli11-dev nlohmann-json3-dev (Debian's names) or build without by"
       " -D DERKIT_BUILD_TOOLS=OFF"]),
-    (["-DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON", "-DGCRYPT_LIBRARY=/nowhere/libgcrypt.so"], True,
+    (["-DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON", "-DDERKIT_BUILD_GOST=OFF", "-DGCRYPT_LIBRARY=/nowhere/libgcrypt.so"], True,
      ["the tool's key and p12: libgcrypt; install libgcrypt20-dev (Debian's names) or build without by"
       " -D DERKIT_TOOLS_GCRYPT=OFF",
       "the tests of the tool: Python 3; install python3 (Debian's names) or build without by -D DERKIT_BUILD_TESTS=OFF"]),
+    (WITHOUT_TOOLS + ["-DCERTTOOL=NOTFOUND", "-DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON"], True, [COMPARISON]),
     (WITHOUT_GTEST + WITHOUT_TOOLS, True,
      ["the tests: GoogleTest; install libgtest-dev or googletest (Debian's names) or build without by"
       " -D DERKIT_BUILD_TESTS=OFF"]),

@@ -241,11 +241,10 @@ class Outputs(OutputTest):
     def test_what_names_no_file(self):
         self.out.mkdir()
         for path, problem in [
-            ("", "names no file"), (f"{self.out}/", "names no file"), (self.out, "is not a regular file"),
+            (f"{self.out}/", "names no file"), (self.out, "is not a regular file"),
             (".", "is not a regular file"), ("/dev/full", "is not a regular file"),
         ]:
-            done = self.make("--force", out=path) if path else self.tool(
-                "make", "--key", self.key, "--cert", self.certificate, "--out", "")
+            done = self.make("--force", out=path)
             self.assertEqual(done, Run(1, b"", [f"derkit: {path}: {problem}"]))
         self.assertEqual(self.content(), {})
 
@@ -296,7 +295,8 @@ class StandardStreams(OutputTest):
     def check_extracted(self, container, keys, certificates, **_):
         done = self.extract(container=self.file("made.p12", container))
         self.assertEqual(done.status, 0)
-        self.assertEqual(self.content(), {"key-1.pem": der.pem(keys[0], "PRIVATE KEY"), "certificate-1.pem": der.pem(certificates[0])})
+        self.assertEqual(self.content(), {"key-1.pem": der.pem(keys[0], "PRIVATE KEY"),
+                                          "certificate-1.pem": der.pem(certificates[0])})
 
     def test_a_container_is_not_written_to_a_terminal(self):
         terminal = Terminal(self).start("make", "--key", self.key, "--cert", self.certificate, "--out", "-",
@@ -307,6 +307,7 @@ class StandardStreams(OutputTest):
         for arguments, part in [
             (["extract", self.container, "--out", "-"], "--out: needs a directory"),
             (["extract", self.container, "--out", ""], "--out: needs a directory"),
+            (["make", "--key", self.key, "--cert", self.certificate, "--out", ""], "--out: names no file"),
             (["make", "--key", "-", "--cert", "-", "--out", "x"], "the standard input can be read only once"),
             (["make", "--key", self.key, "--cert", "-", "--cert", "-", "--out", "x"], "can be read only once"),
         ]:
@@ -374,7 +375,8 @@ class BeforeThePrompt(OutputTest):
         for arguments, problem in [
             (["extract", self.container, "--out", self.out], f"{self.out}/key-1.pem: {taken}"),
             (["extract", self.container, "--out", self.key], f"{self.key}: Not a directory"),
-            (["extract", self.container, "--out", self.folder / "no" / "out"], f"{self.folder}/no: No such file or directory"),
+            (["extract", self.container, "--out", self.folder / "no" / "out"],
+             f"{self.folder}/no: No such file or directory"),
             ([*make, self.out / "made.p12"], f"{self.out}/made.p12: {taken}"),
             ([*make, self.folder / "no" / "made.p12"], f"{self.folder}/no: No such file or directory"),
         ]:

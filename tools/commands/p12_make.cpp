@@ -146,6 +146,9 @@ destination_t destination_of(const p12_make_options_t& options) {
 }
 
 void require_room_for_output(const p12_make_options_t& options) {
+    if (options.out.empty()) {
+        throw usage_error_t("--out: names no file");
+    }
     if (!goes_to_stdout(options)) {
         require_room_for(destination_of(options), {file_path_t(options.out).name});
     } else if (isatty(STDOUT_FILENO) != 0) {
