@@ -7,9 +7,8 @@ namespace derkit::gost {
 namespace {
 
 // Deeper elements are not looked into: certificates and bags have no more than a dozen levels.
-constexpr unsigned int MAX_DEPTH = 64;
+constexpr unsigned int MAX_DER_DEPTH = 64;
 constexpr unsigned char BIT_STRING = 0x03;
-constexpr unsigned char CONSTRUCTED = 0x20;
 
 // What follows is filled by append().
 template <typename OCTETS>
@@ -130,7 +129,7 @@ result<std::uint32_t> read_iterations(asn_cursor_t& in) {
 bool is_whole_der(std::string_view octets, asn_tag_t::Type tag, strings are) {
     asn_cursor_t in(blob_of(octets));
     const asn_cursor_t content = in.enter(tag);
-    return in.ok() && in.empty() && is_whole(content, MAX_DEPTH, are);
+    return in.ok() && in.empty() && is_whole(content, MAX_DER_DEPTH, are);
 }
 
 } // namespace derkit::gost
