@@ -8,9 +8,8 @@ namespace derkit::gost {
 namespace {
 
 // Deeper elements are not looked into: certificates and bags have no more than a dozen levels.
-constexpr unsigned int MAX_DEPTH = 64;
+constexpr unsigned int MAX_DER_DEPTH = 64;
 constexpr unsigned char BIT_STRING = 0x03;
-constexpr unsigned char CONSTRUCTED = 0x20;
 constexpr char HEXADECIMAL = '#';
 
 // "#2A85", for octets.
@@ -20,14 +19,14 @@ std::string hexadecimal_of(const blob_t& octets) {
     return text;
 }
 
-unsigned int value_of(char digit) {
+unsigned int digit_value(char digit) {
     return static_cast<unsigned int>(digit <= '9' ? digit - '0' : digit - 'A' + 10);
 }
 
-std::string octets_of(std::string_view digits) {
+std::string octets_of_digits(std::string_view digits) {
     std::string octets;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        octets += static_cast<char>(value_of(digits[i]) << 4 | value_of(digits[i + 1]));
+        octets += static_cast<char>(digit_value(digits[i]) << 4 | digit_value(digits[i + 1]));
     }
     return octets;
 }
@@ -123,7 +122,7 @@ std::string der_integer(std::uint64_t value) {
 
 std::string der_oid(std::string_view dotted) {
     if (!dotted.empty() && dotted.front() == HEXADECIMAL) {
-        return der(asn_tag_t::OBJECT_IDENTIFIER, {octets_of(dotted.substr(1))});
+        return der(asn_tag_t::OBJECT_IDENTIFIER, {octets_of_digits(dotted.substr(1))});
     }
     unsigned char octets[512];
     const unsigned int size = oid_str_to_asn_(dotted.data(), dotted.data() + dotted.size(), octets);
@@ -160,7 +159,7 @@ result<std::uint32_t> read_iterations(asn_cursor_t& in) {
 bool is_whole_der(std::string_view octets, asn_tag_t::Type tag, strings are) {
     asn_cursor_t in(blob_of(octets));
     const asn_cursor_t content = in.enter(tag);
-    return in.ok() && in.empty() && is_whole(content, MAX_DEPTH, are);
+    return in.ok() && in.empty() && is_whole(content, MAX_DER_DEPTH, are);
 }
 
 } // namespace derkit::gost

@@ -26,6 +26,8 @@ inline blob_t blob_of(std::string_view octets) {
     return blob;
 }
 
+constexpr unsigned char CONSTRUCTED = 0x20; // in an identifier octet (X.690 8.1.2.5)
+
 // Identifier and length octets of an element (X.690 8.1.2, 8.1.3, 10.1).
 std::string der_header(asn_tag_t::Type tag, std::size_t content_size);
 
