@@ -365,7 +365,7 @@ def pkcs12() -> Seeds:
     seeds["mac-thrown"] = pfx.pfx(safe, pfx.mac_data(b"T"))
     seeds["no-mac"] = pfx.pfx(safe, b"")
     seeds["signed"] = pfx.pfx(safe, mac, pfx.SIGNED_DATA)
-    for name in ("2001.p12", "chain.p12", "declined-aes.p12"):
+    for name in ("2001.p12", "chain.p12", "mixed-aes.p12"):
         seeds[f"file-{name}"] = (DATA / name).read_bytes()
     return seeds
 

@@ -17,8 +17,8 @@ class bag_reader {
     // Without a session everything that may be secret is withheld.
     bag_reader(session* under, const limits& cost) : under_(under), cost_(cost) {}
 
-    // Reads a SafeContents. Its bags count towards the limits, which are the only reason why bags are returned and
-    // nothing more is read: see exceeded(). cause::malformed when it is not one.
+    // Reads a SafeContents; cause::malformed when it is not one. When the file exceeds a limit, reading stops and
+    // exceeded() says so.
     result<std::vector<bag>> read(std::string_view safe_contents);
 
     // Decrypts with the session, or says why not.

@@ -11,11 +11,10 @@ namespace derkit::gost {
 namespace {
 
 // Containers have a dozen levels.
-constexpr unsigned int MAX_DEPTH = 32;
+constexpr unsigned int MAX_BER_DEPTH = 32;
 // As many bags as limits::max_bags allows by default have a tenth of it.
 constexpr std::size_t MAX_ELEMENTS = 2'000'000;
 
-constexpr unsigned char CONSTRUCTED = 0x20;
 constexpr unsigned char MANY_OCTETS = 0x1F; // of the identifier (X.690 8.1.2.4)
 constexpr unsigned char MORE = 0x80;
 constexpr unsigned char INDEFINITE = 0x80;
@@ -103,7 +102,7 @@ class rewriter {
   public:
     result<secret> rewrite(std::string_view ber) {
         std::string_view in = ber;
-        const std::size_t size = measure(in, MAX_DEPTH, false);
+        const std::size_t size = measure(in, MAX_BER_DEPTH, false);
         if (problem_ != cause::none) {
             return problem_;
         }
@@ -207,7 +206,7 @@ result<definite_octets> with_definite_lengths(std::string_view ber) {
         return cause::malformed;
     }
     const std::size_t header_size = ber.size() - after.size();
-    if (!outer.is_indefinite && !needs_rewriting(ber.substr(0, header_size + outer.content_size), MAX_DEPTH)) {
+    if (!outer.is_indefinite && !needs_rewriting(ber.substr(0, header_size + outer.content_size), MAX_BER_DEPTH)) {
         return definite_octets(ber.substr(0, header_size + outer.content_size));
     }
     result<secret> rewritten = rewriter().rewrite(ber);

@@ -20,7 +20,7 @@ struct oid_family {
 
 constexpr std::string_view OID_GOST_28147_89 = "1.2.643.2.2.21";
 
-constexpr oid_family DIGESTS[] = {
+constexpr oid_family DIGEST_FAMILIES[] = {
     {"1.2.643.2.2.9", family::GOST94},       {"1.2.643.7.1.1.2.2", family::GOST2012},
     {"1.2.643.7.1.1.2.3", family::GOST2012}, {"1.3.14.3.2.26", family::SHA},
     {"2.16.840.1.101.3.4.2.1", family::SHA}, {"2.16.840.1.101.3.4.2.2", family::SHA},
@@ -167,7 +167,7 @@ container_kind classify(const container_mac& mac, const std::vector<entry>& entr
     if (!mac.scheme.has_value()) {
         return container_kind::no_mac;
     }
-    const family digest = find(DIGESTS, mac.scheme->digest.oid);
+    const family digest = find(DIGEST_FAMILIES, mac.scheme->digest.oid);
     const std::optional<family> encryption = common_family(families, digest);
     return encryption.has_value() ? kind_of(digest, *encryption, mac.key == mac_key::pkcs12_kdf)
                                   : container_kind::unknown;

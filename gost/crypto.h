@@ -33,6 +33,8 @@ result<bool> start_gcrypt();
 
 result<std::string> random_octets(std::size_t size);
 
+constexpr std::size_t SALT_SIZE = 32; // of salts that are written; the most that GnuTLS reads
+
 result<secret> hmac(digest_id digest, std::string_view key, std::string_view data);
 
 // GOST R 34.13-2015 5.6: the whole block.

@@ -1,15 +1,35 @@
 #include "gost/der.h"
 
 #include "derkit/asn_oidmap.h"
+#include "derkit/int2str.h"
 
 namespace derkit::gost {
 
 namespace {
 
 // Deeper elements are not looked into: certificates and bags have no more than a dozen levels.
-constexpr unsigned int MAX_DEPTH = 64;
+constexpr unsigned int MAX_DER_DEPTH = 64;
 constexpr unsigned char BIT_STRING = 0x03;
-constexpr unsigned char CONSTRUCTED = 0x20;
+constexpr char HEXADECIMAL = '#';
+
+// "#2A85", for octets.
+std::string hexadecimal_of(const blob_t& octets) {
+    std::string text(1 + 2 * std::size_t{octets.size}, HEXADECIMAL);
+    TO_HEX_STRING(octets.data, octets.size, text.data() + 1, '\0');
+    return text;
+}
+
+unsigned int digit_value(char digit) {
+    return static_cast<unsigned int>(digit <= '9' ? digit - '0' : digit - 'A' + 10);
+}
+
+std::string octets_of_digits(std::string_view digits) {
+    std::string octets;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        octets += static_cast<char>(digit_value(digits[i]) << 4 | digit_value(digits[i + 1]));
+    }
+    return octets;
+}
 
 // What follows is filled by append().
 template <typename OCTETS>
@@ -101,15 +121,24 @@ std::string der_integer(std::uint64_t value) {
 }
 
 std::string der_oid(std::string_view dotted) {
+    if (!dotted.empty() && dotted.front() == HEXADECIMAL) {
+        return der(asn_tag_t::OBJECT_IDENTIFIER, {octets_of_digits(dotted.substr(1))});
+    }
     unsigned char octets[512];
     const unsigned int size = oid_str_to_asn_(dotted.data(), dotted.data() + dotted.size(), octets);
     return der(asn_tag_t::OBJECT_IDENTIFIER, {{reinterpret_cast<const char*>(octets), size}});
 }
 
+// The library's text has arcs of 32 bits, so that different octets may have the same.
 std::string dotted_of(const blob_t& oid) {
+    constexpr unsigned int MAX_SIZE = 128; // no OID in use is as long
     std::string dotted;
-    const bool whole = oid.size != 0 && oid_asn_to_str_(oid.data, oid.data + oid.size, dotted) == 1;
-    return whole ? dotted : std::string();
+    if (oid.size == 0 || oid_asn_to_str_(oid.data, oid.data + oid.size, dotted) != 1) {
+        return std::string();
+    }
+    const bool leads_back =
+        oid.size <= MAX_SIZE && der_oid(dotted) == der(asn_tag_t::OBJECT_IDENTIFIER, {text_of(oid)});
+    return leads_back ? dotted : hexadecimal_of(oid);
 }
 
 result<std::uint32_t> read_iterations(asn_cursor_t& in) {
@@ -129,9 +158,8 @@ result<std::uint32_t> read_iterations(asn_cursor_t& in) {
 
 bool is_whole_der(std::string_view octets, asn_tag_t::Type tag, strings are) {
     asn_cursor_t in(blob_of(octets));
-    const blob_t content = in.read(tag);
-    return in.ok() && in.empty() &&
-           is_whole_element(static_cast<unsigned char>(octets[0]), content, MAX_DEPTH + 1, are);
+    const asn_cursor_t content = in.enter(tag);
+    return in.ok() && in.empty() && is_whole(content, MAX_DER_DEPTH, are);
 }
 
 } // namespace derkit::gost

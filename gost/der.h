@@ -26,6 +26,8 @@ inline blob_t blob_of(std::string_view octets) {
     return blob;
 }
 
+constexpr unsigned char CONSTRUCTED = 0x20; // in an identifier octet (X.690 8.1.2.5)
+
 // Identifier and length octets of an element (X.690 8.1.2, 8.1.3, 10.1).
 std::string der_header(asn_tag_t::Type tag, std::size_t content_size);
 
@@ -37,10 +39,11 @@ secret secret_der(asn_tag_t::Type tag, std::initializer_list<std::string_view> p
 // An INTEGER (X.690 8.3).
 std::string der_integer(std::uint64_t value);
 
-// An OBJECT IDENTIFIER; `dotted` is a valid one.
+// An OBJECT IDENTIFIER; `dotted` is a valid one, or what dotted_of() made.
 std::string der_oid(std::string_view dotted);
 
-// The dotted text of an OBJECT IDENTIFIER's content; empty when it is not one.
+// The dotted text of an OBJECT IDENTIFIER's content, or "#" and its octets in hexadecimal when no text leads back to
+// them: arcs above 32 bits, padded arcs. Empty when it is not one.
 std::string dotted_of(const blob_t& oid);
 
 // Reads an INTEGER from 0 to 2^32 - 1. Larger ones are cause::too_many_iterations, as all that are read are iteration

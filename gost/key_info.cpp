@@ -127,10 +127,6 @@ void read_optional_fields(asn_cursor_t& in, key_info& out) {
 
 } // namespace
 
-std::size_t key_size(key_family family) {
-    return row_of(family).size;
-}
-
 const family_row* find_family(std::string_view oid) {
     const auto* const found =
         std::find_if(std::begin(FAMILIES), std::end(FAMILIES), [oid](const family_row& row) { return row.oid == oid; });
@@ -229,7 +225,6 @@ result<certificate_key> read_certificate_key(std::string_view certificate) {
     asn_cursor_t info = tbs.enter(asn_tag_t::SEQUENCE);
     asn_cursor_t algorithm = info.enter(asn_tag_t::SEQUENCE);
     out.algorithm = dotted_of(algorithm.read(asn_tag_t::OBJECT_IDENTIFIER));
-    out.parameters = text_of(algorithm.rest());
     out.octets = point_of(text_of(info.read(asn_tag_t::BIT_STRING)));
     if (!info.ok() || !algorithm.ok()) {
         return cause::malformed;

@@ -21,9 +21,6 @@ struct family_row {
     std::size_t size; // octets of a key
 };
 
-// Octets of a key.
-std::size_t key_size(key_family family);
-
 // The row of an algorithm; null when it is not of GOST R 34.10-2001 or 34.10-2012.
 const family_row* find_family(std::string_view oid);
 // The algorithm that keys of a family have.
@@ -72,11 +69,10 @@ struct encrypted_key_info {
 // Reads one element, after which nothing may follow.
 result<encrypted_key_info> read_encrypted_key_info(std::string_view der);
 
-// The public key in a certificate and its algorithm. Views into the certificate.
+// The public key in a certificate and its algorithm. The octets are a view into the certificate.
 struct certificate_key {
-    std::string algorithm;       // dotted
-    std::string_view parameters; // complete element; empty without
-    std::string_view octets;     // x and y; empty for keys that are no OCTET STRING
+    std::string algorithm;   // dotted
+    std::string_view octets; // x and y; empty for keys that are no OCTET STRING
 };
 
 result<certificate_key> read_certificate_key(std::string_view certificate);

@@ -7,7 +7,6 @@ namespace derkit::gost {
 
 namespace {
 
-constexpr std::size_t SALT_SIZE = 32;
 constexpr std::size_t PBKDF2_OCTETS = 96; // of which the last are the key
 constexpr std::size_t PBKDF2_KEY_SIZE = 32;
 

@@ -13,7 +13,6 @@ namespace derkit::gost {
 
 namespace {
 
-constexpr std::size_t SALT_SIZE = 32;
 constexpr std::size_t IV_SIZE = 8;
 constexpr std::size_t KEY_SIZE = 32;
 constexpr std::string_view CRYPTOPRO_A = "1.2.643.2.2.31.1";

@@ -9,7 +9,6 @@ namespace derkit::gost {
 
 namespace {
 
-constexpr std::size_t SALT_SIZE = 32; // the most that GnuTLS reads
 constexpr std::size_t TWO_KEYS_OF_DES = 16;
 constexpr std::size_t ONE_KEY_OF_DES = 8;
 

@@ -17,7 +17,7 @@ fi
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 native=$(dpkg --print-architecture)
 suite=bookworm
-mirror=http://deb.debian.org/debian
+mirror=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $suite" | sed -n 1p) # where this machine's packages come from
 packages=$folder/packages
 
 step() {

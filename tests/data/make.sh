@@ -70,15 +70,15 @@ export_container 2001 chain.p12 секрет md_gost94 gost89 -certfile "$work/c
 LEGACY_GOST_PKCS12=1 export_container 2001 mac-by-pkcs12-kdf.p12 секрет md_gost94 gost89
 export_container 2001 empty-password.p12 "" md_gost94 gost89
 
-# What the library declines.
-openssl pkcs12 -export -nomac -inkey 2001.key.pem -in 2001.cert.pem -out declined-no-mac.p12 -passout pass:secret \
+# What the GOST library reads beside that: without a MAC, with the algorithms of several kinds, with those of 2012.
+openssl pkcs12 -export -nomac -inkey 2001.key.pem -in 2001.cert.pem -out no-mac.p12 -passout pass:secret \
   -keypbe gost89 -certpbe gost89
-echo "declined-no-mac.p12 secret" >>passwords.txt
-export_container 2001 declined-aes.p12 secret md_gost94 aes-256-cbc
-export_container 2001 declined-sha256-mac.p12 secret sha256 gost89
+echo "no-mac.p12 secret" >>passwords.txt
+export_container 2001 mixed-aes.p12 secret md_gost94 aes-256-cbc
+export_container 2001 mixed-sha256-mac.p12 secret sha256 gost89
 configure md_gost12_256
-encrypt_key 2012-256 declined-streebog.encrypted.pem secret
-export_container 2012-256 declined-streebog.p12 secret md_gost12_256 gost89
+encrypt_key 2012-256 streebog.encrypted.pem secret
+export_container 2012-256 streebog.p12 secret md_gost12_256 gost89
 
 # Broken files: one is cut short; in the other an octet of the content has changed, so that the MAC is wrong.
 head -c 400 2001.p12 >broken-cut.p12

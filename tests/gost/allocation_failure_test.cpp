@@ -13,7 +13,7 @@
 
 namespace {
 
-std::ptrdiff_t num_mapped = 0; // octets of pages, always
+std::size_t num_mapped = 0; // octets of pages, always
 
 } // namespace
 
@@ -24,13 +24,14 @@ void* __wrap_mmap(void* address, size_t size, int protection, int flags, int fil
     if (allocation_fails(size)) {
         return MAP_FAILED;
     }
-    num_mapped += static_cast<std::ptrdiff_t>(size);
-    return __real_mmap(address, size, protection, flags, file, offset);
+    void* const pages = __real_mmap(address, size, protection, flags, file, offset);
+    num_mapped += pages != MAP_FAILED ? size : 0;
+    return pages;
 }
 
 int __real_munmap(void* address, size_t size);
 int __wrap_munmap(void* address, size_t size) {
-    num_mapped -= static_cast<std::ptrdiff_t>(size);
+    num_mapped -= size;
     return __real_munmap(address, size);
 }
 }
@@ -61,7 +62,8 @@ TEST(AllocationFailure, IsThrownAndLeavesNothing) {
     for (const work_t& work : all_work()) {
         const auto run = [&work] { work.run("password", PRIVATE_KEY_INFO); };
         run(); // what is made once
-        const std::ptrdiff_t num_live = allocator.num_live, mapped = num_mapped;
+        const std::ptrdiff_t num_live = allocator.num_live;
+        const std::size_t mapped = num_mapped;
         std::size_t n = 1;
         for (; runs_out_of_memory(n, run); ++n) {
             EXPECT_EQ(allocator.num_live, num_live) << work.name << ", allocation " << n;

@@ -149,9 +149,9 @@ TEST(Container, OpensFilesOfOpenssl) {
         {"chain.p12", "секрет", container_kind::gost94, mac_key::pbkdf2, 4},
         {"mac-by-pkcs12-kdf.p12", "секрет", container_kind::gost94_pkcs12_kdf, mac_key::pkcs12_kdf, 2},
         {"empty-password.p12", "", container_kind::gost94, mac_key::pbkdf2, 2},
-        {"declined-streebog.p12", "secret", container_kind::tc26, mac_key::pbkdf2, 2},
-        {"declined-sha256-mac.p12", "secret", container_kind::unknown, mac_key::pkcs12_kdf, 2},
-        {"declined-aes.p12", "secret", container_kind::unknown, mac_key::pbkdf2, 2},
+        {"streebog.p12", "secret", container_kind::tc26, mac_key::pbkdf2, 2},
+        {"mixed-sha256-mac.p12", "secret", container_kind::unknown, mac_key::pkcs12_kdf, 2},
+        {"mixed-aes.p12", "secret", container_kind::unknown, mac_key::pbkdf2, 2},
     };
     for (const auto& c : CASES) {
         const result<container> opened = container::open(test_data(c.file), c.password);
@@ -169,7 +169,7 @@ TEST(Container, OpensFilesOfOpenssl) {
 }
 
 TEST(Container, WithoutMacNeedsTheWord) {
-    const std::string file = test_data("declined-no-mac.p12");
+    const std::string file = test_data("no-mac.p12");
     EXPECT_EQ(container::open(file, "secret").why(), cause::no_mac);
     const result<container> opened = container::open(file, "secret", unverified());
     ASSERT_TRUE(opened);

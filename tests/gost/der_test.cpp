@@ -81,6 +81,15 @@ TEST(Der, ObjectIdentifiersAreConvertedBothWays) {
     EXPECT_EQ(dotted_of(blob_of(from_hex("2A85"))), "");
 }
 
+// In 32 bits the last arc is 19: the OID of GOST R 34.10-2001. The second is padded.
+TEST(Der, ObjectIdentifiersWithTheTextOfAnotherAreHexadecimal) {
+    for (const char* const octets : {"2A850302029080808013", "2A85030202808013"}) {
+        const std::string content = from_hex(octets);
+        EXPECT_EQ(dotted_of(blob_of(content)), std::string("#") + octets);
+        EXPECT_EQ(der_oid(dotted_of(blob_of(content))), der(asn_tag_t::OBJECT_IDENTIFIER, {content}));
+    }
+}
+
 struct whole_case_t {
     const char* octets;
     bool whole;

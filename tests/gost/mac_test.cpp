@@ -41,8 +41,8 @@ const file_case_t FILES[] = {
     {"2001.p12", "секрет-2001", mac_key::pbkdf2, "GOST R 34.11-94"},
     {"empty-password.p12", "", mac_key::pbkdf2, "GOST R 34.11-94"},
     {"mac-by-pkcs12-kdf.p12", "секрет", mac_key::pkcs12_kdf, "GOST R 34.11-94"},
-    {"declined-streebog.p12", "secret", mac_key::pbkdf2, "GOST R 34.11-2012-256"},
-    {"declined-sha256-mac.p12", "secret", mac_key::pkcs12_kdf, "SHA-256"},
+    {"streebog.p12", "secret", mac_key::pbkdf2, "GOST R 34.11-2012-256"},
+    {"mixed-sha256-mac.p12", "secret", mac_key::pkcs12_kdf, "SHA-256"},
 };
 
 TEST(VerifyMac, FindsHowOpenSslDerivesTheKey) {

@@ -49,9 +49,9 @@ struct refused_case_t {
 const refused_case_t REFUSED[] = {
     {"2001.p12", "другой", false, {cause::wrong_mac}},
     {"broken-mac.p12", "секрет-2001", false, {cause::wrong_mac}},
-    {"declined-sha256-mac.p12", "secret", true, {}},
+    {"mixed-sha256-mac.p12", "secret", true, {}},
     // The library's reader skips what is not of its one profile, without asking.
-    {"declined-aes.p12", "secret", true, {}},
+    {"mixed-aes.p12", "secret", true, {}},
 };
 
 TEST(PbeCrypto, RemembersWhyItRefused) {

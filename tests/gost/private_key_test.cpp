@@ -416,6 +416,19 @@ TEST(EncryptedPrivateKey, ComesBackUnderItsPasswordOnly) {
     }
 }
 
+TEST(EncryptedPrivateKey, IsDecryptedToAPrivateKeyInfo) {
+    const result<private_key> key = private_key::read(key_info(little_endian(NUMBER)));
+    ASSERT_TRUE(key);
+    const std::string encrypted = *key->write_encrypted("password", options_of(format::rfc9548));
+    EXPECT_EQ(private_key::decrypt(encrypted, "password")->view(), key->write()->view());
+    EXPECT_EQ(private_key::decrypt(encrypted, "other").why(), cause::wrong_password);
+    EXPECT_EQ(private_key::decrypt(encrypted, std::nullopt).why(), cause::password_needed);
+    EXPECT_EQ(private_key::decrypt(*key->write(), "password").why(), cause::malformed);
+    limits small;
+    small.max_size = encrypted.size() - 1;
+    EXPECT_EQ(private_key::decrypt(encrypted, "password", small).why(), cause::too_large);
+}
+
 // Octets of a key may look like a SEQUENCE by chance.
 TEST(EncryptedPrivateKey, MayBeginLikeDer) {
     const std::string number = reversed(from_hex("30 1E FF FF") + std::string(28, '\1'));

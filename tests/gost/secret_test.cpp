@@ -9,6 +9,7 @@
 #include <sys/resource.h>
 
 #include "derkit/gost/secret.h"
+#include "gost/sanitized.h"
 #include "testing/bytes.h"
 
 namespace {
@@ -32,6 +33,12 @@ std::string flags_of_mapping(const void* address) {
         }
     }
     return "";
+}
+
+// AddressSanitizer lets nothing be locked, and says that it was.
+void expect_as_locked_as_told(const secret& text) {
+    const std::string flags = flags_of_mapping(text.data());
+    EXPECT_TRUE(SANITIZED || text.is_locked() == (flags.find(" lo ") != std::string::npos)) << flags;
 }
 
 TEST(Secret, HoldsOctets) {
@@ -107,9 +114,9 @@ TEST(Secret, GrowsPastItsPagesAndOutOfItself) {
 
 TEST(Secret, RefusesWhatNoMemoryCanHold) {
     EXPECT_THROW(secret(static_cast<std::size_t>(-1)), std::bad_alloc);
-    EXPECT_THROW(secret(static_cast<std::size_t>(-1) / 2), std::bad_alloc);
+    EXPECT_THROW(secret(static_cast<std::size_t>(-1) - 0x10000), std::bad_alloc);
     secret text("kept");
-    EXPECT_THROW(text.reserve(static_cast<std::size_t>(-1) / 2), std::bad_alloc);
+    EXPECT_THROW(text.reserve(static_cast<std::size_t>(-1) - 0x10000), std::bad_alloc);
     EXPECT_THROW(text.resize(static_cast<std::size_t>(-1)), std::bad_alloc);
     EXPECT_EQ(text.view(), "kept");
 }
@@ -118,7 +125,7 @@ TEST(Secret, IsLockedAndLeftOutOfCoreDumps) {
     const secret text("text");
     const std::string flags = flags_of_mapping(text.data());
     EXPECT_NE(flags.find(" dd "), std::string::npos) << flags;
-    EXPECT_EQ(text.is_locked(), flags.find(" lo ") != std::string::npos) << flags;
+    expect_as_locked_as_told(text);
     EXPECT_TRUE(secret().is_locked());
 }
 
@@ -130,8 +137,7 @@ TEST(Secret, WorksWhereNothingMayBeLocked) {
     const secret text("text");
     ASSERT_EQ(setrlimit(RLIMIT_MEMLOCK, &before), 0);
     EXPECT_EQ(text.view(), "text");
-    const std::string flags = flags_of_mapping(text.data());
-    EXPECT_EQ(text.is_locked(), flags.find(" lo ") != std::string::npos) << flags; // root locks all the same
+    expect_as_locked_as_told(text); // root locks all the same
 }
 
 TEST(EqualInConstantTime, ComparesAllOctets) {

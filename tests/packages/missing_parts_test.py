@@ -16,7 +16,7 @@ CASES = [  # options, whether configuring succeeds, what it says
      ["the tool: CLI11, nlohmann-json; install libcli11-dev nlohmann-json3-dev (Debian's names) or build without by"
       " -D DERKIT_BUILD_TOOLS=OFF"]),
     (["-DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON", "-DDERKIT_GOST_GCRYPT_LIBRARY=/nowhere/libgcrypt.so"], True,
-     ["the tool's key and p12: libgcrypt; install libgcrypt20-dev (Debian's names) or build without by"
+     ["the tool's key and p12: libgcrypt or GnuTLS; install libgcrypt20-dev libgnutls28-dev (Debian's names) or build without by"
       " -D DERKIT_BUILD_GOST=OFF",
       "the tests of the tool: Python 3; install python3 (Debian's names) or build without by -D DERKIT_BUILD_TESTS=OFF"]),
     (WITHOUT_TOOLS + ["-DCERTTOOL=NOTFOUND", "-DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON"], True, [COMPARISON]),

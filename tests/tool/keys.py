@@ -21,11 +21,11 @@ def encrypt(key, password="secret", *options, **settings):
     return openssl.gost(*command, stdin=key, settings=settings, KEY_PASSWORD=password)
 
 
-def octets_of(key):
-    """Returns the key as openssl prints it, in the order of octets in which it is kept."""
+def number_by_openssl(key):
+    """Returns the number of a key as openssl prints it, highest octet first."""
     text = openssl.gost("pkey", "-inform", "DER", "-noout", "-text", stdin=key).decode()
     number = text.splitlines()[0].removeprefix("Private key: ")
-    return bytes.fromhex(number.rjust(2 * (64 if len(number) > 64 else 32), "0"))[::-1]
+    return bytes.fromhex(number.rjust(2 * (64 if len(number) > 64 else 32), "0"))
 
 
 class KeyTest(ToolTest):

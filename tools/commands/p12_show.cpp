@@ -74,7 +74,7 @@ class p12_show_t {
     std::string name_; // of the file, in messages
 
     void show_outside(const gost::container& listed);
-    void show_inside(const gost::container& opened);
+    void show_inside(const gost::container& opened, oid_map_handle_t map);
     void show_kind(const gost::container& container, bool is_open, const std::optional<gost::failure>& obstacle);
     void show_mac(const gost::container_mac& mac, bool is_open);
     void warn_of_distrust(gost::mac_verdict verdict);
@@ -95,9 +95,10 @@ void p12_show_t::run() {
     const gost::open_options reading = options_.reading.get();
     const std::string bytes = read_filled_input(options_.file);
     if (options_.password.given()) {
+        const oid_map_handle_t map = options_.oid_map.load();
         list_openable_container(name_, bytes, reading); // before a password is asked for
         const std::optional<secret_t> password = options_.password.read(options_.file);
-        show_inside(open_container(name_, bytes, password, reading));
+        show_inside(open_container(name_, bytes, password, reading), map);
     } else {
         show_outside(list_container(name_, bytes, reading.cost));
     }
@@ -200,8 +201,7 @@ void p12_show_t::show_part(const part_t& part) {
     put(record, part.place());
 }
 
-void p12_show_t::show_inside(const gost::container& opened) {
-    const oid_map_handle_t map = options_.oid_map.load();
+void p12_show_t::show_inside(const gost::container& opened, oid_map_handle_t map) {
     show_kind(opened, true, std::nullopt);
     show_mac(opened.mac(), true);
     warn_of_distrust(opened.mac().verdict);

@@ -4,6 +4,7 @@ _derkit() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local subcommands="cert spki dn oid alg time key p12"
   local password="--password-file --password-env --password-stdin --password-ask"
+  local reading="--max-iterations --max-bags --accept-unverified"
 
   # The subcommand, and how many words of the line name it.
   local subcommand=${COMP_WORDS[1]} depth=1
@@ -25,9 +26,9 @@ _derkit() {
     dn) options+=" --reverse --der --hex --get --oid-map --json" ;;
     oid) options+=" --oid-map --json" ;;
     alg | time) options+=" --json" ;;
-    key) options+=" $password --json --reveal" files=true ;;
-    "p12 show") options+=" $password --no-password --oid-map --t61 --json" files=true ;;
-    "p12 extract") options+=" --out $password --no-password --force --partial" files=true ;;
+    key) options+=" $password --max-iterations --json --reveal" files=true ;;
+    "p12 show") options+=" $password --no-password $reading --oid-map --t61 --json" files=true ;;
+    "p12 extract") options+=" --out $password --no-password $reading --force --partial" files=true ;;
     "p12 make") options+=" --key --cert --name --profile --out $password --force" ;;
     esac
     case $previous in
@@ -36,7 +37,7 @@ _derkit() {
     --profile) values="standard native" files=false ;;
     --password-env) mapfile -t COMPREPLY < <(compgen -e -- "$word") && return ;;
     --oid-map | --password-file | --key | --cert | --out) files=true ;;
-    --get | --name) return ;;
+    --get | --name | --max-iterations | --max-bags) return ;;
     esac
   fi
 

@@ -78,7 +78,7 @@ void examine(std::string_view der, private_key_t& out) {
     if (outline->shape.has_value()) {
         out.shape = gost::name_of(*outline->shape);
         out.size = static_cast<unsigned int>(outline->size);
-        out.has_public_key = outline->has_public_key;
+        out.has_public_key = out.has_public_key || outline->has_public_key;
     }
     gost::result<gost::private_key> key = gost::private_key::read(der);
     if (key) {

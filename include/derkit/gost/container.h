@@ -104,7 +104,7 @@ struct entry {
 /// Distinct objects may be used in parallel.
 class container {
   public:
-    DERKIT_API container(); ///< Holds no bags.
+    DERKIT_API container();  ///< Holds no bags.
     DERKIT_API ~container(); ///< Wipes all secrets.
     /// Takes over everything.
     /// @param other  is only fit to be destroyed or assigned to afterwards

@@ -17,7 +17,8 @@ namespace derkit::gost {
 
 /// An algorithm, a parameter set or a content type.
 struct named_oid {
-    std::string oid;  ///< dotted; empty where the file has none
+    std::string oid;  ///< dotted, or "#" and its octets in hexadecimal where the text would be that of another one;
+                      ///< empty where the file has none
     std::string name; ///< for people; empty where the library knows none
 };
 

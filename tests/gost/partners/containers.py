@@ -3,6 +3,7 @@
 What openssl has the ciphers for but writes no container of is put together here of its parts.
 """
 
+import functools
 import hashlib
 from dataclasses import dataclass, field
 
@@ -278,6 +279,7 @@ def only_named():
     return [("9", vendor_export()), ("12", for_recipients())]
 
 
+@functools.cache
 def one_of_each_kind():
     """Returns a container of each kind by its name in the guide."""
     key = gost_keys.key("gost2012_256")

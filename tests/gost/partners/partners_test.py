@@ -5,9 +5,12 @@ certtool takes many seconds for whatever it encrypts under GOST algorithms; with
 those too.
 """
 
+import json
 import os
 import re
+import subprocess
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -298,6 +301,62 @@ class Partners(unittest.TestCase):
                 refusals = [one["refusal"]["cause"] for one in answer.get("bags", []) if one.get("refusal")]
                 refusals += [answer["failure"]["cause"]] if "failure" in answer else []
                 self.assertEqual(refusals, [{9: "vendor_scheme", 12: "recipient_needed"}[made.kind]])
+
+
+TOOL = os.environ.get("DERKIT_TOOL")
+
+
+@unittest.skipUnless(TOOL, "the tool is not built")
+class Tool(unittest.TestCase):
+    """The tool shows and extracts each kind; what it cannot open it names."""
+
+    def run_tool(self, *arguments, made):
+        environment = os.environ | {"P12_PASSWORD": made.password}
+        return subprocess.run([TOOL, "p12", *arguments, derkit_gost.file(made.data)], env=environment, capture_output=True)
+
+    def shown(self, *options, made):
+        done = self.run_tool("show", "--json", *options, made=made)
+        return done.returncode, [json.loads(line) for line in done.stdout.splitlines()]
+
+    @staticmethod
+    def options(made):
+        accepted = ["--accept-unverified"] if made.mac == "none" else []
+        return ["--password-env", "P12_PASSWORD", *accepted]
+
+    def test_kinds_are_opened(self):
+        named = dict(containers.only_named())
+        for kind, made in containers.one_of_each_kind().items():
+            if kind in named:
+                continue
+            with self.subTest(kind=kind), tempfile.TemporaryDirectory() as folder:
+                status, shown = self.shown(*self.options(made), made=made)
+                self.assertEqual((status, shown[0]["kind_number"]), (0, made.kind))
+                self.assertEqual([one["readable"] for one in shown if one["object"] == "key"], ["yes"])
+                done = self.run_tool("extract", "--out", folder, *self.options(made), made=made)
+                self.assertEqual(done.returncode, 0, done.stderr.decode())
+                key, certificate = ((Path(folder) / f"{what}-1.pem").read_bytes() for what in ("key", "certificate"))
+                self.assertEqual(gost_keys.number_of(key, made.keys[0].size), made.keys[0].number)
+                self.assertEqual(unpem(certificate), made.certificates)
+
+    def test_the_outside_names_the_kind_and_the_scheme_of_each_part(self):
+        for kind, made in containers.one_of_each_kind().items():
+            with self.subTest(kind=kind):
+                status, shown = self.shown(made=made)
+                # where the key of a MAC came from is found out with the password
+                expected = {2: 1, 4: 3}.get(made.kind, made.kind)
+                self.assertEqual((status, shown[0]["kind_number"]), (0, expected))
+                encrypted = [one for one in shown if "pkcs8ShroudedKeyBag" in one.values() or "encryptedData" in one.values()]
+                self.assertTrue(all(one["scheme_oid"] and one["scheme"] for one in encrypted))
+                self.assertEqual(bool(encrypted), made.kind != 12)
+                refused = [one["not_read"] for one in shown if "not_read" in one]
+                self.assertEqual(bool(refused), made.kind in (9, 11, 12), refused)
+
+    def test_kinds_that_are_only_named(self):
+        for kind, made in containers.only_named():
+            done = self.run_tool("show", "--password-env", "P12_PASSWORD", made=made)
+            told = {"9": b"a vendor's own scheme", "12": b"encrypted for a recipient's key"}[kind]
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(told, done.stderr)
 
 
 def has_keys(contents):
