@@ -158,8 +158,9 @@ result<std::uint32_t> read_iterations(asn_cursor_t& in) {
 
 bool is_whole_der(std::string_view octets, asn_tag_t::Type tag, strings are) {
     asn_cursor_t in(blob_of(octets));
-    const asn_cursor_t content = in.enter(tag);
-    return in.ok() && in.empty() && is_whole(content, MAX_DER_DEPTH, are);
+    const blob_t content = in.read(tag);
+    return in.ok() && in.empty() &&
+           is_whole_element(static_cast<unsigned char>(octets[0]), content, MAX_DER_DEPTH + 1, are);
 }
 
 } // namespace derkit::gost

@@ -18,6 +18,13 @@ SOURCE = Path(os.environ["DERKIT_SOURCE"])
 EXPORTS = Path(os.environ["DERKIT_EXPORTS"])
 PAGES = sorted((SOURCE / "docs" / "man").iterdir())
 PASSWORD = {"--password-file", "--password-env", "--password-stdin", "--password-ask"}
+# What the synopses name together.
+GROUPS = {
+    " password-option": PASSWORD,
+    " new-password-option": {option.replace("--", "--new-") for option in PASSWORD},
+    " reading-option": {"--max-iterations", "--max-bags", "--accept-unverified"},
+    " writing-option": {"--cipher", "--sections", "--iterations", "--pkcs8-form"},
+}
 
 
 def page(name):
@@ -38,11 +45,12 @@ def subcommands_of(*subcommand):
 
 
 def all_subcommands():
-    """Subcommands without subcommands of their own."""
+    """Subcommands that do something by themselves."""
     found = []
     for name in subcommands_of():
         inner = subcommands_of(name)
-        found += [(name, other) for other in inner] or [(name,)]
+        has_action = "[SUBCOMMAND]" not in help_of(name) or "\nArguments:\n" in help_of(name)
+        found += [(name,)] * has_action + [(name, other) for other in inner]
     return found
 
 
@@ -76,8 +84,9 @@ class ToolPage(unittest.TestCase):
         for entry in text.split(".Nm\n")[1:]:
             if name := re.match(r"\.Cm ([\w ]+)\n", entry):
                 options = {"-" + option for option in re.findall(r"Fl (-[\w-]+)", entry)}
-                if "password-option" in entry:
-                    options |= PASSWORD | ({"--no-password"} if name[1] in ("p12 show", "p12 extract") else set())
+                options = options.union(*(group for word, group in GROUPS.items() if word in entry))
+                if " password-option" in entry and name[1] in ("p12 show", "p12 extract", "p12 convert", "p12 password"):
+                    options.add("--no-password")
                 synopses[tuple(name[1].split())] = options
         return synopses
 
@@ -154,7 +163,10 @@ class Completion(unittest.TestCase):
 
     def test_values(self):
         self.assertEqual(self.complete("cert", "--order", ""), ["as-encoded", "reversed"])
-        self.assertEqual(self.complete("p12", "make", "--profile", "n"), ["native"])
+        self.assertEqual(self.complete("p12", "make", "--to", "n"), ["native"])
+        self.assertEqual(self.complete("key", "convert", "--to", "n"), [])
+        self.assertEqual(self.complete("key", "convert", "--to", "p"), ["pem"])
+        self.assertEqual(self.complete("p12", "convert", "--cipher", ""), ["kuznyechik", "magma"])
         self.assertEqual(self.complete("key", "--password-env", "HOM"), ["HOME"])
         self.assertEqual(self.complete("dn", "--get", ""), [])
 
