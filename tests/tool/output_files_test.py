@@ -308,6 +308,7 @@ class StandardStreams(OutputTest):
             (["extract", self.container, "--out", "-"], "--out: needs a directory"),
             (["extract", self.container, "--out", ""], "--out: needs a directory"),
             (["make", "--key", self.key, "--cert", self.certificate, "--out", ""], "--out: names no file"),
+            (["convert", self.container, "--to", "aes", "--out", ""], "--out: names no file"),
             (["make", "--key", "-", "--cert", "-", "--out", "x"], "the standard input can be read only once"),
             (["make", "--key", self.key, "--cert", "-", "--cert", "-", "--out", "x"], "can be read only once"),
         ]:

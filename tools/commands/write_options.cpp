@@ -124,6 +124,9 @@ destination_t output_option_t::destination() const {
 }
 
 void output_option_t::require_room(content_t content) const {
+    if (file_.empty()) {
+        throw usage_error_t("--out: names no file");
+    }
     if (!is_stdout()) {
         require_room_for(destination(), {file_path_t(file_).name});
     } else if (content == content_t::BINARY && isatty(STDOUT_FILENO) != 0) {

@@ -58,7 +58,7 @@ class output_option_t {
     std::string name() const; // for messages
 
     // Checks that the output can be written, as far as this can be told before. Only text goes to a terminal. Throws
-    // failure_t.
+    // failure_t, and usage_error_t for an empty name.
     void require_room(content_t content = content_t::BINARY) const;
 
     // Readable only by its owner, and complete or not there. Throws failure_t.
