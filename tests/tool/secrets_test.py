@@ -22,6 +22,7 @@ SCAN = os.environ.get("TOOL_MEMORY_SCAN")
 KEY = hashlib.sha256(b"a key that is nowhere by chance").digest()
 KEY_INFO = private_key(octet_string(KEY))
 PASSWORD = "correct horse battery staple"
+NEW_PASSWORD = "staple battery horse correct"
 
 
 def forms(octets):
@@ -46,7 +47,7 @@ class Memory(ToolTest):
         return list(map(int, report.read_text().split()))
 
     def check_nothing_left(self, *arguments, **how):
-        found = self.count([*forms(KEY), PASSWORD.encode()], *arguments, **how)
+        found = self.count([*forms(KEY), PASSWORD.encode(), NEW_PASSWORD.encode()], *arguments, **how)
         self.assertFalse(any(found), (arguments, found))
 
     def test_the_scan_finds_what_is_there(self):
@@ -75,6 +76,20 @@ class Memory(ToolTest):
             self.check_nothing_left("p12", "extract", made, "--force", "--out", self.folder / "out", *password)
         clear = self.file("clear.p12", pfx.container("x", pfx.data_entry(pfx.key_bag(KEY_INFO))))
         self.check_nothing_left("p12", "extract", clear, "--out", self.folder / "other", "--password-stdin", stdin=b"x")
+
+    def test_conversions(self):
+        key = self.file("key", pem(KEY_INFO, "PRIVATE KEY"))
+        old = self.file("old.p12", pfx.container(PASSWORD, pfx.data_entry(pfx.key_bag(KEY_INFO))))
+        password = ["--password-file", self.file("password", PASSWORD)]
+        new = ["--new-password-stdin", "--iterations", "3", "--force", "--out", self.folder / "out"]
+        how = {"stdin": NEW_PASSWORD.encode()}
+        for to in "rfc9548-omac", "aes":
+            self.check_nothing_left("p12", "convert", old, "--to", to, "--pkcs8-form", "string", *password, *new, **how)
+            self.check_nothing_left("key", "convert", key, "--to", to, *new, **how)
+        self.check_nothing_left("p12", "password", old, *password, *new, **how)
+        encrypted = self.file("encrypted", encrypt(KEY_INFO, PASSWORD))
+        for to in "pem", "der":
+            self.check_nothing_left("key", "convert", encrypted, "--to", to, *password, "--out", self.folder / to)
 
     def test_failures(self):
         encrypted = self.file("key", encrypt(KEY_INFO, PASSWORD))
