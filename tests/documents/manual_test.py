@@ -78,6 +78,8 @@ class ToolPage(unittest.TestCase):
                 options = {"-" + option for option in re.findall(r"Fl (-[\w-]+)", entry)}
                 if "password-option" in entry:
                     options |= PASSWORD | ({"--no-password"} if name[1] in ("p12 show", "p12 extract") else set())
+                if "reading-option" in entry:
+                    options |= {"--max-iterations", "--max-bags", "--accept-unverified"}
                 synopses[tuple(name[1].split())] = options
         return synopses
 
