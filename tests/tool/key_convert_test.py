@@ -7,7 +7,7 @@ import unittest
 import der
 import openssl
 from der import pem, unpem
-from keys import encrypt, make_key, octets_of
+from keys import encrypt, make_key, number_by_openssl
 from p12 import limit_file_size, mode
 from tool import Terminal, ToolTest, run
 
@@ -84,7 +84,7 @@ class Forms(KeyConvertTest):
             self.assertEqual(self.convert("--to", "der", source=self.copy(made), password=PASSWORD), self.key)
 
     def test_shapes(self):
-        octets = octets_of(self.key)
+        octets = number_by_openssl(self.key)[::-1]
         for form, content in [
             ([], octets),
             (["--pkcs8-form", "octets"], octets),
@@ -93,9 +93,9 @@ class Forms(KeyConvertTest):
         ]:
             made = self.convert("--to", "der", *form)
             self.assertTrue(made.endswith(der.octet_string(content)), form)
-            self.assertEqual(octets_of(made), octets)
+            self.assertEqual(number_by_openssl(made)[::-1], octets)
             [info] = unpem(self.convert("--to", "tc26", *QUICK, *form, new=PASSWORD), "ENCRYPTED PRIVATE KEY")
-            self.assertEqual(octets_of(self.decrypt(info, PASSWORD)), octets)
+            self.assertEqual(number_by_openssl(self.decrypt(info, PASSWORD))[::-1], octets)
             self.assertEqual(self.convert("--to", "der", source=self.file("other", made)), self.key)
 
     def test_attributes_are_left_out_with_a_warning(self):
@@ -150,7 +150,7 @@ class Files(KeyConvertTest):
             self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["encrypted.pem", "plain.pem"])
 
     def test_only_what_is_asked_for_holds_the_key_in_the_clear(self):
-        octets = octets_of(self.key)
+        octets = number_by_openssl(self.key)[::-1]
         for options in ["--to", "tc26", *QUICK], ["--to", "aes", "--der", *QUICK]:
             made = self.convert(*options, source=self.encrypted, password=PASSWORD)
             for secret in octets[4:-4], octets[::-1][4:-4], base64.b64encode(self.key)[-31:-7]:

@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Tests "derkit p12 convert" and "derkit p12 password": what they make is opened by openssl where it knows the kind."""
 
+import os
+import subprocess
 import unittest
 
 import der
@@ -8,7 +10,7 @@ import openssl
 import pfx
 from der import unpem
 from p12 import NAME, PASSWORD, P12Test, limit_file_size, mode, pairs
-from tool import Terminal, thin
+from tool import Terminal, only_with_all_cases, thin
 
 NEW = "новый 2"
 QUICK = ["--iterations", "3"]
@@ -71,6 +73,18 @@ class Formats(ConvertTest):
                     self.check_extracted(made, [pair.key], [pair.certificate])
                     if openssl_opens:
                         self.check_read_by_openssl(pair)
+
+    @only_with_all_cases
+    def test_certtool_finds_the_same_octets_where_it_knows_the_kind(self):
+        for to in "gost94", "tc26", "aes":
+            self.convert("--to", to)
+            done = subprocess.run(["certtool", "--p12-info", "--inder", "--infile", self.out, "--password", PASSWORD],
+                                  capture_output=True, env=os.environ | {"LC_ALL": "C.UTF-8"})
+            self.assertEqual(unpem(done.stdout, "CERTIFICATE"), [self.pair.certificate], (to, done.stderr))
+            [key] = unpem(done.stdout, "ENCRYPTED PRIVATE KEY")
+            opened = openssl.gost("pkcs8", "-inform", "DER", "-outform", "DER", "-passin", "env:P12_PASSWORD", stdin=key,
+                                  P12_PASSWORD=PASSWORD)
+            self.assertEqual(opened, self.pair.key, to)
 
     def test_every_format_becomes_every_other(self):
         made = {name: self.convert("--to", name) for name in FORMATS}
