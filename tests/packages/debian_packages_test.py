@@ -35,7 +35,7 @@ DEPENDENCIES = {  # a package, and which of its versions satisfy it
     "libderkit-dev": {"libderkit1": "="},
     "libderkit-gost1": {name: ">=" for name in SYSTEM_LIBRARIES + CRYPTO_LIBRARIES + ["libderkit1"]},
     "libderkit-gost-dev": {"libderkit-dev": "=", "libderkit-gost1": "="},
-    "derkit-tools": {name: ">=" for name in SYSTEM_LIBRARIES + ["libderkit1", "libgcrypt20"]},
+    "derkit-tools": {name: ">=" for name in SYSTEM_LIBRARIES + ["libderkit1", "libderkit-gost1", "libgcrypt20"]},
 }
 MULTI_ARCH = {name: "foreign" if name == "derkit-tools" else "same" for name in PACKAGES}
 
