@@ -12,7 +12,7 @@ WITHOUT_TOOLS = ["-DDERKIT_BUILD_TOOLS=OFF"]
 COMPARISON = ("the comparison of GOST containers: Python 3, nlohmann-json or certtool; install python3 nlohmann-json3-dev"
               " gnutls-bin (Debian's names) or build without by -D DERKIT_BUILD_TESTS=OFF")
 CASES = [  # options, whether configuring succeeds, what it says
-    (["-DCLI11_INCLUDE_DIR=NOTFOUND", "-DCMAKE_IGNORE_PATH=/usr/include"], False,
+    (["-DDERKIT_BUILD_GOST=OFF", "-DCLI11_INCLUDE_DIR=NOTFOUND", "-DCMAKE_IGNORE_PATH=/usr/include"], False,
      ["the tool: CLI11, nlohmann-json; install libcli11-dev nlohmann-json3-dev (Debian's names) or build without by"
       " -D DERKIT_BUILD_TOOLS=OFF"]),
     (["-DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON", "-DDERKIT_GOST_GCRYPT_LIBRARY=/nowhere/libgcrypt.so"], True,
