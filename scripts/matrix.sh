@@ -58,8 +58,10 @@ packages=(
   g++-i686-linux-gnu g++-aarch64-linux-gnu g++-arm-linux-gnueabihf g++-riscv64-linux-gnu g++-powerpc64le-linux-gnu
   g++-s390x-linux-gnu)
 
+# With a /proc that goes with the command.
 in_root() {
-  env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"
+  env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+    unshare --mount sh -c 'mount -t proc proc "$1/proc" && exec chroot "$@"' sh "$root" "$@"
 }
 
 make_root() {
@@ -87,16 +89,17 @@ script() {
     "for i686") prefix=$triplet- tool="" emulator="/usr/$triplet/lib/ld-linux.so.2;--library-path;/usr/$triplet/lib" ;;
     for*) prefix=$triplet- tool="" emulator="qemu-${how#for };-L;/usr/$triplet" ;;
   esac
+  if [[ -n $emulator ]]; then options+=" -D 'CMAKE_CROSSCOMPILING_EMULATOR=$emulator'"; fi
+  if [[ -n $prefix ]]; then options+=" -D CMAKE_SYSTEM_NAME=Linux -D CMAKE_SYSTEM_PROCESSOR=${how#for }"; fi
   cat <<CELL
 set -eu
 rm -rf "$sources" "$build"
 mkdir -p "$sources" "$build"
 tar -x -C "$sources" -f /sources.tar
-${as:+chown ${how#as } "$build"}
+${as:+chown ${how#as } $build}
 export CMAKE_GENERATOR=Ninja
 $as cmake -S "$sources" -B "$build" $options -D CMAKE_BUILD_TYPE=None -D CMAKE_CXX_COMPILER=$compiler \\
-  -D CMAKE_CXX_FLAGS="$flags" ${emulator:+-D CMAKE_CROSSCOMPILING_EMULATOR="$emulator"} ${prefix:+-D CMAKE_SYSTEM_NAME=Linux \\
-  -D CMAKE_SYSTEM_PROCESSOR=${how#for }} -D DERKIT_BUILD_TOOLS=${tool:-OFF} -D DERKIT_BUILD_GOST=OFF -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
+  -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=${tool:-OFF} -D DERKIT_BUILD_GOST=OFF -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
 $as cmake --build "$build" --parallel $(nproc) --target derkit ${tool:+derkit_tool} unit_programs
 $as ctest --test-dir "$build" --tests-regex '^(unit|exports)[.]' --parallel $(nproc) --timeout 1200 --output-on-failure
 if [ -f "$build/libderkit.so" ]; then
