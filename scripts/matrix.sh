@@ -17,7 +17,6 @@ document=docs/platforms.md
 
 # Name; compiler; what it is called with; options of CMake; how it is run. The root's shell expands all but the name.
 # Names of the interface contain the names of libstdc++'s ordinary containers, so with others there is no shared library.
-# The first three rows and the architectures are what is likely to find something.
 table='
 gcc-O3           | g++-12     | -O3 | |
 gcc-O0           | g++-12     | -O0 | |
@@ -53,7 +52,7 @@ s390x            | s390x-linux-gnu-g++       | -O2 | | for s390x
 '
 
 packages=(
-  cmake ninja-build make dpkg-dev python3-minimal googletest libcli11-dev nlohmann-json3-dev libgcrypt20-dev qemu-user valgrind
+  cmake ninja-build make dpkg-dev python3 googletest libcli11-dev nlohmann-json3-dev libgcrypt20-dev qemu-user valgrind
   g++-11 g++-12 clang-14 clang-15 clang-16 clang-19 libc++-16-dev libc++abi-16-dev lld-16 llvm-16
   g++-i686-linux-gnu g++-aarch64-linux-gnu g++-arm-linux-gnueabihf g++-riscv64-linux-gnu g++-powerpc64le-linux-gnu
   g++-s390x-linux-gnu)
@@ -79,15 +78,15 @@ field() {
 
 # script ROW: the commands of a cell.
 script() {
-  local compiler flags options how sources=/sources emulator="" prefix="" as="" tool=yes
+  local compiler flags options how sources=/sources emulator="" prefix="" as="" tool=ON
   compiler=$(field 2 "$1") flags=$(field 3 "$1") options=$(field 4 "$1") how=$(field 5 "$1")
   local build=/build/$(field 1 "$1") triplet=${compiler%-g++}
   case $how in
     in*) sources=$(eval echo "${how#in }")/sources build=${sources%/*}/build ;;
     as*) as="setpriv --reuid=${how#as } --regid=nogroup --clear-groups env HOME=/tmp" ;;
     under*) emulator=${how#under } ;;
-    "for i686") prefix=$triplet- tool="" emulator="/usr/$triplet/lib/ld-linux.so.2;--library-path;/usr/$triplet/lib" ;;
-    for*) prefix=$triplet- tool="" emulator="qemu-${how#for };-L;/usr/$triplet" ;;
+    "for i686") prefix=$triplet- tool=OFF emulator="/usr/$triplet/lib/ld-linux.so.2;--library-path;/usr/$triplet/lib" ;;
+    for*) prefix=$triplet- tool=OFF emulator="qemu-${how#for };-L;/usr/$triplet" ;;
   esac
   if [[ -n $emulator ]]; then options+=" -D 'CMAKE_CROSSCOMPILING_EMULATOR=$emulator'"; fi
   if [[ -n $prefix ]]; then options+=" -D CMAKE_SYSTEM_NAME=Linux -D CMAKE_SYSTEM_PROCESSOR=${how#for }"; fi
@@ -99,8 +98,8 @@ tar -x -C "$sources" -f /sources.tar
 ${as:+chown ${how#as } $build}
 export CMAKE_GENERATOR=Ninja
 $as cmake -S "$sources" -B "$build" $options -D CMAKE_BUILD_TYPE=None -D CMAKE_CXX_COMPILER=$compiler \\
-  -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=${tool:-OFF} -D DERKIT_BUILD_GOST=OFF -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
-$as cmake --build "$build" --parallel $(nproc) --target derkit ${tool:+derkit_tool} unit_programs
+  -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool -D DERKIT_BUILD_GOST=OFF -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
+$as cmake --build "$build" --parallel $(nproc) --target derkit $([[ $tool == OFF ]] || echo derkit_tool) unit_programs
 $as ctest --test-dir "$build" --tests-regex '^(unit|exports)[.]' --parallel $(nproc) --timeout 1200 --output-on-failure
 if [ -f "$build/libderkit.so" ]; then
   ${prefix}strip -o /tmp/stripped "$build/libderkit.so"
@@ -131,7 +130,7 @@ describe() {
   local flags
   flags=$(field 3 "$1" | sed -E 's/\$\(.*/those of dpkg-buildflags, hardening=+all/')
   flags+=" $(field 4 "$1" | sed -E 's/-D CMAKE_SHARED_LINKER_FLAGS=.*//') $(field 5 "$1" | tr ';' ' ')"
-  echo "| $(field 1 "$1") | $(field 2 "$1") $2 | $(xargs <<<"$flags" || echo "$flags") | $3 | $4 | $5 |"
+  echo "| $(field 1 "$1") | $(field 2 "$1")${2:+ $2} | $(xargs <<<"$flags" || echo "$flags") | $3 | $4 | $5 |"
 }
 
 # Prints the document: the rows of stdin, the rows that it has, or that a cell was not run yet.
