@@ -80,7 +80,8 @@ field() {
 script() {
   local compiler flags options how sources=/sources emulator="" prefix="" as="" tool=ON
   compiler=$(field 2 "$1") flags=$(field 3 "$1") options=$(field 4 "$1") how=$(field 5 "$1")
-  local build=/build/$(field 1 "$1") triplet=${compiler%-g++}
+  local build triplet=${compiler%-g++}
+  build=/build/$(field 1 "$1")
   case $how in
     in*) sources=$(eval echo "${how#in }")/sources build=${sources%/*}/build ;;
     as*) as="setpriv --reuid=${how#as } --regid=nogroup --clear-groups env HOME=/tmp" ;;
