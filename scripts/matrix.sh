@@ -57,6 +57,10 @@ packages=(
   g++-i686-linux-gnu g++-aarch64-linux-gnu g++-arm-linux-gnueabihf g++-riscv64-linux-gnu g++-powerpc64le-linux-gnu
   g++-s390x-linux-gnu)
 
+# Programs of these architectures run with the libraries of Debian's own packages: those of the cross compilers lack the
+# conversions between character sets. Debian 12 has no riscv64.
+architectures=(arm64 armhf ppc64el s390x)
+
 # With a /proc that goes with the command.
 in_root() {
   env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
@@ -68,6 +72,16 @@ make_root() {
   debootstrap --variant=minbase "$suite" "$root" "$mirror" >"$folder/root.log"
   in_root apt-get -qq update
   in_root apt-get -qq -o Dpkg::Use-Pty=0 install --yes --no-install-recommends "${packages[@]}" >>"$folder/root.log"
+  local architecture
+  for architecture in "${architectures[@]}"; do
+    in_root dpkg --add-architecture "$architecture"
+  done
+  in_root apt-get -qq update
+  for architecture in "${architectures[@]}"; do
+    in_root sh -ec "mkdir -p /systems/$architecture/packages && cd /systems/$architecture/packages &&
+      apt-get -qq download libc6:$architecture libc-bin:$architecture libgcc-s1:$architecture libstdc++6:$architecture &&
+      for package in *.deb; do dpkg-deb --extract \"\$package\" ..; done"
+  done
   touch "$folder/root.done"
 }
 
@@ -87,7 +101,8 @@ script() {
     as*) as="setpriv --reuid=${how#as } --regid=nogroup --clear-groups env HOME=/tmp" ;;
     under*) emulator=${how#under } ;;
     "for i686") prefix=$triplet- tool=OFF emulator="/usr/$triplet/lib/ld-linux.so.2;--library-path;/usr/$triplet/lib" ;;
-    for*) prefix=$triplet- tool=OFF emulator="qemu-${how#for };-L;/usr/$triplet" ;;
+    "for riscv64") prefix=$triplet- tool=OFF emulator="qemu-riscv64;-L;/usr/$triplet" ;;
+    for*) prefix=$triplet- tool=OFF emulator="qemu-${how#for };-L;/systems/$(field 1 "$1" | sed 's/^aarch64$/arm64/')" ;;
   esac
   if [[ -n $emulator ]]; then options+=" -D 'CMAKE_CROSSCOMPILING_EMULATOR=$emulator'"; fi
   if [[ -n $prefix ]]; then options+=" -D CMAKE_SYSTEM_NAME=Linux -D CMAKE_SYSTEM_PROCESSOR=${how#for }"; fi
