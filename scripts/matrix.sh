@@ -43,7 +43,7 @@ clang-c++23      | clang++-16 | -O2 | -D CMAKE_CXX_STANDARD=23 |
 clang-19-c++26   | clang++-19 | -O2 | -D CMAKE_CXX_STANDARD=26 |
 clang-lto        | clang++-16 | -O2 -fuse-ld=lld | -D CMAKE_INTERPROCEDURAL_OPTIMIZATION=ON |
 clang-unsigned   | clang++-14 | -O2 -funsigned-char | |
-i386             | i686-linux-gnu-g++        | -O2 | | for i686
+i386             | i686-linux-gnu-g++        | -O2 | | for i386
 aarch64          | aarch64-linux-gnu-g++     | -O2 | | for aarch64
 armhf            | arm-linux-gnueabihf-g++   | -O2 | | for arm
 riscv64          | riscv64-linux-gnu-g++     | -O2 | | for riscv64
@@ -59,7 +59,7 @@ packages=(
 
 # Programs of these architectures run with the libraries of Debian's own packages: those of the cross compilers lack the
 # conversions between character sets. Debian 12 has no riscv64.
-architectures=(arm64 armhf ppc64el s390x)
+architectures=(i386 arm64 armhf ppc64el s390x)
 
 # With a /proc that goes with the command.
 in_root() {
@@ -100,7 +100,6 @@ script() {
     in*) sources=$(eval echo "${how#in }")/sources build=${sources%/*}/build ;;
     as*) as="setpriv --reuid=${how#as } --regid=nogroup --clear-groups env HOME=/tmp" ;;
     under*) emulator=${how#under } ;;
-    "for i686") prefix=$triplet- tool=OFF emulator="/usr/$triplet/lib/ld-linux.so.2;--library-path;/usr/$triplet/lib" ;;
     "for riscv64") prefix=$triplet- tool=OFF emulator="qemu-riscv64;-L;/usr/$triplet" ;;
     for*) prefix=$triplet- tool=OFF emulator="qemu-${how#for };-L;/systems/$(field 1 "$1" | sed 's/^aarch64$/arm64/')" ;;
   esac
