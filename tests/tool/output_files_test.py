@@ -345,19 +345,41 @@ class StandardStreams(OutputTest):
             self.assertEqual((done.status, self.content()), (1, {"key-1.pem": b"old key-1.pem"}))
             self.assertEqual(self.make(out="-", stdout=full).status, 1)
 
-    def test_a_reader_that_does_not_read_does_not_keep_signals_from_ending_it(self):
+    def start_with_a_reader_that_does_not_read(self, *options):
+        """Returns an extraction that waits when all files have their names."""
         more = 200 * [pfx.cert_bag(certificate("x"))]
         container = self.file("many.p12", pfx.container(PASSWORD, pfx.data_entry(*more)))
         reading, writing = os.pipe()
         self.addCleanup(os.close, reading)
         fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
-        child = self.start("extract", container, "--out", self.out, "--password-file", self.password, stdout=writing)
+        child = self.start("extract", container, "--out", self.out, "--password-file", self.password, *options,
+                           stdout=writing)
         os.close(writing)
-        self.assertEqual(os.read(reading, 1), b"/")  # the files have their names now
+        self.assertEqual(os.read(reading, 1), b"/")
         with self.assertRaises(subprocess.TimeoutExpired):
             child.wait(0.3)
-        child.send_signal(signal.SIGINT)
-        self.assertEqual((child.wait(20), self.content()), (-signal.SIGINT, None))
+        return child
+
+    def test_a_reader_that_does_not_read_does_not_keep_signals_from_ending_it(self):
+        for number in signal.SIGINT, signal.SIGVTALRM, signal.SIGIO:
+            child = self.start_with_a_reader_that_does_not_read()
+            child.send_signal(number)
+            self.assertEqual((child.wait(20), self.content()), (-number, None))
+
+    def test_what_another_program_wrote_meanwhile_is_not_taken_back(self):
+        self.put_old_files("certificate-2.pem", "certificate-3.pem")
+        child = self.start_with_a_reader_that_does_not_read("--force")
+        for name in "certificate-1.pem", "certificate-2.pem":
+            other = self.file("other", f"other {name}")
+            os.replace(other, self.out / name)
+        child.terminate()
+        self.assertEqual(child.wait(20), -signal.SIGTERM)
+        (kept,) = self.out.glob(".derkit-*")
+        self.assertEqual([path.read_text() for path in kept.iterdir()], ["old certificate-2.pem"])
+        shutil.rmtree(kept)
+        self.assertEqual(self.content(), {
+            "certificate-1.pem": b"other certificate-1.pem", "certificate-2.pem": b"other certificate-2.pem",
+            "certificate-3.pem": b"old certificate-3.pem"})
 
 
 class BeforeThePrompt(OutputTest):

@@ -100,6 +100,14 @@ void write_all(const descriptor_t& file, std::string_view bytes, const std::stri
     }
 }
 
+ino_t inode_of(const descriptor_t& file, const std::string& path) {
+    struct stat found = {};
+    if (fstat(file.get(), &found) != 0) {
+        fail(path);
+    }
+    return found.st_ino;
+}
+
 // Some file systems do not know the flags.
 bool lacks_flags() {
     return errno == EINVAL || errno == ENOSYS;
@@ -140,8 +148,9 @@ void require_room_for(const destination_t& destination, const std::vector<std::s
 }
 
 file_set_t::file_set_t(const destination_t& destination)
-    : signals_({SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGUSR1, SIGUSR2, SIGXCPU}), path_(destination.directory),
-      overwriting_(destination.overwriting) {
+    : signals_({SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO, SIGPWR,
+                SIGSTKFLT}),
+      path_(destination.directory), overwriting_(destination.overwriting) {
     if (destination.missing == missing_directory_t::CREATED) {
         created_directory_ = mkdir(path_.c_str(), DIRECTORY_MODE) == 0;
         if (!created_directory_ && errno != EEXIST) {
@@ -173,7 +182,9 @@ void file_set_t::add(const std::string& name, secrecy_t secrecy, std::string_vie
     file.name = name;
     file.staged = std::to_string(files_.size());
     descriptor_t opened = create(file, secrecy == secrecy_t::SECRET ? SECRET_MODE : PUBLIC_MODE);
-    write_all(file.unnamed.is_open() ? file.unnamed : opened, bytes, path);
+    const descriptor_t& written = file.unnamed.is_open() ? file.unnamed : opened;
+    write_all(written, bytes, path);
+    file.inode = inode_of(written, path);
 }
 
 // Returns the descriptor unless the file keeps it.
@@ -217,9 +228,9 @@ void file_set_t::name_in_staging_directory(file_t& file) {
     file.unnamed = descriptor_t();
 }
 
-// Without it, two sets that are placed at the same time could be mixed. A single file cannot be.
+// Without it, two sets that are placed at the same time could be mixed.
 void file_set_t::wait_for_lock() {
-    while (files_.size() > 1 && flock(directory_.get(), LOCK_EX | LOCK_NB) != 0) {
+    while (flock(directory_.get(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR) {
             fail(path_);
         }
@@ -335,7 +346,11 @@ bool file_set_t::take_back() noexcept {
     return done;
 }
 
+// A file of another program keeps the name; the one that it replaced stays in the staging directory.
 bool file_set_t::take_back(file_t& file) noexcept {
+    if (file.state != state_t::WRITTEN && !has_its_name(file)) {
+        return file.state == state_t::ADDED;
+    }
     int result = 0;
     if (file.state == state_t::ADDED) {
         result = unlinkat(directory_.get(), file.name.c_str(), 0);
@@ -346,6 +361,11 @@ bool file_set_t::take_back(file_t& file) noexcept {
         file.state = state_t::WRITTEN;
     }
     return result == 0;
+}
+
+bool file_set_t::has_its_name(const file_t& file) const noexcept {
+    struct stat found = {};
+    return fstatat(directory_.get(), file.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 && found.st_ino == file.inode;
 }
 
 // Keeps files that could not be put back.

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include <sys/types.h>
+
 #include "io/descriptor.h"
 #include "io/held_signals.h"
 
@@ -36,7 +38,8 @@ void require_room_for(const destination_t& destination, const std::vector<std::s
 //
 // All of them are complete and on the disk before the first one gets its name: the first few without any name, which
 // leaves nothing behind however the program ends, the others in a subdirectory that is removed at the end. Files that
-// are overwritten are kept there until keep(). Unless that was called, destruction puts everything back as it was.
+// are overwritten are kept there until keep(). Unless that was called, destruction puts everything back as it was, but
+// for names that another program has meanwhile given to a file of its own.
 //
 // Signals that would end the program are held meanwhile; add() and place() throw interrupted_t when one arrives.
 class file_set_t {
@@ -69,6 +72,7 @@ class file_set_t {
         std::string name;
         std::string staged;   // its name in the staging directory, or that of the file that it replaced
         descriptor_t unnamed; // open while the file has no name
+        ino_t inode = 0;
         state_t state = state_t::WRITTEN;
     };
 
@@ -93,6 +97,7 @@ class file_set_t {
     void sync_directory();
     bool take_back() noexcept;
     bool take_back(file_t& file) noexcept;
+    bool has_its_name(const file_t& file) const noexcept;
     bool remove_staging_directory() noexcept;
     void remove_created_directory() noexcept;
     std::string path_of(const file_t& file) const;
