@@ -42,7 +42,6 @@ class key_convert_t {
     bool makes_plain_key() const { return options_.format.to() == "pem" || options_.format.to() == "der"; }
     bool makes_der() const { return options_.der || options_.format.to() == "der"; }
     void require_sense() const;
-    void warn_of_attributes(std::string_view info, const std::string& place) const;
     gost::key_shape shape() const { return options_.key_shape.read().value_or(gost::key_shape::octets); }
     std::string encrypt(const gost::private_key& key, const gost::write_options& format,
                         const secret_t& password) const;
@@ -63,7 +62,7 @@ void key_convert_t::run() {
     }
     const gost::secret info = file.open(old);
     const gost::private_key key = read_gost_key(info, file.place());
-    warn_of_attributes(info, file.place());
+    warn_of_losses(info, file.place(), console_);
     if (makes_plain_key()) {
         write("PRIVATE KEY", reshape_key(info, shape(), file.place()));
     } else {
@@ -85,13 +84,6 @@ void key_convert_t::require_sense() const {
     }
     if (options_.format.shapes_encryption()) {
         throw usage_error_t("--to " + options_.format.to() + ": makes a plain key, which is not encrypted");
-    }
-}
-
-void key_convert_t::warn_of_attributes(std::string_view info, const std::string& place) const {
-    const gost::result<gost::key_outline> outline = gost::private_key::inspect(info);
-    if (outline && outline->has_attributes) {
-        console_.warn(place, "attributes after the key are left out");
     }
 }
 

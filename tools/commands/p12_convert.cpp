@@ -168,7 +168,9 @@ void p12_convert_t::reshape(gost::bag& bag, gost::key_shape shape) const {
         reshape(nested, shape);
     }
     if (bag.type == gost::bag_type::private_key) {
-        bag.value = reshape_key(bag.value, shape, name_);
+        gost::secret made = reshape_key(bag.value, shape, name_);
+        warn_of_losses(bag.value, name_, console_);
+        bag.value = std::move(made);
     }
 }
 

@@ -12,6 +12,16 @@ gost::private_key read_gost_key(std::string_view info, const std::string& place)
     return *std::move(key);
 }
 
+void warn_of_losses(std::string_view info, const std::string& place, console_t& console) {
+    const gost::result<gost::key_outline> outline = gost::private_key::inspect(info);
+    if (outline && outline->has_attributes) {
+        console.warn(place, "attributes after the key are left out");
+    }
+    if (outline && outline->has_public_key) {
+        console.warn(place, "the public key after the key is left out");
+    }
+}
+
 gost::secret reshape_key(std::string_view info, gost::key_shape shape, const std::string& place) {
     gost::result<gost::secret> written = read_gost_key(info, place).write(shape);
     if (!written) {
