@@ -127,6 +127,12 @@ class Formats(ConvertTest):
             numbers = {openssl.gost("pkey", "-inform", "DER", "-noout", "-text", stdin=data) for data in (key, self.pair.key)}
             self.assertEqual(len(numbers), 1)
 
+    def test_as_many_bags_as_are_allowed_go_along(self):
+        bags = pfx.data_entry(*[pfx.bag(pfx.CRL_BAG, der.NULL)] * 10_001)
+        source = self.file("source.p12", pfx.container(PASSWORD, bags))
+        made = self.file("made.p12", self.convert("--to", "tc26", "--max-bags", "10001", source=source))
+        self.check_failures([(["show", made], f"{made}: there are too many bags (--max-bags allows more)")])
+
     def test_a_form_leaves_out_what_follows_the_key_with_a_warning(self):
         key = pfx.key_bag(with_more_fields(self.pair.key))
         source = self.file("source.p12", pfx.container(PASSWORD, pfx.data_entry(key)))

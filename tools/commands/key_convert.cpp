@@ -43,8 +43,8 @@ class key_convert_t {
     bool makes_der() const { return options_.der || options_.format.to() == "der"; }
     void require_sense() const;
     gost::key_shape shape() const { return options_.key_shape.read().value_or(gost::key_shape::octets); }
-    std::string encrypt(const gost::private_key& key, const gost::write_options& format,
-                        const secret_t& password) const;
+    std::string encrypt(const gost::private_key& key, const gost::write_options& format, const secret_t& password,
+                        const gost::limits& cost) const;
     secret_t choose_password(const std::optional<secret_t>& old) const;
     void write(std::string_view label, std::string_view der) const;
 };
@@ -66,7 +66,7 @@ void key_convert_t::run() {
     if (makes_plain_key()) {
         write("PRIVATE KEY", reshape_key(info, shape(), file.place()));
     } else {
-        write("ENCRYPTED PRIVATE KEY", encrypt(key, format, choose_password(old)));
+        write("ENCRYPTED PRIVATE KEY", encrypt(key, format, choose_password(old), cost));
     }
 }
 
@@ -89,12 +89,13 @@ void key_convert_t::require_sense() const {
 
 // Reads what it wrote, which may soon be the only file with the key.
 std::string key_convert_t::encrypt(const gost::private_key& key, const gost::write_options& format,
-                                   const secret_t& password) const {
+                                   const secret_t& password, const gost::limits& cost) const {
     gost::result<std::string> made = key.write_encrypted(password.text(), format, shape());
     if (!made) {
         throw failure_t(options_.output.name(), text_of(made.error()));
     }
-    const gost::result<gost::private_key> read = gost::private_key::read(*made, password.text());
+    const gost::result<gost::private_key> read =
+        gost::private_key::read(*made, password.text(), at_least_default(cost));
     if (!read || !gost::equal_in_constant_time(read->number(), key.number())) {
         throw failure_t(options_.output.name(), "would not hold the same key again");
     }

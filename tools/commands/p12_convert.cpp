@@ -119,7 +119,7 @@ void p12_convert_t::run() {
     }
     const gost::write_options format = choose_format(source);
     const secret_t password = choose_password(old);
-    options_.output.write(write_container(source, password, format, options_.output.name()), console_);
+    options_.output.write(write_container(source, password, format, opening.cost, options_.output.name()), console_);
 }
 
 // Without --to, that of the source.

@@ -116,7 +116,7 @@ void p12_make_t::run() {
     open_keys(true, password, keys);
     claim_rest(keys);
     const gost::container made = assemble(std::move(keys));
-    options_.output.write(write_container(made, *password, format, options_.output.name()), console_);
+    options_.output.write(write_container(made, *password, format, cost, options_.output.name()), console_);
 }
 
 // Either the encrypted ones or the others.
