@@ -67,7 +67,7 @@ bool take_length(std::string_view& in, header& out) {
     }
     std::size_t size = first < INDEFINITE ? first : 0;
     for (std::size_t i = 0; i < num_octets; ++i) {
-        if (size > in.size()) {
+        if (size > in.size() >> 8) {
             return false;
         }
         size = size << 8 | octet_at(in, i);

@@ -1,5 +1,7 @@
 #include "gost/container_reader.h"
 
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 #include "asn/asn_cursor.h"
@@ -21,6 +23,21 @@ struct outer_layer {
     std::optional<pkcs12_mac_t> mac;
 };
 
+// asn_read_pkcs12_MacData() drops the bits of the iterations above 32: too many stay as many as fit.
+result<pkcs12_mac_t> read_mac_data(const blob_t& content) {
+    pkcs12_mac_t mac;
+    if (!asn_read_pkcs12_MacData(content.data, content.size, mac)) {
+        return cause::malformed;
+    }
+    asn_cursor_t in(content);
+    in.skip(asn_tag_t::SEQUENCE);
+    in.skip(asn_tag_t::OCTET_STRING);
+    if (in.next_is(asn_tag_t::INTEGER) && read_iterations(in).why() == cause::too_many_iterations) {
+        mac.iterations = std::numeric_limits<std::uint32_t>::max();
+    }
+    return mac;
+}
+
 // Octets after the PFX are ignored, as other programs do.
 result<outer_layer> read_outer_layer(std::string_view file, const limits& cost) {
     if (file.size() > cost.max_size) {
@@ -37,10 +54,11 @@ result<outer_layer> read_outer_layer(std::string_view file, const limits& cost) 
     }
     out.parts = *std::move(parts);
     if (out.parts.mac_data.has_value()) {
-        out.mac.emplace();
-        if (!asn_read_pkcs12_MacData(out.parts.mac_data->data, out.parts.mac_data->size, *out.mac)) {
-            return cause::malformed;
+        const result<pkcs12_mac_t> mac = read_mac_data(*out.parts.mac_data);
+        if (!mac) {
+            return mac.error();
         }
+        out.mac = *mac;
     }
     return out;
 }

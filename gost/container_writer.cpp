@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "gost/bag_reader.h"
 #include "gost/der.h"
 #include "gost/pfx.h"
 #include "gost/scheme_tables.h"
@@ -42,6 +43,9 @@ result<std::string> write_attributes(const bag& from) {
         all += write_attribute(OID_LOCAL_KEY_ID, der(asn_tag_t::OCTET_STRING, {*from.local_key_id}));
     }
     for (const attribute& one : from.attributes) {
+        if (!is_oid_text(one.oid)) {
+            return failure{cause::invalid_argument, "an attribute without OBJECT IDENTIFIER"};
+        }
         std::string values;
         for (const std::string& value : one.values) {
             values += value;
@@ -143,7 +147,7 @@ class bag_writer {
     }
 
     result<secret> write_other(const bag& from) {
-        if (from.id.oid.empty() || !is_whole_der(from.value, asn_tag_t::ANY)) {
+        if (!is_oid_text(from.id.oid) || !is_whole_der(from.value, asn_tag_t::ANY)) {
             return failure{cause::invalid_argument, "a bag without type, or whose value is no element"};
         }
         return write_safe_bag(from.id.oid, from.value, from);
@@ -167,6 +171,13 @@ std::string write_encrypted_data(const encrypted& made) {
                                                        der(asn_tag_t::CONTEXT_0_PRIMITIVE, {made.ciphertext})});
     return write_content_info(OID_ENCRYPTED_DATA,
                               der(asn_tag_t::SEQUENCE, {der_integer(ENCRYPTED_DATA_VERSION), info}));
+}
+
+// Limits that depend on the reader's choice; deeper bags than the default allows are refused.
+limits limits_of_check() {
+    limits cost = unlimited();
+    cost.max_bags = std::numeric_limits<std::size_t>::max();
+    return cost;
 }
 
 class container_writer {
@@ -220,7 +231,7 @@ class container_writer {
             entries += *written;
         }
         if (!plain_.empty()) {
-            const result<secret> bags = bags_.write(plain_);
+            const result<secret> bags = write_bags(plain_);
             if (!bags) {
                 return bags.error();
             }
@@ -229,15 +240,30 @@ class container_writer {
         return entries;
     }
 
+    // A SafeContents that a reader takes apart again.
+    result<secret> write_bags(const std::vector<const bag*>& from) {
+        result<secret> written = bags_.write(from);
+        if (!written) {
+            return written;
+        }
+        const limits cost = limits_of_check();
+        bag_reader reader(nullptr, cost);
+        const result<std::vector<bag>> read = reader.read(*written);
+        if (reader.exceeded() == cause::too_deep || read.why() == cause::too_deep) {
+            return cause::too_deep;
+        }
+        if (!read || !is_plaintext(*written, plaintext::SAFE_CONTENTS)) {
+            return failure{cause::invalid_argument, "a bag with DER that is not whole, which no reader would accept"};
+        }
+        return written;
+    }
+
     result<std::string> write_encrypted_entry() {
-        const result<secret> bags = bags_.write(encrypted_);
+        const result<secret> bags = write_bags(encrypted_);
         if (!bags) {
             return bags.error();
         }
         const secret plain = is_native() ? secret_der(asn_tag_t::OCTET_STRING, {*bags}) : *bags;
-        if (!is_plaintext(plain, plaintext::SAFE_CONTENTS)) {
-            return failure{cause::invalid_argument, "a bag with DER that is not whole, which no reader would accept"};
-        }
         const result<encrypted> made = encrypt(under_, options_, plain, plaintext::SAFE_CONTENTS);
         return made ? result<std::string>(write_encrypted_data(*made)) : made.error();
     }

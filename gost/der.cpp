@@ -141,6 +141,14 @@ std::string dotted_of(const blob_t& oid) {
     return leads_back ? dotted : hexadecimal_of(oid);
 }
 
+bool is_oid_text(std::string_view text) {
+    if (text.empty()) {
+        return false;
+    }
+    const std::string element = der_oid(text);
+    return dotted_of(asn_cursor_t(blob_of(element)).read(asn_tag_t::OBJECT_IDENTIFIER)) == text;
+}
+
 result<std::uint32_t> read_iterations(asn_cursor_t& in) {
     const std::string_view content = text_of(in.read(asn_tag_t::INTEGER));
     if (!in.ok() || content.empty() || (static_cast<unsigned char>(content[0]) & 0x80) != 0) {

@@ -46,6 +46,9 @@ std::string der_oid(std::string_view dotted);
 // them: arcs above 32 bits, padded arcs. Empty when it is not one.
 std::string dotted_of(const blob_t& oid);
 
+// Tells whether der_oid() writes this text so that dotted_of() reads it again.
+bool is_oid_text(std::string_view text);
+
 // Reads an INTEGER from 0 to 2^32 - 1. Larger ones are cause::too_many_iterations, as all that are read are iteration
 // counts; negative and empty ones are cause::malformed_parameters.
 result<std::uint32_t> read_iterations(asn_cursor_t& in);

@@ -97,17 +97,17 @@ result<verified_mac> verify_mac(session& under, const pkcs12_mac_t& mac, std::st
     if (failure refused = refusal_of(row, mac, digest, under.cost()); refused.why != cause::none) {
         return refused;
     }
-    result<verified_mac> verified = cause::wrong_mac;
-    if (row->by_pbkdf2) {
-        verified = verify_with(under, mac_key::pbkdf2, row->digest, mac, octet_string);
-    }
-    if (verified.why() == cause::wrong_mac) {
+    const result<verified_mac> first =
+        verify_with(under, row->by_pbkdf2 ? mac_key::pbkdf2 : mac_key::pkcs12_kdf, row->digest, mac, octet_string);
+    result<verified_mac> verified = first;
+    if (row->by_pbkdf2 && verified.why() == cause::wrong_mac) {
         verified = verify_with(under, mac_key::pkcs12_kdf, row->digest, mac, octet_string);
     }
     if (verified.why() == cause::wrong_mac && under.swap_empty_and_none()) {
         verified = verify_with(under, mac_key::pkcs12_kdf, row->digest, mac, octet_string);
     }
-    return verified;
+    // The usual derivation did not fit: most likely the password is wrong.
+    return verified.why() == cause::budget_exhausted ? first : verified;
 }
 
 // MacData ::= SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER DEFAULT 1 }        RFC 7292 A

@@ -195,6 +195,8 @@ TEST(MalformedContainer, UnsupportedMacSaysWhich) {
          mac_verdict::unsupported},
         {"too many iterations", with_mac("1.2.643.7.1.1.2.2", 32, "7F FF FF FF"), cause::too_many_iterations,
          mac_verdict::unsupported},
+        {"iterations of more than 32 bits", with_mac("1.2.643.7.1.1.2.2", 32, "02 00 00 00 00"),
+         cause::too_many_iterations, mac_verdict::unsupported},
     };
     for (const auto& c : CASES) {
         EXPECT_EQ(name_of(container::open(c.file, PASSWORD).why()), std::string(name_of(c.why))) << c.name;
@@ -258,6 +260,8 @@ TEST(ContainerLimits, Iterations) {
     EXPECT_FALSE(container::open(*file, PASSWORD, options)->bags()[1]->refusal.has_value());
     options.cost.max_total_iterations = 11;
     EXPECT_EQ(container::open(*file, PASSWORD, options)->bags()[1]->refusal->why, cause::budget_exhausted);
+    options.cost.max_total_iterations = 6;
+    EXPECT_EQ(container::open(*file, "another", options).why(), cause::wrong_mac);
     options.cost.max_total_iterations = 5;
     EXPECT_EQ(container::open(*file, PASSWORD, options).why(), cause::budget_exhausted);
 }

@@ -443,6 +443,23 @@ TEST(ContainerWriter, RefusesWhatItCannotWrite) {
     bag nested;
     nested.type = bag_type::bags;
     nested.nested.push_back(no_key);
+    bag bad_id;
+    bad_id.id.oid = "1.2.x";
+    bad_id.value = secret(encode(der_null()));
+    bag bad_type = key_bag(key_der());
+    bad_type.attributes.push_back({"not an OID", {encode(der_null())}});
+    bag wrapping_type = key_bag(key_der());
+    wrapping_type.attributes.push_back({"1.2.4294967297", {encode(der_null())}});
+    bag cut_short = key_bag(key_der());
+    cut_short.attributes.push_back({"1.2.3", {from_hex("04 05 01")}});
+    bag deep;
+    deep.type = bag_type::bags;
+    for (unsigned int i = 0; i < limits().max_depth; ++i) {
+        bag around;
+        around.type = bag_type::bags;
+        around.nested.push_back(std::move(deep));
+        deep = std::move(around);
+    }
     const struct {
         const char* name;
         const bag& added;
@@ -455,6 +472,11 @@ TEST(ContainerWriter, RefusesWhatItCannotWrite) {
         {"a bag that was not opened", not_opened, cause::vendor_scheme},
         {"a name that is not UTF-8", bad_name, cause::invalid_text},
         {"a bag of bags", nested, cause::invalid_argument},
+        {"another bag whose type is no OID", bad_id, cause::invalid_argument},
+        {"a key with an attribute whose type is no OID", bad_type, cause::invalid_argument},
+        {"a key with an attribute whose arcs are too large", wrapping_type, cause::invalid_argument},
+        {"a key with an attribute that is cut short", cut_short, cause::invalid_argument},
+        {"bags nested more deeply than a reader allows", deep, cause::too_deep},
     };
     for (const auto& c : CASES) {
         container made;

@@ -68,6 +68,13 @@ def certificate_of(key):
     return der.certificate("a", key=openssl.gost("pkey", "-inform", "DER", "-pubout", "-outform", "DER", stdin=key))
 
 
+def with_more_fields(key):
+    """Puts attributes and the public key after a PrivateKeyInfo of 256 bits (RFC 5958 2)."""
+    public_key = openssl.gost("pkey", "-inform", "DER", "-pubout", "-outform", "DER", stdin=key)[-66:]
+    attributes = der.element(der.CONTEXT_0, der.attribute("2.5.4.3", der.UTF8_STRING, b"x"))
+    return der.sequence(key[2:] if key[1] < 128 else key[3:], attributes, der.element(0x81, b"\0" + public_key))
+
+
 def mode(path):
     return stat.S_IMODE(path.stat().st_mode)
 

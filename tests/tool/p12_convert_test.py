@@ -9,7 +9,7 @@ import der
 import openssl
 import pfx
 from der import unpem
-from p12 import NAME, PASSWORD, P12Test, limit_file_size, mode, pairs
+from p12 import NAME, PASSWORD, P12Test, limit_file_size, mode, pairs, with_more_fields
 from tool import Terminal, only_with_all_cases, thin
 
 NEW = "новый 2"
@@ -126,6 +126,21 @@ class Formats(ConvertTest):
             self.assertTrue(key.endswith(der.octet_string(content)), form)
             numbers = {openssl.gost("pkey", "-inform", "DER", "-noout", "-text", stdin=data) for data in (key, self.pair.key)}
             self.assertEqual(len(numbers), 1)
+
+    def test_as_many_bags_as_are_allowed_go_along(self):
+        bags = pfx.data_entry(*[pfx.bag(pfx.CRL_BAG, der.NULL)] * 10_001)
+        source = self.file("source.p12", pfx.container(PASSWORD, bags))
+        made = self.file("made.p12", self.convert("--to", "tc26", "--max-bags", "10001", source=source))
+        self.check_failures([(["show", made], f"{made}: there are too many bags (--max-bags allows more)")])
+
+    def test_a_form_leaves_out_what_follows_the_key_with_a_warning(self):
+        key = pfx.key_bag(with_more_fields(self.pair.key))
+        source = self.file("source.p12", pfx.container(PASSWORD, pfx.data_entry(key)))
+        done = self.tool("convert", source, "--to", "tc26", *QUICK, "--pkcs8-form", "octets", "--out", self.out)
+        self.assertEqual((done.status, done.errors), (0, [
+            f"derkit: {source}: warning: attributes after the key are left out",
+            f"derkit: {source}: warning: the public key after the key is left out",
+        ]))
 
     def test_bags_of_other_types_go_along(self):
         crl = pfx.bag(pfx.CRL_BAG, der.sequence(

@@ -9,7 +9,7 @@ import der
 import openssl
 import pfx
 from der import pem, unpem
-from p12 import NAME, PASSWORD, UNREADABLE_MAC, P12Test, limit_file_size, mode, pairs
+from p12 import NAME, PASSWORD, UNREADABLE_MAC, P12Test, limit_file_size, mode, pairs, with_more_fields
 from tool import Terminal
 
 
@@ -125,6 +125,14 @@ class MadeContainers(MakeTest):
             out = self.folder / form
             self.succeeds("extract", self.out, "--out", out)
             self.assertTrue(unpem((out / "key-1.pem").read_bytes())[0].endswith(der.octet_string(octets)))
+
+    def test_a_form_leaves_out_what_follows_the_key_with_a_warning(self):
+        key = self.file("key.der", with_more_fields(self.pair.key))
+        done = self.tool(*self.arguments("--pkcs8-form", "octets", key=key))
+        self.assertEqual((done.status, done.errors), (0, [
+            f"derkit: {key}: warning: attributes after the key are left out",
+            f"derkit: {key}: warning: the public key after the key is left out",
+        ]))
 
     def test_a_native_container_covers_its_octet_string_and_wraps_its_bags(self):
         """Built by hand, so that the tool is not only held against itself."""

@@ -42,10 +42,9 @@ class key_convert_t {
     bool makes_plain_key() const { return options_.format.to() == "pem" || options_.format.to() == "der"; }
     bool makes_der() const { return options_.der || options_.format.to() == "der"; }
     void require_sense() const;
-    void warn_of_attributes(std::string_view info, const std::string& place) const;
     gost::key_shape shape() const { return options_.key_shape.read().value_or(gost::key_shape::octets); }
-    std::string encrypt(const gost::private_key& key, const gost::write_options& format,
-                        const secret_t& password) const;
+    std::string encrypt(const gost::private_key& key, const gost::write_options& format, const secret_t& password,
+                        const gost::limits& cost) const;
     secret_t choose_password(const std::optional<secret_t>& old) const;
     void write(std::string_view label, std::string_view der) const;
 };
@@ -63,11 +62,11 @@ void key_convert_t::run() {
     }
     const gost::secret info = file.open(old);
     const gost::private_key key = read_gost_key(info, file.place());
-    warn_of_attributes(info, file.place());
+    warn_of_losses(info, file.place(), console_);
     if (makes_plain_key()) {
         write("PRIVATE KEY", reshape_key(info, shape(), file.place()));
     } else {
-        write("ENCRYPTED PRIVATE KEY", encrypt(key, format, choose_password(old)));
+        write("ENCRYPTED PRIVATE KEY", encrypt(key, format, choose_password(old), cost));
     }
 }
 
@@ -88,21 +87,15 @@ void key_convert_t::require_sense() const {
     }
 }
 
-void key_convert_t::warn_of_attributes(std::string_view info, const std::string& place) const {
-    const gost::result<gost::key_outline> outline = gost::private_key::inspect(info);
-    if (outline && outline->has_attributes) {
-        console_.warn(place, "attributes after the key are left out");
-    }
-}
-
 // Reads what it wrote, which may soon be the only file with the key.
 std::string key_convert_t::encrypt(const gost::private_key& key, const gost::write_options& format,
-                                   const secret_t& password) const {
+                                   const secret_t& password, const gost::limits& cost) const {
     gost::result<std::string> made = key.write_encrypted(password.text(), format, shape());
     if (!made) {
         throw failure_t(options_.output.name(), text_of(made.error()));
     }
-    const gost::result<gost::private_key> read = gost::private_key::read(*made, password.text());
+    const gost::result<gost::private_key> read =
+        gost::private_key::read(*made, password.text(), at_least_default(cost));
     if (!read || !gost::equal_in_constant_time(read->number(), key.number())) {
         throw failure_t(options_.output.name(), "would not hold the same key again");
     }

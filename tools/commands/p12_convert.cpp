@@ -119,7 +119,7 @@ void p12_convert_t::run() {
     }
     const gost::write_options format = choose_format(source);
     const secret_t password = choose_password(old);
-    options_.output.write(write_container(source, password, format, options_.output.name()), console_);
+    options_.output.write(write_container(source, password, format, opening.cost, options_.output.name()), console_);
 }
 
 // Without --to, that of the source.
@@ -168,7 +168,9 @@ void p12_convert_t::reshape(gost::bag& bag, gost::key_shape shape) const {
         reshape(nested, shape);
     }
     if (bag.type == gost::bag_type::private_key) {
-        bag.value = reshape_key(bag.value, shape, name_);
+        gost::secret made = reshape_key(bag.value, shape, name_);
+        warn_of_losses(bag.value, name_, console_);
+        bag.value = std::move(made);
     }
 }
 

@@ -116,7 +116,7 @@ void p12_make_t::run() {
     open_keys(true, password, keys);
     claim_rest(keys);
     const gost::container made = assemble(std::move(keys));
-    options_.output.write(write_container(made, *password, format, options_.output.name()), console_);
+    options_.output.write(write_container(made, *password, format, cost, options_.output.name()), console_);
 }
 
 // Either the encrypted ones or the others.
@@ -132,7 +132,9 @@ void p12_make_t::open_keys(bool encrypted, const std::optional<secret_t>& passwo
 key_to_store_t p12_make_t::prepare(gost::secret info, const key_file_t& file) const {
     const std::optional<std::size_t> certificate = find_certificate(info, file.place());
     if (const std::optional<gost::key_shape> shape = options_.key_shape.read()) {
-        info = reshape_key(info, *shape, file.place());
+        gost::secret made = reshape_key(info, *shape, file.place());
+        warn_of_losses(info, file.place(), console_);
+        info = std::move(made);
     }
     return {std::move(info), certificate};
 }
