@@ -128,17 +128,6 @@ class Failures(ExtractTest):
             self.check_failures([(self.arguments(container=path), f"{path}: {problem}")])
             self.assertFalse(self.out.exists())
 
-    def test_a_part_that_no_password_opens_is_told_before_one_is_asked_for(self):
-        """There is no terminal, so asking would fail in another way."""
-        unknown = pfx.encrypted_entry(der.sequence(der.oid("1.2.3")), b"x" * 8)
-        path = self.file("a.p12", pfx.container("x", pfx.data_entry(pfx.cert_bag(certificate("a"))), unknown))
-        done = self.tool(*self.arguments(container=path), password=None)
-        self.assertEqual((done.status, done.errors), (1, [
-            f"derkit: {path}: entry 2 (encryptedData): the encryption scheme is not supported: 1.2.3",
-            f"derkit: {path}: nothing is extracted, because not everything can be read (--partial extracts the rest)",
-        ]))
-        self.assertFalse(self.out.exists())
-
     def test_a_container_without_bags(self):
         path = self.file("empty.p12", pfx.container("x"))
         problem = f"{path}: holds neither a key nor a certificate that can be read"

@@ -86,7 +86,6 @@ class p12_extract_t {
     std::string name_; // of the file, in messages
 
     destination_t destination() const;
-    void require_all(const contents_t& contents);
     void extract(const contents_t& contents);
     void add_key(std::string_view value, const std::string& which, file_set_t& files);
     void add_certificate(std::string_view value, const std::string& which, file_set_t& files);
@@ -97,22 +96,10 @@ void p12_extract_t::run() {
     options_.password.require_free_stdin(options_.file);
     const gost::open_options reading = options_.reading.get();
     const std::string bytes = read_filled_input(options_.file);
-    const gost::container listed = list_openable_container(name_, bytes, reading);
-    require_room_for(destination(), names_seen_in(listed));
-    if (!options_.partial) {
-        require_all(contents_of(listed));
-    }
+    require_room_for(destination(), names_seen_in(list_openable_container(name_, bytes, reading)));
     const std::optional<secret_t> password = options_.password.read(options_.file);
     const gost::container opened = open_container(name_, bytes, password, reading);
     const contents_t contents = contents_of(opened);
-    require_all(contents);
-    if (contents.keys.empty() && contents.certificates.empty()) {
-        throw failure_t(name_, "holds neither a key nor a certificate that can be read");
-    }
-    extract(contents);
-}
-
-void p12_extract_t::require_all(const contents_t& contents) {
     for (const part_t& part : contents.refused) {
         console_.fail(name_ + ": " + part.typed_place(), find_refusal(part));
     }
@@ -120,6 +107,10 @@ void p12_extract_t::require_all(const contents_t& contents) {
         throw failure_t(name_,
                         "nothing is extracted, because not everything can be read (--partial extracts the rest)");
     }
+    if (contents.keys.empty() && contents.certificates.empty()) {
+        throw failure_t(name_, "holds neither a key nor a certificate that can be read");
+    }
+    extract(contents);
 }
 
 destination_t p12_extract_t::destination() const {
