@@ -53,7 +53,7 @@ def check_symbols(library, listed_in):
 def dynamic_entries(library, kind):
     """Values of the entries of one kind, such as [libc.so.6], without their brackets."""
     table = output_of(READELF, "--dynamic", "--wide", library)
-    found = re.findall(rf"^ 0x\w+ +\({kind}\) +(.*)$", table, re.MULTILINE)
+    found = re.findall(rf"^ +0x\w+ +\({kind}\) +(.*)$", table, re.MULTILINE)
     return [re.sub(r"^.*\[(.*)\]$", r"\1", value) for value in found]
 
 
