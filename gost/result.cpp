@@ -14,7 +14,7 @@ struct cause_texts {
 
 constexpr std::array CAUSES = {
     cause_texts{cause::none, "none", "nothing was refused"},
-    cause_texts{cause::malformed, "malformed", "the data is not what it must be, or is cut short"},
+    cause_texts{cause::malformed, "malformed", "the data is malformed or truncated"},
     cause_texts{cause::malformed_parameters, "malformed_parameters", "the parameters of an algorithm are malformed"},
     cause_texts{cause::too_large, "too_large", "the data is too large"},
     cause_texts{cause::too_deep, "too_deep", "bags are nested too deeply"},
@@ -39,7 +39,7 @@ constexpr std::array CAUSES = {
     cause_texts{cause::wrong_omac, "wrong_omac",
                 "the OMAC does not match: wrong password, or the encrypted data was altered"},
     cause_texts{cause::unverified, "unverified", "withheld, because no good MAC vouches for it"},
-    cause_texts{cause::invalid_argument, "invalid_argument", "the call asks for what cannot be"},
+    cause_texts{cause::invalid_argument, "invalid_argument", "invalid argument"},
     cause_texts{cause::invalid_text, "invalid_text", "the text is not UTF-8"},
     cause_texts{cause::key_out_of_range, "key_out_of_range", "the private key is out of range"},
     cause_texts{cause::public_key_mismatch, "public_key_mismatch", "the public key does not belong to the private key"},

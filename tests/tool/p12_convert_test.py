@@ -151,7 +151,7 @@ class Formats(ConvertTest):
         self.assertIn(b"unsupported bag type: crlBag", openssl.messages(
             "pkcs12", "-in", self.out, "-info", "-noout", "-passin", "env:P12_PASSWORD", P12_PASSWORD=PASSWORD))
         self.out.unlink()
-        self.check_failure(f"{self.out}: the call asks for what cannot be: the native form holds keys and certificates only",
+        self.check_failure(f"{self.out}: invalid argument: the native form holds keys and certificates only",
                            "--to", "native", source=source)
 
 
@@ -242,7 +242,7 @@ class Refusals(ConvertTest):
             (["convert", no_mac, "--to", "tc26", "--out", self.out],
              f"{no_mac}: the container has no MAC (--accept-unverified opens it all the same)"),
             (["password", self.file("text", b"text"), "--out", self.out],
-             f"{self.folder / 'text'}: not a PKCS#12 container: the data is not what it must be, or is cut short"),
+             f"{self.folder / 'text'}: not a PKCS#12 container: the data is malformed or truncated"),
             (["password", no_mac, "--accept-unverified", "--out", self.out],
              f"{no_mac}: containers of its kind (no MAC) are not made; --to chooses another"),
         ]:

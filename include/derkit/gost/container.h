@@ -119,8 +119,8 @@ class container {
     ///
     /// @param file      DER; lengths may take more octets than they need. BER too outside of ciphertexts: indefinite
     ///                  lengths, and OCTET STRINGs in pieces. What follows the PFX is ignored. Not needed afterwards.
-    /// @param password  UTF-8. Nothing and no octets differ where a key comes from RFC 7292 appendix B; where the MAC
-    ///                  matches one of them only, that one counts for both.
+    /// @param password  UTF-8. An absent password and an empty one differ where a key comes from RFC 7292 appendix B;
+    ///                  where the MAC matches one of them only, that one counts for both.
     /// @param options   cause::wrong_mac, cause::no_mac and cause::unsupported_mac are failures unless
     ///                  integrity::accept_unverified is set; and the limits
     /// @return the container; a failure also when the file is not a PFX, is signed or enveloped as a whole, or exceeds a
@@ -157,7 +157,8 @@ class container {
     /// @param password  UTF-8; may be empty
     /// @param options   format, iterations
     /// @return the file; a failure with the refusal's cause when a bag or an entry was not opened, with
-    ///         cause::invalid_argument when the options do not fit the format
+    ///         cause::invalid_argument when the options do not fit the format, when an OID is invalid or DER is not
+    ///         whole, with cause::too_deep when bags are nested deeper than limits::max_depth is by default
     DERKIT_API result<std::string> write(std::string_view password,
                                          const write_options& options = write_options()) const;
 

@@ -30,7 +30,8 @@ namespace derkit::gost {
 class pbe_crypto final : public pbe_crypto_t {
   public:
     /// Copies the password.
-    /// @param password  UTF-8; nothing and no octets differ where a MAC key comes from RFC 7292 appendix B
+    /// @param password  UTF-8; an absent password and an empty one differ where a MAC key comes from RFC 7292
+    ///                  appendix B
     /// @param form      what is written; reading finds it out
     /// @param cost      limits::max_iterations and limits::max_total_iterations are heeded
     DERKIT_API explicit pbe_crypto(std::optional<std::string_view> password,

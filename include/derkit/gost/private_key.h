@@ -40,7 +40,7 @@ DERKIT_API const char* name_of(key_family family) noexcept;
 /// @return a name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(key_shape shape) noexcept;
 
-/// What a PKCS#8 file tells without a password.
+/// What can be read of a PKCS#8 file without a password.
 struct key_outline {
     std::optional<encryption_scheme> encryption; ///< of an EncryptedPrivateKeyInfo; all else is then unknown
     named_oid algorithm;                         ///< of a PrivateKeyInfo
@@ -128,7 +128,8 @@ class private_key {
 
     /// Writes a PrivateKeyInfo with the parameter sets of the key.
     /// @param shape  all but key_shape::masked
-    /// @return the element; cause::invalid_argument for key_shape::masked
+    /// @return the element; cause::invalid_argument for key_shape::masked, and for key_shape::integer when the INTEGER has
+    ///         the size of the number, because readers would take it for bare octets
     DERKIT_API result<secret> write(key_shape shape = key_shape::octets) const;
 
     /// Writes an EncryptedPrivateKeyInfo.

@@ -22,7 +22,7 @@ enum class cause : int {
     malformed = 1,              ///< the input is not the DER structure that was asked for, or is cut short
     malformed_parameters = 2,   ///< an algorithm is known but its parameters are not what its standard says
     too_large = 3,              ///< the input is larger than limits::max_size, or does not fit a DER length of 32 bits
-    too_deep = 4,               ///< bags are nested deeper than limits::max_depth
+    too_deep = 4,               ///< bags are nested deeper than limits::max_depth, or BER deeper than 32 levels
     too_many_bags = 5,          ///< more bags than limits::max_bags
     too_many_iterations = 6,    ///< one iteration count is above limits::max_iterations
     budget_exhausted = 7,       ///< all key derivations together would exceed limits::max_total_iterations
@@ -42,10 +42,10 @@ enum class cause : int {
     no_mac = 21,                ///< the container has no MAC, so nothing vouches for it
     wrong_omac = 22,            ///< the OMAC inside a ciphertext does not match: wrong password, or altered data
     unverified = 23,            ///< withheld, because no good MAC vouches for it
-    invalid_argument = 24,      ///< the caller asked for what cannot be: zero iterations, for instance
+    invalid_argument = 24,      ///< an argument is invalid, or does not fit the format
     invalid_text = 25,          ///< text that is not UTF-8 where it must be
     key_out_of_range = 26,      ///< the private key is zero or not below the order of its curve, or of a wrong length
-    public_key_mismatch = 27,   ///< the public key with a private key, or in its certificate, is not that key's
+    public_key_mismatch = 27,   ///< the public key stored with a private key is not that key's
     crypto_failure = 28         ///< libgcrypt or GnuTLS reported a failure, or cannot be used
 };
 
