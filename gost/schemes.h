@@ -23,7 +23,6 @@ class session {
   public:
     session(std::optional<std::string_view> password, const limits& cost);
 
-
     // PBKDF2 of the password's octets; with no password that of no octets.
     result<secret> pbkdf2_key(digest_id digest, std::string_view salt, std::uint32_t iterations, std::size_t size);
 
