@@ -340,7 +340,7 @@ class Asn1Command(ToolTest):
             return der.sequence(*[der.sequence(der.integer(i), der.octet_string(bytes(100))) for i in range(size)])
 
         peaks = []
-        for data in (element_count(500), element_count(30000),
+        for data in (element_count(3000), element_count(30000),
                      der.octet_string(der.sequence(der.octet_string(bytes(5 << 20)), element_count(1000)))):
             child = self.start("-", stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
             child.stdin.write(data)

@@ -118,7 +118,7 @@ bool read_identifier(octet_reader_t& in, asn1_header_t& out, std::string& proble
 
 // What is too large for the type becomes its largest value.
 bool read_long_length(octet_reader_t& in, unsigned int num_octets, asn1_header_t& out, std::string& problem) {
-    constexpr unsigned long long MAX_LENGTH = std::numeric_limits<unsigned long long>::max();
+    constexpr auto MAX_LENGTH = static_cast<unsigned long long>(std::numeric_limits<long long>::max());
     unsigned long long length = 0;
     bool begins_with_zero = false;
     for (unsigned int i = 0; i < num_octets; ++i) {
