@@ -18,6 +18,9 @@
 
 namespace {
 
+// Each is compared with each.
+constexpr std::size_t MAX_ATTRIBUTES = 1000;
+
 struct compare_options_t {
     std::string a;
     std::string b;
@@ -63,6 +66,13 @@ compared_name_t read_compared(const std::string& given, const std::string& from,
     std::optional<std::vector<rdn_t>> parts = read_name_parts(name.der);
     if (!parts.has_value()) {
         throw failure_t(from == "der" ? input_name(given) : given, "is no Name");
+    }
+    std::size_t num_attributes = 0;
+    for (const rdn_t& rdn : *parts) {
+        num_attributes += rdn.size();
+    }
+    if (num_attributes > MAX_ATTRIBUTES) {
+        throw failure_t("name", "has more than " + std::to_string(MAX_ATTRIBUTES) + " attributes");
     }
     name.parts = std::move(*parts);
     name.text = show_name(make_blob(name.der), {PDN_ORDER_AS_ENCODED, map, false}).text;

@@ -53,7 +53,7 @@ std::optional<std::vector<rdn_t>> read_name_parts(std::string_view der) {
             return std::nullopt;
         }
     }
-    return in.ok() && rdns.ok() ? std::optional(parts) : std::nullopt;
+    return in.ok() && in.empty() && rdns.ok() ? std::optional(parts) : std::nullopt;
 }
 
 std::u32string code_points(std::string_view utf8) {
