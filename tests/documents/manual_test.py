@@ -132,7 +132,7 @@ class Help(unittest.TestCase):
     def test_its_examples_that_need_no_file_work(self):
         examples = re.findall(r"^  (derkit (?:dn|oid|alg|time) .*)$", "".join(map(lambda n: help_of(*n), all_subcommands())),
                               re.MULTILINE)
-        self.assertEqual(len(examples), 9)
+        self.assertEqual(len(examples), 10)
         for example in examples:
             done = subprocess.run(example.replace("derkit", TOOL, 1), shell=True, capture_output=True)
             self.assertEqual((done.returncode, done.stderr), (0, b""), example)
@@ -175,10 +175,11 @@ class Completion(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             for name in "one.pem", "other.pem":
                 Path(folder, name).touch()
-            for words in ["cert"], ["cert", "one.pem"], ["spki"], ["key"], ["p12", "show"], ["p12", "make", "--cert"], \
+            for words in ["cert"], ["names"], ["cert", "one.pem"], ["spki"], ["key"], ["p12", "show"], ["p12", "make", "--cert"], \
                     ["dn", "--oid-map"], ["p12", "extract", "--out"], ["key", "--password-file"]:
                 self.assertEqual(sorted(self.complete(*words, "o", folder=folder)), ["one.pem", "other.pem"], words)
             self.assertEqual(self.complete("dn", "o", folder=folder), [])
+            self.assertEqual(sorted(self.complete("dn", "--from", "der", "o", folder=folder)), ["one.pem", "other.pem"])
 
 
 if __name__ == "__main__":

@@ -2,7 +2,7 @@
 
 _derkit() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local subcommands="cert spki dn oid alg time key p12"
+  local subcommands="cert spki names dn oid alg time key p12"
   local password="--password-file --password-env --password-stdin --password-ask"
   local new_password="--new-password-file --new-password-env --new-password-stdin --new-password-ask"
   local writing="--to --cipher --sections --iterations --pkcs8-form --out --force"
@@ -28,7 +28,11 @@ _derkit() {
     case $subcommand in
     cert) options+=" --order --oid-map --t61 --json --local --round-trip" files=true ;;
     spki) options+=" --oid-map --json" files=true ;;
-    dn) options+=" --reverse --der --hex --get --oid-map --json" ;;
+    names) options+=" --order --oid-map --t61 --json" files=true ;;
+    dn)
+      options+=" --from --loose --reverse --der --hex --get --unescaped --oid-map --json"
+      if [[ " ${COMP_WORDS[*]} " =~ \ --from(\ |\ ?=\ ?)der\  ]]; then files=true; fi
+      ;;
     oid) options+=" --oid-map --json" ;;
     alg) options+=" --oid-map --json" ;;
     time) options+=" --json" ;;
@@ -41,6 +45,7 @@ _derkit() {
     esac
     case $previous in
     --color) values="auto always never" files=false ;;
+    --from) values="text hex der" files=false ;;
     --order) values="as-encoded reversed" files=false ;;
     --t61) values="t61 latin1" files=false ;;
     --to)
