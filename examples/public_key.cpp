@@ -20,8 +20,9 @@ static bool show_gost(const asn_pubkey_t& key) {
     if (asn_read_gost_pubkey(key, gost) == 0) {
         return false;
     }
-    std::cout << "parameter set: " << derkit::oid_to_text(gost.public_key_param_set).value_or("none")
-              << "\nkey: " << derkit::to_hex(gost.key) << '\n';
+    const blob_t set = derkit::cursor(gost.public_key_param_set).read(asn_tag_t::OBJECT_IDENTIFIER);
+    std::cout << "parameter set: " << derkit::oid_to_text(set).value_or("none") << "\nkey: " << derkit::to_hex(gost.key)
+              << '\n';
     return true;
 }
 
