@@ -11,6 +11,7 @@ import subprocess
 BUILD = os.environ["DERKIT_BUILD_DIR"]
 SOURCE = pathlib.Path(os.environ["DERKIT_SOURCE_DIR"])
 VERSION = os.environ["DERKIT_VERSION"]
+CONFIGURATION = os.environ["DERKIT_CONFIGURATION"]  # of CMake, in small letters
 WITH_GOST = os.environ["DERKIT_WITH_GOST"] == "1"
 CONSUMER = SOURCE / "tests/packages/consumer"
 TIME_LIMIT = 240
@@ -29,13 +30,13 @@ def manuals(sections, compressed=""):
             for page in (SOURCE / "docs/man").glob(f"*.[{sections}]")}
 
 
-def development_files(libdir, configuration="relwithdebinfo"):
+def development_files(libdir, configuration=CONFIGURATION):
     parts = "Config", "ConfigVersion", "Targets", f"Targets-{configuration}"
     cmake = {f"cmake/derkit/derkit{part}.cmake" for part in parts}
     return HEADERS | {f"{libdir}/{file}" for file in {"libderkit.so", "libderkit.a", "pkgconfig/derkit.pc"} | cmake}
 
 
-def gost_development_files(libdir, configuration="relwithdebinfo"):
+def gost_development_files(libdir, configuration=CONFIGURATION):
     cmake = {f"cmake/derkit/derkitGostTargets{part}.cmake" for part in ("", f"-{configuration}")}
     return GOST_HEADERS | {f"{libdir}/{file}" for file in {"libderkit-gost.so", "pkgconfig/derkit-gost.pc"} | cmake}
 
