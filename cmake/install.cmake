@@ -54,6 +54,7 @@ install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
 # The guides and the files that they link to. README is about the sources.
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN qaroids.cfg PATTERN man EXCLUDE)
+install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/programs COMPONENT development)
 derkit_install_man_pages(3 development)
 derkit_install_man_pages(5 development)
 include(cmake/spdx.cmake)

@@ -21,7 +21,8 @@ HEADERS = {f"include/derkit/{header.relative_to(SOURCE / 'include/derkit')}"
            for folder in (".", "helpers") for header in (SOURCE / "include/derkit" / folder).glob("*.h")}
 GOST_HEADERS = {f"include/derkit/gost/{header.name}" for header in (SOURCE / "include/derkit/gost").iterdir()}
 GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
-DOCUMENTS = GUIDES | {"derkit.spdx.json"}
+PROGRAMS = {f"examples/programs/{file.name}" for file in (SOURCE / "examples").iterdir()}
+DOCUMENTS = GUIDES | PROGRAMS | {"derkit.spdx.json"}
 
 
 def manuals(sections, compressed=""):

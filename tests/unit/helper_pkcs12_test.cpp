@@ -86,6 +86,11 @@ std::vector<refusal_case_t> refusals() {
     encrypted_data_t encrypted;
     encrypted.encrypted_content = der_element(0x80, toy_cipher(entry_plaintext({key_bag("k")})));
     const std::string with_encrypted = file_of(pfx_t({encrypted.entry()}));
+    encrypted_data_t by_another_cipher = encrypted;
+    by_another_cipher.algorithm = der_sequence({der_oid("1.2.3"), der_null()});
+    const std::string with_two = file_of(pfx_t({encrypted.entry(), by_another_cipher.entry()}));
+    const der_t shrouded_otherwise = safe_bag(
+        OID_SHROUDED_KEY_BAG, der_sequence({der_sequence({der_oid("1.2.3"), der_null()}), der_octet_string("k")}));
     pfx_t without_mac({data_entry({key_bag("k")})});
     without_mac.mac_data = der_raw("");
     pfx_t signed_data;
@@ -123,6 +128,10 @@ std::vector<refusal_case_t> refusals() {
         {"unknown MAC", file_of(pfx_with_mac("1.2.3")), pkcs12_refusal::UNSUPPORTED_MAC, answer_t::NO},
         {"a MAC that the object had after all", file_of(pfx_with_mac("1.2.3")), pkcs12_refusal::NONE},
         {"broken contents", file_of(pfx_with_content(der_octet_string("\x30\x7F"))), pkcs12_refusal::CONTENTS},
+        {"two entries, one encrypted in another way", with_two, pkcs12_refusal::SKIPPED},
+        {"the other one is not decrypted", with_two, pkcs12_refusal::NOT_DECRYPTED, answer_t::YES, answer_t::NO},
+        {"a shrouded key", file_of(pfx_t({data_entry({shrouded_key_bag("k")})})), pkcs12_refusal::NONE},
+        {"a key shrouded in another way", file_of(pfx_t({data_entry({shrouded_otherwise})})), pkcs12_refusal::SKIPPED},
         {"not decrypted", with_encrypted, pkcs12_refusal::NOT_DECRYPTED, answer_t::YES, answer_t::NO},
     };
 }
@@ -143,7 +152,7 @@ TEST(helper_read_pkcs12, says_why_a_container_is_refused) {
         again.decrypt_answers = {c.decrypt};
         pkcs12_easy_t same;
         const bool read = asn_read_pkcs12_easy(file.data(), file.size(), &again, same);
-        EXPECT_EQ(read, c.expected == pkcs12_refusal::NONE || c.expected == pkcs12_refusal::NOT_DECRYPTED) << c.name;
+        EXPECT_EQ(read, c.expected == pkcs12_refusal::NONE || c.expected >= pkcs12_refusal::NOT_DECRYPTED) << c.name;
         EXPECT_EQ(crypto.operations(), again.operations()) << c.name;
         EXPECT_EQ(container.encrypted_bags.size(), same.encrypted_bags.size()) << c.name;
     }
@@ -151,7 +160,7 @@ TEST(helper_read_pkcs12, says_why_a_container_is_refused) {
 
 TEST(helper_read_pkcs12, has_a_message_for_every_refusal) {
     std::vector<std::string> messages;
-    for (int i = 0; i <= static_cast<int>(pkcs12_refusal::NOT_DECRYPTED); ++i) {
+    for (int i = 0; i <= static_cast<int>(pkcs12_refusal::SKIPPED); ++i) {
         messages.emplace_back(derkit::message_of(static_cast<pkcs12_refusal>(i)));
         EXPECT_NE(messages.back(), "") << i;
         EXPECT_EQ(std::count(messages.begin(), messages.end(), messages.back()), 1) << messages.back();
@@ -180,6 +189,18 @@ TEST(helper_recording_crypto, remembers_what_was_refused) {
     EXPECT_TRUE(recording.refusals().empty());
     EXPECT_FALSE(recording.mac_asked());
     EXPECT_EQ(recording.mac_digest(), PKI_ALG_UNKNOWN);
+}
+
+TEST(helper_recording_crypto, does_not_count_what_encrypted_entries_contain) {
+    encrypted_data_t encrypted;
+    encrypted.encrypted_content = der_element(0x80, toy_cipher(entry_plaintext({shrouded_key_bag("k")})));
+    const std::string file = file_of(pfx_t({encrypted.entry()}));
+    scripted_crypto_t crypto;
+    recording_crypto recording(crypto, DIGESTS);
+    pkcs12_easy_t container;
+    EXPECT_EQ(derkit::read_pkcs12(view_of(file), recording, container), pkcs12_refusal::NONE);
+    EXPECT_EQ(crypto.operations(), "verify_mac decrypt decrypt");
+    EXPECT_EQ(recording.num_skipped(), 0u);
 }
 
 TEST(helper_recording_crypto, lets_exceptions_pass) {

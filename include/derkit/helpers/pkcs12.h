@@ -4,6 +4,7 @@
 #define DERKIT_HELPERS_PKCS12_H
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,7 +56,8 @@ enum class pkcs12_refusal : unsigned char {
     UNSUPPORTED_MAC, ///< the MAC has a digest that the crypto object does not have
     WRONG_MAC,       ///< wrong password, or the file was altered
     CONTENTS,        ///< the MAC is good, but what it covers is malformed
-    NOT_DECRYPTED    ///< the container was read, but the crypto object refused to decrypt some of it
+    NOT_DECRYPTED,   ///< the container was read, but the crypto object refused to decrypt some of it
+    SKIPPED          ///< the container was read, but some of it is encrypted in a way that the library does not know
 };
 
 /// @param refusal  any of them
@@ -80,6 +82,8 @@ inline const char* message_of(pkcs12_refusal refusal) noexcept {
         return "the MAC matches, but what it covers is malformed";
     case pkcs12_refusal::NOT_DECRYPTED:
         return "some of the container could not be decrypted";
+    case pkcs12_refusal::SKIPPED:
+        return "some of the container is encrypted in an unknown way";
     }
     return "";
 }
@@ -93,6 +97,38 @@ struct refused_operation {
     unsigned int iterations = 0;                               ///< iteration count of the file; 0 when writing
     unsigned int size = 0;                                     ///< bytes that it was for
 };
+
+/// Counts what is encrypted in a container at its outermost level: entries that are not id-data, and shrouded keys in
+/// those that are.
+///
+///     AuthenticatedSafe ::= SEQUENCE OF ContentInfo     -- in an OCTET STRING     (RFC 7292 4.1)
+///     ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] ANY }
+///     SafeContents ::= SEQUENCE OF SafeBag     -- in the OCTET STRING of id-data
+///     SafeBag ::= SEQUENCE { bagId OBJECT IDENTIFIER, bagValue [0] ANY, bagAttributes SET OPTIONAL }
+///
+/// @param auth_safe  the OCTET STRING element, which the MAC covers
+/// @return their number, up to the first malformed element
+inline unsigned int count_encrypted(const blob_t& auth_safe) noexcept {
+    const unsigned char id_data[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01}; // 1.2.840.113549.1.7.1
+    const unsigned char id_shrouded_key_bag[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                                 0x01, 0x0C, 0x0A, 0x01, 0x02}; // 1.2.840.113549.1.12.10.1.2
+    unsigned int count = 0;
+    cursor entries = cursor(auth_safe).enter(asn_tag_t::OCTET_STRING).enter(asn_tag_t::SEQUENCE);
+    while (!entries.empty()) {
+        cursor entry = entries.enter(asn_tag_t::SEQUENCE);
+        const blob_t content_type = entry.read(asn_tag_t::OBJECT_IDENTIFIER);
+        if (!asn_oid_equal_(content_type, id_data)) {
+            count += entry.ok() ? 1 : 0;
+            continue;
+        }
+        cursor bags = entry.enter(asn_tag_t::CONTEXT_0).enter(asn_tag_t::OCTET_STRING).enter(asn_tag_t::SEQUENCE);
+        while (!bags.empty()) {
+            const blob_t bag_id = bags.enter(asn_tag_t::SEQUENCE).read(asn_tag_t::OBJECT_IDENTIFIER);
+            count += asn_oid_equal_(bag_id, id_shrouded_key_bag) ? 1 : 0;
+        }
+    }
+    return count;
+}
 
 /// A crypto object around your own that remembers what that refused, which the reader and the writer do not tell.
 ///
@@ -119,8 +155,15 @@ class recording_crypto final : public pbe_crypto_t {
     /// @return whether the digest of the last MAC is one that the wrapped object has
     bool mac_supported() const { return std::find(digests_.begin(), digests_.end(), mac_digest_) != digests_.end(); }
 
+    /// @return how much of the last container is encrypted, but was not to be decrypted: the library does not know how.
+    ///         What is encrypted within encrypted entries is not counted.
+    unsigned int num_skipped() const noexcept { return num_encrypted_ - std::min(num_asked_, num_encrypted_); }
+
     /// Forgets everything.
     void clear() noexcept {
+        covered_ = blob_t();
+        num_encrypted_ = 0;
+        num_asked_ = 0;
         refusals_.clear();
         mac_digest_ = PKI_ALG_UNKNOWN;
         mac_asked_ = false;
@@ -135,6 +178,9 @@ class recording_crypto final : public pbe_crypto_t {
     bool verify_mac(const pkcs12_mac_t& mac, const void* data, unsigned int size) override {
         const blob_t digest = cursor(mac.digest_alg).read(asn_tag_t::OBJECT_IDENTIFIER);
         mac_digest_ = PKI_OID_TO_HASH_ALG(digest.data, digest.size);
+        covered_ = to_blob(data, size);
+        num_encrypted_ = count_encrypted(covered_);
+        num_asked_ = 0;
         mac_asked_ = true;
         mac_good_ = false;
         mac_good_ = note(crypto_.verify_mac(mac, data, size), crypto_operation::VERIFY_MAC, mac.iterations, size);
@@ -157,6 +203,9 @@ class recording_crypto final : public pbe_crypto_t {
     /// @param out     receives the plaintext
     /// @return what the wrapped object returns
     bool decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) override {
+        if (is_covered(data)) {
+            ++num_asked_;
+        }
         return note(crypto_.decrypt(params, data, size, out), crypto_operation::DECRYPT, params.iterations, size);
     }
 
@@ -177,6 +226,15 @@ class recording_crypto final : public pbe_crypto_t {
     pki_alg_t mac_digest_ = PKI_ALG_UNKNOWN;
     bool mac_asked_ = false;
     bool mac_good_ = false;
+    blob_t covered_; // by the MAC: ciphertext outside it was decrypted itself
+    unsigned int num_encrypted_ = 0;
+    unsigned int num_asked_ = 0; // of these
+
+    bool is_covered(const void* data) const noexcept {
+        const std::less<const unsigned char*> before;
+        const unsigned char* const p = static_cast<const unsigned char*>(data);
+        return covered_.size != 0 && !before(p, covered_.data) && before(p, covered_.data + covered_.size);
+    }
 
     bool note(bool done, crypto_operation operation, unsigned int iterations, unsigned int size) {
         if (!done) {
@@ -220,16 +278,18 @@ inline pkcs12_refusal refusal_before_mac(const blob_t& file) noexcept {
 
 /// Reads a container as asn_read_pkcs12_easy() does, and says why that refused.
 ///
-/// Entries encrypted in a way that the library does not know are skipped without a word, and no object is asked.
-///
 /// @param file       the file's bytes; they must outlive the container
 /// @param crypto     forgets what it recorded before
 /// @param container  bags are appended to what it holds, also after a failure
-/// @return pkcs12_refusal::NONE, or the cause. With pkcs12_refusal::NOT_DECRYPTED, the rest of the container was read.
+/// @return pkcs12_refusal::NONE, or the cause. With pkcs12_refusal::NOT_DECRYPTED and
+///         pkcs12_refusal::SKIPPED, the rest of the container was read.
 inline pkcs12_refusal read_pkcs12(const blob_t& file, recording_crypto& crypto, pkcs12_easy_t& container) {
     crypto.clear();
     if (asn_read_pkcs12_easy(file.data, file.size, &crypto, container)) {
-        return crypto.refusals().empty() ? pkcs12_refusal::NONE : pkcs12_refusal::NOT_DECRYPTED;
+        if (!crypto.refusals().empty()) {
+            return pkcs12_refusal::NOT_DECRYPTED;
+        }
+        return crypto.num_skipped() != 0 ? pkcs12_refusal::SKIPPED : pkcs12_refusal::NONE;
     }
     if (!crypto.mac_asked()) {
         return refusal_before_mac(file);
