@@ -207,6 +207,10 @@ result<encrypted_key_info> read_encrypted_key_info(std::string_view der) {
     return out;
 }
 
+std::string write_encrypted_key_info(const encrypted& made) {
+    return der(asn_tag_t::SEQUENCE, {made.algorithm, der(asn_tag_t::OCTET_STRING, {made.ciphertext})});
+}
+
 // Certificate ::= SEQUENCE { tbsCertificate TBSCertificate, ... }                                   RFC 5280 4.1
 // TBSCertificate ::= SEQUENCE { version [0] OPTIONAL, serialNumber INTEGER, signature AlgorithmIdentifier,
 //   issuer Name, validity Validity, subject Name, subjectPublicKeyInfo SubjectPublicKeyInfo, ... }

@@ -376,20 +376,18 @@ result<secret> private_key::write(key_shape shape) const {
     return secret_der(asn_tag_t::SEQUENCE, {der_integer(0), algorithm, octets});
 }
 
-// EncryptedPrivateKeyInfo ::= SEQUENCE {                                                            RFC 5958 3
-//   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
 result<std::string> private_key::write_encrypted(std::string_view password, const write_options& options,
                                                  key_shape shape) const {
     const result<secret> plain = write(shape);
     if (!plain) {
         return plain.error();
     }
+    if (failure refused = first_of(check_options(options), check_new_password(password)); refused.why != cause::none) {
+        return refused;
+    }
     session under(password, unlimited());
     const result<encrypted> made = encrypt(under, options, *plain, plaintext::PRIVATE_KEY_INFO);
-    if (!made) {
-        return made.error();
-    }
-    return der(asn_tag_t::SEQUENCE, {made->algorithm, der(asn_tag_t::OCTET_STRING, {made->ciphertext})});
+    return made ? result<std::string>(write_encrypted_key_info(*made)) : made.error();
 }
 
 } // namespace derkit::gost

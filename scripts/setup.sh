@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the missing packages of scripts/packages.txt, or of the list named as its argument. Only installing needs root; when
-# nothing is missing, it prints nothing.
+# Installs the missing packages of scripts/packages.txt, or of the list named as its argument. PACKAGE:ARCHITECTURE stands for a
+# package of another architecture, which is added to dpkg's. Only installing needs root; when nothing is missing, it prints
+# nothing.
 set -euo pipefail
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")"
 list=${1:-packages.txt}
@@ -11,7 +12,8 @@ if ! command -v apt-get >/dev/null; then
 fi
 
 wanted=$(sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$list" | LC_ALL=C sort -u)
-installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | LC_ALL=C sort -u)
+installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n${db:Status-Status} ${Package}:${Architecture}\n' |
+  sed -n 's/^installed //p' | LC_ALL=C sort -u)
 mapfile -t missing < <(LC_ALL=C comm -23 <(echo "$wanted") <(echo "$installed"))
 
 if ((${#missing[@]} == 0)); then
@@ -25,6 +27,11 @@ fi
 
 echo "== setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
+for package in "${missing[@]}"; do
+  if [[ $package == *:* ]] && ! dpkg --print-foreign-architectures | grep -qxF "${package#*:}"; then
+    dpkg --add-architecture "${package#*:}"
+  fi
+done
 # On a freshly started machine the daily update may still hold the lock.
 options=(-qq -o DPkg::Lock::Timeout=120 -o Dpkg::Use-Pty=0)
 apt-get "${options[@]}" update

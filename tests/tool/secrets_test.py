@@ -104,10 +104,10 @@ class Memory(ToolTest):
 class Process(ToolTest):
     def waiting(self, **how):
         """Returns a run that has shown two certificates and waits for more."""
-        child = self.start("cert", "-", stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **how)
+        child = self.start("cert", "--json", "-", stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **how)
         child.stdin.write(2 * pem(certificate("x")))
         child.stdin.flush()
-        self.assertEqual(child.stdout.read(1), b"s")
+        self.assertEqual(child.stdout.read(1), b"{")
         return child
 
     def test_there_is_no_core_dump(self):
@@ -121,6 +121,7 @@ class Process(ToolTest):
         child.send_signal(signal.SIGQUIT)
         _, status = os.waitpid(child.pid, 0)
         self.assertEqual((os.WTERMSIG(status), os.WCOREDUMP(status)), (signal.SIGQUIT, False))
+        self.assertEqual(list(self.folder.iterdir()), [])
 
     def test_its_memory_is_not_for_other_processes(self):
         """The files under /proc of a process that may not be dumped belong to root."""

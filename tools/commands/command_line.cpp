@@ -156,6 +156,18 @@ void command_t::add_choice(const option_text_t& text, std::string& value, names_
         ->type_name(text.type);
 }
 
+// A subcommand that is missing takes any argument, and has no help.
+void command_t::add_choice_everywhere(const option_text_t& text, const std::function<void(const std::string&)>& set,
+                                      names_t choices) {
+    for (CLI::App* const command :
+         app_.get_subcommands([](const CLI::App* each) { return each->get_help_ptr() != nullptr; })) {
+        command_t(*command).add_choice_everywhere(text, set, choices);
+    }
+    app_.add_option_function<std::string>(text.name, set, text.description)
+        ->check(CLI::IsMember(std::vector<std::string>(choices.begin(), choices.end())))
+        ->type_name(text.type);
+}
+
 void command_t::require(names_t names) {
     for (const char* const name : names) {
         app_.get_option(name)->required();

@@ -22,7 +22,7 @@ enum class cause : int {
     malformed = 1,              ///< the input is not the DER structure that was asked for, or is cut short
     malformed_parameters = 2,   ///< an algorithm is known but its parameters are not what its standard says
     too_large = 3,              ///< the input is larger than limits::max_size, or does not fit a DER length of 32 bits
-    too_deep = 4,               ///< bags are nested deeper than limits::max_depth, or BER deeper than 32 levels
+    too_deep = 4,               ///< bags are nested deeper than limits::max_depth, or other elements too deeply
     too_many_bags = 5,          ///< more bags than limits::max_bags
     too_many_iterations = 6,    ///< one iteration count is above limits::max_iterations
     budget_exhausted = 7,       ///< all key derivations together would exceed limits::max_total_iterations
@@ -35,7 +35,7 @@ enum class cause : int {
     unsupported_content = 14,   ///< a content type other than data and encryptedData
     unsupported_key = 15,       ///< a key of another algorithm than GOST R 34.10
     vendor_scheme = 16,         ///< a vendor's own encryption of exported keys, recognised by its identifier
-    recipient_needed = 17,      ///< the content is encrypted for the key of a recipient, not under a password
+    recipient_needed = 17,      ///< the content is encrypted for a recipient's key, not under a password
     password_needed = 18,       ///< encrypted, and no password was given
     wrong_password = 19,        ///< the plaintext is not what it must be: wrong password, or altered data
     wrong_mac = 20,             ///< the MAC of the container does not match: wrong password, or altered data
@@ -46,7 +46,9 @@ enum class cause : int {
     invalid_text = 25,          ///< text that is not UTF-8 where it must be
     key_out_of_range = 26,      ///< the private key is zero or not below the order of its curve, or of a wrong length
     public_key_mismatch = 27,   ///< the public key stored with a private key is not that key's
-    crypto_failure = 28         ///< libgcrypt or GnuTLS reported a failure, or cannot be used
+    crypto_failure = 28,        ///< libgcrypt or GnuTLS reported a failure, or cannot be used
+    too_many_attributes = 29,   ///< more attributes and values than limits::max_attributes
+    signed_instead = 30         ///< the container has a signature in place of a MAC, which is not verified here
 };
 
 /// @param why  any number
