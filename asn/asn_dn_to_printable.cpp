@@ -64,6 +64,26 @@ constexpr std::size_t SHORT_TEXT_SIZE = text_writer_t::BUFFER_SIZE / 2;
     }
 }
 
+// A character with a backslash before it if it is special.
+constexpr utf8_t escaped(utf8_t character) {
+    const char c = character.octets[0];
+    return character.size != 0 && is_special(c) ? utf8_t{{'\\', c}, 2} : character;
+}
+
+constexpr std::array<utf8_t, 256> make_escaped_t61_characters() {
+    std::array<utf8_t, 256> characters = T61_CHARACTERS;
+    for (utf8_t& character : characters) {
+        character = escaped(character);
+    }
+    return characters;
+}
+
+// T.61 with all special characters escaped.
+struct escaped_t61_t {
+    static constexpr std::array<utf8_t, 256> CHARACTERS = make_escaped_t61_characters();
+    static constexpr utf8_t letter(unsigned char byte) { return escaped(utf8_of(byte)); }
+};
+
 const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
     return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);
 }
@@ -246,10 +266,7 @@ class name_printer_t {
 
     bool print_t61(blob_t content) {
         const std::size_t size_before = writer_.size();
-        const auto put = [](const utf8_t& character, char* to) {
-            return write_utf8(character, write_escape_of(character.octets[0], to));
-        };
-        if (!put_t61(content.data, content.data + content.size, writer_, put)) {
+        if (!put_t61<escaped_t61_t>(content.data, content.data + content.size, writer_, write_utf8)) {
             writer_.cut_to(size_before);
             return false;
         }

@@ -76,22 +76,30 @@ bool read_subidentifier(const unsigned char*& p, const unsigned char* end, unsig
     return false;
 }
 
-// Writes a number below 100 without a call.
-char* write_arc(unsigned int arc, char* to, char* end) {
+constexpr std::size_t MAX_ARC_SIZE = sizeof "4294967295";
+
+[[gnu::noinline]] char* write_long_arc(unsigned int arc, char* to) {
+    return std::to_chars(to, to + MAX_ARC_SIZE, arc).ptr;
+}
+
+// Most arcs have one digit or two.
+char* write_arc(unsigned int arc, char* to) {
     if (arc >= 100) {
-        return std::to_chars(to, end, arc).ptr;
+        return write_long_arc(arc, to);
     }
     if (arc >= 10) {
         *to++ = static_cast<char>('0' + arc / 10);
+        arc %= 10;
     }
-    *to++ = static_cast<char>('0' + arc % 10);
+    *to++ = static_cast<char>('0' + arc);
     return to;
 }
 
-void put_arc(unsigned int arc, text_writer_t& out) {
-    constexpr std::size_t MAX_ARC_SIZE = sizeof "4294967295";
-    char* const to = out.room(MAX_ARC_SIZE);
-    out.advance_to(write_arc(arc, to, to + MAX_ARC_SIZE));
+// Puts an arc and a dot. Takes less time than a call.
+[[gnu::always_inline]] inline void put_arc(unsigned int arc, text_writer_t& out) {
+    char* const end = write_arc(arc, out.room(MAX_ARC_SIZE + 1));
+    *end = '.';
+    out.advance_to(end + 1);
 }
 
 } // namespace
@@ -122,15 +130,14 @@ bool put_oid(const unsigned char* p, const unsigned char* end, text_writer_t& ou
     }
     // A plain division: the first arc can become 3 or more.
     put_arc(subidentifier / 40, out);
-    out.put('.');
     put_arc(subidentifier % 40, out);
     while (p != end) {
-        out.put('.');
         if (!read_subidentifier(p, end, subidentifier)) {
             return false;
         }
         put_arc(subidentifier, out);
     }
+    out.drop_last(); // the dot after the last arc
     return true;
 }
 

@@ -49,7 +49,7 @@ constexpr std::array<unsigned char, 256> make_all_traits() {
 
 inline constexpr std::array<unsigned char, 256> TRAITS = make_all_traits();
 
-inline unsigned int traits_of(char c) {
+constexpr unsigned int traits_of(char c) {
     return TRAITS[static_cast<unsigned char>(c)];
 }
 
@@ -73,7 +73,7 @@ inline unsigned int traits_of_all(std::string_view text) {
     return traits;
 }
 
-inline bool is_special(char c) {
+constexpr bool is_special(char c) {
     return (traits_of(c) & SPECIAL) != 0;
 }
 

@@ -37,13 +37,13 @@ bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out) {
             total += character.size;
             return to;
         };
-        if (!put_t61(begin, end, writer, measure)) {
+        if (!put_t61<plain_t61_t>(begin, end, writer, measure)) {
             return false;
         }
         require_room(out, total);
         out.reserve(out.size() + static_cast<std::size_t>(total));
     }
-    if (!put_t61(begin, end, writer, [](const utf8_t& character, char* to) { return write_utf8(character, to); })) {
+    if (!put_t61<plain_t61_t>(begin, end, writer, write_utf8)) {
         return false;
     }
     writer.flush();

@@ -90,8 +90,15 @@ constexpr std::array<t61_prefix_t, 16> make_t61_prefixes() {
 inline constexpr std::array<utf8_t, 256> T61_CHARACTERS = make_t61_characters();
 inline constexpr std::array<t61_prefix_t, 16> T61_PREFIXES = make_t61_prefixes();
 
+// T.61 as it is. A byte that no prefix composes with is a code point of its own.
+struct plain_t61_t {
+    static constexpr const std::array<utf8_t, 256>& CHARACTERS = T61_CHARACTERS;
+    static constexpr utf8_t letter(unsigned char byte) { return utf8_of(byte); }
+};
+
 // The characters of a prefix and the byte after it, whatever that means on its own.
-template <typename PUT> char* put_t61_pair(const t61_prefix_t& prefix, unsigned char letter, char* to, PUT put) {
+template <typename ALPHABET, typename PUT>
+char* put_t61_pair(const t61_prefix_t& prefix, unsigned char letter, char* to, PUT put) {
     const unsigned int place = T61_LETTER_PLACES[letter >> 5];
     if (place != NO_T61_LETTERS && prefix.letters[place][letter & 0x1F].size != 0) {
         return put(prefix.letters[place][letter & 0x1F], to);
@@ -99,7 +106,7 @@ template <typename PUT> char* put_t61_pair(const t61_prefix_t& prefix, unsigned 
     if ((letter == ' ' || letter == 0) && prefix.accent.size != 0) {
         return put(prefix.accent, to);
     }
-    return put(prefix.mark, put(utf8_of(letter), to));
+    return put(prefix.mark, put(ALPHABET::letter(letter), to));
 }
 
 // Text of at most this size is put in one piece.
@@ -107,15 +114,16 @@ inline constexpr std::ptrdiff_t T61_PIECE_SIZE = 64;
 
 // Calls put(utf8, to), which writes one character to `to` and returns its end, for one character after another. A
 // prefix at the end is paired with 0. Returns false at a byte that T.61 does not define.
-template <typename PUT> bool put_t61(const unsigned char* p, const unsigned char* end, text_writer_t& writer, PUT put) {
+template <typename ALPHABET, typename PUT>
+bool put_t61(const unsigned char* p, const unsigned char* end, text_writer_t& writer, PUT put) {
     while (p != end) {
         // Four octets a byte suffice for a letter, an escape and a mark; the last pair may begin at the piece's end.
         char* to = writer.room(4 * (T61_PIECE_SIZE + 1));
         const unsigned char* const piece_end = p + std::min(end - p, T61_PIECE_SIZE);
-        while (p < piece_end) {
+        do {
             const unsigned int byte = *p++;
-            const utf8_t& character = T61_CHARACTERS[byte];
-            if (character.size != 0) [[likely]] {
+            const utf8_t& character = ALPHABET::CHARACTERS[byte];
+            if (character.size != 0) {
                 to = put(character, to);
                 continue;
             }
@@ -124,8 +132,8 @@ template <typename PUT> bool put_t61(const unsigned char* p, const unsigned char
                 return false;
             }
             const unsigned char letter = p == end ? 0 : *p++;
-            to = put_t61_pair(prefix, letter, to, put);
-        }
+            to = put_t61_pair<ALPHABET>(prefix, letter, to, put);
+        } while (p < piece_end);
         writer.advance_to(to);
     }
     return true;

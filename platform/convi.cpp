@@ -10,56 +10,67 @@ template <unsigned int WIDTH> unsigned int read_character(const unsigned char* i
     return character;
 }
 
-bool is_character(unsigned int value) {
-    const unsigned int first_surrogate = 0xD800;
-    const unsigned int num_surrogates = 0x800;
-    return value - first_surrogate >= num_surrogates && value <= 0x10FFFF;
+// UTF-8 length of a character; 0 for surrogates and values above U+10FFFF.
+unsigned int utf8_size(unsigned int character) {
+    if (character < 0x800) {
+        return character < 0x80 ? 1 : 2;
+    }
+    if (character < 0x10000) {
+        const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+        return surrogate ? 0 : 3;
+    }
+    return character <= 0x10FFFF ? 4 : 0;
 }
 
-// Size of the output in octets; 0 for a text that holds anything but characters. Counts without branches on the
-// characters, which are hard to foresee.
-template <unsigned int WIDTH> unsigned long long measure(const unsigned char* in, const unsigned char* end) {
-    unsigned long long num_below_80 = 0;
-    unsigned long long num_below_800 = 0;
-    unsigned long long num_above_FFFF = 0;
-    const unsigned long long num_characters = static_cast<unsigned long long>(end - in) / WIDTH;
+// The first octet tells how many there are; each of the others carries six bits.
+inline void write_utf8(unsigned int character, unsigned int size, char* out) {
+    const auto last = [character](unsigned int shift) { return static_cast<char>(0x80 | (character >> shift & 0x3F)); };
+    switch (size) {
+    case 1:
+        out[0] = static_cast<char>(character);
+        break;
+    case 2:
+        out[0] = static_cast<char>(0xC0 | character >> 6);
+        out[1] = last(0);
+        break;
+    case 3:
+        out[0] = static_cast<char>(0xE0 | character >> 12);
+        out[1] = last(6);
+        out[2] = last(0);
+        break;
+    default:
+        out[0] = static_cast<char>(0xF0 | character >> 18);
+        out[1] = last(12);
+        out[2] = last(6);
+        out[3] = last(0);
+    }
+}
+
+template <unsigned int WIDTH> unsigned int measure(const unsigned char* in, const unsigned char* end) {
+    unsigned long long total = 0;
     for (; in != end; in += WIDTH) {
-        const unsigned int character = read_character<WIDTH>(in);
-        if (!is_character(character)) {
+        const unsigned int size = utf8_size(read_character<WIDTH>(in));
+        if (size == 0) {
             return 0;
         }
-        num_below_80 += character < 0x80 ? 1 : 0;
-        num_below_800 += character < 0x800 ? 1 : 0;
-        num_above_FFFF += character > 0xFFFF ? 1 : 0;
+        total += size;
     }
-    return 3 * num_characters - num_below_80 - num_below_800 + num_above_FFFF;
+    return total > 0xFFFFFFFF ? 0 : static_cast<unsigned int>(total);
 }
 
-inline char* write_utf8(unsigned int character, char* out) {
-    const auto put = [&out](unsigned int octet) { *out++ = static_cast<char>(octet); };
-    if (character < 0x80) {
-        put(character);
-        return out;
-    }
-    if (character < 0x800) {
-        put(0xC0 | character >> 6);
-    } else {
-        if (character < 0x10000) {
-            put(0xE0 | character >> 12);
-        } else {
-            put(0xF0 | character >> 18);
-            put(0x80 | (character >> 12 & 0x3F));
-        }
-        put(0x80 | (character >> 6 & 0x3F));
-    }
-    put(0x80 | (character & 0x3F));
-    return out;
-}
-
-template <unsigned int WIDTH> void convert(const unsigned char* in, const unsigned char* end, char* out) {
+template <unsigned int WIDTH>
+unsigned int convert(const unsigned char* in, const unsigned char* end, char* out, unsigned int room) {
+    unsigned int total = 0;
     for (; in != end; in += WIDTH) {
-        out = write_utf8(read_character<WIDTH>(in), out);
+        const unsigned int character = read_character<WIDTH>(in);
+        const unsigned int size = utf8_size(character);
+        if (size == 0 || size > room - total) {
+            return 0;
+        }
+        write_utf8(character, size, out + total);
+        total += size;
     }
+    return total;
 }
 
 } // namespace
@@ -72,21 +83,16 @@ unsigned int convi::get_outsize(const void* in, unsigned int size) const {
         return 0;
     }
     const unsigned char* const begin = static_cast<const unsigned char*>(in);
-    const unsigned long long total = width_ == CONVI_UCS2_BE ? measure<CONVI_UCS2_BE>(begin, begin + size)
-                                                             : measure<CONVI_UCS4_BE>(begin, begin + size);
-    return total > 0xFFFFFFFF ? 0 : static_cast<unsigned int>(total);
+    const unsigned char* const end = begin + size;
+    return width_ == CONVI_UCS2_BE ? measure<CONVI_UCS2_BE>(begin, end) : measure<CONVI_UCS4_BE>(begin, end);
 }
 
 unsigned int convi::convert_safe(const void* in, unsigned int size, char* out, unsigned int room) const {
-    const unsigned int total = get_outsize(in, size);
-    if (total == 0 || total > room) {
+    if (width_ == 0 || size % width_ != 0) {
         return 0;
     }
     const unsigned char* const begin = static_cast<const unsigned char*>(in);
-    if (width_ == CONVI_UCS2_BE) {
-        convert<CONVI_UCS2_BE>(begin, begin + size, out);
-    } else {
-        convert<CONVI_UCS4_BE>(begin, begin + size, out);
-    }
-    return total;
+    const unsigned char* const end = begin + size;
+    return width_ == CONVI_UCS2_BE ? convert<CONVI_UCS2_BE>(begin, end, out, room)
+                                   : convert<CONVI_UCS4_BE>(begin, end, out, room);
 }

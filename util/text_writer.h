@@ -44,6 +44,9 @@ class text_writer_t {
     // Takes the characters of the last room() that lie before `end` as written.
     void advance_to(char* end) { end_ = end; }
 
+    // Drops the character that was put last.
+    void drop_last() { --end_; }
+
     [[gnu::noinline]] void flush() {
         append_text(out_, std::string_view(buffer_, buffered()));
         end_ = buffer_;
