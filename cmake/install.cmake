@@ -80,6 +80,7 @@ if(TARGET derkit_tool)
   install(TARGETS derkit_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   install(FILES tools/completion/derkit.bash RENAME derkit
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools OPTIONAL)
+  install(FILES docs/derkit.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/derkit COMPONENT tools)
   derkit_install_man_pages(1 tools)
   # Outside the system's directories too, the tool finds its library. In the build tree the library is one folder up; that
   # stays in the installed tool, because CMake would replace it with something as long, filled up with empty elements, each
