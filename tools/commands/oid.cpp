@@ -72,7 +72,7 @@ void warn_of_other_oids(const std::string& given, const std::string& content, co
     }
 }
 
-void show(const std::string& given, const place_t& place, oid_map_handle_t map, bool as_json, console_t& console) {
+void show_oid(const std::string& given, const place_t& place, oid_map_handle_t map, bool as_json, console_t& console) {
     const std::string content = find_oid(given, map);
     const std::string arcs = oid_arcs(content).value_or("");
     record_t record("oid", place);
@@ -95,7 +95,7 @@ void show(const std::string& given, const place_t& place, oid_map_handle_t map, 
 void run(const oid_options_t& options, console_t& console) {
     const oid_map_handle_t map = options.oid_map.load();
     for_each_argument(options.oids, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, map, options.json, console);
+        show_oid(given, place, map, options.json, console);
     });
 }
 
