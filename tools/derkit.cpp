@@ -1,7 +1,7 @@
 // derkit: the library from the command line.
 //
-// Exit status: 0 for success, 1 if an input could not be used or the output not be written, 2 for an invalid command
-// line.
+// Exit status: 0 if everything was shown or written, 1 if something could not be read or the output not be written, 2
+// for an invalid command line.
 #include <cerrno>
 #include <new>
 #include <stdexcept>
@@ -52,15 +52,29 @@ void add_commands(command_t& derkit, console_t& console) {
 #endif
 }
 
+void add_color_option(command_t& derkit, console_t& console) {
+    const auto set = [&console](const std::string& when) {
+        console.set_colors(when == "always"  ? colors_t::ALWAYS
+                           : when == "never" ? colors_t::NEVER
+                                             : colors_t::AUTOMATIC);
+    };
+    derkit.add_choice_everywhere(
+        {"--color", "WHEN",
+         "Colour headings and warnings: auto (the default; on a terminal, unless NO_COLOR is set), always or never"},
+        set, {"auto", "always", "never"});
+}
+
 int run(int argc, char** argv, console_t& console) {
     command_line_t command_line("derkit", "derkit " DERKIT_VERSION,
                                 "Shows certificates, names, keys and PKCS#12 containers, and makes containers");
     command_t derkit = command_line.root();
     add_commands(derkit, console);
+    add_color_option(derkit, console);
     try {
         if (const std::optional<std::string> text = command_line.run(argc, argv)) {
             console.put_bytes(*text);
         }
+        console.finish();
     } catch (const usage_error_t& error) {
         console.fail("usage", error.what() + std::string(" (see --help)"));
         return EXIT_USAGE;

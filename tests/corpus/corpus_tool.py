@@ -21,7 +21,8 @@ def child_seconds():
 
 def names_of(run, path):
     """Whether the run shows the file, or names it in a message."""
-    return os.fsencode(path) + b": " in run.stdout + run.stderr
+    path = os.fsencode(path)
+    return path + b": " in run.stdout + run.stderr or b"==> " + path + b" <==" in run.stdout
 
 
 def fault_of(tool, paths, max_seconds=MAX_SECONDS):

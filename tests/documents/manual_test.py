@@ -94,7 +94,7 @@ class ToolPage(unittest.TestCase):
         synopses = self.synopses()
         self.assertEqual(set(synopses), set(all_subcommands()))
         for subcommand, options in synopses.items():
-            self.assertEqual(options | {"--help"}, options_of(*subcommand), subcommand)
+            self.assertEqual(options | {"--help", "--color"}, options_of(*subcommand), subcommand)
 
     def test_every_subcommand_has_a_paragraph(self):
         titles = re.findall(r"^\.Ss (.*)$", page("derkit.1"), re.MULTILINE)
@@ -169,6 +169,7 @@ class Completion(unittest.TestCase):
         self.assertEqual(self.complete("p12", "convert", "--cipher", ""), ["kuznyechik", "magma"])
         self.assertEqual(self.complete("key", "--password-env", "HOM"), ["HOME"])
         self.assertEqual(self.complete("dn", "--get", ""), [])
+        self.assertEqual(self.complete("time", "--color", "a"), ["auto", "always"])
 
     def test_files(self):
         with tempfile.TemporaryDirectory() as folder:

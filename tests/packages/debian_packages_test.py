@@ -28,7 +28,8 @@ FILES = {
     "libderkit-gost1": {f"{LIBDIR}/libderkit-gost.so.1", f"{LIBDIR}/libderkit-gost.so.{VERSION}"},
     "libderkit-gost-dev": {f"usr/{path}" for path in gost_development_files(f"lib/{TRIPLET}", "none")},
     "derkit-tools": {f"usr/{path}" for path in manuals("1", ".gz")}
-        | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit"},
+        | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit",
+           "usr/share/derkit/derkit.schema.json"},
 }
 DEPENDENCIES = {  # a package, and which of its versions satisfy it
     "libderkit1": {name: ">=" for name in SYSTEM_LIBRARIES},

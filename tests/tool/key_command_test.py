@@ -12,7 +12,7 @@ import pfx
 from der import KEY_32, NULL, octet_string, oid, param_sets, pem, private_key, sequence
 from p12 import MALFORMED, MALFORMED_PARAMETERS, OVER_BUDGET, TOO_MANY_ITERATIONS
 from keys import WRONG_PASSWORD, KeyTest, encrypt, make_key, number_by_openssl
-from tool import fields
+from tool import as_text, fields
 
 GOST_2001, GOST_2012_256, GOST_2012_512 = der.GOST_2001, der.GOST_2012_256, der.GOST_2012_512
 # No octet of them is zero.
@@ -104,14 +104,14 @@ class Shapes(KeyTest):
     FAMILIES = {GOST_2001: "GOST R 34.10-2001", GOST_2012_256: "GOST R 34.10-2012 256", GOST_2012_512: "GOST R 34.10-2012 512"}
 
     def test_keys(self):
-        rows = [(algorithm, *row, "no") for algorithm, cases in [
+        rows = [(algorithm, *row, False) for algorithm, cases in [
             (GOST_2001, self.OF_256_BITS + self.LIKE_DER), (GOST_2012_256, self.OF_256_BITS), (GOST_2012_512, self.OF_512_BITS),
         ] for row in cases]
-        rows += [(algorithm, octets(), *row, "yes") for algorithm, octets, *row in self.WITH_PUBLIC_KEY]
+        rows += [(algorithm, octets(), *row, True) for algorithm, octets, *row in self.WITH_PUBLIC_KEY]
         cases, revealed = [], []
         for algorithm, octets, shape, size, number, public_key in rows:
             data = private_key(octets, algorithm, **PARAMETERS.get(algorithm, {}))
-            expected = {"shape": shape, "size": size, "bits": 8 * len(number), "readable": "yes", "public_key": public_key}
+            expected = {"shape": shape, "size": size, "bits": 8 * len(number), "readable": True, "public_key": public_key}
             cases.append((data, None, expected | {"key": None}))
             revealed.append((data, None, expected | {"key": number.hex().upper()}))
         self.check_all(cases)
@@ -121,7 +121,7 @@ class Shapes(KeyTest):
         self.check_all([
             (private_key(octets, algorithm, **PARAMETERS.get(algorithm, {})),
              f"not a key of {self.FAMILIES[algorithm]}: {MALFORMED}",
-             {"shape": None, "size": len(octets), "bits": None, "readable": "no", "key": None})
+             {"shape": None, "size": len(octets), "bits": None, "readable": False, "key": None})
             for algorithm, octets in self.NO_KEY
         ])
 
@@ -129,7 +129,7 @@ class Shapes(KeyTest):
         out_of_range = "not a key of GOST R 34.10-2001: the private key is out of range"
         other = "not a key of GOST R 34.10-2001: the public key does not belong to the private key"
         self.check_all([
-            (private_key(octets), problem, {"readable": "no"})
+            (private_key(octets), problem, {"readable": False})
             for octets, problem in [
                 (bytes(32), out_of_range),
                 (ORDER_32.to_bytes(32, "little"), out_of_range),
@@ -166,21 +166,21 @@ class Fields(KeyTest):
             "bits": 256,
             "shape": "OCTET STRING",
             "size": 32,
-            "attributes": "no",
-            "public_key": "no",
-            "readable": "yes",
+            "attributes": False,
+            "public_key": False,
+            "readable": True,
             "key": KEY_32[::-1].hex().upper(),
         }
         path = self.file("key.der", private_key())
-        lines = "".join(f"{name}: {value}\n" for name, value in expected.items())
-        self.assertEqual(self.succeeds(path, "--reveal"), lines)
-        self.assertEqual(self.objects(path, "--reveal"), [{"file": str(path), "index": 1, **expected}])
+        self.assertEqual(self.succeeds(path, "--reveal").splitlines(), as_text(expected))
+        place = {"format": 1, "object": "key", "file": str(path), "index": 1}
+        self.assertEqual(self.objects(path, "--reveal"), [place | expected])
 
     def test_families(self):
         self.check_all([
             (private_key(octet_string(octets), algorithm), None,
              {"family": family, "algorithm_oid": algorithm, "bits": 8 * len(octets), "shape": "OCTET STRING",
-              "readable": "yes"})
+              "readable": True})
             for algorithm, family, octets in [
                 (GOST_2001, "GOST R 34.10-2001", KEY_32),
                 (GOST_2012_256, "GOST R 34.10-2012 256", KEY_32),
@@ -190,7 +190,7 @@ class Fields(KeyTest):
         ])
         self.check_all([
             (private_key(octet_string(KEY_64), algorithm, **PARAMETERS[GOST_2012_512]), None,
-             {"family": family, "bits": 512, "readable": "yes"})
+             {"family": family, "bits": 512, "readable": True})
             for algorithm, family in [(GOST_2012_512, "GOST R 34.10-2012 512"),
                                       ("1.2.643.7.1.1.6.2", "GOST R 34.10-2012 512 key agreement")]
         ])
@@ -270,16 +270,16 @@ class Fields(KeyTest):
         public_key = der.element(0x81, bits)
         self.check_all([
             (private_key(after=after, version=version), None,
-             {"attributes": has_attributes, "public_key": has_key, "shape": "OCTET STRING", "readable": "yes"})
+             {"attributes": has_attributes, "public_key": has_key, "shape": "OCTET STRING", "readable": True})
             for version in (0, 1)
             for after, has_attributes, has_key in [
-                (b"", "no", "no"),
-                (attributes, "yes", "no"),
-                (der.element(der.CONTEXT_0), "yes", "no"),
-                (public_key, "no", "yes"),
-                (der.element(0xA1, der.element(der.BIT_STRING, bits)), "no", "yes"),
-                (attributes + public_key, "yes", "yes"),
-                (der.element(0x82, b"x") + public_key, "no", "yes"),
+                (b"", False, False),
+                (attributes, True, False),
+                (der.element(der.CONTEXT_0), True, False),
+                (public_key, False, True),
+                (der.element(0xA1, der.element(der.BIT_STRING, bits)), False, True),
+                (attributes + public_key, True, True),
+                (der.element(0x82, b"x") + public_key, False, True),
             ]
         ])
 
@@ -380,7 +380,7 @@ class KeysByOpenssl(KeyTest):
             for pk_format, shape in self.FORMATS:
                 key = make_key(algorithm, param_set, GOST_PK_FORMAT=pk_format)
                 number = number_by_openssl(key)
-                expected = {"family": family, "param_set": name, "shape": shape, "readable": "yes",
+                expected = {"family": family, "param_set": name, "shape": shape, "readable": True,
                             "bits": 8 * len(number), "key": number.hex().upper()}
                 plain.append((key, None, expected))
                 encrypted.append((encrypt(key, GOST_PK_FORMAT=pk_format), None, expected))
@@ -402,9 +402,8 @@ class KeysByOpenssl(KeyTest):
         self.assert_fields(shown, form="EncryptedPrivateKeyInfo", iterations="3000", key=None)
         del plain["form"]
         self.assertEqual(list(plain.items()), list(shown.items())[-len(plain) :])
-        [as_json] = self.objects(path, *self.password_file("secret"))
-        self.assertEqual((as_json.pop("file"), as_json.pop("index")), (str(path), 1))
-        self.assertEqual({name: str(value) for name, value in as_json.items()}, shown)
+        [found] = self.facts(path, *self.password_file("secret"))
+        self.assertEqual(as_text(found), [f"{name}: {value}" for name, value in shown.items()])
 
     def test_the_decrypted_key_is_never_printed_without_reveal(self):
         key = make_key()
@@ -478,7 +477,7 @@ class Schemes(KeyTest):
              {"scheme": "PBE-SHA1-3DES", "kdf": None, "salt_size": 8, "iterations": 2048}),
         ]
         number = number_by_openssl(key).hex().upper()
-        self.check_all([(data, None, expected | {"key": number, "readable": "yes"}) for data, expected in cases],
+        self.check_all([(data, None, expected | {"key": number, "readable": True}) for data, expected in cases],
                        "--reveal", *self.password_file("secret"), label="ENCRYPTED PRIVATE KEY")
 
     def test_a_key_of_another_algorithm_is_decrypted_too(self):

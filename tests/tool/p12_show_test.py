@@ -17,7 +17,7 @@ from p12 import (
     MALFORMED, MALFORMED_PARAMETERS, NAME, NO_MAC, NOT_A_CONTAINER, OTHER_MAC, OVER_BUDGET, PASSWORD,
     TOO_MANY_ITERATIONS, UNDECRYPTABLE, UNREADABLE_MAC, P12Test, pairs,
 )
-from tool import objects, only_with_all_cases, thin
+from tool import lines_with_places, objects, only_with_all_cases, thin, without_place
 
 EXTRACTED_NOTHING = "nothing is extracted, because not everything can be read (--partial extracts the rest)"
 X = pfx.cert_bag(der.certificate("x"))
@@ -42,12 +42,12 @@ class ContainersOfOpenssl(P12Test):
                 key, shown = sorted((key, shown), key=lambda found: found["object"], reverse=True)
                 key_id = hashlib.sha1(pair.certificate).hexdigest().upper()
                 for found in key, shown:
-                    self.assertEqual((found["friendly_name"], found["local_key_id"], found["encrypted"]), (NAME, key_id, "yes"))
+                    self.assertEqual((found["friendly_name"], found["local_key_id"], found["encrypted"]), (NAME, key_id, True))
                 self.assertEqual((key["family"], key["bits"]), (pair.family, 512 if pair.family.endswith("512") else 256))
                 self.assertEqual(shown["subject"], pair.subject)
                 dates = openssl.gost("x509", "-in", pair.certificate_file, "-noout", "-dates", "-dateopt", "iso_8601")
-                times = re.findall(r"=(\d+)-(\d\d)-(\d\d) (\S+)Z", dates.decode())
-                self.assertEqual([f"{day}.{month}.{year} {time} GMT" for year, month, day, time in times],
+                times = re.findall(r"=(\S+) (\S+Z)", dates.decode())
+                self.assertEqual([f"{day}T{time}" for day, time in times],
                                  [shown["not_before"], shown["not_after"]])
                 self.check_extracted(container, [pair.key], [pair.certificate])
 
@@ -70,13 +70,15 @@ class ContainersOfOpenssl(P12Test):
     def test_a_key_in_the_clear_is_reported(self):
         container = self.pair.export("-keypbe", "NONE", "-nocerts")
         shown = [(found["object"], found.get("encrypted")) for found in self.show(container)[1:]]
-        self.assertEqual(shown, [("key", "no")])
+        self.assertEqual(shown, [("key", False)])
         self.check_extracted(container, [self.pair.key], [])
 
     def test_without_a_password_the_outside_is_listed(self):
         container, mac, certificates, keys, key = self.show_all(self.pair.export("-iter", "2001"), password=None)
-        self.assertEqual(container, {"object": "container", "kind": "GOST R 34.11-94", "kind_number": 1})
-        self.assertEqual(mac, {
+        path = str(self.folder / "shown.p12")
+        place = {"format": 1, "file": path, "index": 1}
+        self.assertEqual(container, place | {"object": "container", "kind": "GOST R 34.11-94", "kind_number": 1})
+        self.assertEqual(mac, place | {
             "object": "mac", "algorithm": "GOST R 34.11-94", "algorithm_oid": "1.2.643.2.2.9", "salt_size": 8,
             "iterations": 2001,
         })
@@ -84,26 +86,25 @@ class ContainersOfOpenssl(P12Test):
         encrypted_data = {"content_type": "encryptedData", "content_type_oid": pfx.ENCRYPTED_DATA}
         data = {"content_type": "data", "content_type_oid": pfx.DATA}
         shrouded = {"type": "pkcs8ShroudedKeyBag", "type_oid": pfx.SHROUDED_KEY_BAG}
-        self.assertEqual(certificates, {"object": "entry", "entry": 1, **encrypted_data, **encryption})
-        self.assertEqual(keys, {"object": "entry", "entry": 2, **data})
-        self.assertEqual(key, {"object": "bag", "entry": 2, "bag": 1, **shrouded, **encryption})
+        self.assertEqual(certificates, place | {"object": "entry", "entry": 1, **encrypted_data, **encryption})
+        self.assertEqual(keys, place | {"object": "entry", "index": 2, "entry": 2, **data})
+        self.assertEqual(key, place | {"object": "bag", "entry": 2, "bag": 1, **shrouded, **encryption})
 
     def test_with_the_password_the_scheme_of_each_part_is_shown(self):
         shown = {found["object"]: found for found in self.show_all(self.pair.export("-iter", "2001"))}
-        self.assertEqual(shown["container"],
-                         {"object": "container", "kind": "GOST R 34.11-94", "kind_number": 1, "form": "standard"})
+        self.assertEqual(without_place(shown["container"]), {"kind": "GOST R 34.11-94", "kind_number": 1, "form": "standard"})
         encryption = pfx.SHOWN_PBES2 | {"iterations": 2001}
         for each in "key", "certificate":
             self.assertEqual({name: shown[each][name] for name in encryption}, encryption)
 
-    def test_lines_have_the_object_first(self):
+    def test_each_object_has_its_place_in_its_heading(self):
         path = self.file("a.p12", self.pair.export())
         for password, lines in [
             (None, ["mac: algorithm: GOST R 34.11-94", "mac: salt_size: 8", "entry 1: content_type: encryptedData",
                     "entry 1: cipher_param_set_oid: 1.2.643.2.2.31.1", "entry 2, bag 1: type: pkcs8ShroudedKeyBag"]),
             (PASSWORD, ["mac: verdict: good", f"key 1: friendly_name: {NAME}", f"certificate 1: subject: {self.pair.subject}"]),
         ]:
-            shown = self.succeeds("show", path, password=password).splitlines()
+            shown = lines_with_places(self.succeeds("show", path, password=password), path)
             self.assertEqual([line for line in lines if line not in shown], [])
 
     def test_a_password_may_come_from_a_file_the_environment_and_standard_input(self):
@@ -116,7 +117,8 @@ class ContainersOfOpenssl(P12Test):
             ([path, "--password-stdin"], f"{PASSWORD}\n".encode()),
             (["-", "--password-file", password], container),
         ]:
-            self.assertEqual(self.succeeds("show", *arguments, password=None, stdin=stdin), expected)
+            shown = self.succeeds("show", *arguments, password=None, stdin=stdin)
+            self.assertEqual(shown.replace("(standard input)", str(path)), expected)
 
     def test_standard_input_cannot_be_both_container_and_password(self):
         out = self.folder / "out"
@@ -139,8 +141,8 @@ class Refusals(P12Test):
         container = self.pair.export("-nomac")
         self.check_refused(container, NO_MAC)
         whole, mac, *_ = self.show_all(container, password=None)
-        self.assertEqual(whole, {"object": "container", "kind": "no MAC", "kind_number": 11, "not_read": NO_MAC})
-        self.assertEqual(mac, {"object": "mac", "algorithm": "none"})
+        self.assertEqual(without_place(whole), {"kind": "no MAC", "kind_number": 11, "not_read": NO_MAC})
+        self.assertEqual((mac["object"], without_place(mac)), ("mac", {"algorithm": "none"}))
 
     def test_what_no_mac_vouches_for_is_opened_when_asked_for(self):
         md4 = pfx.mac_data(bytes(16), algorithm=der.algorithm("1.2.840.113549.2.4"))
@@ -228,8 +230,8 @@ class Refusals(P12Test):
     def test_no_password_and_an_empty_one_are_told_apart_by_the_mac(self):
         for made_with in None, "":
             path = self.file("a.p12", pfx.container(made_with, pfx.data_entry(X)))
-            self.assertIn("certificate 1: subject: CN=x\n", self.succeeds("show", path, password=""))
-            self.assertIn("certificate 1: subject: CN=x\n", self.succeeds("show", path, "--no-password", password=None))
+            self.assertIn("\nsubject: CN=x\n", self.succeeds("show", path, password=""))
+            self.assertIn("\nsubject: CN=x\n", self.succeeds("show", path, "--no-password", password=None))
 
     def test_what_is_no_container(self):
         data = pfx.content_info(pfx.DATA, octet_string(sequence()))
@@ -512,7 +514,7 @@ class Bags(P12Test):
             pfx.encrypt_entry("x", pfx.key_bag(keys[2]), pfx.encrypt_key("x", keys[3])),
         )
         shown = self.show(container, password="x")[1:]
-        self.assertEqual([found["encrypted"] for found in shown], ["no", "yes", "yes", "yes"])
+        self.assertEqual([found["encrypted"] for found in shown], [False, True, True, True])
         kinds = {(found["family"], found["shape"]) for found in shown}
         self.assertEqual(kinds, {("GOST R 34.10-2001", "OCTET STRING")})
         self.check_extracted(container, keys, [], password="x")
@@ -540,13 +542,13 @@ class Bags(P12Test):
         name = der.name(der.attribute(der.COMMON_NAME, der.T61_STRING, "ü".encode("latin-1")))
         path = self.file("shown.p12", pfx.container("x", pfx.data_entry(pfx.cert_bag(der.certificate(name)))))
         for options, subject in ([], "CN=þ"), (["--t61", "latin1"], "CN=ü"):
-            self.assertIn(f"certificate 1: subject: {subject}\n", self.succeeds("show", *options, path, password="x"))
+            self.assertIn(f"\nsubject: {subject}\n", self.succeeds("show", *options, path, password="x"))
 
     def test_times_of_validity(self):
         times = [
-            ("250102030405Z", "491231235959Z", "02.01.2025 03:04:05 GMT", "31.12.2049 23:59:59 GMT"),
-            ("500101000000Z", "20500101000000Z", "01.01.1950 00:00:00 GMT", "01.01.2050 00:00:00 GMT"),
-            ("991231235959Z", "99991231235959Z", "31.12.1999 23:59:59 GMT", "31.12.9999 23:59:59 GMT"),
+            ("250102030405Z", "491231235959Z", "2025-01-02T03:04:05Z", "2049-12-31T23:59:59Z"),
+            ("500101000000Z", "20500101000000Z", "1950-01-01T00:00:00Z", "2050-01-01T00:00:00Z"),
+            ("991231235959Z", "99991231235959Z", "1999-12-31T23:59:59Z", "9999-12-31T23:59:59Z"),
         ]
         shown = self.show_bags(*(pfx.cert_bag(certificate_of(begin, end)) for begin, end, _, _ in times))
         self.assertEqual([(found["not_before"], found["not_after"]) for found in shown], [row[2:] for row in times])
@@ -571,14 +573,14 @@ class Bags(P12Test):
 
     def test_octets_that_are_not_a_key_fail_as_they_do_for_the_command_key(self):
         shown, told = self.show_bad_bags(pfx.key_bag(private_key(octet_string(bytes(31)))))
-        self.assertEqual(shown[1]["readable"], "no")
+        self.assertEqual(shown[1]["readable"], False)
         self.assertEqual(told, [f"key 1: not a key of GOST R 34.10-2001: {MALFORMED}"])
 
     def test_every_shape_of_a_key_is_readable(self):
         octets = bytes(range(1, 33))
         shapes = octet_string(octets), octets, element(der.INTEGER, octets)
         shown = self.show_bags(*(pfx.key_bag(private_key(each)) for each in shapes))
-        self.assertEqual([found["readable"] for found in shown], ["yes"] * 3)
+        self.assertEqual([found["readable"] for found in shown], [True] * 3)
 
     def test_an_attribute_of_another_kind_is_no_matter(self):
         other = pfx.attribute("1.3.6.1.4.1.311.17.1", element(BMP_STRING, b"\0x"))

@@ -104,10 +104,10 @@ class Memory(ToolTest):
 class Process(ToolTest):
     def waiting(self, **how):
         """Returns a run that has shown two certificates and waits for more."""
-        child = self.start("cert", "-", stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **how)
+        child = self.start("cert", "--json", "-", stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **how)
         child.stdin.write(2 * pem(certificate("x")))
         child.stdin.flush()
-        self.assertEqual(child.stdout.read(1), b"s")
+        self.assertEqual(child.stdout.read(1), b"{")
         return child
 
     def test_there_is_no_core_dump(self):

@@ -12,7 +12,7 @@ from pathlib import Path
 
 import der
 from der import pem
-from tool import Terminal, ToolTest, only_with_all_cases, run, thin
+from tool import output_schema, Terminal, ToolTest, only_with_all_cases, run, thin
 
 CHUNK_SIZE = 65536  # the tool reads so much at a time
 LINE_ENDS = ["\n", "\r\n", "\r"]
@@ -60,7 +60,9 @@ class Streaming(ToolTest):
         for i in range(3):
             child.stdin.write(pem(certificate(i)))
             child.stdin.flush()
-            self.assertEqual(json.loads(child.stdout.readline())["subject"], f"CN={i:08}")
+            line = child.stdout.readline()
+            output_schema.check_object(json.loads(line))
+            self.assertEqual(json.loads(line)["subject"], f"CN={i:08}")
 
     def test_blocks_may_cross_the_end_of_a_chunk(self):
         for line_end in LINE_ENDS:

@@ -129,7 +129,7 @@ class OidCommand(ToolTest):
     def test_dotted_text_short_name_and_hex(self):
         for text in thin(["2.5.4.3", "CN", "cn", "550403", "55:04:03", "55 04 03", " 5504 03 "], 4):
             self.assertEqual(self.shows(text), self.CN)
-            self.assertEqual(self.objects(text), [self.CN])
+            self.assertEqual(self.facts(text), [self.CN])
         self.assertEqual(self.shows(der.EXAMPLE_OID), {"oid": der.EXAMPLE_OID, "der": "2B06010401868D1F01"})
 
     def warns(self, text, *warnings):
@@ -180,7 +180,7 @@ class OidCommand(ToolTest):
 
     def test_a_whole_element_is_taken_for_its_content(self):
         for text in "0603550403", "06 03 55 04 03", "0681 03 550403", "#550403", "#0603550403":
-            self.assertEqual(self.objects(text), [self.CN])
+            self.assertEqual(self.facts(text), [self.CN])
         # Octets after an element, or fewer than it says: content that happens to begin with 06.
         for text, arcs in ("06035504 0301", "0.6.3.85.4.3.1"), ("06045504 03", "0.6.4.85.4.3"), ("0600", "0.6.0"):
             self.assertEqual(self.objects(text)[0]["oid"], arcs)
@@ -247,7 +247,7 @@ class AlgCommand(ToolTest):
         }
         for text in "sha256RSA", "SHA256rsa", "0x00040001", "0X40001", "262145", "1.2.840.113549.1.1.11":
             self.assertEqual(self.shows(text), expected)
-            self.assertEqual(self.objects(text), [expected])
+            self.assertEqual(self.facts(text), [expected | {"code": 0x00040001}])
 
     def test_a_hash_has_the_octets_before_its_digest(self):
         for name, prefix in thin(self.PREFIXES.items(), 4):
@@ -280,9 +280,12 @@ class AlgCommand(ToolTest):
 
 class TimeCommand(ToolTest):
     COMMAND = ("time",)
-    NO_MOMENT = 'neither seconds since the epoch nor a time like "2024.02.29 13:05:09" from 1900 on'
+    NO_MOMENT = ('neither seconds since the epoch nor a time like 2024-02-29T13:05:09Z or "2024.02.29 13:05:09" from '
+                 "1900 on")
     ZONES = {"UTC": "UTC0", "Marquesas": "<-0930>9:30", "Kiritimati": "<+14>-14", "Paris": "CET-1CEST,M3.5.0,M10.5.0/3"}
     LEAP_DAY = {
+        "time": "2024-02-29T13:05:09Z",
+        "time_local": "2024-02-29T13:05:09+00:00",
         "gmt": "29.02.2024 13:05:09 GMT",
         "gmt_log": "2024.02.29 13:05:09 GMT",
         "local": "29.02.2024 13:05:09",
@@ -295,13 +298,15 @@ class TimeCommand(ToolTest):
         return super().tool(*arguments, env={"TZ": zone})
 
     def test_a_text_and_its_seconds_are_the_same_moment(self):
-        for moment in "2024.02.29 13:05:09", "2024.02.29 13:05:09 GMT", "2024.2.29 13:5:9", "1709211909":
+        for moment in ("2024-02-29T13:05:09Z", "2024.02.29 13:05:09", "2024.02.29 13:05:09 GMT", "2024.2.29 13:5:9",
+                       "1709211909"):
             self.assertEqual(list(self.shows(moment).items()), list(self.LEAP_DAY.items()))
-        self.assertEqual(self.objects("1709211909"), [self.LEAP_DAY | {"seconds": 1709211909}])
+        self.assertEqual(self.facts("1709211909"), [self.LEAP_DAY | {"seconds": 1709211909}])
 
     def test_a_text_is_gmt_whatever_the_zone(self):
-        for zone, local in ("XYZ-5:30", "18:35:09"), ("XYZ8", "05:05:09"):
+        for zone, local, offset in ("XYZ-5:30", "18:35:09", "+05:30"), ("XYZ8", "05:05:09", "-08:00"):
             expected = self.LEAP_DAY | {
+                "time_local": f"2024-02-29T{local}{offset}",
                 "local": f"29.02.2024 {local}", "local_log": f"2024.02.29 {local}", "local_ctime": f"Thu Feb 29 {local} 2024"
             }
             for moment in "2024.02.29 13:05:09", "1709211909":
@@ -338,7 +343,7 @@ class TimeCommand(ToolTest):
         done = self.tool("1969.12.31 23:59:59")
         warning = "derkit: 1969.12.31 23:59:59: warning: has no number of seconds since the epoch on this system"
         self.assertEqual((done.status, done.errors), (0, [warning]))
-        self.assertEqual(list(fields(done.text)), ["gmt", "gmt_log", "local"])
+        self.assertEqual([key for key in fields(done.text) if key != "time_local"], ["time", "gmt", "gmt_log", "local"])
 
     def test_what_is_no_moment_is_refused(self):
         texts = [b"-", b"12x", *(case.text("log text") for case in cases("cert-times.txt", "refused", text="log text"))]
@@ -348,8 +353,17 @@ class TimeCommand(ToolTest):
             *((["--", seconds], f"{seconds}: {too_far}") for seconds in ("9" * 20, "-" + "9" * 20, "-2208988801")),
         ])
 
-    def test_one_moment_is_required(self):
-        self.check_usage([([], ""), (["1", "2"], "")])
+    def test_local_time_has_the_offset_of_its_own_season(self):
+        for moment, local in ("2024-01-15T12:00:00Z", "13:00:00+01:00"), ("2024-07-15T12:00:00Z", "14:00:00+02:00"):
+            self.assertEqual(self.shows(moment, zone=self.ZONES["Paris"])["time_local"], f"{moment[:10]}T{local}")
+
+    def test_times_that_iso_8601_writes_otherwise_are_refused(self):
+        texts = ("2024-02-29T13:05:09", "2024-02-29 13:05:09Z", "2024-02-30T13:05:09Z", "2024-2-29T13:05:09Z",
+                 "2024-02-29T24:00:00Z", "-2024-02-29T13:05:09Z", "1899-12-31T23:59:59Z")
+        self.check_failures([(["--", text], f"{text}: {self.NO_MOMENT}") for text in texts])
+
+    def test_a_moment_is_required(self):
+        self.check_usage([([], "")])
 
 
 if __name__ == "__main__":

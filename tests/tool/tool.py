@@ -20,7 +20,8 @@ import unittest
 from pathlib import Path
 from typing import NamedTuple
 
-sys.path.insert(0, str(Path(__file__).parents[1] / "data"))
+sys.path[:0] = [str(Path(__file__).parents[1] / folder) for folder in ("data", "support")]
+import output_schema
 import vectors  # for tests that share cases with the library's own
 
 TOOL = os.environ["DERKIT_TOOL"]
@@ -51,11 +52,13 @@ class Run(NamedTuple):
 
 
 def run(*arguments, stdin=b"", env={}, stdout=subprocess.PIPE, **options):
-    """Runs the tool without a terminal."""
+    """Runs the tool without a terminal. All JSON that it writes is held against its schema."""
     done = subprocess.run(
         [*COMMAND, *map(str, arguments)], input=stdin, stdout=stdout, stderr=subprocess.PIPE, timeout=TIME_LIMIT,
         start_new_session=True, env=os.environ | env, **options,
     )
+    if "--json" in arguments and done.stdout and done.returncode in (0, 1):
+        output_schema.check_output(done.stdout.decode())
     return Run(done.returncode, done.stdout, done.stderr.decode().splitlines())
 
 
@@ -80,6 +83,24 @@ def fields(text):
 def objects(text):
     """Returns the JSON objects, one a line."""
     return list(map(json.loads, text.splitlines()))
+
+
+def without_place(found):
+    """Returns an object without what all objects have."""
+    return {key: value for key, value in found.items() if key not in ("format", "object", "file", "index")}
+
+
+def lines_with_places(text, path):
+    """Returns the lines of all objects, each after its place in the file."""
+    blocks = [block.splitlines() for block in text.split("\n\n")]
+    places = [block[0].removeprefix(f"==> {path}: ").removesuffix(" <==") for block in blocks]
+    return [f"{place}: {line}" for place, block in zip(places, blocks) for line in block[1:]]
+
+
+def as_text(facts):
+    """Returns the lines of the values of an object, as the tool shows them without --json."""
+    yes_or_no = {False: "no", True: "yes"}
+    return [f"{key}: {yes_or_no[value] if isinstance(value, bool) else value}" for key, value in facts.items()]
 
 
 class ToolTest(unittest.TestCase):
@@ -112,6 +133,10 @@ class ToolTest(unittest.TestCase):
     def objects(self, *arguments, **how):
         """Returns the JSON objects of a run without messages."""
         return objects(self.succeeds(*arguments, "--json", **how))
+
+    def facts(self, *arguments, **how):
+        """The same without what all objects have."""
+        return list(map(without_place, self.objects(*arguments, **how)))
 
     def fails(self, *arguments, status=1, **how):
         """Returns the one message, without its "derkit: ", of a run that writes nothing else."""

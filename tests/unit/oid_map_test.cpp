@@ -44,6 +44,7 @@ lines_t entries_of(std::string_view text) {
 
 // ---- layout ----
 
+#ifdef __GLIBCXX__ // other C++ libraries have containers of other sizes
 TEST(oid_map_layout, map_begins_with_its_list_and_three_indexes_in_that_order) {
     const OIDmaps_t map;
     const char* const start = reinterpret_cast<const char*>(&map);
@@ -55,6 +56,7 @@ TEST(oid_map_layout, map_begins_with_its_list_and_three_indexes_in_that_order) {
     static_assert(std::is_base_of_v<OIDmaps_t, default_oid_map_t>);
     static_assert(std::is_base_of_v<default_oid_map_t, default_file_oid_map_t>);
 }
+#endif
 
 TEST(oid_map_layout, texts_of_an_entry_lie_in_one_block) {
     const parsed_map_t map("2.005.4.3 = Cn, the common name\n1.2.3 =");

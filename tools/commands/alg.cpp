@@ -1,13 +1,14 @@
 // derkit alg: everything known about an algorithm.
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "commands/commands.h"
+#include "commands/facts.h"
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
 #include "formats/named_oid.h"
@@ -16,7 +17,7 @@
 namespace {
 
 struct alg_options_t {
-    std::string alg;
+    std::vector<std::string> algs;
     bool json = false;
 };
 
@@ -94,16 +95,10 @@ std::string digest_info_prefix(pki_alg_t hash) {
     return digest_info;
 }
 
-std::string code_text(pki_alg_t alg) {
-    char text[sizeof "0x00040001"];
-    static_cast<void>(std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned int>(alg)));
-    return text;
-}
-
-void run(const alg_options_t& options, console_t& console) {
-    const pki_alg_t alg = find_alg(options.alg);
-    record_t record;
-    record.add("code", code_text(alg));
+void show_algorithm(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+    const pki_alg_t alg = find_alg(given);
+    record_t record("algorithm", place);
+    record.add_code("code", alg);
     record.add("name", I2S_PKI_ALG_T->getString(alg, ""));
     const oid_ref_t oid = find_oid(alg);
     if (oid.size != 0) {
@@ -111,13 +106,19 @@ void run(const alg_options_t& options, console_t& console) {
     }
     if (PKI_HASH_ALG_TO_OID(alg).size != 0) {
         record.add("digest_size", digest_size(alg));
-        record.add("digest_info_prefix", to_hex(digest_info_prefix(alg)));
+        record.add_bytes("digest_info_prefix", digest_info_prefix(alg));
     }
     const oid_ref_t ike = asn_form_ike_signalg(alg);
     if (ike.size != 0) {
-        record.add("ike_algorithm_identifier", to_hex(chars(ike.data, ike.size)));
+        record.add_bytes("ike_algorithm_identifier", chars(ike.data, ike.size));
     }
-    console.put(record, options.json);
+    console.put(record, as_json);
+}
+
+void run(const alg_options_t& options, console_t& console) {
+    for_each_argument(options.algs, console, [&](const std::string& given, const place_t& place) {
+        show_algorithm(given, place, options.json, console);
+    });
 }
 
 } // namespace
@@ -125,8 +126,8 @@ void run(const alg_options_t& options, console_t& console) {
 void add_alg_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("alg", "Show an algorithm's code, name, OID and encodings");
     const auto options = std::make_shared<alg_options_t>();
-    command.add_argument("ALGORITHM", options->alg, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID");
-    command.add_flag("--json", options->json, "One JSON object");
+    command.add_argument("ALGORITHM", options->algs, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID");
+    command.add_flag("--json", options->json, "One JSON object a line");
     command.set_footer("A hash has digest_size (bytes) and digest_info_prefix: the DER before the digest in its "
                        "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.\n"
                        "Examples:\n"

@@ -80,13 +80,7 @@ class cert_command_t {
 };
 
 void cert_command_t::run() {
-    for (const std::string& file : options_.files) {
-        try {
-            run_file(file);
-        } catch (const failure_t& failure) {
-            console_.fail(failure);
-        }
-    }
+    for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
     if (options_.round_trip) {
         show_counts();
     }
@@ -148,15 +142,14 @@ void cert_command_t::run_pem_block(const pem_block_t& block, const place_t& plac
 }
 
 void cert_command_t::show(const certificate_t& certificate, const place_t& place) {
-    record_t record = start_record(place, options_.json);
+    record_t record("certificate", place);
     show_field("subject", certificate.subject, place, record);
     show_field("issuer", certificate.issuer, place, record);
     for (const std::string& problem : add_certificate_facts(certificate, style_.map, options_.local, record)) {
         console_.fail(place.subject, problem);
     }
     warn_of_remarks(record, place.subject, console_);
-    const bool several_files = options_.files.size() > 1;
-    console_.put(record, options_.json, several_files ? shown_text_t(place.file + ": ") : shown_text_t());
+    console_.put(record, options_.json);
 }
 
 void cert_command_t::show_field(const char* field, const blob_t& name, const place_t& place, record_t& record) {
@@ -169,17 +162,11 @@ void cert_command_t::show_field(const char* field, const blob_t& name, const pla
 }
 
 void cert_command_t::show_counts() {
-    const unsigned int num_held = num_names_ - num_failures_;
-    if (options_.json) {
-        record_t record;
-        record.add("names", num_names_);
-        record.add("round_trips", num_held);
-        record.add("failures", num_failures_);
-        console_.put(record, true);
-        return;
-    }
-    console_.put(shown_text_t(std::to_string(num_names_) + " names, " + std::to_string(num_held) +
-                              " round trips hold, " + std::to_string(num_failures_) + " failures"));
+    record_t record("round_trips", {COMMAND_LINE, 1, "all names"});
+    record.add("names", num_names_);
+    record.add("round_trips", num_names_ - num_failures_);
+    record.add("failures", num_failures_);
+    console_.put(record, options_.json);
 }
 
 } // namespace

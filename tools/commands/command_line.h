@@ -55,6 +55,10 @@ class command_t {
     void add_option(const option_text_t& text, std::vector<std::string>& values); // repeatable
     void add_choice(const option_text_t& text, std::string& value, names_t choices);
 
+    // This command and all that were added below it have the option. `set` is called before any action.
+    void add_choice_everywhere(const option_text_t& text, const std::function<void(const std::string&)>& set,
+                               names_t choices);
+
     // Options that were added before.
     void require(names_t names);
     void exclude(const char* name, names_t others); // none of the others beside it

@@ -75,9 +75,9 @@ void run(const dn_options_t& options, console_t& console) {
         console.warn(options.text, name.remark);
     }
     if (options.json) {
-        record_t record;
+        record_t record("name", {COMMAND_LINE, 1, options.text});
         record.add("dn", name.text);
-        record.add("der", to_hex(name.der));
+        record.add_bytes("der", name.der);
         if (options.get.has_value()) {
             record.add("value", get_value(name, *options.get));
         }

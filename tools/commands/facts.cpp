@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "derkit/int2str.h"
+#include "formats/iso_time.h"
 #include "io/bytes.h"
 
 namespace {
@@ -40,14 +40,9 @@ std::string number_text(std::string_view content) {
 }
 
 void add_time(const char* key, const char* local_key, cert_time64_t time, bool local, record_t& record) {
-    if (time == CERT_TIME64_INVALID) {
-        return;
-    }
-    std::string text;
-    record.add(key, CertTimeToStringGMT(time, text));
+    record.add_if(key, utc_text(time).value_or(""));
     if (local) {
-        text.clear();
-        record.add(local_key, CertTimeToString(time, text));
+        record.add_if(local_key, local_text(time).value_or(""));
     }
 }
 
@@ -90,19 +85,32 @@ place_t place_in_pem(const std::string& file, const char* thing, unsigned int nu
     return {file, number, file + ": " + which + " (line " + std::to_string(line) + ")"};
 }
 
-record_t start_record(const place_t& place, bool as_json) {
-    record_t record;
-    if (as_json) {
-        record.add("file", place.file);
-        record.add("index", place.index);
-    }
-    return record;
-}
-
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console) {
     if (size != 0) {
         console.warn(subject, std::to_string(size) + " bytes after the " + thing + " are ignored");
     }
+}
+
+void for_each_file(const std::vector<std::string>& files, console_t& console,
+                   const std::function<void(const std::string& file)>& handle) {
+    if (files.size() > 1) {
+        console.expect_several();
+    }
+    for (const std::string& file : files) {
+        try {
+            handle(file);
+        } catch (const failure_t& failure) {
+            console.fail(failure);
+        }
+    }
+}
+
+void for_each_argument(const std::vector<std::string>& arguments, console_t& console,
+                       const std::function<void(const std::string& argument, const place_t& place)>& handle) {
+    unsigned int number = 0;
+    for_each_file(arguments, console, [&](const std::string& argument) {
+        handle(argument, {COMMAND_LINE, ++number, argument});
+    });
 }
 
 void add_oid(const char* key, const named_oid_t& named, record_t& record) {

@@ -2,6 +2,7 @@
 #ifndef DERKIT_TOOLS_COMMANDS_FACTS_H
 #define DERKIT_TOOLS_COMMANDS_FACTS_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,20 +14,18 @@
 #include "formats/public_key.h"
 #include "io/console.h"
 
-// Where an object was found: a file and, if it holds several, which one.
-struct place_t {
-    std::string file;
-    unsigned int index = 1;
-    std::string subject; // of messages
-};
-
 // "FILE: key 2 (line 7)".
 place_t place_in_pem(const std::string& file, const char* thing, unsigned int number, std::size_t line);
 
-// A record for an object. In JSON it begins with the place.
-record_t start_record(const place_t& place, bool as_json);
-
 void warn_of_trailing(const std::string& subject, const char* thing, unsigned long long size, console_t& console);
+
+// Handles one file after the other; what cannot be used is reported, and the others go on.
+void for_each_file(const std::vector<std::string>& files, console_t& console,
+                   const std::function<void(const std::string& file)>& handle);
+
+// The same for arguments that are no files.
+void for_each_argument(const std::vector<std::string>& arguments, console_t& console,
+                       const std::function<void(const std::string& argument, const place_t& place)>& handle);
 
 // Adds the OID, and a remark if it is in hexadecimal.
 void add_oid(const char* key, const named_oid_t& named, record_t& record);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "commands/commands.h"
 #include "commands/facts.h"
@@ -21,7 +22,7 @@
 namespace {
 
 struct key_options_t {
-    std::string file;
+    std::vector<std::string> files;
     password_option_t password;
     iterations_option_t iterations;
     bool json = false;
@@ -31,9 +32,9 @@ struct key_options_t {
 // The number, or all of privateKey where none was found in it.
 void add_octets(const private_key_t& key, record_t& record) {
     if (key.key.has_value()) {
-        record.add("key", to_hex(key.key->number()));
+        record.add_bytes("key", key.key->number());
     } else {
-        record.add("octets", to_hex(chars(key.content)));
+        record.add_bytes("octets", chars(key.content));
     }
 }
 
@@ -46,10 +47,10 @@ void add_key(const private_key_t& key, bool reveal, record_t& record) {
     }
     record.add_if("shape", key.shape);
     record.add("size", key.size);
-    record.add_yes_or_no("attributes", key.has_attributes);
-    record.add_yes_or_no("public_key", key.has_public_key);
+    record.add("attributes", key.has_attributes);
+    record.add("public_key", key.has_public_key);
     if (key.is_gost) {
-        record.add_yes_or_no("readable", key.key.has_value());
+        record.add("readable", key.key.has_value());
     }
     if (reveal) {
         add_octets(key, record);
@@ -69,6 +70,7 @@ class key_command_t {
     gost::limits cost_;                // what is left of the run's
     std::optional<secret_t> password_; // once it was needed
 
+    void run_file(const std::string& file);
     bool run_pem(const std::string& text, const std::string& file);
     void show(std::string_view der, const place_t& place);
     void show_plain(std::string_view der, const place_t& place);
@@ -80,11 +82,15 @@ class key_command_t {
     const secret_t& password();
 };
 
-// No DER has a line that begins a PEM block, whereas text may start like DER.
 void key_command_t::run() {
-    std::string bytes = read_filled_input(options_.file);
+    for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
+}
+
+// No DER has a line that begins a PEM block, whereas text may start like DER.
+void key_command_t::run_file(const std::string& file) {
+    std::string bytes = read_filled_input(file);
     const wipe_at_end_t wiping(bytes);
-    const std::string name = input_name(options_.file);
+    const std::string name = input_name(file);
     if (!run_pem(bytes, name)) {
         show(bytes, {name, 1, name});
     }
@@ -123,8 +129,8 @@ void key_command_t::show_plain(std::string_view der, const place_t& place) {
     record_t record = start_key("PrivateKeyInfo", key.trailing.size, place);
     add_key(key, options_.reveal, record);
     warn_of_remarks(record, place.subject, console_);
-    console_.put(record, options_.json);
     fail_if(key.fault, place);
+    console_.put(record, options_.json);
 }
 
 // The fields outside the ciphertext are shown whether or not the decryption succeeds. Nothing has failed if no password
@@ -146,8 +152,8 @@ void key_command_t::show_encrypted(std::string_view der, const place_t& place) {
         problem = add_decrypted_key(element, scheme, record);
     }
     warn_of_remarks(record, place.subject, console_);
-    console_.put(record, options_.json);
     fail_if(options_.password.given() ? problem : "", place);
+    console_.put(record, options_.json);
 }
 
 // What one key costs at most is taken from what the others may: PBES2 derives two blocks at most, and the old schemes of
@@ -178,7 +184,7 @@ std::string key_command_t::add_decrypted_key(std::string_view der, const gost::e
 
 record_t key_command_t::start_key(const char* form, std::size_t num_trailing, const place_t& place) {
     warn_of_trailing(place.subject, "key", num_trailing, console_);
-    record_t record = start_record(place, options_.json);
+    record_t record("key", place);
     record.add("form", form);
     return record;
 }
@@ -191,7 +197,7 @@ void key_command_t::fail_if(const std::string& problem, const place_t& place) {
 
 const secret_t& key_command_t::password() {
     if (!password_.has_value()) {
-        password_.emplace(options_.password.read(input_name(options_.file)));
+        password_.emplace(options_.password.read(input_name(options_.files.front())));
     }
     return *password_;
 }
@@ -201,7 +207,7 @@ const secret_t& key_command_t::password() {
 void add_key_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("key", "Show GOST private keys (PKCS#8), plain or encrypted");
     const auto options = std::make_shared<key_options_t>();
-    command.add_argument("FILE", options->file, "PEM, with any number of keys, or DER; - is standard input");
+    command.add_argument("FILE", options->files, "PEM, with any number of keys, or DER; - is standard input");
     options->password.add_to(command);
     options->iterations.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
@@ -215,7 +221,7 @@ void add_key_command(command_t& parent, console_t& console) {
                        "  derkit key key.pem\n"
                        "  derkit key --password-ask encrypted.pem");
     command.set_action([options, &console] {
-        if (options->file == "-" && options->password.takes_stdin()) {
+        if (options->password.takes_stdin() && std::ranges::find(options->files, "-") != options->files.end()) {
             throw usage_error_t("--password-stdin: the key itself comes from the standard input");
         }
         key_command_t(*options, console).run();

@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "commands/commands.h"
+#include "commands/facts.h"
 #include "commands/options.h"
 #include "derkit/asn_helper.h"
 #include "derkit/asn_oidmap.h"
@@ -15,7 +17,7 @@
 namespace {
 
 struct oid_options_t {
-    std::string oid;
+    std::vector<std::string> oids;
     oid_map_option_t oid_map;
     bool json = false;
 };
@@ -70,13 +72,12 @@ void warn_of_other_oids(const std::string& given, const std::string& content, co
     }
 }
 
-void run(const oid_options_t& options, console_t& console) {
-    const oid_map_handle_t map = options.oid_map.load();
-    const std::string content = find_oid(options.oid, map);
+void show_oid(const std::string& given, const place_t& place, oid_map_handle_t map, bool as_json, console_t& console) {
+    const std::string content = find_oid(given, map);
     const std::string arcs = oid_arcs(content).value_or("");
-    record_t record;
+    record_t record("oid", place);
     record.add("oid", arcs);
-    record.add("der", to_hex(content));
+    record.add_bytes("der", content);
     add_library_text(content, arcs, record);
     const OIDdescr_t* const entry = oid_map_find_asn(map, octets(content), size_of(content));
     if (entry != nullptr) {
@@ -87,8 +88,15 @@ void run(const oid_options_t& options, console_t& console) {
     if (algorithm != nullptr) {
         record.add("algorithm", algorithm);
     }
-    warn_of_other_oids(options.oid, content, arcs, console);
-    console.put(record, options.json);
+    warn_of_other_oids(given, content, arcs, console);
+    console.put(record, as_json);
+}
+
+void run(const oid_options_t& options, console_t& console) {
+    const oid_map_handle_t map = options.oid_map.load();
+    for_each_argument(options.oids, console, [&](const std::string& given, const place_t& place) {
+        show_oid(given, place, map, options.json, console);
+    });
 }
 
 } // namespace
@@ -96,10 +104,10 @@ void run(const oid_options_t& options, console_t& console) {
 void add_oid_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("oid", "Show an object identifier as dotted text, DER and names");
     const auto options = std::make_shared<oid_options_t>();
-    command.add_argument("OID", options->oid,
+    command.add_argument("OID", options->oids,
                          "Dotted text, a short name, or the DER in hexadecimal: a whole element or its content");
     options->oid_map.add_to(command);
-    command.add_flag("--json", options->json, "One JSON object");
+    command.add_flag("--json", options->json, "One JSON object a line");
     command.set_footer("Examples:\n"
                        "  derkit oid 2.5.4.3\n"
                        "  derkit oid OU\n"

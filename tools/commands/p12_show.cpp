@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "commands/commands.h"
 #include "commands/facts.h"
@@ -21,7 +22,7 @@ namespace {
 constexpr const char* OID_FRIENDLY_NAME = "1.2.840.113549.1.9.20";
 
 struct p12_show_options_t {
-    std::string file;
+    std::vector<std::string> files;
     container_password_option_t password;
     container_options_t reading;
     oid_map_option_t oid_map;
@@ -61,81 +62,87 @@ bool is_damaged(const part_t& part) {
     return is_damaged(part.bag != nullptr ? part.bag->refusal : part.entry->refusal);
 }
 
+// Counts bags in all entries.
+unsigned int index_of(const part_t& part, unsigned int& num_bags) {
+    return part.bag != nullptr ? ++num_bags : static_cast<unsigned int>(part.entry_number);
+}
+
 class p12_show_t {
   public:
     p12_show_t(const p12_show_options_t& options, console_t& console)
-        : options_(options), console_(console), name_(input_name(options.file)) {}
+        : options_(options), console_(console), reading_(options.reading.get()) {}
 
     void run();
 
   private:
     const p12_show_options_t& options_;
     console_t& console_;
-    std::string name_; // of the file, in messages
+    gost::open_options reading_;
+    oid_map_handle_t map_;
+    std::optional<std::optional<secret_t>> password_; // once it was needed
+    std::string name_;                                // of the present file, in messages
 
+    void run_file(const std::string& file);
+    const std::optional<secret_t>& password();
     void show_outside(const gost::container& listed);
-    void show_inside(const gost::container& opened, oid_map_handle_t map);
+    void show_inside(const gost::container& opened);
     void show_kind(const gost::container& container, bool is_open, const std::optional<gost::failure>& obstacle);
     void show_mac(const gost::container_mac& mac, bool is_open);
     void warn_of_distrust(gost::mac_verdict verdict);
-    void show_part(const part_t& part);
-    void show_opened(const part_t& part, unsigned int& num_keys, unsigned int& num_certificates, oid_map_handle_t map);
+    void show_part(const part_t& part, unsigned int index);
+    void show_opened(const part_t& part, unsigned int& num_keys, unsigned int& num_certificates);
     void show_key(const part_t& part, unsigned int index);
-    void show_certificate(const part_t& part, unsigned int index, oid_map_handle_t map);
+    void show_certificate(const part_t& part, unsigned int index);
     void add_attributes(const part_t& part, const std::string& place, record_t& record);
     void put(const record_t& record, const std::string& place);
     void fail(const std::string& place, const std::string& problem);
-    record_t new_record(const char* object) const;
-    record_t numbered_record(const char* object, unsigned int index) const;
-    record_t part_record(const part_t& part) const;
+    record_t new_record(const char* object, unsigned int index, const std::string& place) const;
+    record_t part_record(const part_t& part, unsigned int index) const;
 };
 
 void p12_show_t::run() {
-    options_.password.require_free_stdin(options_.file);
-    const gost::open_options reading = options_.reading.get();
-    const std::string bytes = read_filled_input(options_.file);
+    for (const std::string& file : options_.files) {
+        options_.password.require_free_stdin(file);
+    }
+    map_ = options_.oid_map.load();
+    for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
+}
+
+void p12_show_t::run_file(const std::string& file) {
+    name_ = input_name(file);
+    const std::string bytes = read_filled_input(file);
     if (options_.password.given()) {
-        const oid_map_handle_t map = options_.oid_map.load();
-        list_openable_container(name_, bytes, reading); // before a password is asked for
-        const std::optional<secret_t> password = options_.password.read(options_.file);
-        show_inside(open_container(name_, bytes, password, reading), map);
+        list_openable_container(name_, bytes, reading_); // before a password is asked for
+        show_inside(open_container(name_, bytes, password(), reading_));
     } else {
-        show_outside(list_container(name_, bytes, reading.cost));
+        show_outside(list_container(name_, bytes, reading_.cost));
     }
     warn_of_trailing(name_, "container", bytes.size() - first_element(bytes).size(), console_);
 }
 
-// In lines, the prefix names the kind of object and its place.
-record_t p12_show_t::new_record(const char* object) const {
-    record_t record;
-    if (options_.json) {
-        record.add("object", object);
+const std::optional<secret_t>& p12_show_t::password() {
+    if (!password_.has_value()) {
+        password_.emplace(options_.password.read(options_.files.front()));
     }
-    return record;
+    return *password_;
 }
 
-record_t p12_show_t::numbered_record(const char* object, unsigned int index) const {
-    record_t record = new_record(object);
-    if (options_.json) {
-        record.add("index", index);
-    }
-    return record;
+record_t p12_show_t::new_record(const char* object, unsigned int index, const std::string& place) const {
+    return {object, {name_, index, name_ + ": " + place}};
 }
 
-record_t p12_show_t::part_record(const part_t& part) const {
-    record_t record = new_record(part.bag != nullptr ? "bag" : "entry");
-    if (options_.json) {
-        record.add("entry", static_cast<unsigned int>(part.entry_number));
-        if (part.bag != nullptr) {
-            record.add("bag", static_cast<unsigned int>(part.bag_number));
-        }
+record_t p12_show_t::part_record(const part_t& part, unsigned int index) const {
+    record_t record = new_record(part.bag != nullptr ? "bag" : "entry", index, part.place());
+    record.add("entry", static_cast<unsigned int>(part.entry_number));
+    if (part.bag != nullptr) {
+        record.add("bag", static_cast<unsigned int>(part.bag_number));
     }
     return record;
 }
 
 void p12_show_t::put(const record_t& record, const std::string& place) {
     warn_of_remarks(record, name_ + ": " + place, console_);
-    console_.put(record, options_.json, shown_text_t(place + ": "));
+    console_.put(record, options_.json);
 }
 
 void p12_show_t::fail(const std::string& place, const std::string& problem) {
@@ -145,8 +152,9 @@ void p12_show_t::fail(const std::string& place, const std::string& problem) {
 void p12_show_t::show_outside(const gost::container& listed) {
     show_kind(listed, false, find_obstacle(listed, gost::integrity::required));
     show_mac(listed.mac(), false);
+    unsigned int num_bags = 0;
     for (const part_t& part : parts_of(listed)) {
-        show_part(part);
+        show_part(part, index_of(part, num_bags));
         if (is_damaged(part)) {
             fail(part.typed_place(), find_refusal(part));
         }
@@ -155,7 +163,7 @@ void p12_show_t::show_outside(const gost::container& listed) {
 
 void p12_show_t::show_kind(const gost::container& container, bool is_open,
                            const std::optional<gost::failure>& obstacle) {
-    record_t record = new_record("container");
+    record_t record = new_record("container", 1, "container");
     record.add("kind", gost::name_of(container.kind()));
     record.add("kind_number", static_cast<unsigned int>(container.kind()));
     if (is_open) {
@@ -168,7 +176,7 @@ void p12_show_t::show_kind(const gost::container& container, bool is_open,
 }
 
 void p12_show_t::show_mac(const gost::container_mac& mac, bool is_open) {
-    record_t record = new_record("mac");
+    record_t record = new_record("mac", 1, "mac");
     if (is_open) {
         record.add("verdict", verdict_text(mac.verdict));
     }
@@ -186,8 +194,8 @@ void p12_show_t::show_mac(const gost::container_mac& mac, bool is_open) {
     put(record, "mac");
 }
 
-void p12_show_t::show_part(const part_t& part) {
-    record_t record = part_record(part);
+void p12_show_t::show_part(const part_t& part, unsigned int index) {
+    record_t record = part_record(part, index);
     if (part.bag == nullptr) {
         add_named("content_type", "content_type_oid", name_of(part.entry->content_type), record);
     } else {
@@ -201,18 +209,20 @@ void p12_show_t::show_part(const part_t& part) {
     put(record, part.place());
 }
 
-void p12_show_t::show_inside(const gost::container& opened, oid_map_handle_t map) {
+void p12_show_t::show_inside(const gost::container& opened) {
     show_kind(opened, true, std::nullopt);
     show_mac(opened.mac(), true);
     warn_of_distrust(opened.mac().verdict);
     unsigned int num_keys = 0;
     unsigned int num_certificates = 0;
+    unsigned int num_bags = 0;
     for (const part_t& part : parts_of(opened)) {
+        const unsigned int index = index_of(part, num_bags);
         const std::string refusal = find_refusal(part);
         if (refusal.empty()) {
-            show_opened(part, num_keys, num_certificates, map);
+            show_opened(part, num_keys, num_certificates);
         } else {
-            show_part(part);
+            show_part(part, index);
             fail(part.typed_place(), refusal);
         }
     }
@@ -224,18 +234,17 @@ void p12_show_t::warn_of_distrust(gost::mac_verdict verdict) {
     }
 }
 
-void p12_show_t::show_opened(const part_t& part, unsigned int& num_keys, unsigned int& num_certificates,
-                             oid_map_handle_t map) {
+void p12_show_t::show_opened(const part_t& part, unsigned int& num_keys, unsigned int& num_certificates) {
     if (part.is(gost::bag_type::private_key)) {
         show_key(part, ++num_keys);
     } else if (part.is(gost::bag_type::certificate)) {
-        show_certificate(part, ++num_certificates, map);
+        show_certificate(part, ++num_certificates);
     }
 }
 
 void p12_show_t::show_key(const part_t& part, unsigned int index) {
     const std::string place = "key " + std::to_string(index);
-    record_t record = numbered_record("key", index);
+    record_t record = new_record("key", index, place);
     add_attributes(part, place, record);
     private_key_t key;
     std::string problem;
@@ -244,7 +253,7 @@ void p12_show_t::show_key(const part_t& part, unsigned int index) {
         record.add_if("shape", key.shape);
         record.add_if("bits", key.bits() != 0 ? std::optional(key.bits()) : std::nullopt);
         if (key.is_gost) {
-            record.add_yes_or_no("readable", key.key.has_value());
+            record.add("readable", key.key.has_value());
         }
         problem = key.fault;
     }
@@ -254,9 +263,9 @@ void p12_show_t::show_key(const part_t& part, unsigned int index) {
     put(record, place);
 }
 
-void p12_show_t::show_certificate(const part_t& part, unsigned int index, oid_map_handle_t map) {
+void p12_show_t::show_certificate(const part_t& part, unsigned int index) {
     const std::string place = "certificate " + std::to_string(index);
-    record_t record = numbered_record("certificate", index);
+    record_t record = new_record("certificate", index, place);
     add_attributes(part, place, record);
     certificate_t certificate;
     std::string problem;
@@ -265,7 +274,7 @@ void p12_show_t::show_certificate(const part_t& part, unsigned int index, oid_ma
         put(record, place);
         return;
     }
-    add_name("subject", certificate.subject, {PDN_ORDER_AS_ENCODED, map, options_.t61.is_latin1()}, record);
+    add_name("subject", certificate.subject, {PDN_ORDER_AS_ENCODED, map_, options_.t61.is_latin1()}, record);
     for (const std::string& bad_time : add_validity(certificate.validity, false, record)) {
         fail(place, bad_time);
     }
@@ -274,7 +283,7 @@ void p12_show_t::show_certificate(const part_t& part, unsigned int index, oid_ma
 
 void p12_show_t::add_attributes(const part_t& part, const std::string& place, record_t& record) {
     const gost::bag& bag = *part.bag;
-    record.add_yes_or_no("encrypted", part.encryption().has_value());
+    record.add("encrypted", part.encryption().has_value());
     if (part.encryption().has_value()) {
         add_encryption(*part.encryption(), record);
     }
@@ -283,8 +292,8 @@ void p12_show_t::add_attributes(const part_t& part, const std::string& place, re
     } else if (has_unreadable_name(bag)) {
         fail(place, "friendly name is not UTF-16");
     }
-    if (bag.local_key_id.has_value()) {
-        record.add_if("local_key_id", to_hex(*bag.local_key_id));
+    if (bag.local_key_id.has_value() && !bag.local_key_id->empty()) {
+        record.add_bytes("local_key_id", *bag.local_key_id);
     }
 }
 
@@ -293,7 +302,7 @@ void p12_show_t::add_attributes(const part_t& part, const std::string& place, re
 void add_p12_show(command_t& p12, console_t& console) {
     command_t command = p12.add_subcommand("show", "Show how a container is protected, or what it holds");
     const auto options = std::make_shared<p12_show_options_t>();
-    command.add_argument("FILE", options->file, "A container; - is standard input");
+    command.add_argument("FILE", options->files, "Containers, under one password; - is standard input");
     options->password.add_to(command);
     options->reading.add_to(command);
     options->oid_map.add_to(command);

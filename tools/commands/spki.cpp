@@ -2,6 +2,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "commands/commands.h"
 #include "commands/facts.h"
@@ -15,7 +16,7 @@
 namespace {
 
 struct spki_options_t {
-    std::string file;
+    std::vector<std::string> files;
     oid_map_option_t oid_map;
     bool json = false;
 };
@@ -27,7 +28,7 @@ bool is_wanted(std::string_view label) {
 class spki_command_t {
   public:
     spki_command_t(const spki_options_t& options, console_t& console)
-        : options_(options), console_(console), map_(options.oid_map.load()), name_(input_name(options.file)) {}
+        : options_(options), console_(console), map_(options.oid_map.load()) {}
 
     void run();
 
@@ -35,8 +36,9 @@ class spki_command_t {
     const spki_options_t& options_;
     console_t& console_;
     oid_map_handle_t map_;
-    std::string name_; // of the file, in messages
+    std::string name_; // of the present file, in messages
 
+    void run_file(const std::string& file);
     bool run_pem(input_stream_t& input);
     void run_pem_block(const pem_block_t& block, const place_t& place);
     void show_of_certificate(std::string_view der, const place_t& place);
@@ -44,15 +46,20 @@ class spki_command_t {
     void show(const blob_t& key_info, const place_t& place);
 };
 
-// Tries PEM first: no DER contains a line that begins a PEM block, but text may start like DER.
 void spki_command_t::run() {
-    input_stream_t input(options_.file);
+    for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
+    console_.progress().hide();
+}
+
+// Tries PEM first: no DER contains a line that begins a PEM block, but text may start like DER.
+void spki_command_t::run_file(const std::string& file) {
+    name_ = input_name(file);
+    input_stream_t input(file);
     if (input.look(1).empty()) {
         throw failure_t(name_, "is empty");
     }
     const std::string bytes(look_at_element(input, asn_tag_t::SEQUENCE));
     if (run_pem(input)) {
-        console_.progress().hide();
         return;
     }
     const place_t place{name_, 1, name_};
@@ -115,7 +122,7 @@ void spki_command_t::show(const blob_t& key_info, const place_t& place) {
         console_.fail(place.subject, problem);
         return;
     }
-    record_t record = start_record(place, options_.json);
+    record_t record("public_key", place);
     add_public_key(key, record);
     add_public_key_details(key, record);
     warn_of_remarks(record, place.subject, console_);
@@ -127,7 +134,7 @@ void spki_command_t::show(const blob_t& key_info, const place_t& place) {
 void add_spki_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("spki", "Show public keys, including those in certificates");
     const auto options = std::make_shared<spki_options_t>();
-    command.add_argument("FILE", options->file,
+    command.add_argument("FILE", options->files,
                          "PUBLIC KEY or CERTIFICATE as PEM, any number of them, or DER; - is standard input");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");

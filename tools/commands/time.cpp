@@ -4,14 +4,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "commands/commands.h"
+#include "commands/facts.h"
 #include "derkit/int2str.h"
+#include "formats/iso_time.h"
 
 namespace {
 
 struct time_options_t {
-    std::string moment;
+    std::vector<std::string> moments;
     bool json = false;
 };
 
@@ -52,9 +55,11 @@ moment_t moment_of_seconds(const std::string& text) {
 
 // -1 is the error value and also the second before the epoch: given as text, that time shows no seconds.
 moment_t moment_of_text(const std::string& text) {
-    const cert_time64_t time = CertTimeFromLogStringGMT(text);
-    if (time == CERT_TIME64_INVALID) {
-        throw failure_t(text, "neither seconds since the epoch nor a time like \"2024.02.29 13:05:09\" from 1900 on");
+    constexpr cert_time64_t YEAR_1900 = cert_time64_t(1900) << 40;
+    const cert_time64_t time = time_from_utc_text(text).value_or(CertTimeFromLogStringGMT(text));
+    if (time == CERT_TIME64_INVALID || time < YEAR_1900) {
+        throw failure_t(text, "neither seconds since the epoch nor a time like 2024-02-29T13:05:09Z or \"2024.02.29 "
+                              "13:05:09\" from 1900 on");
     }
     const long seconds = CertTimeTo_time_t(time);
     return {time, seconds != -1 ? std::optional(seconds) : std::nullopt};
@@ -68,22 +73,29 @@ void add_seconds(long seconds, record_t& record) {
     record.add("local_ctime", TimeToString(seconds, ctime_text));
 }
 
-void run(const time_options_t& options, console_t& console) {
-    const moment_t moment =
-        is_number(options.moment) ? moment_of_seconds(options.moment) : moment_of_text(options.moment);
+void show_time(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+    const moment_t moment = is_number(given) ? moment_of_seconds(given) : moment_of_text(given);
     std::string gmt;
     std::string gmt_log;
     std::string local;
-    record_t record;
+    record_t record("time", place);
+    record.add_if("time", utc_text(moment.time).value_or(""));
+    record.add_if("time_local", local_text(moment.time).value_or(""));
     record.add("gmt", CertTimeToStringGMT(moment.time, gmt));
     record.add("gmt_log", CertTimeToLogStringGMT(moment.time, gmt_log));
     record.add("local", CertTimeToString(moment.time, local));
     if (moment.seconds.has_value()) {
         add_seconds(*moment.seconds, record);
     } else {
-        console.warn(options.moment, "has no number of seconds since the epoch on this system");
+        console.warn(given, "has no number of seconds since the epoch on this system");
     }
-    console.put(record, options.json);
+    console.put(record, as_json);
+}
+
+void run(const time_options_t& options, console_t& console) {
+    for_each_argument(options.moments, console, [&](const std::string& given, const place_t& place) {
+        show_time(given, place, options.json, console);
+    });
 }
 
 } // namespace
@@ -91,11 +103,13 @@ void run(const time_options_t& options, console_t& console) {
 void add_time_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("time", "Show a time in the layouts of logs and certificates");
     const auto options = std::make_shared<time_options_t>();
-    command.add_argument("MOMENT", options->moment, "GMT like \"2024.02.29 13:05:09\", or seconds since the epoch");
-    command.add_flag("--json", options->json, "One JSON object");
+    command.add_argument("MOMENT", options->moments,
+                         "2024-02-29T13:05:09Z, \"2024.02.29 13:05:09\" in GMT, or seconds since the epoch");
+    command.add_flag("--json", options->json, "One JSON object a line");
     command.set_footer(
-        "local and, for a text, seconds are computed with the present offset of local time from GMT, so they are an "
-        "hour off for a time on the other side of a change to or from daylight saving.\n"
+        "The other keys are layouts of the library. Its local and, for a text, seconds are computed with the present "
+        "offset of local time from GMT, so they are an hour off for a time on the other side of a change to or from "
+        "daylight saving.\n"
         "Examples:\n"
         "  derkit time '2024.02.29 13:05:09'\n"
         "  derkit time 1709211909");

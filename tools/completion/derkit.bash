@@ -19,10 +19,10 @@ _derkit() {
     depth=2
   fi
 
-  local options=--help values= files=false
+  local options="--help --color" values= files=false
   COMPREPLY=()
   if ((COMP_CWORD <= depth)); then
-    ((depth == 1)) && options="--help --version"
+    ((depth == 1)) && options+=" --version"
     values=$subcommands
   else
     case $subcommand in
@@ -39,6 +39,7 @@ _derkit() {
     "p12 convert" | "p12 password") options+=" $writing $password --no-password $new_password $reading" files=true ;;
     esac
     case $previous in
+    --color) values="auto always never" files=false ;;
     --order) values="as-encoded reversed" files=false ;;
     --t61) values="t61 latin1" files=false ;;
     --to)

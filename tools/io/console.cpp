@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <utility>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -31,11 +33,20 @@ void write_message(std::string_view text) {
     static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
 
-void complain(std::string_view subject, std::string_view separator, std::string_view text) {
-    std::string message(subject);
-    message += separator;
-    message += text;
-    write_message("derkit: " + shown_text_t(message).str() + "\n");
+constexpr const char* BOLD = "\x1b[1m";
+constexpr const char* YELLOW = "\x1b[33m";
+constexpr const char* PLAIN = "\x1b[0m";
+
+std::string in_color(const char* color, const std::string& text, bool colors) {
+    return colors ? color + text + PLAIN : text;
+}
+
+// https://no-color.org
+bool allows_color(int descriptor) {
+    const char* const no_color = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    const bool is_dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+    return (no_color == nullptr || *no_color == '\0') && !is_dumb && isatty(descriptor) != 0;
 }
 
 long long now_ms() {
@@ -144,8 +155,23 @@ void progress_t::erase() {
     shown_width = 0;
 }
 
-void console_t::put(const record_t& record, bool as_json, const shown_text_t& line_prefix) {
-    put_bytes(as_json ? record.json() : record.lines(line_prefix));
+void console_t::set_colors(colors_t colors) {
+    const bool is_automatic = colors == colors_t::AUTOMATIC;
+    colors_on_output_ = is_automatic ? allows_color(STDOUT_FILENO) : colors == colors_t::ALWAYS;
+    colors_on_errors_ = is_automatic ? allows_color(STDERR_FILENO) : colors == colors_t::ALWAYS;
+}
+
+void console_t::put(const record_t& record, bool as_json) {
+    if (as_json) {
+        return put_bytes(record.json());
+    }
+    object_t object = {in_color(BOLD, record.heading().str(), colors_on_output_), record.lines()};
+    if (!any_object_ && !several_expected_) {
+        first_object_ = std::move(object);
+    } else {
+        put_bytes((any_object_ ? "\n" : "") + object.heading + "\n" + object.lines);
+    }
+    any_object_ = true;
 }
 
 void console_t::put(const shown_text_t& line) {
@@ -153,18 +179,40 @@ void console_t::put(const shown_text_t& line) {
 }
 
 void console_t::put_bytes(std::string_view bytes) {
+    release_first_object();
+    write_beside_progress(bytes);
+}
+
+void console_t::fail(std::string_view subject, std::string_view problem) {
+    failed_ = true;
+    complain(subject, "", problem);
+}
+
+void console_t::warn(std::string_view subject, std::string_view remark) {
+    complain(subject, in_color(YELLOW, "warning: ", colors_on_errors_), remark);
+}
+
+void console_t::finish() {
+    if (const std::optional<object_t> object = std::exchange(first_object_, std::nullopt)) {
+        write_beside_progress(object->lines);
+    }
+}
+
+// Something follows it.
+void console_t::release_first_object() {
+    if (const std::optional<object_t> object = std::exchange(first_object_, std::nullopt)) {
+        write_beside_progress(object->heading + "\n" + object->lines);
+    }
+}
+
+void console_t::write_beside_progress(std::string_view bytes) {
     progress_.hide_for_output();
     write_object(bytes);
     progress_.show_again();
 }
 
-void console_t::fail(std::string_view subject, std::string_view problem) {
-    failed_ = true;
+void console_t::complain(std::string_view subject, const std::string& kind, std::string_view text) {
+    release_first_object();
     progress_.hide();
-    complain(subject, ": ", problem);
-}
-
-void console_t::warn(std::string_view subject, std::string_view remark) {
-    progress_.hide();
-    complain(subject, ": warning: ", remark);
+    write_message("derkit: " + shown_text_t(subject).str() + ": " + kind + shown_text_t(text).str() + "\n");
 }

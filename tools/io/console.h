@@ -3,6 +3,7 @@
 #define DERKIT_TOOLS_IO_CONSOLE_H
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -45,13 +46,25 @@ class progress_t {
     void erase();
 };
 
+enum class colors_t { AUTOMATIC, ALWAYS, NEVER };
+
 // Writes objects to standard output and one line for each problem to standard error.
 //
 // An object is written in one go and reaches the output before the call returns; when that fails the call throws
-// output_error_t. Remembers whether anything failed: that is the exit status.
+// output_error_t. The first object as text waits until it is known whether anything follows it, since one that is alone
+// has no heading. Remembers whether anything failed: that is the exit status.
 class console_t {
   public:
-    void put(const record_t& record, bool as_json, const shown_text_t& line_prefix = shown_text_t());
+    console_t() { set_colors(colors_t::AUTOMATIC); }
+
+    // Automatic: on a terminal, unless NO_COLOR is set.
+    void set_colors(colors_t colors);
+
+    // Objects will come of several files: each has a heading, even if it is the only one.
+    void expect_several() { several_expected_ = true; }
+
+    // As text, every object has a heading and objects have an empty line between them, unless there is only one.
+    void put(const record_t& record, bool as_json);
     void put(const shown_text_t& line);
     void put_bytes(std::string_view bytes);
 
@@ -62,14 +75,31 @@ class console_t {
     // "derkit: SUBJECT: warning: REMARK". Not a failure.
     void warn(std::string_view subject, std::string_view remark);
 
+    // Nothing more will follow.
+    void finish();
+
     // Of the work on many objects.
     progress_t& progress() { return progress_; }
 
     bool failed() const { return failed_; }
 
   private:
+    struct object_t {
+        std::string heading;
+        std::string lines;
+    };
+
     bool failed_ = false;
+    bool colors_on_output_ = false;
+    bool colors_on_errors_ = false;
+    bool several_expected_ = false;
+    bool any_object_ = false; // as text
+    std::optional<object_t> first_object_;
     progress_t progress_;
+
+    void release_first_object();
+    void write_beside_progress(std::string_view bytes);
+    void complain(std::string_view subject, const std::string& kind, std::string_view text);
 };
 
 #endif

@@ -1,12 +1,24 @@
 #include "io/record.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include <nlohmann/json.hpp>
 
 #include "io/bytes.h"
 
 namespace {
+
+using json_t = nlohmann::ordered_json;
+
+// The version of the JSON output: the MAJOR of what docs/derkit.schema.json describes.
+constexpr int FORMAT = 1;
+
+std::string code_text(unsigned int code) {
+    char text[sizeof "0x00040001"];
+    static_cast<void>(std::snprintf(text, sizeof text, "0x%08X", code));
+    return text;
+}
 
 // One character of UTF-8; size 0 if the bytes are not UTF-8 (Unicode 3.9, table 3-7).
 struct utf8_char_t {
@@ -113,28 +125,99 @@ shown_text_t shown_text_t::without_escapes(std::string_view raw) {
     return shown;
 }
 
-std::string record_t::lines(const shown_text_t& prefix) const {
-    std::string out;
-    for (const auto& [key, value] : fields_) {
-        const shown_text_t* const text = std::get_if<shown_text_t>(&value);
-        out += prefix.str();
-        out += key;
-        out += ": ";
-        out += text != nullptr ? text->str() : std::to_string(std::get<long long>(value));
+// Writes values in both forms.
+class record_t::writer_t {
+  public:
+    static void append_lines(const record_t& record, const std::string& indent, std::string& out) {
+        for (const auto& [key, value] : record.fields_) {
+            out += indent;
+            out += key;
+            out += ':';
+            std::visit([&](const auto& typed) { append(typed, indent, out); }, value);
+        }
+    }
+
+    static json_t object(const record_t& record) {
+        json_t object = json_t::object();
+        add_fields(record, object);
+        return object;
+    }
+
+    static void add_fields(const record_t& record, json_t& object) {
+        for (const auto& [key, value] : record.fields_) {
+            object[key] = std::visit([](const auto& typed) { return json(typed); }, value);
+        }
+    }
+
+  private:
+    static void append_line(const std::string& text, std::string& out) {
+        out += ' ';
+        out += text;
         out += '\n';
     }
+
+    static void append(const shown_text_t& text, const std::string&, std::string& out) { append_line(text.str(), out); }
+    static void append(long long number, const std::string&, std::string& out) {
+        append_line(std::to_string(number), out);
+    }
+    static void append(bool value, const std::string&, std::string& out) { append_line(value ? "yes" : "no", out); }
+    static void append(code_t code, const std::string&, std::string& out) { append_line(code_text(code.number), out); }
+
+    static void append(const texts_t& texts, const std::string& indent, std::string& out) {
+        out += '\n';
+        for (const shown_text_t& text : texts) {
+            out += indent;
+            out += '-';
+            append_line(text.str(), out);
+        }
+    }
+
+    // The mark takes the place of the first line's indentation.
+    static void append(const parts_t& parts, const std::string& indent, std::string& out) {
+        out += '\n';
+        for (const record_t& part : parts) {
+            const std::size_t mark = out.size() + indent.size();
+            append_lines(part, indent + "  ", out);
+            out[mark] = '-';
+        }
+    }
+
+    static json_t json(const shown_text_t& text) { return text.str(); }
+    static json_t json(long long number) { return number; }
+    static json_t json(bool value) { return value; }
+    static json_t json(code_t code) { return code.number; }
+
+    static json_t json(const texts_t& texts) {
+        json_t array = json_t::array();
+        for (const shown_text_t& text : texts) {
+            array.push_back(text.str());
+        }
+        return array;
+    }
+
+    static json_t json(const parts_t& parts) {
+        json_t array = json_t::array();
+        for (const record_t& part : parts) {
+            array.push_back(object(part));
+        }
+        return array;
+    }
+};
+
+void record_t::add_bytes(const char* key, std::string_view bytes) {
+    add(key, to_hex(bytes));
+}
+
+std::string record_t::lines() const {
+    std::string out;
+    writer_t::append_lines(*this, "", out);
     return out;
 }
 
 std::string record_t::json() const {
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    for (const auto& [key, value] : fields_) {
-        const shown_text_t* const text = std::get_if<shown_text_t>(&value);
-        if (text != nullptr) {
-            object[key] = text->str();
-        } else {
-            object[key] = std::get<long long>(value);
-        }
-    }
+    json_t object = {{"format", FORMAT}, {"object", object_}};
+    object["file"] = shown_text_t(place_.file).str();
+    object["index"] = place_.index;
+    writer_t::add_fields(*this, object);
     return object.dump() + "\n";
 }

@@ -31,14 +31,37 @@ class shown_text_t {
     std::string text_;
 };
 
-// Named values in the order in which they were added. Keys are the same in both forms of the output.
+// Where an object was found: a file, and the number of the object among those of its kind in it.
+struct place_t {
+    std::string file;
+    unsigned int index = 1;
+    std::string subject; // of messages about the object, and of its heading
+};
+
+// What stands for the file of objects that come from arguments.
+inline constexpr const char* COMMAND_LINE = "(command line)";
+
+// Named values in the order in which they were added, with the same keys in both forms of the output. A record is an
+// object of its own, or a part of another one.
 class record_t {
   public:
+    record_t() = default; // a part
+    record_t(const char* object, const place_t& place) : object_(object), place_(place) {}
+
     void add(const char* key, const shown_text_t& text) { fields_.emplace_back(key, text); }
     void add(const char* key, std::string_view raw) { add(key, shown_text_t(raw)); }
+    void add(const char* key, const char* raw) { add(key, shown_text_t(raw)); }
     void add(const char* key, unsigned int number) { fields_.emplace_back(key, static_cast<long long>(number)); }
     void add(const char* key, long number) { fields_.emplace_back(key, static_cast<long long>(number)); }
-    void add_yes_or_no(const char* key, bool value) { add(key, value ? "yes" : "no"); }
+
+    // "yes" or "no" in text.
+    void add(const char* key, bool value) { fields_.emplace_back(key, value); }
+
+    // A number that text shows as 0x and eight hexadecimal digits.
+    void add_code(const char* key, unsigned int code) { fields_.emplace_back(key, code_t{code}); }
+
+    // Hexadecimal digits.
+    void add_bytes(const char* key, std::string_view bytes);
 
     // Unless it is empty.
     void add_if(const char* key, std::string_view raw) {
@@ -52,20 +75,37 @@ class record_t {
         }
     }
 
+    // Lists: a line "key:" and one "- item" for each item.
+    void add(const char* key, const std::vector<shown_text_t>& texts) { fields_.emplace_back(key, texts); }
+    void add(const char* key, const std::vector<record_t>& parts) { fields_.emplace_back(key, parts); }
+
     // A warning that belongs to the record: what it could not show as text, say.
     void remark(std::string text) { remarks_.push_back(std::move(text)); }
     const std::vector<std::string>& remarks() const { return remarks_; }
 
-    // A line "key: value" for each field, with `prefix` in front.
-    std::string lines(const shown_text_t& prefix) const;
+    // "==> SUBJECT <==".
+    shown_text_t heading() const { return shown_text_t("==> " + place_.subject + " <=="); }
 
-    // One JSON object on one line.
+    // A line "key: value" for each field.
+    std::string lines() const;
+
+    // One JSON object on one line, which begins with the version of the format and the place.
     std::string json() const;
 
   private:
-    using value_t = std::variant<shown_text_t, long long>;
+    struct code_t {
+        unsigned int number;
+    };
+    using texts_t = std::vector<shown_text_t>;
+    using parts_t = std::vector<record_t>;
+    using value_t = std::variant<shown_text_t, long long, bool, code_t, texts_t, parts_t>;
+
+    const char* object_ = nullptr;
+    place_t place_;
     std::vector<std::pair<const char*, value_t>> fields_;
     std::vector<std::string> remarks_;
+
+    class writer_t;
 };
 
 #endif

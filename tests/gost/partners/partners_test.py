@@ -14,13 +14,14 @@ import tempfile
 import unittest
 from pathlib import Path
 
-sys.path.append(str(Path(__file__).parents[2] / "tool"))
+sys.path += [str(Path(__file__).parents[2] / folder) for folder in ("tool", "support")]
 import acpkm
 import certtool
 import containers
 import derkit_gost
 import gost_keys
 import openssl
+import output_schema
 from containers import NAME, PASSWORD
 from der import pem, unpem
 from derkit_gost import octets
@@ -316,6 +317,7 @@ class Tool(unittest.TestCase):
 
     def shown(self, *options, made):
         done = self.run_tool("show", "--json", *options, made=made)
+        output_schema.check_output(done.stdout.decode())
         return done.returncode, [json.loads(line) for line in done.stdout.splitlines()]
 
     @staticmethod
@@ -331,7 +333,7 @@ class Tool(unittest.TestCase):
             with self.subTest(kind=kind), tempfile.TemporaryDirectory() as folder:
                 status, shown = self.shown(*self.options(made), made=made)
                 self.assertEqual((status, shown[0]["kind_number"]), (0, made.kind))
-                self.assertEqual([one["readable"] for one in shown if one["object"] == "key"], ["yes"])
+                self.assertEqual([one["readable"] for one in shown if one["object"] == "key"], [True])
                 done = self.run_tool("extract", "--out", folder, *self.options(made), made=made)
                 self.assertEqual(done.returncode, 0, done.stderr.decode())
                 key, certificate = ((Path(folder) / f"{what}-1.pem").read_bytes() for what in ("key", "certificate"))
