@@ -39,6 +39,7 @@ void add_commands(command_t& derkit, console_t& console) {
     derkit.require_subcommand("a subcommand is required");
     add_cert_command(derkit, console);
     add_spki_command(derkit, console);
+    add_names_command(derkit, console);
     add_dn_command(derkit, console);
     add_oid_command(derkit, console);
     add_alg_command(derkit, console);
