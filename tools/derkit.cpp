@@ -43,6 +43,7 @@ void add_commands(command_t& derkit, console_t& console) {
     add_dn_command(derkit, console);
     add_oid_command(derkit, console);
     add_alg_command(derkit, console);
+    add_asn1_command(derkit, console);
     add_time_command(derkit, console);
 #ifdef DERKIT_WITH_GOST
     add_key_command(derkit, console);
