@@ -1,6 +1,7 @@
 #include "asn/asn_printable_syntax.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "asn/asn_printable_traits.h"
 
@@ -22,6 +23,19 @@ bool is_empty_type(const char* begin, const char* end) {
     return std::all_of(begin, end, is_separator);
 }
 
+// Skips blocks of characters without a mark, and adds their classes to `traits`.
+const char* skip_plain_blocks(const char* p, const char* end, unsigned int& traits) {
+    constexpr std::ptrdiff_t BLOCK_SIZE = 8;
+    for (; end - p >= BLOCK_SIZE; p += BLOCK_SIZE) {
+        const unsigned int block_traits = traits_of_block<BLOCK_SIZE>(p);
+        if ((block_traits & VALUE_MARK) != 0) {
+            break;
+        }
+        traits |= block_traits;
+    }
+    return p;
+}
+
 // Returns the '=' after the type at `p`, or null.
 const char* parse_type(const char* p, RDNdescr_t& out) {
     out.type_begin = p;
@@ -35,7 +49,8 @@ const char* parse_type(const char* p, RDNdescr_t& out) {
 
 } // namespace
 
-dn_reader_t::dn_reader_t(const char* dn) : p_(skip_blanks(dn)), at_end_(*p_ == '\0') {}
+dn_reader_t::dn_reader_t(const char* dn)
+    : p_(skip_blanks(dn)), end_(p_ + std::strlen(p_)), at_end_(p_ == end_) {}
 
 // Returns the separator or the final zero after the value at `p`, or null when the text ends inside double quotes.
 const char* dn_reader_t::read_value(const char* p, RDNdescr_t& attribute) {
@@ -43,6 +58,7 @@ const char* dn_reader_t::read_value(const char* p, RDNdescr_t& attribute) {
     bool quoted = false;
     unsigned int traits = 0;
     for (;; ++p) {
+        p = skip_plain_blocks(p, end_, traits);
         unsigned int last = 0;
         while (((last = traits_of(*p)) & VALUE_MARK) == 0) {
             traits |= last;

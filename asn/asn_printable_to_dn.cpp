@@ -154,37 +154,35 @@ bool decode_value(std::string_view text, unsigned int traits, std::string& buffe
     return decode_plain(text, traits, buffer, out);
 }
 
-// Appends the OID of a short name in the map, else of a dotted OID. False when it is neither.
-template <unsigned int N> bool add_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<N>& out) {
-    const std::string_view type = attribute.type();
+// Finds the OID of a short name in the map, or else encodes a dotted OID. False when the type is neither.
+bool find_type(std::string_view type, oid_map_handle_t map, unsigned char (&encoded)[512], blob_t& out) {
     const bool can_be_short_name = type.size() <= 0xFFFFFFFF;
     if (map.map != nullptr && can_be_short_name) {
         const OIDdescr_t* const entry = oid_map_find_sn(map, type.data(), static_cast<unsigned int>(type.size()));
         if (entry != nullptr) {
-            out.add_element(asn_tag_t::OBJECT_IDENTIFIER, entry->oid_asn, entry->oid_asn_size);
+            out = {entry->oid_asn_size, entry->oid_asn};
             return true;
         }
     }
-    unsigned char der[512];
-    const unsigned int der_size = oid_str_to_asn_(attribute.type_begin, attribute.type_end, der);
-    out.add_element(asn_tag_t::OBJECT_IDENTIFIER, der, der_size);
-    return der_size != 0;
+    out = {oid_str_to_asn_(type.data(), type.data() + type.size(), encoded), encoded};
+    return out.size != 0;
 }
 
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY DEFINED BY type }      RFC 5280 4.1.2.4
 template <unsigned int N>
 bool add_attribute(const RDNdescr_t& attribute, unsigned int value_traits, oid_map_handle_t map, std::string& buffer,
                    asn_tag_t_<N>& rdn) {
-    asn_tag_t_<320> type_and_value(asn_tag_t::SEQUENCE);
-    if (!add_type(attribute, map, type_and_value)) {
-        return false;
-    }
+    unsigned char encoded_type[512];
+    blob_t type;
     value_t value;
-    if (!decode_value(attribute.value(), value_traits, buffer, value)) {
+    if (!find_type(attribute.type(), map, encoded_type, type) ||
+        !decode_value(attribute.value(), value_traits, buffer, value)) {
         return false;
     }
-    type_and_value.add_element(value.tag, value.content);
-    rdn.add_member(type_and_value);
+    // Each growth step doubles the room, so that many attributes take linear time.
+    rdn.add_before(rdn.content_size,
+                   asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, type),
+                               asn_element(value.tag, value.content)));
     return true;
 }
 
