@@ -117,6 +117,19 @@ template <unsigned int N> struct asn_tag_t_ {
         return total_size;
     }
 
+    // Drops the content, so that the node serves for another element with the same tag.
+    void clear() {
+        if (content_size != 0) {
+            content_size = 0;
+            write_header();
+        }
+    }
+
+    // The content octets; valid until the next append.
+    blob_t content() const {
+        return {content_size, buffer + HEADER_ROOM};
+    }
+
     // Replaces `out` with the encoding.
     void assign_to(std::string& out) const {
         out.assign(reinterpret_cast<const char*>(encoding()), total_size);

@@ -11,7 +11,8 @@ enum trait_t : unsigned char {
     NOT_PRINTABLE_STRING = 0x02, // not one of the characters of PrintableString (X.680 41.4)
     NOT_IA5_STRING = 0x04,
     BACKSLASH = 0x08,
-    VALUE_MARK = 0x10 // ends a value, or changes what does
+    VALUE_MARK = 0x10, // ends a value, or changes what does
+    TYPE_END = 0x20
 };
 
 constexpr bool is_among(unsigned int c, std::string_view characters) {
@@ -35,6 +36,9 @@ constexpr unsigned char make_traits(unsigned int c) {
     }
     if (c == '\0' || is_among(c, ",+\"\\")) {
         traits |= VALUE_MARK;
+    }
+    if (c == '\0' || is_among(c, "= \t")) {
+        traits |= TYPE_END;
     }
     return static_cast<unsigned char>(traits);
 }

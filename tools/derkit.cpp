@@ -39,9 +39,11 @@ void add_commands(command_t& derkit, console_t& console) {
     derkit.require_subcommand("a subcommand is required");
     add_cert_command(derkit, console);
     add_spki_command(derkit, console);
+    add_names_command(derkit, console);
     add_dn_command(derkit, console);
     add_oid_command(derkit, console);
     add_alg_command(derkit, console);
+    add_asn1_command(derkit, console);
     add_time_command(derkit, console);
 #ifdef DERKIT_WITH_GOST
     add_key_command(derkit, console);

@@ -30,8 +30,9 @@ _derkit() {
     spki) options+=" --oid-map --json" files=true ;;
     dn) options+=" --reverse --der --hex --get --oid-map --json" ;;
     oid) options+=" --oid-map --json" ;;
-    alg | time) options+=" --json" ;;
-    key) options+=" $password --max-iterations --json --reveal" files=true ;;
+    alg) options+=" --oid-map --json" ;;
+    time) options+=" --json" ;;
+    key) options+=" $password --max-iterations --oid-map --json --reveal" files=true ;;
     "key convert") options+=" $writing --der $password $new_password --max-iterations" files=true ;;
     "p12 show") options+=" $password --no-password $reading --oid-map --t61 --json" files=true ;;
     "p12 extract") options+=" --out $password --no-password $reading --force --partial" files=true ;;
