@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The manual pages and the bash completion list what the tool and the library have, and nothing else.
+"""The manual pages list what the tool and the library have, and nothing else.
 
 DERKIT_TOOL names the tool, DERKIT_SOURCE the source tree, DERKIT_EXPORTS the list of exported symbols.
 """
@@ -7,7 +7,6 @@ DERKIT_TOOL names the tool, DERKIT_SOURCE the source tree, DERKIT_EXPORTS the li
 import os
 import re
 import subprocess
-import tempfile
 import unittest
 from pathlib import Path
 
@@ -136,49 +135,6 @@ class Help(unittest.TestCase):
         for example in examples:
             done = subprocess.run(example.replace("derkit", TOOL, 1), shell=True, capture_output=True)
             self.assertEqual((done.returncode, done.stderr), (0, b""), example)
-
-
-class Completion(unittest.TestCase):
-    def complete(self, *words, folder="/"):
-        """Returns the completions of the last word."""
-        script = '. "$1"; shift; COMP_WORDS=(derkit "$@") COMP_CWORD=$#; _derkit; printf "%s\\n" "${COMPREPLY[@]}"'
-        done = subprocess.run(
-            ["bash", "-euc", script, "bash", SOURCE / "tools" / "completion" / "derkit.bash", *words],
-            capture_output=True, text=True, cwd=folder,
-        )
-        self.assertEqual((done.returncode, done.stderr), (0, ""), words)
-        return done.stdout.split()
-
-    def test_subcommands(self):
-        self.assertEqual(self.complete(""), subcommands_of())
-        self.assertEqual(self.complete("c"), ["cert"])
-        self.assertEqual(self.complete("p12", ""), subcommands_of("p12"))
-        self.assertEqual(self.complete("p12", "e"), ["extract"])
-
-    def test_options(self):
-        self.assertEqual(set(self.complete("--")), options_of())
-        for name in all_subcommands():
-            self.assertEqual(set(self.complete(*name, "--")), options_of(*name), name)
-        self.assertEqual(self.complete("cert", "--ro"), ["--round-trip"])
-
-    def test_values(self):
-        self.assertEqual(self.complete("cert", "--order", ""), ["as-encoded", "reversed"])
-        self.assertEqual(self.complete("p12", "make", "--to", "n"), ["native"])
-        self.assertEqual(self.complete("key", "convert", "--to", "n"), [])
-        self.assertEqual(self.complete("key", "convert", "--to", "p"), ["pem"])
-        self.assertEqual(self.complete("p12", "convert", "--cipher", ""), ["kuznyechik", "magma"])
-        self.assertEqual(self.complete("key", "--password-env", "HOM"), ["HOME"])
-        self.assertEqual(self.complete("dn", "--get", ""), [])
-        self.assertEqual(self.complete("time", "--color", "a"), ["auto", "always"])
-
-    def test_files(self):
-        with tempfile.TemporaryDirectory() as folder:
-            for name in "one.pem", "other.pem":
-                Path(folder, name).touch()
-            for words in ["cert"], ["cert", "one.pem"], ["spki"], ["key"], ["p12", "show"], ["p12", "make", "--cert"], \
-                    ["dn", "--oid-map"], ["p12", "extract", "--out"], ["key", "--password-file"]:
-                self.assertEqual(sorted(self.complete(*words, "o", folder=folder)), ["one.pem", "other.pem"], words)
-            self.assertEqual(self.complete("dn", "o", folder=folder), [])
 
 
 if __name__ == "__main__":
