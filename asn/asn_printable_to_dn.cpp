@@ -10,14 +10,6 @@
 
 namespace {
 
-unsigned int traits_of_all(std::string_view text) {
-    unsigned int traits = 0;
-    for (const char c : text) {
-        traits |= traits_of(c);
-    }
-    return traits;
-}
-
 // The narrowest string type that holds all characters.
 asn_tag_t::Type string_type(unsigned int traits) {
     if ((traits & NOT_IA5_STRING) != 0) {

@@ -23,7 +23,7 @@ std::string show(const maybe_string& text) {
     return text ? *text : "nothing";
 }
 
-struct name_case_t {
+struct maybe_case_t {
     const char* name;
     maybe_string got;
     std::string expected;
@@ -34,7 +34,7 @@ const std::string DER = from_hex("3018 310A 3008 0603550403 130161 310A 3008 060
 
 TEST(helper_names, are_returned) {
     const std::string with_zero("CN=a\0,O=b", 9);
-    const name_case_t cases[] = {
+    const maybe_case_t cases[] = {
         {"as encoded", derkit::name_to_text(view_of(DER)), "CN=a,O=b"},
         {"reversed", derkit::name_to_text(view_of(DER), PDN_ORDER_REVERSED), "O=b,CN=a"},
         {"dotted", derkit::name_to_text(view_of(DER), PDN_ORDER_AS_ENCODED, NO_MAP), "2.5.4.3=a,2.5.4.10=b"},
@@ -63,7 +63,7 @@ TEST(helper_names, are_returned) {
         {"one arc to OID", derkit::text_to_oid("2"), "nothing"},
         {"no text to OID", derkit::text_to_oid(""), "nothing"},
     };
-    for (const name_case_t& c : cases) {
+    for (const maybe_case_t& c : cases) {
         EXPECT_TRUE(same_bytes(c.expected, show(c.got))) << c.name;
     }
 }

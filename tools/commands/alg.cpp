@@ -95,7 +95,7 @@ std::string digest_info_prefix(pki_alg_t hash) {
     return digest_info;
 }
 
-void show(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+void show_algorithm(const std::string& given, const place_t& place, bool as_json, console_t& console) {
     const pki_alg_t alg = find_alg(given);
     record_t record("algorithm", place);
     record.add_code("code", alg);
@@ -117,7 +117,7 @@ void show(const std::string& given, const place_t& place, bool as_json, console_
 
 void run(const alg_options_t& options, console_t& console) {
     for_each_argument(options.algs, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, options.json, console);
+        show_algorithm(given, place, options.json, console);
     });
 }
 

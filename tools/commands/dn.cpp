@@ -7,6 +7,7 @@
 #include "commands/options.h"
 #include "derkit/asn_printable.h"
 #include "formats/name.h"
+#include "formats/named_oid.h"
 #include "io/bytes.h"
 
 namespace {
@@ -53,8 +54,23 @@ shown_text_t get_value(const name_t& name, const std::string& type) {
     return shown_text_t(value);
 }
 
+// Digits and dots in front of an equals sign are a type if the library finds an attribute of that type.
+void warn_of_other_types(const std::string& text, console_t& console) {
+    for (std::size_t equals = text.find('=', 1); equals != std::string::npos; equals = text.find('=', equals + 1)) {
+        const std::size_t end = text.find_last_not_of(' ', equals - 1) + 1;
+        const std::size_t begin = end != 0 ? text.find_last_not_of("0123456789.", end - 1) + 1 : 0;
+        const std::string type = text.substr(begin, end - begin);
+        const std::optional<std::string> other = find_other_arcs(type);
+        std::string value;
+        if (other.has_value() && printable_dn_get_attr(text.c_str(), type.c_str(), value, PDN_GET_ATTR_VALUE)) {
+            console.warn(text, type + " is no OID; libderkit encodes it as " + *other);
+        }
+    }
+}
+
 void run(const dn_options_t& options, console_t& console) {
     const name_t name = normalize(options);
+    warn_of_other_types(options.text, console);
     if (!name.remark.empty()) {
         console.warn(options.text, name.remark);
     }

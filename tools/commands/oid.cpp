@@ -53,20 +53,6 @@ std::string find_oid(const std::string& text, oid_map_handle_t map) {
     return *content;
 }
 
-std::string without_leading_zeros(std::string_view dotted) {
-    std::string text;
-    bool at_start = true; // of an arc
-    for (std::size_t i = 0; i < dotted.size(); ++i) {
-        const bool last_of_arc = i + 1 == dotted.size() || dotted[i + 1] == '.';
-        if (at_start && dotted[i] == '0' && !last_of_arc) {
-            continue;
-        }
-        text += dotted[i];
-        at_start = dotted[i] == '.';
-    }
-    return text;
-}
-
 // The library reads arcs in 32 bits, and takes any second arc, so its text and its DER can be those of another OID.
 void add_library_text(const std::string& content, const std::string& arcs, record_t& record) {
     std::string text;
@@ -78,15 +64,15 @@ void add_library_text(const std::string& content, const std::string& arcs, recor
 
 void warn_of_other_oids(const std::string& given, const std::string& content, const std::string& arcs,
                         console_t& console) {
-    if (oid_from_text(given).has_value() && without_leading_zeros(given) != arcs) {
-        console.warn(given, "is no OID; libderkit encodes it as " + arcs);
+    if (const std::optional<std::string> other = find_other_arcs(given)) {
+        console.warn(given, "is no OID; libderkit encodes it as " + *other);
     }
     if (oid_text(content) != arcs) {
         console.warn(given, "its dotted text does not lead back to its DER: arcs are padded or above 32 bits");
     }
 }
 
-void show(const std::string& given, const place_t& place, oid_map_handle_t map, bool as_json, console_t& console) {
+void show_oid(const std::string& given, const place_t& place, oid_map_handle_t map, bool as_json, console_t& console) {
     const std::string content = find_oid(given, map);
     const std::string arcs = oid_arcs(content).value_or("");
     record_t record("oid", place);
@@ -109,7 +95,7 @@ void show(const std::string& given, const place_t& place, oid_map_handle_t map, 
 void run(const oid_options_t& options, console_t& console) {
     const oid_map_handle_t map = options.oid_map.load();
     for_each_argument(options.oids, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, map, options.json, console);
+        show_oid(given, place, map, options.json, console);
     });
 }
 

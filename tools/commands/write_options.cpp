@@ -131,6 +131,6 @@ void output_option_t::write(std::string_view bytes, console_t& console) const {
     }
     file_set_t files(destination());
     files.add(file_path_t(file_).name, secrecy_t::SECRET, bytes);
-    files.place();
+    files.place(console);
     files.keep();
 }
