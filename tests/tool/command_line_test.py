@@ -48,7 +48,7 @@ class Outputs(ToolTest):
 class Objects(ToolTest):
     """The form of all objects, whatever they show."""
 
-    LIST = "==> 2.5.4.3 <==", "oid: 2.5.4.3", "der: 550403", "short_name: CN", "long_name: commonName"
+    LIST = "==> 2.5.4.3 <==", "oid: 2.5.4.3", "der: 550403", "short_name: CN", "long_name: commonName", "name: commonName", "kind: attribute"
 
     def test_one_alone_has_no_heading(self):
         self.assertEqual(self.succeeds("oid", "2.5.4.3").splitlines(), list(self.LIST[1:]))
@@ -134,7 +134,7 @@ class Usage(ToolTest):
             [], ["bogus"], ["--bogus"], ["cert"], ["dn"], ["oid"], ["alg"], ["dn", "--color", "blue", "CN=x"], ["cert", "--bogus", "x"],
             ["cert", "--order", "sideways", "x"], ["cert", "--oid-map"], ["dn", "--der", "--hex", "CN=x"],
             ["dn", "--der", "--json", "CN=x"], ["dn", "--hex", "--json", "CN=x"], ["dn", "--der", "--get", "CN", "CN=x"],
-            ["alg", "--oid-map", "x", "RSA"],
+            ["alg", "--order", "x", "RSA"],
         ], 4)])
 
     def test_mistyped_names_get_a_hint(self):

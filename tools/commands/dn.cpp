@@ -102,9 +102,6 @@ void dn_command_t::run_name(const std::string& given, const place_t& place) {
 
 name_t dn_command_t::read_text(const std::string& given, const std::string& subject) {
     std::string text = options_.loose ? without_leading_blanks(given) : given;
-    if (!options_.loose) {
-        warn_of_blanks(given, subject);
-    }
     const std::string as_given = text;
     const bool parses = printable_dn_reverse(text.data()) != nullptr;
     name_t name;
@@ -114,6 +111,7 @@ name_t dn_command_t::read_text(const std::string& given, const std::string& subj
                                  : parses        ? "has an unknown type or a malformed value"
                                                  : "does not parse as a distinguished name");
     }
+    warn_of_blanks(as_given, subject);
     const shown_name_t shown = show_name(make_blob(name.der), {PDN_ORDER_AS_ENCODED, map_, false});
     name.text = shown.text;
     name.remark = shown.remark;

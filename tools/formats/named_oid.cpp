@@ -251,6 +251,9 @@ oid_ref_t oid_of_algorithm(pki_alg_t alg) {
 }
 
 std::optional<std::string> oid_from_name(const std::string& name) {
+    if (name.empty()) {
+        return std::nullopt;
+    }
     const OIDdescr_t* const entry = oid_map_find_sn(oid_map, name.data(), size_of(name));
     if (entry != nullptr) {
         return std::string(chars(entry->oid_asn, entry->oid_asn_size));
@@ -273,6 +276,9 @@ oid_names_t names_of_oid(std::string_view content) {
         names.name = row->name;
         names.kind = name_of(row->kind);
         names.others = split_aliases(row->others);
+        std::erase_if(names.others, [&names](const std::string& other) {
+            return is_same_name(other, names.short_name) || is_same_name(other, names.long_name);
+        });
     }
     return names;
 }
