@@ -11,7 +11,7 @@ folder=$(realpath -m "${1:?scripts/matrix.sh FOLDER [CELL...]}")
 shift
 cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.."
 suite=bookworm
-mirror=http://deb.debian.org/debian
+mirror=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $suite" | sed -n 1p) # where this machine's packages come from
 root=$folder/root
 document=docs/platforms.md
 
@@ -52,7 +52,8 @@ s390x            | s390x-linux-gnu-g++       | -O2 | | for s390x
 '
 
 packages=(
-  cmake ninja-build make dpkg-dev python3 googletest libcli11-dev nlohmann-json3-dev libgcrypt20-dev qemu-user valgrind
+  cmake ninja-build make dpkg-dev python3 googletest libcli11-dev nlohmann-json3-dev libgcrypt20-dev libgnutls28-dev
+  qemu-user valgrind
   g++-11 g++-12 clang-14 clang-15 clang-16 clang-19 libc++-16-dev libc++abi-16-dev lld-16 llvm-16
   g++-i686-linux-gnu g++-aarch64-linux-gnu g++-arm-linux-gnueabihf g++-riscv64-linux-gnu g++-powerpc64le-linux-gnu
   g++-s390x-linux-gnu)
@@ -92,7 +93,7 @@ field() {
 
 # script ROW: the commands of a cell.
 script() {
-  local compiler flags options how sources=/sources emulator="" prefix="" as="" tool=ON
+  local compiler flags options how sources=/sources emulator="" prefix="" as="" tool=ON gost=ON
   compiler=$(field 2 "$1") flags=$(field 3 "$1") options=$(field 4 "$1") how=$(field 5 "$1")
   local build triplet=${compiler%-g++}
   build=/build/$(field 1 "$1")
@@ -103,6 +104,7 @@ script() {
     "for riscv64") prefix=$triplet- tool=OFF emulator="qemu-riscv64;-L;/usr/$triplet" ;;
     for*) prefix=$triplet- tool=OFF emulator="qemu-${how#for };-L;/systems/$(field 1 "$1" | sed 's/^aarch64$/arm64/')" ;;
   esac
+  if [[ $tool == OFF || $options == *BUILD_SHARED_LIBS=OFF* ]]; then gost=OFF; fi
   if [[ -n $emulator ]]; then options+=" -D 'CMAKE_CROSSCOMPILING_EMULATOR=$emulator'"; fi
   if [[ -n $prefix ]]; then options+=" -D CMAKE_SYSTEM_NAME=Linux -D CMAKE_SYSTEM_PROCESSOR=${how#for }"; fi
   cat <<CELL
@@ -113,7 +115,7 @@ tar -x -C "$sources" -f /sources.tar
 ${as:+chown ${how#as } $build}
 export CMAKE_GENERATOR=Ninja
 $as cmake -S "$sources" -B "$build" $options -D CMAKE_BUILD_TYPE=None -D CMAKE_CXX_COMPILER=$compiler \\
-  -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool -D DERKIT_BUILD_GOST=OFF -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
+  -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool -D DERKIT_BUILD_GOST=$gost -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
 $as cmake --build "$build" --parallel $(nproc) --target derkit $([[ $tool == OFF ]] || echo derkit_tool) unit_programs
 $as ctest --test-dir "$build" --tests-regex '^(unit|exports)[.]' --parallel $(nproc) --timeout 1200 --output-on-failure
 if [ -f "$build/libderkit.so" ]; then

@@ -11,15 +11,20 @@ import subprocess
 BUILD = os.environ["DERKIT_BUILD_DIR"]
 SOURCE = pathlib.Path(os.environ["DERKIT_SOURCE_DIR"])
 VERSION = os.environ["DERKIT_VERSION"]
+CONFIGURATION = os.environ["DERKIT_CONFIGURATION"]  # of CMake, in small letters
 WITH_GOST = os.environ["DERKIT_WITH_GOST"] == "1"
 CONSUMER = SOURCE / "tests/packages/consumer"
 TIME_LIMIT = 240
 
 # Installed files, relative to the prefix.
-HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").glob("*.h")}
+HEADERS = {f"include/derkit/{header.relative_to(SOURCE / 'include/derkit')}"
+           for folder in (".", "helpers") for header in (SOURCE / "include/derkit" / folder).glob("*.h")}
 GOST_HEADERS = {f"include/derkit/gost/{header.name}" for header in (SOURCE / "include/derkit/gost").iterdir()}
 GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
-DOCUMENTS = GUIDES | {"derkit.spdx.json"}
+PROGRAMS = {f"examples/programs/{file.name}" for file in (SOURCE / "examples").iterdir()}
+DOCUMENTS = GUIDES | PROGRAMS | {"derkit.spdx.json"}
+COMPLETION = {"share/bash-completion/completions/derkit", "share/zsh/site-functions/_derkit",
+              "share/fish/vendor_completions.d/derkit.fish"}
 
 
 def manuals(sections, compressed=""):
@@ -27,13 +32,13 @@ def manuals(sections, compressed=""):
             for page in (SOURCE / "docs/man").glob(f"*.[{sections}]")}
 
 
-def development_files(libdir, configuration="relwithdebinfo"):
+def development_files(libdir, configuration=CONFIGURATION):
     parts = "Config", "ConfigVersion", "Targets", f"Targets-{configuration}"
     cmake = {f"cmake/derkit/derkit{part}.cmake" for part in parts}
     return HEADERS | {f"{libdir}/{file}" for file in {"libderkit.so", "libderkit.a", "pkgconfig/derkit.pc"} | cmake}
 
 
-def gost_development_files(libdir, configuration="relwithdebinfo"):
+def gost_development_files(libdir, configuration=CONFIGURATION):
     cmake = {f"cmake/derkit/derkitGostTargets{part}.cmake" for part in ("", f"-{configuration}")}
     return GOST_HEADERS | {f"{libdir}/{file}" for file in {"libderkit-gost.so", "pkgconfig/derkit-gost.pc"} | cmake}
 

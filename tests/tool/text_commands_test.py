@@ -34,20 +34,26 @@ class DnCommand(ToolTest):
         for text, normalised in self.NORMALISED.items():
             self.assertEqual(self.succeeds(text), normalised + "\n")
 
+    def converts(self, *arguments):
+        """Returns the output; the only warnings are of types that are no OIDs and of values that begin with a blank."""
+        done = self.tool(*arguments)
+        others = [line for line in done.errors
+                  if " is no OID; " not in line and not line.endswith("(--loose takes it without)")]
+        self.assertEqual((done.status, others), (0, []), arguments)
+        return done.text
+
     def test_canonical_text_and_der_of_names(self):
         for case in cases("names.txt", "both", "encode", "print"):
             with self.subTest(case.where):
                 text = argument(case.text("text"))
-                done = self.tool("--json", text)
-                self.assertEqual([line for line in done.errors if not line.endswith("(--loose takes it without)")], [])
-                [found] = objects(done.text)
+                [found] = objects(self.converts(text, "--json"))
                 if case.field("way") != "print":
                     self.assertEqual(found["der"], case.octets("DER").hex().upper())
                 if case.field("map") == "built-in":  # the tool is never without one
                     canonical = case.text_or("canonical", case.text("text"))
                     self.assertEqual(found["dn"], shown(canonical))
                     in_reverse = case.text_or("reversed", canonical)
-                    self.assertEqual(self.tool("--reverse", text).text, shown(in_reverse) + "\n")
+                    self.assertEqual(self.converts("--reverse", text), shown(in_reverse) + "\n")
 
     def test_der_and_hex_are_the_encoded_name(self):
         for text, expected in self.ENCODED.items():
@@ -63,6 +69,21 @@ class DnCommand(ToolTest):
     def test_types_have_the_arcs_of_their_der(self):
         for text in "2.999=x", "2.40.1=x", "2.4294967215=x":
             self.assertEqual(self.succeeds(text), text + "\n")
+
+    def test_a_type_that_is_no_oid_is_told(self):
+        """The library encodes it as another one. The same digits in a value are no type."""
+        for text, name, *other in [
+            ("1.40=x", "2.0=x", ("1.40", "2.0")),
+            ("CN=a, 1.40 = x", "CN=a,2.0= x", ("1.40", "2.0")),
+            ("2.4294967295=x", "1.39=x", ("2.4294967295", "1.39")),
+            ("1.40=x+1.41=y", "2.0=x+2.1=y", ("1.40", "2.0"), ("1.41", "2.1")),
+            ('CN="1.40=x"', "CN=1.40\\=x"),
+            ("CN=1.40\\=x", "CN=1.40\\=x"),
+            ("02.05.4.03=x", "CN=x"),
+        ]:
+            done = self.tool(text)
+            self.assertEqual((done.status, done.text, done.errors), (0, name + "\n", [
+                f"derkit: {text}: warning: {given} is no OID; libderkit encodes it as {arcs}" for given, arcs in other]))
 
     def test_a_value_that_the_library_does_not_print_is_shown_all_the_same(self):
         done = self.tool("C=RU,CN=#1E00")

@@ -173,7 +173,7 @@ bool may_be_algorithm(const std::string& content) {
     return !named.name.empty() && (row == nullptr || is_algorithm(row->kind));
 }
 
-void show(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+void show_algorithm(const std::string& given, const place_t& place, bool as_json, console_t& console) {
     const std::optional<std::string> content = find_oid(given);
     const pki_alg_t alg = find_alg(given, content);
     record_t record("algorithm", place);
@@ -190,7 +190,7 @@ void show(const std::string& given, const place_t& place, bool as_json, console_
 void run(const alg_options_t& options, console_t& console) {
     options.oid_map.load();
     for_each_argument(options.algs, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, options.json, console);
+        show_algorithm(given, place, options.json, console);
     });
 }
 

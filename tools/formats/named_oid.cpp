@@ -161,12 +161,35 @@ std::string first_arcs(decimal_t shared) {
     return std::to_string(first) + "." + shared.text();
 }
 
+std::string without_leading_zeros(std::string_view dotted) {
+    std::string text;
+    bool at_start = true; // of an arc
+    for (std::size_t i = 0; i < dotted.size(); ++i) {
+        const bool last_of_arc = i + 1 == dotted.size() || dotted[i + 1] == '.';
+        if (at_start && dotted[i] == '0' && !last_of_arc) {
+            continue;
+        }
+        text += dotted[i];
+        at_start = dotted[i] == '.';
+    }
+    return text;
+}
+
 } // namespace
 
 std::optional<std::string> oid_from_text(std::string_view dotted) {
     unsigned char content[512];
     const unsigned int size = oid_str_to_asn_(dotted.data(), dotted.data() + dotted.size(), content);
     return size != 0 ? std::optional(std::string(chars(content, size))) : std::nullopt;
+}
+
+std::optional<std::string> find_other_arcs(std::string_view dotted) {
+    const std::optional<std::string> content = oid_from_text(dotted);
+    if (!content.has_value()) {
+        return std::nullopt;
+    }
+    const std::optional<std::string> arcs = oid_arcs(*content);
+    return arcs != without_leading_zeros(dotted) ? arcs : std::nullopt;
 }
 
 std::string oid_content(const std::string& der) {
