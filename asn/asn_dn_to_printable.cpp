@@ -1,15 +1,19 @@
 // DER names to printable DNs.
 #include <algorithm>
+#include <array>
 #include <string_view>
+#include <vector>
 
 #include "asn/asn_cursor.h"
+#include "asn/asn_oid_text.h"
 #include "asn/asn_printable_traits.h"
+#include "asn/t61_decoder.h"
 #include "derkit/asn_helper.h"
 #include "derkit/asn_printable.h"
 #include "derkit/int2str.h"
-#include "derkit/t61.h"
 #include "platform/convi.h"
 #include "util/string_room.h"
+#include "util/text_writer.h"
 
 namespace {
 
@@ -17,127 +21,158 @@ std::string_view as_text(const blob_t& bytes) {
     return std::string_view(reinterpret_cast<const char*>(bytes.data), bytes.size);
 }
 
-// Appends text with a backslash before every special character. Blanks, controls and bytes above 0x7F are unchanged.
-void append_escaped(std::string_view text, std::string& out) {
-    const char* const end = text.data() + text.size();
-    for (const char* run = text.data(); run != end;) {
-        if (is_special(*run)) {
-            append_char(out, '\\');
-        }
-        const char* p = run + 1;
-        while (p != end && !is_special(*p)) {
-            ++p;
-        }
-        append_text(out, std::string_view(run, static_cast<std::size_t>(p - run)));
-        run = p;
+// Writes a backslash before a special character, and nothing before another. Needs room for it either way.
+char* write_escape_of(char c, char* to) {
+    *to = '\\';
+    return to + (is_special(c) ? 1 : 0);
+}
+
+char* write_escaped(const char* p, const char* end, char* to) {
+    while (p != end) {
+        const char c = *p++;
+        to = write_escape_of(c, to);
+        *to++ = c;
+    }
+    return to;
+}
+
+// As above, N characters at a time, as long as there are so many. Blocks without a special character are just copied.
+template <std::size_t N> [[gnu::always_inline]] inline char* write_blocks(const char*& p, const char* end, char* to) {
+    for (; static_cast<std::size_t>(end - p) >= N; p += N) {
+        to = (traits_of_block<N>(p) & SPECIAL) == 0 ? std::copy_n(p, N, to) : write_escaped(p, p + N, to);
+    }
+    return to;
+}
+
+constexpr std::size_t SHORT_TEXT_SIZE = text_writer_t::BUFFER_SIZE / 2;
+
+// Puts text with a backslash before every special character. Blanks, controls and bytes above 0x7F are unchanged.
+[[gnu::always_inline]] inline void put_short_escaped(std::string_view text, text_writer_t& out) {
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    char* to = out.room(2 * text.size());
+    to = write_blocks<8>(p, end, to);
+    out.advance_to(write_escaped(p, end, to));
+}
+
+// As above, for text of any size.
+[[gnu::noinline]] void put_escaped(std::string_view text, text_writer_t& out) {
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, SHORT_TEXT_SIZE);
+        put_short_escaped(piece, out);
+        text.remove_prefix(piece.size());
     }
 }
 
-// Appends dotted text. False for malformed content.
-bool append_dotted(const blob_t& oid, std::string& out) {
-    return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;
+// A character with a backslash before it if it is special.
+constexpr utf8_t escaped(utf8_t character) {
+    const char c = character.octets[0];
+    return character.size != 0 && is_special(c) ? utf8_t{{'\\', c}, 2} : character;
 }
 
-// Escapes the text at the end of `out`, from `begin` on, as append_escaped() does.
-void escape_in_place(std::string& out, std::size_t begin) {
-    const std::string_view text = std::string_view(out).substr(begin);
-    const auto num_special = std::count_if(text.begin(), text.end(), [](char c) { return is_special(c); });
-    if (num_special == 0) {
-        return;
+constexpr std::array<utf8_t, 256> make_escaped_t61_characters() {
+    std::array<utf8_t, 256> characters = T61_CHARACTERS;
+    for (utf8_t& character : characters) {
+        character = escaped(character);
     }
-    std::size_t from = out.size();
-    try {
-        append_room(out, static_cast<std::size_t>(num_special));
-    } catch (...) {
-        out.resize(begin); // an unescaped comma would look like the end of an RDN
-        throw;
-    }
-    for (std::size_t to = out.size(); to != from;) {
-        const char c = out[--from];
-        out[--to] = c;
-        if (is_special(c)) {
-            out[--to] = '\\';
-        }
-    }
+    return characters;
 }
+
+// T.61 with all special characters escaped.
+struct escaped_t61_t {
+    static constexpr std::array<utf8_t, 256> CHARACTERS = make_escaped_t61_characters();
+    static constexpr utf8_t letter(unsigned char byte) { return escaped(utf8_of(byte)); }
+};
 
 const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
     return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);
 }
 
-// The RDNs that are printed last RDN first. Each is reversed in place when it is finished, and all together at the end,
-// which restores their text and reverses their order in linear time. An unfinished RDN is discarded, however printing
-// ends.
-class finished_rdns_t {
+// The RDNs of a name, in either order. For the reversed one it finds where they begin; no name of usual size takes memory
+// for that.
+class rdns_t {
   public:
-    explicit finished_rdns_t(std::string& out) : out_(out), begin_(out.size()), end_(out.size()) {}
-    ~finished_rdns_t() {
-        out_.resize(end_);
-        reverse_from(begin_);
+    rdns_t(const asn_cursor_t& name, bool reversed) : name_(name), rest_(name), reversed_(reversed) {
+        while (reversed_ && !rest_.empty()) {
+            push(name_.size - rest_.size);
+            rest_.skip(asn_tag_t::SET);
+        }
     }
-    finished_rdns_t(const finished_rdns_t&) = delete;
-    finished_rdns_t& operator=(const finished_rdns_t&) = delete;
 
-    // Everything printed since the last call is an RDN.
-    void add_last() {
-        reverse_from(end_);
-        end_ = out_.size();
+    bool empty() const { return reversed_ ? num_few_ == 0 : rest_.empty(); }
+
+    // Returns the content of the next one; one that cannot be read is empty.
+    blob_t next() {
+        if (!reversed_) {
+            return rest_.read(asn_tag_t::SET);
+        }
+        const unsigned int offset = pop();
+        return asn_cursor_t(name_.p + offset, name_.size - offset).read(asn_tag_t::SET);
     }
 
   private:
-    std::string& out_;
-    const std::size_t begin_;
-    std::size_t end_;
+    const asn_cursor_t name_;
+    asn_cursor_t rest_;
+    const bool reversed_;
+    std::array<unsigned int, 32> few_offsets_;
+    std::size_t num_few_ = 0;
+    std::vector<unsigned int> more_offsets_;
 
-    void reverse_from(std::size_t begin) {
-        std::reverse(out_.begin() + static_cast<std::ptrdiff_t>(begin), out_.end());
+    void push(unsigned int offset) {
+        if (num_few_ < few_offsets_.size()) {
+            few_offsets_[num_few_++] = offset;
+        } else {
+            more_offsets_.push_back(offset);
+        }
+    }
+
+    unsigned int pop() {
+        if (more_offsets_.empty()) {
+            return few_offsets_[--num_few_];
+        }
+        const unsigned int last = more_offsets_.back();
+        more_offsets_.pop_back();
+        return last;
     }
 };
 
 class name_printer_t {
   public:
-    name_printer_t(std::string& out, oid_map_handle_t map) : out_(out), map_(map) {}
+    name_printer_t(std::string& out, oid_map_handle_t map) : out_(out), writer_(out), map_(map) {}
 
     // Name ::= SEQUENCE OF RelativeDistinguishedName                                 RFC 5280 4.1.2.4
-    // Writes a comma after every RDN, the last one too. Text written before a failure stays.
-    bool print_as_encoded(asn_cursor_t name) {
-        while (!name.empty()) {
-            if (!print_rdn(name.enter(asn_tag_t::SET))) {
-                return false;
+    // Writes a comma after every RDN, the last one too. After a failure there remains what stands before it in the name:
+    // all text in encoded order, the finished RDNs in reversed order.
+    bool print(const asn_cursor_t& name, bool reversed) {
+        const std::size_t size_before = writer_.size();
+        rdns_t rdns(name, reversed);
+        bool done = true;
+        while (!rdns.empty() && (done || reversed)) {
+            if (!print_rdn(rdns.next())) {
+                done = false;
+                writer_.cut_to(reversed ? size_before : writer_.size());
             }
-            append_char(out_, ',');
         }
-        return true;
-    }
-
-    // As above, last RDN first.
-    bool print_reversed(asn_cursor_t name) {
-        finished_rdns_t finished(out_);
-        while (!name.empty()) {
-            if (!print_rdn(name.enter(asn_tag_t::SET))) {
-                return false;
-            }
-            append_char(out_, ',');
-            finished.add_last();
-        }
-        return true;
+        writer_.flush();
+        return done;
     }
 
   private:
     std::string& out_;
+    text_writer_t writer_;
     const oid_map_handle_t map_;
 
     // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
-    bool print_rdn(asn_cursor_t rdn) {
+    bool print_rdn(blob_t content) {
+        asn_cursor_t rdn(content);
         for (;;) {
-            const asn_cursor_t attribute = rdn.enter(asn_tag_t::SEQUENCE);
-            if (!attribute.ok() || !print_attribute(attribute)) {
+            if (!print_attribute(rdn.enter(asn_tag_t::SEQUENCE))) {
                 return false;
             }
+            writer_.put(rdn.empty() ? ',' : '+');
             if (rdn.empty()) {
                 return true;
             }
-            append_char(out_, '+');
         }
     }
 
@@ -150,11 +185,11 @@ class name_printer_t {
     bool print_type(const blob_t& type) {
         const OIDdescr_t* const entry = find_entry(type, map_);
         if (entry != nullptr) {
-            append_text(out_, std::string_view(entry->oid_sn, entry->oid_sn_size));
-        } else if (!append_dotted(type, out_)) {
+            writer_.put(std::string_view(entry->oid_sn, entry->oid_sn_size));
+        } else if (!put_oid(type.data, type.data + type.size, writer_)) {
             return false;
         }
-        append_char(out_, '=');
+        writer_.put('=');
         return true;
     }
 
@@ -174,26 +209,49 @@ class name_printer_t {
             return string.ok() && print_string(tag, content);
         }
         default:
-            // Not a string, or no value at all.
-            append_char(out_, '#');
-            TO_HEX_STD_STRING(value.data, value.size, out_, '\0');
-            return true;
+            return print_hex(value); // not a string, or no value at all
         }
     }
 
     bool print_string(asn_tag_t::Type tag, const blob_t& content) {
         switch (tag) {
+        case asn_tag_t::UTF8_STRING:
+        case asn_tag_t::PRINTABLE_STRING:
+        case asn_tag_t::IA5_STRING:
+            print_text(as_text(content));
+            return true;
+        default:
+            return print_rarer_string(tag, content);
+        }
+    }
+
+    void print_text(std::string_view text) {
+        if (text.size() <= SHORT_TEXT_SIZE) {
+            put_short_escaped(text, writer_);
+        } else {
+            put_escaped(text, writer_);
+        }
+    }
+
+    // In functions of their own, so that the usual strings take fewer registers.
+
+    [[gnu::noinline]] bool print_hex(blob_t value) {
+        writer_.put('#');
+        writer_.flush();
+        TO_HEX_STD_STRING(value.data, value.size, out_, '\0');
+        return true;
+    }
+
+    [[gnu::noinline]] bool print_rarer_string(asn_tag_t::Type tag, blob_t content) {
+        switch (tag) {
         case asn_tag_t::NUMERIC_STRING:
             return print_numeric(as_text(content));
         case asn_tag_t::T61_STRING:
-            return print_t61(as_text(content));
+            return print_t61(content);
         case asn_tag_t::UNIVERSAL_STRING:
-            return print_wide(convi(CONVI_UCS4_BE, CONVI_UTF8), content);
-        case asn_tag_t::BMP_STRING:
-            return print_wide(convi(CONVI_UCS2_BE, CONVI_UTF8), content);
+            return print_wide(CONVI_UCS4_BE, content);
         default:
-            append_escaped(as_text(content), out_);
-            return true;
+            return print_wide(CONVI_UCS2_BE, content);
         }
     }
 
@@ -202,31 +260,30 @@ class name_printer_t {
         if (text.find_first_not_of("0123456789 ") != std::string_view::npos) {
             return false;
         }
-        append_text(out_, text);
+        writer_.put(text);
         return true;
     }
 
-    bool print_t61(std::string_view text) {
-        const std::size_t begin = out_.size();
-        if (!ldap_t61s_to_utf8s(text.data(), static_cast<unsigned int>(text.size()), out_)) {
+    bool print_t61(blob_t content) {
+        const std::size_t size_before = writer_.size();
+        if (!put_t61<escaped_t61_t>(content.data, content.data + content.size, writer_, write_utf8)) {
+            writer_.cut_to(size_before);
             return false;
         }
-        escape_in_place(out_, begin);
         return true;
     }
 
     // An output size of 0 is a failure, so an empty string fails too.
-    bool print_wide(const convi& converter, const blob_t& content) {
+    bool print_wide(convi_page_t page, blob_t content) {
+        const convi converter(page, CONVI_UTF8);
         const unsigned int size = converter.get_outsize(content.data, content.size);
-        if (size == 0) {
+        char short_text[256];
+        std::string long_text;
+        char* const text = size <= sizeof short_text ? short_text : append_room(long_text, size);
+        if (size == 0 || converter.convert_safe(content.data, content.size, text, size) == 0) {
             return false;
         }
-        const std::size_t begin = out_.size();
-        if (converter.convert_safe(content.data, content.size, append_room(out_, size), size) == 0) {
-            out_.resize(begin); // GCOVR_EXCL_LINE: a converter linked in place of ours may refuse what it measured
-            return false;       // GCOVR_EXCL_LINE: the same
-        }
-        escape_in_place(out_, begin);
+        put_escaped(std::string_view(text, size), writer_);
         return true;
     }
 };
@@ -245,8 +302,17 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned int len, std::string
     }
     require_room(out, name.size);
     out.reserve(out.size() + name.size);
-    name_printer_t printer(out, map);
-    const bool done = order == PDN_ORDER_REVERSED ? printer.print_reversed(name) : printer.print_as_encoded(name);
+    const bool reversed = order == PDN_ORDER_REVERSED;
+    const std::size_t size_before = out.size();
+    bool done = false;
+    try {
+        done = name_printer_t(out, map).print(name, reversed);
+    } catch (...) {
+        if (reversed) {
+            out.resize(size_before); // the RDNs that are there are not the first ones of the name
+        }
+        throw;
+    }
     if (done) {
         out.pop_back(); // the comma after the last RDN
     }
@@ -268,12 +334,12 @@ bool asn_oid_to_printable(const unsigned char* der, unsigned int len, std::strin
     const pki_alg_t alg = PKI_OID_TO_ALG(oid.data, oid.size);
     if (alg == PKI_ALG_UNKNOWN) {
         // Appended, unlike the names.
-        return append_dotted(oid, out);
+        return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;
     }
     out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
     if (with_oid) {
         append_char(out, '(');
-        append_dotted(oid, out);
+        oid_asn_to_str_(oid.data, oid.data + oid.size, out);
         append_char(out, ')');
     }
     return true;

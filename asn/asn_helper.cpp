@@ -1,7 +1,9 @@
 // Lookups between algorithm codes and OIDs, and DigestInfo.
 #include "derkit/asn_helper.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "asn/asn_alg_tables.h"
 #include "asn/asn_builder.h"
@@ -12,12 +14,8 @@ const oid_ref_t g_null_oid;
 namespace {
 
 template <typename TABLE> oid_ref_t find_der(const TABLE& table, pki_alg_t alg) {
-    for (const alg_row_t& row : table) {
-        if (row.alg == alg) {
-            return row.der;
-        }
-    }
-    return g_null_oid;
+    const auto row = std::find_if(std::begin(table), std::end(table), [alg](const alg_row_t& r) { return r.alg == alg; });
+    return row == std::end(table) ? g_null_oid : row->der;
 }
 
 template <typename TABLE> pki_alg_t find_alg(const TABLE& table, const void* oid, unsigned int size) {
@@ -72,13 +70,11 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned int size) {
 // An unknown hash is not an error: its OID is empty, written 06 00.
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t hash) {
     const oid_ref_t hash_oid = PKI_HASH_ALG_TO_OID(hash);
-    asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, hash_oid.data, hash_oid.size);
-    algorithm.add_element(asn_tag_t::NULL_VALUE, blob_t());
-
     asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
-    digest_info.add_node(algorithm);
-    digest_info.add_element(asn_tag_t::OCTET_STRING, digest);
+    digest_info.add(asn_element(asn_tag_t::SEQUENCE,
+                                asn_element(asn_tag_t::OBJECT_IDENTIFIER, asn_octets_t{hash_oid.data, hash_oid.size}),
+                                asn_element(asn_tag_t::NULL_VALUE)),
+                    asn_element(asn_tag_t::OCTET_STRING, digest));
     digest_info.assign_to(digest);
 }
 

@@ -1,9 +1,9 @@
 // Dotted text of OBJECT IDENTIFIERs to DER content octets and back (X.690 8.19).
+#include "asn/asn_oid_text.h"
+
 #include <charconv>
-#include <string_view>
 
 #include "derkit/asn_oidmap.h"
-#include "util/string_room.h"
 
 namespace {
 
@@ -76,56 +76,30 @@ bool read_subidentifier(const unsigned char*& p, const unsigned char* end, unsig
     return false;
 }
 
-// Buffers text, so that the string grows once for many arcs.
-class arc_writer_t {
-  public:
-    // cppcheck-suppress uninitMemberVar ; everything before end_ has been written
-    explicit arc_writer_t(std::string& out) : out_(out) {}
+constexpr std::size_t MAX_ARC_SIZE = sizeof "4294967295";
 
-    void add(unsigned int arc, bool last) {
-        if (end_ > text_ + sizeof text_ - MAX_ARC_SIZE) {
-            flush();
-        }
-        end_ = arc < 10 ? write_digit(arc) : std::to_chars(end_, text_ + sizeof text_, arc).ptr;
-        if (!last) {
-            *end_++ = '.';
-        }
+[[gnu::noinline]] char* write_long_arc(unsigned int arc, char* to) {
+    return std::to_chars(to, to + MAX_ARC_SIZE, arc).ptr;
+}
+
+// Most arcs have one digit or two.
+char* write_arc(unsigned int arc, char* to) {
+    if (arc >= 100) {
+        return write_long_arc(arc, to);
     }
-
-    void flush() {
-        append_text(out_, std::string_view(text_, static_cast<std::size_t>(end_ - text_)));
-        end_ = text_;
+    if (arc >= 10) {
+        *to++ = static_cast<char>('0' + arc / 10);
+        arc %= 10;
     }
+    *to++ = static_cast<char>('0' + arc);
+    return to;
+}
 
-  private:
-    static constexpr std::size_t MAX_ARC_SIZE = sizeof "4294967295.";
-
-    std::string& out_;
-    char text_[128];
-    char* end_ = text_;
-
-    char* write_digit(unsigned int digit) {
-        *end_ = static_cast<char>('0' + digit);
-        return end_ + 1;
-    }
-};
-
-// Writes all arcs, or those before the one that is cut short. False for the latter.
-bool write_arcs(const unsigned char* p, const unsigned char* end, arc_writer_t& out) {
-    unsigned int subidentifier = 0;
-    if (!read_subidentifier(p, end, subidentifier)) {
-        return false;
-    }
-    // A plain division: the first arc can become 3 or more.
-    out.add(subidentifier / 40, false);
-    out.add(subidentifier % 40, p == end);
-    while (p != end) {
-        if (!read_subidentifier(p, end, subidentifier)) {
-            return false;
-        }
-        out.add(subidentifier, p == end);
-    }
-    return true;
+// Puts an arc and a dot. Takes less time than a call.
+[[gnu::always_inline]] inline void put_arc(unsigned int arc, text_writer_t& out) {
+    char* const end = write_arc(arc, out.room(MAX_ARC_SIZE + 1));
+    *end = '.';
+    out.advance_to(end + 1);
 }
 
 } // namespace
@@ -149,9 +123,27 @@ unsigned int oid_str_to_asn_(const char* begin, const char* end, unsigned char (
     return size;
 }
 
+bool put_oid(const unsigned char* p, const unsigned char* end, text_writer_t& out) {
+    unsigned int subidentifier = 0;
+    if (!read_subidentifier(p, end, subidentifier)) {
+        return false;
+    }
+    // A plain division: the first arc can become 3 or more.
+    put_arc(subidentifier / 40, out);
+    put_arc(subidentifier % 40, out);
+    while (p != end) {
+        if (!read_subidentifier(p, end, subidentifier)) {
+            return false;
+        }
+        put_arc(subidentifier, out);
+    }
+    out.drop_last(); // the dot after the last arc
+    return true;
+}
+
 int oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& out) {
-    arc_writer_t writer(out);
-    const bool complete = write_arcs(begin, end, writer);
+    text_writer_t writer(out);
+    const bool complete = put_oid(begin, end, writer);
     writer.flush();
     return complete ? 1 : 0;
 }

@@ -130,6 +130,7 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
     block.release(); // the list owns it now
     OIDdescr_t* const added = &map.entries.back();
     if (map.by_asn.insert(added).second) {
+        map.x520_types.add(added);
         map.shortcut_by_asn.add(map.by_asn, added);
     }
     map.by_str.insert(added);
@@ -220,8 +221,14 @@ void oid_map_release(oid_map_handle_t map) {
 
 // The finds below cast constness away: an entry points to non-const bytes, but a search changes none.
 
+[[gnu::noinline]] static const OIDdescr_t* find_by_hash(const OIDmaps_t& map, const unsigned char* der,
+                                                        unsigned int size) {
+    return map.shortcut_by_asn.find(map.by_asn, const_cast<unsigned char*>(der), size);
+}
+
 const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned int size) {
-    return map.map->shortcut_by_asn.find(map.map->by_asn, const_cast<unsigned char*>(der), size);
+    const OIDdescr_t* const found = map.map->x520_types.find(der, size);
+    return found != nullptr ? found : find_by_hash(*map.map, der, size);
 }
 
 const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned int size) {

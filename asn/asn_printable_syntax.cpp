@@ -1,6 +1,7 @@
 #include "asn/asn_printable_syntax.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "asn/asn_printable_traits.h"
 
@@ -17,15 +18,34 @@ const char* skip_blanks(const char* p) {
     return p;
 }
 
-// A type of separators alone is an empty type: "=x" and ",=x" do not parse, ",O=x" does.
+// A type of separators alone is an empty type: "=x" and ",=x" do not parse, ",O=x" does. No separator is at its end.
 bool is_empty_type(const char* begin, const char* end) {
-    return std::all_of(begin, end, is_separator);
+    while (is_separator(*begin)) {
+        ++begin;
+    }
+    return begin == end;
+}
+
+// Skips characters up to the next mark, and adds their classes to `traits`.
+const char* skip_plain(const char* p, const char* end, unsigned int& traits) {
+    constexpr std::ptrdiff_t BLOCK_SIZE = 8;
+    for (unsigned int block = 0; end - p >= BLOCK_SIZE; p += BLOCK_SIZE) {
+        block = traits_of_block<BLOCK_SIZE>(p);
+        if ((block & VALUE_MARK) != 0) {
+            break;
+        }
+        traits |= block;
+    }
+    for (; (traits_of(*p) & VALUE_MARK) == 0; ++p) {
+        traits |= traits_of(*p);
+    }
+    return p;
 }
 
 // Returns the '=' after the type at `p`, or null.
 const char* parse_type(const char* p, RDNdescr_t& out) {
     out.type_begin = p;
-    while (*p != '\0' && *p != '=' && !is_blank(*p)) {
+    while ((traits_of(*p) & TYPE_END) == 0) {
         ++p;
     }
     out.type_end = p;
@@ -35,23 +55,19 @@ const char* parse_type(const char* p, RDNdescr_t& out) {
 
 } // namespace
 
-dn_reader_t::dn_reader_t(const char* dn) : p_(skip_blanks(dn)), at_end_(*p_ == '\0') {}
+dn_reader_t::dn_reader_t(const char* dn) : p_(skip_blanks(dn)), end_(p_ + std::strlen(p_)), at_end_(p_ == end_) {}
 
 // Returns the separator or the final zero after the value at `p`, or null when the text ends inside double quotes.
-const char* dn_reader_t::read_value(const char* p, RDNdescr_t& attribute) {
+[[gnu::always_inline]] inline const char* dn_reader_t::read_value(const char* p, RDNdescr_t& attribute) {
     attribute.value_begin = p;
     bool quoted = false;
     unsigned int traits = 0;
     for (;; ++p) {
-        unsigned int last = 0;
-        while (((last = traits_of(*p)) & VALUE_MARK) == 0) {
-            traits |= last;
-            ++p;
-        }
+        p = skip_plain(p, end_, traits);
         if (*p == '\0' || (!quoted && is_separator(*p))) {
             break;
         }
-        traits |= last;
+        traits |= traits_of(*p);
         if (*p == '"') {
             quoted = !quoted;
         } else if (*p == '\\' && p[1] != '\0') {

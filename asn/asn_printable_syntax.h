@@ -42,6 +42,7 @@ class dn_reader_t {
 
   private:
     const char* p_;
+    const char* end_; // the final zero
     unsigned int value_traits_ = 0;
     bool at_end_;
     bool failed_ = false;

@@ -7,11 +7,12 @@
 
 // Character classes, one bit each.
 enum trait_t : unsigned char {
-    NOT_PRINTABLE_STRING = 0x01, // not one of the characters of PrintableString (X.680 41.4)
-    NOT_IA5_STRING = 0x02,
-    SPECIAL = 0x04, // needs a backslash before it outside quotes
+    SPECIAL = 0x01,              // needs one backslash before it outside quotes
+    NOT_PRINTABLE_STRING = 0x02, // not one of the characters of PrintableString (X.680 41.4)
+    NOT_IA5_STRING = 0x04,
     BACKSLASH = 0x08,
-    VALUE_MARK = 0x10 // ends a value, or changes what does
+    VALUE_MARK = 0x10, // ends a value, or changes what does
+    TYPE_END = 0x20
 };
 
 constexpr bool is_among(unsigned int c, std::string_view characters) {
@@ -36,6 +37,9 @@ constexpr unsigned char make_traits(unsigned int c) {
     if (c == '\0' || is_among(c, ",+\"\\")) {
         traits |= VALUE_MARK;
     }
+    if (c == '\0' || is_among(c, "= \t")) {
+        traits |= TYPE_END;
+    }
     return static_cast<unsigned char>(traits);
 }
 
@@ -49,11 +53,31 @@ constexpr std::array<unsigned char, 256> make_all_traits() {
 
 inline constexpr std::array<unsigned char, 256> TRAITS = make_all_traits();
 
-inline unsigned int traits_of(char c) {
+constexpr unsigned int traits_of(char c) {
     return TRAITS[static_cast<unsigned char>(c)];
 }
 
-inline bool is_special(char c) {
+// The classes of N characters together.
+template <std::size_t N> unsigned int traits_of_block(const char* p) {
+    if constexpr (N == 1) {
+        return traits_of(*p);
+    } else {
+        return traits_of_block<N / 2>(p) | traits_of_block<N - N / 2>(p + N / 2);
+    }
+}
+
+inline unsigned int traits_of_all(std::string_view text) {
+    unsigned int traits = 0;
+    for (; text.size() >= 8; text.remove_prefix(8)) {
+        traits |= traits_of_block<8>(text.data());
+    }
+    for (const char c : text) {
+        traits |= traits_of(c);
+    }
+    return traits;
+}
+
+constexpr bool is_special(char c) {
     return (traits_of(c) & SPECIAL) != 0;
 }
 

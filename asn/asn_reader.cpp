@@ -1,5 +1,6 @@
 #include "derkit/asn_reader.h"
 
+#include "asn/asn_element.h"
 #include "asn/asn_tag_reader.h"
 #include "util/string_room.h"
 
@@ -31,21 +32,7 @@ bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, uns
 }
 
 void asn_write_INTEGER(unsigned int value, std::string& out) {
-    if (value == 0) {
-        append_char(out, '\0');
-        return;
-    }
-    // Every zero octet is omitted, inner ones too: 0x10080 is written 01 80.
-    bool first = true;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const unsigned int octet = value >> shift & 0xFF;
-        if (octet == 0) {
-            continue;
-        }
-        if (first && (octet & 0x80) != 0) {
-            append_char(out, '\0');
-        }
-        append_char(out, static_cast<char>(octet));
-        first = false;
-    }
+    unsigned char octets[asn_integer_t::MAX_SIZE];
+    const unsigned char* const end = asn_integer_t(value).write_to(octets);
+    append_text(out, {reinterpret_cast<const char*>(octets), static_cast<std::size_t>(end - octets)});
 }

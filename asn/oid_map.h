@@ -3,6 +3,7 @@
 #define DERKIT_OID_MAP_H
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -147,6 +148,28 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_shortcut_t {
     }
 };
 
+// The attribute types of X.520, 2.5.4.0 to 2.5.4.127, of which most names consist.
+class x520_types_t {
+  public:
+    void add(OIDdescr_t* entry) {
+        if (is_among_them(entry->oid_asn, entry->oid_asn_size)) {
+            entries_[entry->oid_asn[2]] = entry;
+        }
+    }
+
+    // Returns null for a key that is not here, which says nothing about the map.
+    const OIDdescr_t* find(const unsigned char* key, unsigned int size) const {
+        return is_among_them(key, size) ? entries_[key[2]] : nullptr;
+    }
+
+  private:
+    std::array<OIDdescr_t*, 128> entries_ = {};
+
+    static bool is_among_them(const unsigned char* key, unsigned int size) {
+        return size == 3 && key[0] == 0x55 && key[1] == 0x04 && key[2] < 0x80;
+    }
+};
+
 // A map of OIDs. The list owns the entries in the order of their lines. An index that already holds an equal key keeps
 // its entry, so the first line wins in each index separately.
 struct OIDmaps_t {
@@ -160,6 +183,7 @@ struct OIDmaps_t {
     by_asn_t by_asn;
     by_str_t by_str;
     by_sn_t by_sn;
+    x520_types_t x520_types;
     shortcut_by_asn_t shortcut_by_asn;
     shortcut_by_sn_t shortcut_by_sn;
 

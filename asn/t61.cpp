@@ -1,56 +1,12 @@
 #include "derkit/t61.h"
 
-#include <string_view>
-
-#include "asn/t61_tables.h"
+#include "asn/t61_decoder.h"
 #include "util/string_room.h"
+#include "util/text_writer.h"
 
 namespace {
 
 constexpr unsigned int MAX_UTF8_SIZE = 6;
-
-// A text of this size is converted in one pass, a longer one is measured first.
-constexpr unsigned int SHORT_TEXT_SIZE = 64;
-// Most UTF-8 octets for one byte: the ohm sign, or a prefix at the end, which becomes a zero and its mark.
-constexpr unsigned int MAX_GROWTH = 3;
-
-bool is_prefix(unsigned char byte) {
-    return (byte & 0xF0) == 0xC0;
-}
-
-unsigned int composed(unsigned char prefix, unsigned char letter) {
-    const unsigned int* const* const diacritic = cx_tab[prefix & 0x0F];
-    const unsigned int* const letters = diacritic == nullptr ? nullptr : diacritic[letter >> 5];
-    return letters == nullptr ? 0 : letters[letter & 0x1F];
-}
-
-// Calls `take` with one code point after another; returns false at a byte that T.61 does not define. The byte after a
-// prefix is paired with it whatever it means on its own; a prefix at the end is paired with 0.
-template <typename TAKE> bool decode(const unsigned char* p, const unsigned char* end, TAKE take) {
-    while (p != end) {
-        const unsigned char byte = *p++;
-        const unsigned int code_point = t61_tab[byte];
-        if (code_point == 0) {
-            return false;
-        }
-        if (!is_prefix(byte)) {
-            take(code_point);
-            continue;
-        }
-        const unsigned char letter = p == end ? 0 : *p++;
-        const unsigned int accent = accents[byte & 0x0F];
-        const unsigned int precomposed = composed(byte, letter);
-        if ((letter == ' ' || letter == 0) && accent != 0) {
-            take(accent);
-        } else if (precomposed != 0) {
-            take(precomposed);
-        } else {
-            take(letter);
-            take(code_point);
-        }
-    }
-    return true;
-}
 
 unsigned int utf8_size(unsigned int code_point) {
     if (code_point < 0x80) {
@@ -68,48 +24,29 @@ unsigned int utf8_size(unsigned int code_point) {
     return code_point < 0x4000000 ? 5 : 6;
 }
 
-// Shorter than ldap_x_wc_to_utf8(), as the code points of T.61 lie below U+10000.
-char* write_utf8(char* to, unsigned int code_point) {
-    if (code_point < 0x80) {
-        *to++ = static_cast<char>(code_point);
-        return to;
-    }
-    if (code_point < 0x800) {
-        *to++ = static_cast<char>(0xC0 | code_point >> 6);
-    } else {
-        *to++ = static_cast<char>(0xE0 | code_point >> 12);
-        *to++ = static_cast<char>(0x80 | (code_point >> 6 & 0x3F));
-    }
-    *to++ = static_cast<char>(0x80 | (code_point & 0x3F));
-    return to;
-}
-
-// Writes UTF-8 to `to` and returns its end, or null when T.61 does not define a byte.
-char* convert(const unsigned char* p, const unsigned char* end, char* to) {
-    const bool defined = decode(p, end, [&to](unsigned int code_point) { to = write_utf8(to, code_point); });
-    return defined ? to : nullptr;
-}
-
 } // namespace
 
 bool ldap_t61s_to_utf8s(const char* s, unsigned int len, std::string& out) {
     const unsigned char* const begin = reinterpret_cast<const unsigned char*>(s);
     const unsigned char* const end = begin + len;
-    // Names are short: converting them into a local buffer is faster than measuring them first.
-    if (len <= SHORT_TEXT_SIZE) {
-        char text[SHORT_TEXT_SIZE * MAX_GROWTH];
-        const char* const text_end = convert(begin, end, text);
-        if (text_end == nullptr) {
+    text_writer_t writer(out);
+    // The writer holds a short text until it is complete. A longer one is measured first, so that it cannot fail midway.
+    if (len > T61_PIECE_SIZE) {
+        unsigned long long total = 0;
+        const auto measure = [&total](const utf8_t& character, char* to) {
+            total += character.size;
+            return to;
+        };
+        if (!put_t61<plain_t61_t>(begin, end, writer, measure)) {
             return false;
         }
-        append_text(out, std::string_view(text, static_cast<std::size_t>(text_end - text)));
-        return true;
+        require_room(out, total);
+        out.reserve(out.size() + static_cast<std::size_t>(total));
     }
-    unsigned long long total = 0;
-    if (!decode(begin, end, [&total](unsigned int code_point) { total += utf8_size(code_point); })) {
+    if (!put_t61<plain_t61_t>(begin, end, writer, write_utf8)) {
         return false;
     }
-    convert(begin, end, append_room(out, total));
+    writer.flush();
     return true;
 }
 

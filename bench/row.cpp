@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
+#include <random>
 #include <stdexcept>
 
 #include "bytes.h"
@@ -47,6 +49,22 @@ void row_t::add_limits(const std::vector<std::string>& in, const std::vector<std
     if (der_side != der_side_t::NONE) {
         add_limit<walk_t>("tags", der_side == der_side_t::INPUT ? in : out);
     }
+}
+
+std::vector<std::size_t> visiting_order(std::size_t num_inputs) {
+    constexpr std::size_t MIN_STEPS = 1000;
+    std::vector<std::size_t> round(num_inputs);
+    std::iota(round.begin(), round.end(), std::size_t{0});
+    if (num_inputs < 2) {
+        return round;
+    }
+    std::minstd_rand random(1);
+    std::vector<std::size_t> order;
+    while (order.size() < MIN_STEPS) {
+        std::shuffle(round.begin(), round.end(), random);
+        order.insert(order.end(), round.begin(), round.end());
+    }
+    return order;
 }
 
 std::vector<row_t*> registry_t::find(std::string_view start) {

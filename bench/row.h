@@ -18,7 +18,7 @@
 class runner_t {
   public:
     virtual ~runner_t() = default;
-    // One call for every input of the row.
+    // One call for every step of the visiting order.
     virtual void pass() = 0;
     // Describes the first call whose outcome is wrong; empty if all are right.
     virtual std::string find_mismatch() = 0;
@@ -196,17 +196,21 @@ struct peer_registration_t {
     }
 };
 
+// The inputs in the order in which a pass visits them: all of them in an order drawn anew, again and again, so that no
+// branch predictor learns them by heart. Nothing repeats before 1,000 steps. A single input is visited once.
+std::vector<std::size_t> visiting_order(std::size_t num_inputs);
+
 template <typename WORK> class runner_of_t final : public runner_t {
     using inputs_t = std::vector<input_of_t<WORK>>;
 
   public:
     // Without expected results any result is right.
     runner_of_t(const inputs_t& inputs, const std::vector<std::string>& expected)
-        : inputs_(inputs), expected_(expected), work_(make_work(inputs)) {}
+        : inputs_(inputs), expected_(expected), order_(visiting_order(inputs.size())), work_(make_work(inputs)) {}
 
     void pass() override {
-        for (const auto& input : inputs_) {
-            work_(input);
+        for (const std::size_t i : order_) {
+            work_(inputs_[i]);
             benchmark::ClobberMemory();
         }
     }
@@ -227,6 +231,7 @@ template <typename WORK> class runner_of_t final : public runner_t {
   private:
     const inputs_t& inputs_;
     const std::vector<std::string>& expected_;
+    const std::vector<std::size_t> order_;
     WORK work_;
 
     static WORK make_work([[maybe_unused]] const inputs_t& inputs) {

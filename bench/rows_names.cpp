@@ -12,6 +12,16 @@ struct to_text_t : name_text_t {
     }
 };
 
+// Last RDN first, as the peers print.
+struct to_reversed_text_t {
+    std::string text;
+    void operator()(const name_t& name) {
+        text.clear();
+        asn_dn_to_printable(octets(name.der), size32(name.der), text, PDN_ORDER_REVERSED, OID_MAP_HANDLE_DEFAULT);
+    }
+    std::string shown() const { return listed_values(text, order_t::REVERSED); }
+};
+
 struct to_der_t : name_der_t {
     void operator()(const name_t& name) { printable_to_asn_dn(name.text.c_str(), der, OID_MAP_HANDLE_DEFAULT); }
 };
@@ -26,8 +36,11 @@ std::string printed(const name_t& name) {
     return work.text;
 }
 
-void add_to_text(registry_t& registry, const char* name, const target_t& target, const std::vector<name_t>& names) {
+void add_to_text(registry_t& registry, const std::string& name, const target_t& target,
+                 const std::vector<name_t>& names) {
     registry.add<to_text_t>({name, target, names, &name_t::values, &name_t::der, printed, der_side_t::INPUT});
+    registry.add<to_reversed_text_t>(
+        {name + ", last RDN first", target, names, &name_t::values, &name_t::der, printed, der_side_t::INPUT});
 }
 
 } // namespace

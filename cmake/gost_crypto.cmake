@@ -1,7 +1,8 @@
 # derkit_gost_crypto, libgcrypt and GnuTLS, if a program of this target can be linked to them; DERKIT_GOST_CRYPTO_FOUND tells.
 # A 32-bit build on a 64-bit system has to look where Debian has the libraries of its own architecture. Their development
 # packages cannot be installed beside g++-multilib, so it makes do with libgcrypt20:i386 and libgnutls30:i386 and takes the
-# headers of the other target, which are the same.
+# headers of the other target: gcrypt.h and those of GnuTLS are the same files, and gpg-error.h differs in the size of locks and
+# file offsets only, which are not used.
 include_guard(GLOBAL)
 set(where)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL "x86_64" AND NOT CMAKE_CROSSCOMPILING)

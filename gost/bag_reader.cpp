@@ -16,17 +16,7 @@ std::string element_of(asn_tag_t::Type tag, const blob_t& content) {
     return der(tag, {text_of(content)});
 }
 
-// The values of an attribute as complete elements.
-result<std::vector<std::string>> read_values(asn_cursor_t in) {
-    std::vector<std::string> values;
-    while (in.ok() && !in.empty()) {
-        const auto tag = static_cast<asn_tag_t::Type>(*in.p);
-        values.push_back(element_of(tag, in.read(asn_tag_t::ANY)));
-    }
-    return in.ok() ? result<std::vector<std::string>>(std::move(values)) : cause::malformed;
-}
-
-// The only value of an attribute, if it has this type.
+// The single value of an attribute, if it has this type.
 std::optional<std::string_view> only_value(asn_cursor_t values, asn_tag_t::Type tag) {
     const std::string_view content = text_of(values.read(tag));
     return values.ok() && values.empty() ? std::optional<std::string_view>(content) : std::nullopt;
@@ -50,39 +40,8 @@ bool take_local_key_id(asn_cursor_t values, bag& out) {
     return true;
 }
 
-// PKCS12Attribute ::= SEQUENCE { attrId OBJECT IDENTIFIER, attrValues SET OF ANY }                  RFC 7292 4.2
-// A second friendlyName or localKeyId, and one of another form, is kept like any other attribute.
-bool read_attribute(asn_cursor_t in, bag& out) {
-    attribute read;
-    read.oid = dotted_of(in.read(asn_tag_t::OBJECT_IDENTIFIER));
-    const asn_cursor_t values = in.enter(asn_tag_t::SET);
-    if (!in.ok() || !in.empty()) {
-        return false;
-    }
-    if ((read.oid == OID_FRIENDLY_NAME && take_friendly_name(values, out)) ||
-        (read.oid == OID_LOCAL_KEY_ID && take_local_key_id(values, out))) {
-        return true;
-    }
-    result<std::vector<std::string>> all = read_values(values);
-    if (!all) {
-        return false;
-    }
-    read.values = *std::move(all);
-    out.attributes.push_back(std::move(read));
-    return true;
-}
-
-bool read_attributes(asn_cursor_t in, bag& out) {
-    while (in.ok() && !in.empty()) {
-        if (!read_attribute(in.enter(asn_tag_t::SEQUENCE), out)) {
-            return false;
-        }
-    }
-    return in.ok();
-}
-
 // CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }            RFC 7292 4.2.3
-// Another type of certificate is handed out with its CertBag around.
+// Of another type of certificate, the value is the whole CertBag.
 void read_certificate(std::string_view value, bag& out) {
     asn_cursor_t in(blob_of(value));
     asn_cursor_t cert_bag = in.enter(asn_tag_t::SEQUENCE);
@@ -107,6 +66,57 @@ named_oid type_inside(std::string_view value) {
 }
 
 } // namespace
+
+// Returns false when the file has more than the limit.
+bool bag_reader::count_attribute_or_value() {
+    if (num_attributes_ == cost_.max_attributes) {
+        exceeded_ = cause::too_many_attributes;
+        return false;
+    }
+    ++num_attributes_;
+    return true;
+}
+
+// The values of an attribute as complete elements.
+bool bag_reader::read_values(asn_cursor_t in, std::vector<std::string>& out) {
+    while (in.ok() && !in.empty()) {
+        if (!count_attribute_or_value()) {
+            return false;
+        }
+        const auto tag = static_cast<asn_tag_t::Type>(*in.p);
+        out.push_back(element_of(tag, in.read(asn_tag_t::ANY)));
+    }
+    return in.ok();
+}
+
+// PKCS12Attribute ::= SEQUENCE { attrId OBJECT IDENTIFIER, attrValues SET OF ANY }                  RFC 7292 4.2
+// A second friendlyName or localKeyId, and one of another form, is kept like any other attribute.
+bool bag_reader::read_attribute(asn_cursor_t in, bag& out) {
+    attribute read;
+    read.oid = dotted_of(in.read(asn_tag_t::OBJECT_IDENTIFIER));
+    const asn_cursor_t values = in.enter(asn_tag_t::SET);
+    if (!in.ok() || !in.empty() || !count_attribute_or_value()) {
+        return false;
+    }
+    if ((read.oid == OID_FRIENDLY_NAME && take_friendly_name(values, out)) ||
+        (read.oid == OID_LOCAL_KEY_ID && take_local_key_id(values, out))) {
+        return true;
+    }
+    if (!read_values(values, read.values)) {
+        return false;
+    }
+    out.attributes.push_back(std::move(read));
+    return true;
+}
+
+bool bag_reader::read_attributes(asn_cursor_t in, bag& out) {
+    while (in.ok() && !in.empty()) {
+        if (!read_attribute(in.enter(asn_tag_t::SEQUENCE), out)) {
+            return false;
+        }
+    }
+    return in.ok();
+}
 
 result<secret> bag_reader::decrypt_part(const blob_t& algorithm, std::string_view ciphertext,
                                         const encryption_scheme& scheme, plaintext expected) {
@@ -138,7 +148,7 @@ void bag_reader::read_shrouded_key(std::string_view value, bag& out) {
 
 void bag_reader::read_nested(std::string_view value, unsigned int depth, bag& out) {
     out.type = bag_type::bags;
-    if (depth >= cost_.max_depth) {
+    if (depth >= max_depth_of(cost_)) {
         exceeded_ = cause::too_deep;
         return;
     }
@@ -150,7 +160,7 @@ void bag_reader::read_nested(std::string_view value, unsigned int depth, bag& ou
     }
 }
 
-// What may hold secrets is withheld from who gave no password.
+// Without a password, everything that may be secret is withheld.
 void bag_reader::read_value(std::string_view value, unsigned int depth, bag& out) {
     const std::string_view id = out.id.oid;
     if (id == OID_SHROUDED_KEY_BAG) {
@@ -219,8 +229,14 @@ result<std::vector<bag>> bag_reader::read_bags(std::string_view safe_contents, u
 
 // SafeContents ::= SEQUENCE OF SafeBag                                                              RFC 7292 4.2
 result<std::vector<bag>> bag_reader::read(std::string_view safe_contents) {
-    const result<definite_octets> octets = with_definite_lengths(safe_contents);
-    return octets ? read_bags(octets->view(), 0) : octets.error();
+    const result<definite_octets> octets = with_definite_lengths(safe_contents, max_depth_of(cost_));
+    if (octets) {
+        return read_bags(octets->view(), 0);
+    }
+    if (octets.why() != cause::malformed) {
+        exceeded_ = octets.why();
+    }
+    return octets.error();
 }
 
 } // namespace derkit::gost

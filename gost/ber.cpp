@@ -1,5 +1,6 @@
 #include "gost/ber.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -10,9 +11,11 @@ namespace derkit::gost {
 
 namespace {
 
-// Containers have a dozen levels.
-constexpr unsigned int MAX_BER_DEPTH = 32;
-// As many bags as limits::max_bags allows by default have a tenth of it.
+// Levels of a container without nested bags; programs write a dozen.
+constexpr unsigned int MAX_OTHER_LEVELS = 32;
+// SafeBag, the [0] of its bagValue, SafeContents.
+constexpr unsigned int LEVELS_OF_BAGS_BAG = 3;
+// A container with as many bags as limits::max_bags allows by default has a tenth of these.
 constexpr std::size_t MAX_ELEMENTS = 2'000'000;
 
 constexpr unsigned char MANY_OCTETS = 0x1F; // of the identifier (X.690 8.1.2.4)
@@ -100,9 +103,9 @@ bool needs_rewriting(std::string_view in, unsigned int depth) {
 // Rewrites in two passes: the first finds the sizes of contents, in the order of their elements; the second writes.
 class rewriter {
   public:
-    result<secret> rewrite(std::string_view ber) {
+    result<secret> rewrite(std::string_view ber, unsigned int levels) {
         std::string_view in = ber;
-        const std::size_t size = measure(in, MAX_BER_DEPTH, false);
+        const std::size_t size = measure(in, levels, false);
         if (problem_ != cause::none) {
             return problem_;
         }
@@ -127,7 +130,7 @@ class rewriter {
         return is_indefinite ? in.substr(0, END_OF_CONTENTS.size()) == END_OF_CONTENTS : in.empty();
     }
 
-    // Takes one element and returns the octets that it will have; of a piece of a string only the content counts.
+    // Takes one element and returns its size after rewriting; of a piece of a string, only that of its content.
     std::size_t measure(std::string_view& in, unsigned int depth, bool is_piece) {
         header element;
         if (!take_header(in, element) || (element.is_indefinite && !element.is_constructed())) {
@@ -167,7 +170,7 @@ class rewriter {
         return size;
     }
 
-    // Takes one element that was measured.
+    // Takes one element that has been measured.
     void write(std::string_view& in, secret& out, bool is_piece) {
         header element;
         take_header(in, element);
@@ -199,17 +202,22 @@ class rewriter {
 
 } // namespace
 
-result<definite_octets> with_definite_lengths(std::string_view ber) {
+unsigned int max_depth_of(const limits& cost) {
+    return std::min(cost.max_depth, limits::MAX_DEPTH);
+}
+
+result<definite_octets> with_definite_lengths(std::string_view ber, unsigned int nested_bags) {
+    const unsigned int levels = MAX_OTHER_LEVELS + LEVELS_OF_BAGS_BAG * nested_bags;
     std::string_view after = ber;
     header outer;
     if (!take_header(after, outer)) {
         return cause::malformed;
     }
     const std::size_t header_size = ber.size() - after.size();
-    if (!outer.is_indefinite && !needs_rewriting(ber.substr(0, header_size + outer.content_size), MAX_BER_DEPTH)) {
+    if (!outer.is_indefinite && !needs_rewriting(ber.substr(0, header_size + outer.content_size), levels)) {
         return definite_octets(ber.substr(0, header_size + outer.content_size));
     }
-    result<secret> rewritten = rewriter().rewrite(ber);
+    result<secret> rewritten = rewriter().rewrite(ber, levels);
     return rewritten ? result<definite_octets>(definite_octets(*std::move(rewritten))) : rewritten.error();
 }
 

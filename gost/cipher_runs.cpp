@@ -6,15 +6,6 @@ namespace derkit::gost {
 
 namespace {
 
-// RFC 9337 7.3 and RFC 9189 4.2.2. A file does not say which it has.
-std::size_t section_size(block_cipher_id cipher, section sections) {
-    const bool kuznyechik = cipher == block_cipher_id::KUZNYECHIK;
-    if (sections == section::tls) {
-        return kuznyechik ? 4096 : 1024;
-    }
-    return kuznyechik ? 256 * 1024 : 8 * 1024;
-}
-
 result<secret> checked(result<secret> decrypted, plaintext expected) {
     if (decrypted && !is_plaintext(*decrypted, expected)) {
         return cause::wrong_password;
@@ -32,7 +23,7 @@ result<secret> apply_acpkm(block_cipher_id cipher, section sections, std::string
     return ctr_acpkm(cipher, section_size(cipher, sections), key, run.iv.substr(0, block_size(cipher) / 2), run.data);
 }
 
-// A short text is the same in sections of either size.
+// A text that fits a section encrypts to the same octets under either size.
 bool has_one_section(block_cipher_id cipher, std::size_t size) {
     return size <= section_size(cipher, section::tls);
 }
@@ -98,8 +89,8 @@ result<secret> run_triple_des(const cipher_run& run) {
     return run_classic_checked(classic_cipher::TRIPLE_DES, run);
 }
 
-// Whether the plaintext that came out with the sections of TLS is the right one. When both are plaintexts, the key
-// changed inside of strings: what looks like DER there decides, and else the sections of TLS, which programs write.
+// Whether the plaintext from the sections of TLS is the right one. When both are whole, the key changed inside strings
+// only: then DER in those strings decides, and failing that the sections of TLS win, since programs write them.
 bool tls_was_right(std::string_view with_tls, std::string_view with_standard, plaintext expected) {
     if (!is_plaintext(with_tls, expected)) {
         return false;

@@ -149,8 +149,7 @@ class acpkm_stream {
     secret counter_;
     std::size_t left_in_section_ = 0;
 
-    // A section of TLS (RFC 9189 4.2.2).
-    std::size_t longest_run() const { return cipher_ == block_cipher_id::KUZNYECHIK ? 4096 : 1024; }
+    std::size_t longest_run() const { return section_size(cipher_, section::tls); }
 
     int add_keystream(std::string_view start, unsigned char* data, std::size_t size) const {
         const gnutls_cipher_algorithm_t algorithm =
@@ -219,6 +218,14 @@ result<secret> run_classic(direction way, classic_cipher cipher, std::string_vie
         return cause::wrong_password;
     }
     return done;
+}
+
+std::size_t section_size(block_cipher_id cipher, section sections) {
+    const bool kuznyechik = cipher == block_cipher_id::KUZNYECHIK;
+    if (sections == section::tls) {
+        return kuznyechik ? 4096 : 1024;
+    }
+    return kuznyechik ? 256 * 1024 : 8 * 1024;
 }
 
 result<secret> ctr_acpkm(block_cipher_id cipher, std::size_t section_size, std::string_view key, std::string_view iv,

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "derkit/gost/limits.h"
 #include "derkit/gost/result.h"
 #include "derkit/gost/secret.h"
 #include "gost/crypto.h"
@@ -27,6 +28,9 @@ std::size_t block_size(classic_cipher cipher);
 // Decrypting wrong padding is cause::wrong_password. The key of AES has 16, 24 or 32 octets.
 result<secret> run_classic(direction way, classic_cipher cipher, std::string_view key, std::string_view iv,
                            std::string_view data);
+
+// Octets after which CTR-ACPKM changes its key: RFC 9337 7.3, or RFC 9189 4.2.2 for TLS.
+std::size_t section_size(block_cipher_id cipher, section sections);
 
 // Kuznyechik or Magma in CTR-ACPKM (RFC 8645 6.2.2), which is its own inverse. The key, 32 octets, changes after every
 // `section_size` octets, a multiple of the block; the IV has half a block.

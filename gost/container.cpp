@@ -53,6 +53,10 @@ const char* name_of(container_kind kind) noexcept {
         return "no MAC";
     case container_kind::for_recipient:
         return "for a recipient";
+    case container_kind::mixed:
+        return "mixed algorithms";
+    case container_kind::signed_instead:
+        return "signed";
     case container_kind::unknown:
         break;
     }

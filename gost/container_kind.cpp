@@ -1,164 +1,141 @@
 #include "gost/container_kind.h"
 
 #include <algorithm>
-#include <optional>
-#include <string_view>
+#include <array>
+#include <vector>
 
 #include "gost/pfx.h"
+#include "gost/scheme_tables.h"
 
 namespace derkit::gost {
 
 namespace {
 
-// What decides about an encryption; OTHER is one that this library does not know.
-enum class family { GOST94, GOST2012, ACPKM, ACPKM_OMAC, ACPKM_SHA2, SHA, VENDOR, OTHER };
-
-struct oid_family {
-    std::string_view oid;
-    family is;
+// A kind by the algorithms of the MAC and of one encryption.
+struct kind_row {
+    hash_family mac;
+    hash_family prf;
+    cipher_family cipher;
+    container_kind kind;
+    container_kind by_pkcs12_kdf; // with a MAC key of RFC 7292 appendix B
 };
 
-constexpr std::string_view OID_GOST_28147_89 = "1.2.643.2.2.21";
-
-constexpr oid_family DIGEST_FAMILIES[] = {
-    {"1.2.643.2.2.9", family::GOST94},       {"1.2.643.7.1.1.2.2", family::GOST2012},
-    {"1.2.643.7.1.1.2.3", family::GOST2012}, {"1.3.14.3.2.26", family::SHA},
-    {"2.16.840.1.101.3.4.2.1", family::SHA}, {"2.16.840.1.101.3.4.2.2", family::SHA},
-    {"2.16.840.1.101.3.4.2.3", family::SHA}, {"2.16.840.1.101.3.4.2.4", family::SHA},
+// The first row of a MAC is also the kind of a container that encrypts nothing.
+constexpr std::array KINDS = {
+    kind_row{hash_family::GOST94, hash_family::GOST94, cipher_family::GOST_28147, container_kind::gost94,
+             container_kind::gost94_pkcs12_kdf},
+    kind_row{hash_family::GOST2012, hash_family::GOST2012, cipher_family::GOST_28147, container_kind::tc26,
+             container_kind::tc26_pkcs12_kdf},
+    kind_row{hash_family::GOST94, hash_family::GOST2012, cipher_family::GOST_28147, container_kind::gost_mixed,
+             container_kind::gost_mixed},
+    kind_row{hash_family::GOST2012, hash_family::GOST94, cipher_family::GOST_28147, container_kind::gost_mixed,
+             container_kind::gost_mixed},
+    kind_row{hash_family::GOST2012, hash_family::GOST2012, cipher_family::CTR_ACPKM, container_kind::ctr_acpkm,
+             container_kind::ctr_acpkm},
+    kind_row{hash_family::GOST2012, hash_family::GOST2012, cipher_family::CTR_ACPKM_OMAC,
+             container_kind::ctr_acpkm_omac, container_kind::ctr_acpkm_omac},
+    kind_row{hash_family::GOST2012, hash_family::SHA, cipher_family::CTR_ACPKM, container_kind::ctr_acpkm_sha2,
+             container_kind::ctr_acpkm_sha2},
+    kind_row{hash_family::SHA, hash_family::SHA, cipher_family::GENERAL, container_kind::general,
+             container_kind::general},
 };
 
-constexpr oid_family PRFS[] = {
-    {"1.2.643.2.2.10", family::GOST94},
-    {"1.2.643.7.1.1.4.1", family::GOST2012},
-    {"1.2.643.7.1.1.4.2", family::GOST2012},
+struct mac_facts {
+    hash_family family;
+    bool by_pkcs12_kdf;
+
+    container_kind choose(const kind_row& row) const { return by_pkcs12_kdf ? row.by_pkcs12_kdf : row.kind; }
 };
 
-constexpr oid_family CIPHERS[] = {
-    {"1.2.643.7.1.1.5.1.1", family::ACPKM},
-    {"1.2.643.7.1.1.5.2.1", family::ACPKM},
-    {"1.2.643.7.1.1.5.1.2", family::ACPKM_OMAC},
-    {"1.2.643.7.1.1.5.2.2", family::ACPKM_OMAC},
-};
-
-constexpr std::string_view OLD_PBE = "1.2.840.113549.1.12.1.";
-constexpr std::string_view VENDOR_PBE = "1.2.840.113549.1.12.1.80";
-constexpr std::string_view AES = "2.16.840.1.101.3.4.1.";
-constexpr std::string_view TRIPLE_DES = "1.2.840.113549.3.7";
-
-bool starts_with(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
+container_kind kind_of(const mac_facts& mac, hash_family prf, cipher_family cipher) {
+    for (const kind_row& row : KINDS) {
+        if (row.mac == mac.family && row.prf == prf && row.cipher == cipher) {
+            return mac.choose(row);
+        }
+    }
+    return container_kind::mixed;
 }
 
-template <std::size_t N> family find(const oid_family (&table)[N], std::string_view oid) {
-    const auto* const found = std::find_if(table, table + N, [oid](const oid_family& row) { return row.oid == oid; });
-    return found != table + N ? found->is : family::OTHER;
+container_kind kind_of_unencrypted(const mac_facts& mac) {
+    return mac.choose(
+        *std::find_if(KINDS.begin(), KINDS.end() - 1, [&mac](const kind_row& row) { return row.mac == mac.family; }));
 }
 
-family family_of(const encryption_scheme& scheme) {
-    if (scheme.algorithm.oid == VENDOR_PBE) {
-        return family::VENDOR;
+// container_kind::unknown for algorithms without a row.
+container_kind kind_of(const mac_facts& mac, const encryption_scheme& scheme) {
+    if (find_row(PKCS12_SCHEMES, scheme.algorithm.oid) != nullptr) {
+        return kind_of(mac, hash_family::SHA, cipher_family::GENERAL);
     }
-    if (starts_with(scheme.algorithm.oid, OLD_PBE)) {
-        return family::SHA;
-    }
-    const std::string_view cipher = scheme.cipher.oid;
-    const family prf = find(PRFS, scheme.prf.oid);
-    if (cipher == OID_GOST_28147_89) {
-        return prf;
-    }
-    if (starts_with(cipher, AES) || cipher == TRIPLE_DES) {
-        return family::SHA;
-    }
-    const family by_cipher = find(CIPHERS, cipher);
-    return by_cipher == family::ACPKM && prf == family::OTHER ? family::ACPKM_SHA2 : by_cipher;
+    const prf_row* const prf = find_row(PRFS, scheme.prf.oid);
+    const cipher_row* const cipher = find_row(CIPHERS, scheme.cipher.oid);
+    return prf != nullptr && cipher != nullptr ? kind_of(mac, prf->family, cipher->family) : container_kind::unknown;
 }
 
-void add_keys(const std::vector<bag>& bags, std::vector<family>& to) {
+bool is_of_gost_28147(container_kind kind) {
+    switch (kind) {
+    case container_kind::gost94:
+    case container_kind::gost94_pkcs12_kdf:
+    case container_kind::tc26:
+    case container_kind::tc26_pkcs12_kdf:
+    case container_kind::gost_mixed:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The kind of a container with encryptions of both kinds.
+container_kind combined(container_kind a, container_kind b) {
+    if (a == b) {
+        return a;
+    }
+    if (a == container_kind::unknown || b == container_kind::unknown) {
+        return container_kind::unknown;
+    }
+    return is_of_gost_28147(a) && is_of_gost_28147(b) ? container_kind::gost_mixed : container_kind::mixed;
+}
+
+using schemes_t = std::vector<const encryption_scheme*>;
+
+void add_keys(const std::vector<bag>& bags, schemes_t& to) {
     for (const bag& one : bags) {
         if (one.encryption.has_value()) {
-            to.push_back(family_of(*one.encryption));
+            to.push_back(&*one.encryption);
         }
         add_keys(one.nested, to);
     }
 }
 
-// The families of the keys; of the entries where no key is seen.
-std::vector<family> deciding_families(const std::vector<entry>& entries) {
-    std::vector<family> families;
+// Those of the keys, or where no encrypted key is seen, those of the entries.
+schemes_t deciding_schemes(const std::vector<entry>& entries) {
+    schemes_t schemes;
     for (const entry& one : entries) {
-        add_keys(one.bags, families);
+        add_keys(one.bags, schemes);
     }
-    if (families.empty()) {
+    if (schemes.empty()) {
         for (const entry& one : entries) {
             if (one.encryption.has_value()) {
-                families.push_back(family_of(*one.encryption));
+                schemes.push_back(&*one.encryption);
             }
         }
     }
-    return families;
+    return schemes;
 }
+
+bool is_vendors(const encryption_scheme* scheme) {
+    return scheme->algorithm.oid == VENDOR_SCHEME;
+}
+
+} // namespace
 
 bool has_enveloped_data(const std::vector<entry>& entries) {
     return std::any_of(entries.begin(), entries.end(),
                        [](const entry& one) { return one.content_type.oid == OID_ENVELOPED_DATA; });
 }
 
-bool is_gost_28147(family encryption) {
-    return encryption == family::GOST94 || encryption == family::GOST2012;
-}
-
-container_kind kind_of_gost_28147(family mac, family encryption, bool by_pkcs12_kdf) {
-    if (!is_gost_28147(mac)) {
-        return container_kind::unknown;
-    }
-    if (mac != encryption) {
-        return container_kind::gost_mixed;
-    }
-    if (mac == family::GOST94) {
-        return by_pkcs12_kdf ? container_kind::gost94_pkcs12_kdf : container_kind::gost94;
-    }
-    return by_pkcs12_kdf ? container_kind::tc26_pkcs12_kdf : container_kind::tc26;
-}
-
-container_kind kind_of(family mac, family encryption, bool by_pkcs12_kdf) {
-    switch (encryption) {
-    case family::GOST94:
-    case family::GOST2012:
-        return kind_of_gost_28147(mac, encryption, by_pkcs12_kdf);
-    case family::ACPKM:
-        return container_kind::ctr_acpkm;
-    case family::ACPKM_OMAC:
-        return container_kind::ctr_acpkm_omac;
-    case family::ACPKM_SHA2:
-        return container_kind::ctr_acpkm_sha2;
-    case family::SHA:
-        return mac == family::SHA ? container_kind::general : container_kind::unknown;
-    case family::VENDOR:
-    case family::OTHER:
-        break;
-    }
-    return container_kind::unknown;
-}
-
-// Several families are one kind only when each is of GOST 28147-89.
-std::optional<family> common_family(const std::vector<family>& families, family mac) {
-    if (families.empty()) {
-        return mac; // all is in the clear
-    }
-    if (std::all_of(families.begin(), families.end(), [&](family one) { return one == families.front(); })) {
-        return families.front();
-    }
-    if (std::all_of(families.begin(), families.end(), is_gost_28147)) {
-        return mac == family::GOST94 ? family::GOST2012 : family::GOST94;
-    }
-    return std::nullopt;
-}
-
-} // namespace
-
 container_kind classify(const container_mac& mac, const std::vector<entry>& entries) {
-    const std::vector<family> families = deciding_families(entries);
-    if (std::find(families.begin(), families.end(), family::VENDOR) != families.end()) {
+    const schemes_t schemes = deciding_schemes(entries);
+    if (std::any_of(schemes.begin(), schemes.end(), is_vendors)) {
         return container_kind::vendor_export;
     }
     if (has_enveloped_data(entries)) {
@@ -167,10 +144,19 @@ container_kind classify(const container_mac& mac, const std::vector<entry>& entr
     if (!mac.scheme.has_value()) {
         return container_kind::no_mac;
     }
-    const family digest = find(DIGEST_FAMILIES, mac.scheme->digest.oid);
-    const std::optional<family> encryption = common_family(families, digest);
-    return encryption.has_value() ? kind_of(digest, *encryption, mac.key == mac_key::pkcs12_kdf)
-                                  : container_kind::unknown;
+    const mac_row* const digest = find_row(MACS, mac.scheme->digest.oid);
+    if (digest == nullptr) {
+        return container_kind::unknown;
+    }
+    const mac_facts facts = {digest->family, mac.key == mac_key::pkcs12_kdf};
+    if (schemes.empty()) {
+        return kind_of_unencrypted(facts);
+    }
+    container_kind kind = kind_of(facts, *schemes.front());
+    for (const encryption_scheme* const scheme : schemes) {
+        kind = combined(kind, kind_of(facts, *scheme));
+    }
+    return kind;
 }
 
 } // namespace derkit::gost

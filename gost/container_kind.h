@@ -8,7 +8,10 @@
 
 namespace derkit::gost {
 
-// Judges by the MAC and by how the keys that can be seen are encrypted; where there are none, by all encrypted parts.
+// Whether an entry is encrypted for a recipient.
+bool has_enveloped_data(const std::vector<entry>& entries);
+
+// Goes by the MAC and by how the visible keys are encrypted; where no encrypted key is visible, by all encrypted parts.
 container_kind classify(const container_mac& mac, const std::vector<entry>& entries);
 
 } // namespace derkit::gost

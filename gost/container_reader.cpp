@@ -16,14 +16,14 @@ namespace derkit::gost {
 
 namespace {
 
-// What is read of a file before anything in it is trusted.
+// The parts of a file that are read before its MAC is verified.
 struct outer_layer {
     definite_octets file;
     pfx parts;
     std::optional<pkcs12_mac_t> mac;
 };
 
-// asn_read_pkcs12_MacData() drops the bits of the iterations above 32: too many stay as many as fit.
+// asn_read_pkcs12_MacData() drops the bits of the iterations above 32; such counts become the largest one.
 result<pkcs12_mac_t> read_mac_data(const blob_t& content) {
     pkcs12_mac_t mac;
     if (!asn_read_pkcs12_MacData(content.data, content.size, mac)) {
@@ -63,7 +63,7 @@ result<outer_layer> read_outer_layer(std::string_view file, const limits& cost) 
     return out;
 }
 
-// SafeContents whose plaintext has an OCTET STRING around, as in the native form, are read without it.
+// The native form has an OCTET STRING around each encrypted SafeContents.
 std::string_view without_octet_string(std::string_view plain, container_form& form) {
     const result<std::string_view> inside = read_octet_string(plain);
     if (inside) {
@@ -189,14 +189,22 @@ failure judge_mac(session& under, const outer_layer& outer, container_content& o
     return verified.error();
 }
 
-// A container that is signed or enveloped as a whole has an entry that says so, with the entries that a signature leaves
-// to be read.
-result<bool> inspect_other_content(const content_info& auth_safe, entry_reader& reader, container_content& out) {
-    out.kind = container_kind::for_recipient;
-    if (auth_safe.type.oid == OID_SIGNED_DATA) {
-        const result<std::string_view> octets = read_signed_octets(auth_safe.content);
-        return octets ? reader.read(*octets, out) : octets.error();
+result<bool> inspect_signed(const content_info& auth_safe, entry_reader& reader, container_content& out) {
+    const result<std::string_view> octets = read_signed_octets(auth_safe.content);
+    if (!octets) {
+        return octets.error();
     }
+    const result<bool> done = reader.read(*octets, out);
+    out.kind = has_enveloped_data(out.entries) ? container_kind::for_recipient : container_kind::signed_instead;
+    return done;
+}
+
+// A container that is enveloped as a whole has a single entry that says so; a signature leaves the entries readable.
+result<bool> inspect_other_content(const content_info& auth_safe, entry_reader& reader, container_content& out) {
+    if (auth_safe.type.oid == OID_SIGNED_DATA) {
+        return inspect_signed(auth_safe, reader, out);
+    }
+    out.kind = container_kind::for_recipient;
     entry whole;
     whole.content_type = auth_safe.type;
     whole.refusal = failure{cause::recipient_needed, {}};
@@ -214,8 +222,19 @@ result<bool> read_authenticated_safe(const outer_layer& outer, entry_reader& rea
     return done;
 }
 
-bool is_for_recipient(const content_info& auth_safe) {
+bool is_signed_or_enveloped(const content_info& auth_safe) {
     return auth_safe.type.oid == OID_SIGNED_DATA || auth_safe.type.oid == OID_ENVELOPED_DATA;
+}
+
+failure refusal_of_other_content(const content_info& auth_safe, const limits& cost) {
+    container_content listed;
+    entry_reader reader(nullptr, cost);
+    const result<bool> done = inspect_other_content(auth_safe, reader, listed);
+    if (!done) {
+        return done.error();
+    }
+    const bool is_signed = listed.kind == container_kind::signed_instead;
+    return {is_signed ? cause::signed_instead : cause::recipient_needed, {}};
 }
 
 } // namespace
@@ -227,8 +246,8 @@ result<container_content> open_container(std::string_view file, std::optional<st
         return outer.error();
     }
     const content_info& auth_safe = outer->parts.auth_safe;
-    if (is_for_recipient(auth_safe)) {
-        return failure{cause::recipient_needed, auth_safe.type.name};
+    if (is_signed_or_enveloped(auth_safe)) {
+        return refusal_of_other_content(auth_safe, options.cost);
     }
     if (auth_safe.type.oid != OID_DATA) {
         return failure{cause::unsupported_content, auth_safe.type.oid};
@@ -251,14 +270,14 @@ result<container_content> inspect_container(std::string_view file, const limits&
         return outer.error();
     }
     const content_info& auth_safe = outer->parts.auth_safe;
-    if (auth_safe.type.oid != OID_DATA && !is_for_recipient(auth_safe)) {
+    if (auth_safe.type.oid != OID_DATA && !is_signed_or_enveloped(auth_safe)) {
         return failure{cause::unsupported_content, auth_safe.type.oid};
     }
     container_content out;
     out.mac = outline_of_mac(*outer, cost);
     entry_reader reader(nullptr, cost);
-    const result<bool> done = is_for_recipient(auth_safe) ? inspect_other_content(auth_safe, reader, out)
-                                                          : read_authenticated_safe(*outer, reader, out);
+    const result<bool> done = is_signed_or_enveloped(auth_safe) ? inspect_other_content(auth_safe, reader, out)
+                                                                : read_authenticated_safe(*outer, reader, out);
     return done ? result<container_content>(std::move(out)) : done.error();
 }
 

@@ -6,6 +6,7 @@
 
 #include "gost/bag_reader.h"
 #include "gost/der.h"
+#include "gost/key_info.h"
 #include "gost/pfx.h"
 #include "gost/scheme_tables.h"
 #include "gost/schemes.h"
@@ -16,13 +17,6 @@ namespace {
 
 constexpr unsigned int PFX_VERSION = 3;
 constexpr unsigned int ENCRYPTED_DATA_VERSION = 0;
-
-bool has_zero_octet(std::uint32_t value) {
-    while (value != 0 && (value & 0xFF) != 0) {
-        value >>= 8;
-    }
-    return value != 0;
-}
 
 // PKCS12Attribute ::= SEQUENCE { attrId OBJECT IDENTIFIER, attrValues SET OF ANY }                  RFC 7292 4.2
 std::string write_attribute(std::string_view oid, std::string_view values) {
@@ -124,9 +118,7 @@ class bag_writer {
         if (!made) {
             return made.error();
         }
-        const std::string info =
-            der(asn_tag_t::SEQUENCE, {made->algorithm, der(asn_tag_t::OCTET_STRING, {made->ciphertext})});
-        return write_safe_bag(OID_SHROUDED_KEY_BAG, info, from);
+        return write_safe_bag(OID_SHROUDED_KEY_BAG, write_encrypted_key_info(*made), from);
     }
 
     // CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }        RFC 7292 4.2.3
@@ -173,10 +165,11 @@ std::string write_encrypted_data(const encrypted& made) {
                               der(asn_tag_t::SEQUENCE, {der_integer(ENCRYPTED_DATA_VERSION), info}));
 }
 
-// Limits that depend on the reader's choice; deeper bags than the default allows are refused.
+// Readers choose their limits, but bags nested deeper than the default allows are refused.
 limits limits_of_check() {
     limits cost = unlimited();
     cost.max_bags = std::numeric_limits<std::size_t>::max();
+    cost.max_attributes = std::numeric_limits<std::size_t>::max();
     return cost;
 }
 
@@ -249,8 +242,8 @@ class container_writer {
         const limits cost = limits_of_check();
         bag_reader reader(nullptr, cost);
         const result<std::vector<bag>> read = reader.read(*written);
-        if (reader.exceeded() == cause::too_deep || read.why() == cause::too_deep) {
-            return cause::too_deep;
+        if (reader.exceeded() != cause::none) {
+            return reader.exceeded();
         }
         if (!read || !is_plaintext(*written, plaintext::SAFE_CONTENTS)) {
             return failure{cause::invalid_argument, "a bag with DER that is not whole, which no reader would accept"};
@@ -301,6 +294,9 @@ limits unlimited() {
 
 result<std::string> write_container(const std::vector<entry>& entries, std::string_view password,
                                     const write_options& options) {
+    if (failure refused = first_of(check_options(options), check_new_password(password)); refused.why != cause::none) {
+        return refused;
+    }
     session under(password, unlimited());
     if (options.to != format::native) {
         return container_writer(under, options).write(entries);
@@ -308,7 +304,7 @@ result<std::string> write_container(const std::vector<entry>& entries, std::stri
     if (!holds_only_keys_and_certificates(entries)) {
         return failure{cause::invalid_argument, "the native form holds keys and certificates only"};
     }
-    if (has_zero_octet(options.iterations)) {
+    if (!is_native_count(options.iterations)) {
         return failure{cause::invalid_argument, "the native form has no iteration counts with a zero octet"};
     }
     return container_writer(under, options).write(entries);

@@ -59,16 +59,19 @@ result<context_ptr> open_curve(const curve_row& curve) {
     return context_ptr(opened);
 }
 
-result<mpi_ptr> order_of(const context_ptr& context) {
-    mpi_ptr order(gcry_mpi_ec_get_mpi("n", context.get(), 1));
+result<mpi_ptr> order_of(const curve_row& curve) {
+    const result<context_ptr> context = open_curve(curve);
+    if (!context) {
+        return context.error();
+    }
+    mpi_ptr order(gcry_mpi_ec_get_mpi("n", context->get(), 1));
     if (order == nullptr) {
         return missing("order");
     }
     return order;
 }
 
-// Marked as secret, which makes libgcrypt's multiplication take the same steps whatever the number is. Marking zero would
-// end the process.
+// Marked as secret, so that libgcrypt multiplies in constant time. Marking zero would end the process.
 result<mpi_ptr> number_of(std::string_view octets) {
     gcry_mpi_t scanned = nullptr;
     if (const gcry_error_t error = gcry_mpi_scan(&scanned, GCRYMPI_FMT_USG, octets.data(), octets.size(), nullptr);
@@ -107,11 +110,7 @@ const curve_row* find_curve(std::string_view oid) {
 }
 
 result<bool> is_private_number(const curve_row& curve, std::string_view number) {
-    const result<context_ptr> context = open_curve(curve);
-    if (!context) {
-        return context.error();
-    }
-    const result<mpi_ptr> order = order_of(*context);
+    const result<mpi_ptr> order = order_of(curve);
     if (!order) {
         return order.error();
     }
@@ -123,11 +122,7 @@ result<bool> is_private_number(const curve_row& curve, std::string_view number) 
 }
 
 result<secret> multiply_numbers(const curve_row& curve, std::string_view a, std::string_view b) {
-    const result<context_ptr> context = open_curve(curve);
-    if (!context) {
-        return context.error();
-    }
-    const result<mpi_ptr> order = order_of(*context);
+    const result<mpi_ptr> order = order_of(curve);
     if (!order) {
         return order.error();
     }

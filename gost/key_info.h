@@ -11,6 +11,7 @@
 #include "derkit/gost/private_key.h"
 #include "derkit/gost/result.h"
 #include "derkit/gost/scheme.h"
+#include "gost/schemes.h"
 
 namespace derkit::gost {
 
@@ -68,6 +69,9 @@ struct encrypted_key_info {
 
 // Reads one element, after which nothing may follow.
 result<encrypted_key_info> read_encrypted_key_info(std::string_view der);
+
+// The complete element.
+std::string write_encrypted_key_info(const encrypted& made);
 
 // The public key in a certificate and its algorithm. The octets are a view into the certificate.
 struct certificate_key {

@@ -29,15 +29,6 @@ std::optional<std::string_view> content_of(std::string_view octet_string) {
     return in.ok() && in.empty() ? std::optional(text_of(content)) : std::nullopt;
 }
 
-bool has_zero_octet(std::uint32_t iterations) {
-    for (; iterations != 0; iterations >>= 8) {
-        if ((iterations & 0xFF) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 bool is_octet_string(std::string_view octets) {
     return !octets.empty() && octets[0] == static_cast<char>(asn_tag_t::OCTET_STRING);
 }
@@ -63,7 +54,7 @@ struct pbe_crypto::state {
     }
 
     failure check_iterations() const {
-        const bool usable = iterations != 0 && !has_zero_octet(iterations);
+        const bool usable = iterations != 0 && is_native_count(iterations);
         return usable ? failure() : failure{cause::invalid_argument, std::to_string(iterations) + " iterations"};
     }
 
@@ -153,6 +144,7 @@ bool pbe_crypto::make_mac(const void* data, unsigned int size, pkcs12_mac_t& mac
 
 // Bags without the OCTET STRING that the library expects around them get one.
 bool pbe_crypto::decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsigned int size, std::string& out) {
+    out.clear();
     if (params.salt.size == 0 || params.iterations == 0 || params.iv.size != IV_SIZE) {
         return state_->refuse({cause::malformed_parameters, "PBES2"});
     }
@@ -180,6 +172,7 @@ bool pbe_crypto::decrypt(const pkcs5_pbe_gost_t& params, const void* data, unsig
 
 // `data` is an OCTET STRING around the SafeContents; standard containers have none around theirs.
 bool pbe_crypto::encrypt(const void* data, unsigned int size, pkcs5_pbe_gost_t& params, std::string& out) {
+    out.clear();
     const std::string_view element = octets_of(data, size);
     const bool unwrap = state_->form == container_form::standard && is_octet_string(element);
     const std::optional<std::string_view> plain = unwrap ? content_of(element) : element;

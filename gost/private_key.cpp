@@ -27,8 +27,8 @@ struct private_key::state {
 
 namespace {
 
-// RFC 9215 4: keys on the curves that came with GOST R 34.10-2012 with 256 bits name no digest, like those on the
-// twisted curve of 512 bits; others name that of their size.
+// RFC 9215 4: no digest is named with the 256-bit curves of GOST R 34.10-2012 and with the twisted 512-bit curve; with
+// all others, the one of the key's size.
 std::string_view digest_of(key_family family, std::string_view param_set) {
     constexpr std::string_view NEW_CURVES_256 = "1.2.643.7.1.2.1.1.";
     constexpr std::string_view TWISTED_CURVE_512 = "1.2.643.7.1.2.1.2.3";
@@ -59,7 +59,7 @@ secret padded(std::string_view number, std::size_t size) {
     return out;
 }
 
-// K = KM * M1 * ... * Mk mod q; every number has its lowest octet first (RFC 9548 appendix A).
+// K = KM * M1 * ... * Mk mod q, each number with its lowest octet first (RFC 9548 appendix A).
 result<secret> without_masks(std::string_view octets, std::size_t size, const curve_row& curve) {
     secret number = reversed(octets.substr(0, size));
     for (std::size_t at = size; at != octets.size(); at += size) {
@@ -89,7 +89,7 @@ result<secret> number_of(const shaped_key& key, std::size_t size, const curve_ro
     return without_masks(key.octets, size, *curve);
 }
 
-// Of a number on an unknown curve only zero is known to be wrong.
+// On an unknown curve, zero is the only number known to be out of range.
 result<bool> check_range(const secret& number, const curve_row* curve) {
     if (curve != nullptr && curve->size != number.size()) {
         return cause::malformed_parameters;
@@ -376,20 +376,18 @@ result<secret> private_key::write(key_shape shape) const {
     return secret_der(asn_tag_t::SEQUENCE, {der_integer(0), algorithm, octets});
 }
 
-// EncryptedPrivateKeyInfo ::= SEQUENCE {                                                            RFC 5958 3
-//   encryptionAlgorithm AlgorithmIdentifier, encryptedData OCTET STRING }
 result<std::string> private_key::write_encrypted(std::string_view password, const write_options& options,
                                                  key_shape shape) const {
     const result<secret> plain = write(shape);
     if (!plain) {
         return plain.error();
     }
+    if (failure refused = first_of(check_options(options), check_new_password(password)); refused.why != cause::none) {
+        return refused;
+    }
     session under(password, unlimited());
     const result<encrypted> made = encrypt(under, options, *plain, plaintext::PRIVATE_KEY_INFO);
-    if (!made) {
-        return made.error();
-    }
-    return der(asn_tag_t::SEQUENCE, {made->algorithm, der(asn_tag_t::OCTET_STRING, {made->ciphertext})});
+    return made ? result<std::string>(write_encrypted_key_info(*made)) : made.error();
 }
 
 } // namespace derkit::gost

@@ -44,6 +44,8 @@ constexpr std::array CAUSES = {
     cause_texts{cause::key_out_of_range, "key_out_of_range", "the private key is out of range"},
     cause_texts{cause::public_key_mismatch, "public_key_mismatch", "the public key does not belong to the private key"},
     cause_texts{cause::crypto_failure, "crypto_failure", "the cryptographic library failed"},
+    cause_texts{cause::too_many_attributes, "too_many_attributes", "the bags have too many attributes"},
+    cause_texts{cause::signed_instead, "signed_instead", "signed instead of having a MAC; signatures are not verified"},
 };
 
 const cause_texts* find(cause why) noexcept {

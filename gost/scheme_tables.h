@@ -19,22 +19,27 @@ namespace derkit::gost {
 inline constexpr std::string_view PBES2 = "1.2.840.113549.1.5.13";
 inline constexpr std::string_view PBKDF2 = "1.2.840.113549.1.5.12";
 
+// What an algorithm belongs to; together they make the kind of a container.
+enum class hash_family { GOST94, GOST2012, SHA };
+enum class cipher_family { GOST_28147, CTR_ACPKM, CTR_ACPKM_OMAC, GENERAL };
+
 // A pseudo-random function of PBKDF2 (RFC 8018 B.1, RFC 4357, RFC 9337 7.2).
 struct prf_row {
     std::string_view oid;
     std::string_view name;
     digest_id digest;
+    hash_family family;
 };
 
 inline constexpr std::array PRFS = {
-    prf_row{"1.2.840.113549.2.7", "HMAC-SHA-1", digest_id::SHA1}, // the first one is the default
-    prf_row{"1.2.840.113549.2.8", "HMAC-SHA-224", digest_id::SHA224},
-    prf_row{"1.2.840.113549.2.9", "HMAC-SHA-256", digest_id::SHA256},
-    prf_row{"1.2.840.113549.2.10", "HMAC-SHA-384", digest_id::SHA384},
-    prf_row{"1.2.840.113549.2.11", "HMAC-SHA-512", digest_id::SHA512},
-    prf_row{"1.2.643.2.2.10", "HMAC GOST R 34.11-94", digest_id::GOST94},
-    prf_row{"1.2.643.7.1.1.4.1", "HMAC GOST R 34.11-2012-256", digest_id::STREEBOG256},
-    prf_row{"1.2.643.7.1.1.4.2", "HMAC GOST R 34.11-2012-512", digest_id::STREEBOG512},
+    prf_row{"1.2.840.113549.2.7", "HMAC-SHA-1", digest_id::SHA1, hash_family::SHA}, // the first one is the default
+    prf_row{"1.2.840.113549.2.8", "HMAC-SHA-224", digest_id::SHA224, hash_family::SHA},
+    prf_row{"1.2.840.113549.2.9", "HMAC-SHA-256", digest_id::SHA256, hash_family::SHA},
+    prf_row{"1.2.840.113549.2.10", "HMAC-SHA-384", digest_id::SHA384, hash_family::SHA},
+    prf_row{"1.2.840.113549.2.11", "HMAC-SHA-512", digest_id::SHA512, hash_family::SHA},
+    prf_row{"1.2.643.2.2.10", "HMAC GOST R 34.11-94", digest_id::GOST94, hash_family::GOST94},
+    prf_row{"1.2.643.7.1.1.4.1", "HMAC GOST R 34.11-2012-256", digest_id::STREEBOG256, hash_family::GOST2012},
+    prf_row{"1.2.643.7.1.1.4.2", "HMAC GOST R 34.11-2012-512", digest_id::STREEBOG512, hash_family::GOST2012},
 };
 
 // A digest of MacData, and how the key of its HMAC is derived.
@@ -42,19 +47,20 @@ struct mac_row {
     std::string_view oid;
     std::string_view name;
     digest_id digest;
+    hash_family family;
     bool by_pbkdf2;       // R 50.1.112-2016; otherwise only RFC 7292 appendix B
     bool null_parameters; // written
 };
 
 inline constexpr std::array MACS = {
-    mac_row{"1.3.14.3.2.26", "SHA-1", digest_id::SHA1, false, true},
-    mac_row{"2.16.840.1.101.3.4.2.4", "SHA-224", digest_id::SHA224, false, true},
-    mac_row{"2.16.840.1.101.3.4.2.1", "SHA-256", digest_id::SHA256, false, true},
-    mac_row{"2.16.840.1.101.3.4.2.2", "SHA-384", digest_id::SHA384, false, true},
-    mac_row{"2.16.840.1.101.3.4.2.3", "SHA-512", digest_id::SHA512, false, true},
-    mac_row{"1.2.643.2.2.9", "GOST R 34.11-94", digest_id::GOST94, true, true},
-    mac_row{"1.2.643.7.1.1.2.2", "GOST R 34.11-2012-256", digest_id::STREEBOG256, true, false},
-    mac_row{"1.2.643.7.1.1.2.3", "GOST R 34.11-2012-512", digest_id::STREEBOG512, true, false},
+    mac_row{"1.3.14.3.2.26", "SHA-1", digest_id::SHA1, hash_family::SHA, false, true},
+    mac_row{"2.16.840.1.101.3.4.2.4", "SHA-224", digest_id::SHA224, hash_family::SHA, false, true},
+    mac_row{"2.16.840.1.101.3.4.2.1", "SHA-256", digest_id::SHA256, hash_family::SHA, false, true},
+    mac_row{"2.16.840.1.101.3.4.2.2", "SHA-384", digest_id::SHA384, hash_family::SHA, false, true},
+    mac_row{"2.16.840.1.101.3.4.2.3", "SHA-512", digest_id::SHA512, hash_family::SHA, false, true},
+    mac_row{"1.2.643.2.2.9", "GOST R 34.11-94", digest_id::GOST94, hash_family::GOST94, true, true},
+    mac_row{"1.2.643.7.1.1.2.2", "GOST R 34.11-2012-256", digest_id::STREEBOG256, hash_family::GOST2012, true, false},
+    mac_row{"1.2.643.7.1.1.2.3", "GOST R 34.11-2012-512", digest_id::STREEBOG512, hash_family::GOST2012, true, false},
 };
 
 // An S-box of GOST 28147-89 (RFC 4357 11.2, RFC 7836 C).
@@ -93,6 +99,7 @@ struct cipher_run {
 struct cipher_row {
     std::string_view oid;
     std::string_view name;
+    cipher_family family;
     std::size_t key_size;
     parameters_form form;
     std::size_t iv_size; // of the UKM too
@@ -108,22 +115,25 @@ template <block_cipher_id CIPHER> result<secret> run_acpkm_omac(const cipher_run
 
 // RFC 8018 B.2, RFC 3565, RFC 4357, RFC 9337 7.3.
 inline constexpr std::array CIPHERS = {
-    cipher_row{"1.2.840.113549.3.7", "DES-EDE3-CBC", 24, parameters_form::IV, 8, run_triple_des},
-    cipher_row{"2.16.840.1.101.3.4.1.2", "AES-128-CBC", 16, parameters_form::IV, 16, run_aes},
-    cipher_row{"2.16.840.1.101.3.4.1.22", "AES-192-CBC", 24, parameters_form::IV, 16, run_aes},
-    cipher_row{"2.16.840.1.101.3.4.1.42", "AES-256-CBC", 32, parameters_form::IV, 16, run_aes},
-    cipher_row{"1.2.643.2.2.21", "GOST 28147-89 CFB", 32, parameters_form::IV_AND_SBOX, 8, run_gost28147},
-    cipher_row{"1.2.643.7.1.1.5.1.1", "Magma CTR-ACPKM", 32, parameters_form::UKM, 12,
+    cipher_row{"1.2.840.113549.3.7", "DES-EDE3-CBC", cipher_family::GENERAL, 24, parameters_form::IV, 8,
+               run_triple_des},
+    cipher_row{"2.16.840.1.101.3.4.1.2", "AES-128-CBC", cipher_family::GENERAL, 16, parameters_form::IV, 16, run_aes},
+    cipher_row{"2.16.840.1.101.3.4.1.22", "AES-192-CBC", cipher_family::GENERAL, 24, parameters_form::IV, 16, run_aes},
+    cipher_row{"2.16.840.1.101.3.4.1.42", "AES-256-CBC", cipher_family::GENERAL, 32, parameters_form::IV, 16, run_aes},
+    cipher_row{"1.2.643.2.2.21", "GOST 28147-89 CFB", cipher_family::GOST_28147, 32, parameters_form::IV_AND_SBOX, 8,
+               run_gost28147},
+    cipher_row{"1.2.643.7.1.1.5.1.1", "Magma CTR-ACPKM", cipher_family::CTR_ACPKM, 32, parameters_form::UKM, 12,
                run_acpkm<block_cipher_id::MAGMA>},
-    cipher_row{"1.2.643.7.1.1.5.1.2", "Magma CTR-ACPKM-OMAC", 32, parameters_form::UKM, 12,
-               run_acpkm_omac<block_cipher_id::MAGMA>},
-    cipher_row{"1.2.643.7.1.1.5.2.1", "Kuznyechik CTR-ACPKM", 32, parameters_form::UKM, 16,
+    cipher_row{"1.2.643.7.1.1.5.1.2", "Magma CTR-ACPKM-OMAC", cipher_family::CTR_ACPKM_OMAC, 32, parameters_form::UKM,
+               12, run_acpkm_omac<block_cipher_id::MAGMA>},
+    cipher_row{"1.2.643.7.1.1.5.2.1", "Kuznyechik CTR-ACPKM", cipher_family::CTR_ACPKM, 32, parameters_form::UKM, 16,
                run_acpkm<block_cipher_id::KUZNYECHIK>},
-    cipher_row{"1.2.643.7.1.1.5.2.2", "Kuznyechik CTR-ACPKM-OMAC", 32, parameters_form::UKM, 16,
-               run_acpkm_omac<block_cipher_id::KUZNYECHIK>},
+    cipher_row{"1.2.643.7.1.1.5.2.2", "Kuznyechik CTR-ACPKM-OMAC", cipher_family::CTR_ACPKM_OMAC, 32,
+               parameters_form::UKM, 16, run_acpkm_omac<block_cipher_id::KUZNYECHIK>},
 };
 
-// A scheme of RFC 7292 appendix C: key and IV by appendix B with SHA-1.
+// A scheme of RFC 7292 appendix C: key and IV by appendix B with SHA-1. All are hash_family::SHA and
+// cipher_family::GENERAL.
 struct pkcs12_scheme_row {
     std::string_view oid;
     std::string_view name;

@@ -37,10 +37,6 @@ failure over_limit(std::uint32_t iterations, const limits& cost) {
                                             : failure();
 }
 
-failure first_of(failure first, failure second) {
-    return first.why != cause::none ? std::move(first) : std::move(second);
-}
-
 void note_salt(const parsed_scheme& parsed, encryption_scheme& outline) {
     outline.iterations = parsed.iterations;
     outline.salt_size = parsed.salt.size();
@@ -198,7 +194,7 @@ result<secret> decrypt_pkcs12(session& under, const parsed_scheme& scheme, std::
     return opened;
 }
 
-// An empty password may have been none, and none an empty one.
+// A file under an empty password may have been made with none, and the reverse.
 result<secret> decrypt_pkcs12_either_way(session& under, const parsed_scheme& scheme, std::string_view data,
                                          plaintext expected) {
     result<secret> opened = decrypt_pkcs12(under, scheme, data, expected);
@@ -228,8 +224,19 @@ std::string write_pbkdf2(std::string_view salt, std::uint32_t iterations, std::s
     return der(asn_tag_t::SEQUENCE, {der_oid(PBKDF2), parameters});
 }
 
+// Null for a cipher that is no enumerator.
 const cipher_row* cipher_of(const format_row& row, block_cipher cipher) {
-    return find_row(CIPHERS, cipher == block_cipher::magma ? row.magma : row.kuznyechik);
+    switch (cipher) {
+    case block_cipher::kuznyechik:
+        return find_row(CIPHERS, row.kuznyechik);
+    case block_cipher::magma:
+        return find_row(CIPHERS, row.magma);
+    }
+    return nullptr;
+}
+
+bool is_known(section sections) {
+    return sections == section::standard || sections == section::tls;
 }
 
 } // namespace
@@ -238,6 +245,21 @@ const format_row* find_format(format id) {
     const auto* const found =
         std::find_if(FORMATS.begin(), FORMATS.end(), [id](const format_row& row) { return row.id == id; });
     return found != FORMATS.end() ? found : nullptr;
+}
+
+failure check_options(const write_options& options) {
+    const format_row* const row = find_format(options.to);
+    if (row == nullptr) {
+        return {cause::invalid_argument, "format"};
+    }
+    if (cipher_of(*row, options.cipher) == nullptr) {
+        return {cause::invalid_argument, "cipher"};
+    }
+    return is_known(options.sections) ? failure() : failure{cause::invalid_argument, "sections"};
+}
+
+failure check_new_password(std::string_view password) {
+    return utf16_from_utf8(password).has_value() ? failure() : failure{cause::invalid_text, "password"};
 }
 
 std::uint32_t iterations_of(const write_options& options, const format_row& row) {
@@ -295,11 +317,11 @@ result<secret> decrypt(session& under, const blob_t& algorithm, const blob_t& ci
 }
 
 result<encrypted> encrypt(session& under, const write_options& options, std::string_view plain, plaintext expected) {
-    const format_row* const row = find_format(options.to);
-    const cipher_row* const cipher = row != nullptr ? cipher_of(*row, options.cipher) : nullptr;
-    if (cipher == nullptr) {
-        return failure{cause::invalid_argument, "format"};
+    if (failure refused = check_options(options); refused.why != cause::none) {
+        return refused;
     }
+    const format_row* const row = find_format(options.to);
+    const cipher_row* const cipher = cipher_of(*row, options.cipher);
     const std::uint32_t iterations = iterations_of(options, *row);
     const result<std::string> salt = random_octets(SALT_SIZE);
     const result<std::string> iv = random_octets(cipher->iv_size);
@@ -319,15 +341,6 @@ result<encrypted> encrypt(session& under, const write_options& options, std::str
         der(asn_tag_t::SEQUENCE, {der_oid(cipher->oid), write_cipher_parameters(*cipher, *iv, row->sbox)});
     const std::string parameters = der(asn_tag_t::SEQUENCE, {write_pbkdf2(*salt, iterations, row->prf), encryption});
     return encrypted{der(asn_tag_t::SEQUENCE, {der_oid(PBES2), parameters}), std::string(done->view())};
-}
-
-std::size_t longest_without_sections(const write_options& options) {
-    const format_row* const row = find_format(options.to);
-    const cipher_row* const cipher = row != nullptr ? cipher_of(*row, options.cipher) : nullptr;
-    if (cipher == nullptr || cipher->form != parameters_form::UKM) {
-        return static_cast<std::size_t>(-1);
-    }
-    return options.cipher == block_cipher::magma ? 1024 : 4096;
 }
 
 } // namespace derkit::gost

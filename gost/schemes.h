@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "derkit/gost/limits.h"
@@ -82,13 +83,19 @@ struct encrypted {
     std::string ciphertext;
 };
 
+inline failure first_of(failure first, failure second) {
+    return first.why != cause::none ? std::move(first) : std::move(second);
+}
+
+// Why nothing can be written with these options; cause::none when it can.
+failure check_options(const write_options& options);
+
+// Why nothing is written under this password: only UTF-8 is the same password to every program.
+failure check_new_password(std::string_view password);
+
 // Encrypts under a fresh salt and IV. Of the options, format, cipher, sections and iterations count; format::native is
 // the same as format::gost94. `plain` is what decrypt() will expect.
 result<encrypted> encrypt(session& under, const write_options& options, std::string_view plain, plaintext expected);
-
-// Octets of plaintext that every choice of sections encrypts in the same way; all for formats without sections. The
-// OMAC counts as plaintext.
-std::size_t longest_without_sections(const write_options& options);
 
 struct verified_mac {
     mac_key key = mac_key::unknown;

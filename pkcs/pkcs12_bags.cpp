@@ -91,27 +91,35 @@ bool read_bag(asn_cursor_t safe_bag, std::list<pkcs12_bag_t>& bags, const pkcs12
     return true;
 }
 
-// An empty value writes nothing.
-template <unsigned int N, typename T, unsigned int M>
-void asn_write_pkcs12_attr(const unsigned char (&oid)[N], asn_tag_t::Type value_tag, const T& value,
-                           asn_tag_t_<M>& out) {
-    if (value.size == 0) {
-        return;
-    }
-    asn_tag_t_<256> attribute(asn_tag_t::SEQUENCE);
-    attribute.add_element(asn_tag_t::OBJECT_IDENTIFIER, oid);
-    attribute.add_nested(asn_tag_t::SET, value_tag, value.data, value.size);
-    out.add_node(attribute);
+// An attribute without a value is left out.
+template <unsigned int N>
+auto attribute(const unsigned char (&id)[N], asn_tag_t::Type value_tag, const asn_octets_t& value) {
+    return asn_optional_t(value.size() != 0,
+                          asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, id),
+                                      asn_element(asn_tag_t::SET, asn_element(value_tag, value))));
 }
 
-// Estimated encoded size of the bags.
-unsigned long long estimated_size(const std::list<pkcs12_bag_t>& bags) {
-    constexpr unsigned long long OVERHEAD = 128; // headers and OIDs of a bag, its name and key id
-    unsigned long long size = 0;
-    for (const pkcs12_bag_t& bag : bags) {
-        size += bag.value.size + OVERHEAD;
-    }
-    return size;
+auto attributes(const pkcs12_bag_t& bag) {
+    const asn_octets_t name = {bag.friendly_name.data, bag.friendly_name.size};
+    const asn_octets_t key_id = asn_part(bag.local_key_id);
+    return asn_optional_t(name.size() != 0 || key_id.size() != 0,
+                          asn_element(asn_tag_t::SET,
+                                      attribute(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, name),
+                                      attribute(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, key_id)));
+}
+
+auto cert_bag(const blob_t& certificate) {
+    return asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs9_ct_x509Certificate),
+                       asn_element(asn_tag_t::CONTEXT_0, asn_element(asn_tag_t::OCTET_STRING, certificate)));
+}
+
+auto safe_bag(const pkcs12_bag_t& bag) {
+    const bool is_certificate = bag.type == PKCS12_BAG_CERTIFICATE;
+    const blob_t id = is_certificate ? asn_view_of(g_oid_pkcs12_id_certBag) : asn_view_of(g_oid_pkcs12_id_keyBag);
+    return asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, id),
+                       asn_element(asn_tag_t::CONTEXT_0, asn_optional_t(is_certificate, cert_bag(bag.value)),
+                                   asn_optional_t(!is_certificate, asn_part(bag.value))),
+                       attributes(bag));
 }
 
 } // namespace
@@ -130,33 +138,26 @@ bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypt
     return safe_contents.ok();
 }
 
-void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
-    asn_tag_t_<0> safe_contents(asn_tag_t::SEQUENCE);
-    safe_contents.reserve_estimate(estimated_size(bags));
-    safe_contents.add_bytes(nullptr, 0); // a list without bags is an element too
+pkcs12_safe_contents_t::pkcs12_safe_contents_t(const std::list<pkcs12_bag_t>& bags) : bags_(&bags) {
+    unsigned long long content_size = 0;
     for (const pkcs12_bag_t& bag : bags) {
-        asn_write_pkcs12_bag(bag, safe_contents);
+        content_size += safe_bag(bag).size();
     }
-    out.add_node(safe_contents);
+    content_size_ = require_content_size(content_size);
 }
 
-void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
-    asn_tag_t_<2048> safe_bag(asn_tag_t::SEQUENCE);
-    if (bag.type == PKCS12_BAG_CERTIFICATE) {
-        asn_tag_t_<2048> cert_bag(asn_tag_t::SEQUENCE);
-        cert_bag.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs9_ct_x509Certificate);
-        cert_bag.add_nested(asn_tag_t::CONTEXT_0, asn_tag_t::OCTET_STRING, bag.value.data, bag.value.size);
-        safe_bag.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs12_id_certBag);
-        safe_bag.add_wrapped(asn_tag_t::CONTEXT_0, cert_bag);
-    } else {
-        safe_bag.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs12_id_keyBag);
-        safe_bag.add_element(asn_tag_t::CONTEXT_0, bag.value);
+unsigned int pkcs12_safe_contents_t::size() const {
+    return header_size(content_size_) + content_size_;
+}
+
+unsigned char* pkcs12_safe_contents_t::write_to(unsigned char* to) const {
+    unsigned char* end = write_header(to, asn_tag_t::SEQUENCE, content_size_);
+    for (const pkcs12_bag_t& bag : *bags_) {
+        end = safe_bag(bag).write_to(end);
     }
-    asn_tag_t_<256> attributes(asn_tag_t::SET);
-    asn_write_pkcs12_attr(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, bag.friendly_name, attributes);
-    asn_write_pkcs12_attr(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, bag.local_key_id, attributes);
-    if (attributes.content_size != 0) {
-        safe_bag.add_node(attributes);
-    }
-    out.add_member(safe_bag);
+    return end;
+}
+
+void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
+    out.add(pkcs12_safe_contents_t(bags));
 }

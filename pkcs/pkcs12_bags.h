@@ -20,10 +20,20 @@ struct pkcs12_easy_wrap_t {
 // plaintexts to `decrypted_buffers`. Bags read before a failure stay.
 bool asn_read_pkcs12_bags(const void* data, unsigned int size, bool from_encrypted, pkcs12_easy_wrap_t& wrap);
 
-// Appends a SafeContents with one SafeBag for each bag to `out`.
-void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out);
+// A SafeContents to be written, with one SafeBag for each bag: a part of an element (asn_element.h).
+class pkcs12_safe_contents_t {
+  public:
+    explicit pkcs12_safe_contents_t(const std::list<pkcs12_bag_t>& bags);
 
-// Appends one SafeBag to `out`.
-void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out);
+    unsigned int size() const;
+    unsigned char* write_to(unsigned char* to) const;
+
+  private:
+    const std::list<pkcs12_bag_t>* bags_;
+    unsigned int content_size_;
+};
+
+// Appends a SafeContents to `out`.
+void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out);
 
 #endif

@@ -91,40 +91,18 @@ bool read_authenticated_safe(const blob_t& octets, pkcs12_easy_wrap_t& wrap) {
     return entries.ok();
 }
 
-void write_plain_entry(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& authenticated_safe) {
-    asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
-    asn_write_pkcs12_bags(bags, octets);
-    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, authenticated_safe);
+auto plain_entry(const std::list<pkcs12_bag_t>& bags) {
+    return pkcs7_content_info(g_oid_pkcs7_id_data, asn_element(asn_tag_t::OCTET_STRING, pkcs12_safe_contents_t(bags)));
 }
 
-void write_encrypted_entry(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto,
-                           asn_tag_t_<0>& authenticated_safe) {
+// Encrypts the bags, as an OCTET STRING around their SafeContents.
+void encrypt_bags(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto, asn_tag_t_<300>& algorithm,
+                  std::string& ciphertext) {
     asn_tag_t_<0> plaintext(asn_tag_t::OCTET_STRING);
     asn_write_pkcs12_bags(bags, plaintext);
     pkcs5_pbe_gost_t pbe;
-    std::string ciphertext;
     crypto->encrypt(plaintext.encoding(), plaintext.encoding_size(), pbe, ciphertext);
-    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
     asn_write_pkcs5_PBES2(pbe, algorithm);
-
-    asn_tag_t_<0> encrypted_data(asn_tag_t::SEQUENCE);
-    asn_write_pkcs7_EncryptedData(algorithm, ciphertext, encrypted_data);
-    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, sizeof g_oid_pkcs7_id_encrypted_data, encrypted_data,
-                                authenticated_safe);
-}
-
-void write_authenticated_safe(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, asn_tag_t_<0>& octets) {
-    asn_tag_t_<0> authenticated_safe(asn_tag_t::SEQUENCE);
-    if (easy.plain_bags.empty() && easy.encrypted_bags.empty()) {
-        authenticated_safe.add_bytes(nullptr, 0); // one without entries is an element too
-    }
-    if (!easy.plain_bags.empty()) {
-        write_plain_entry(easy.plain_bags, authenticated_safe);
-    }
-    if (!easy.encrypted_bags.empty()) {
-        write_encrypted_entry(easy.encrypted_bags, crypto, authenticated_safe);
-    }
-    octets.add_node(authenticated_safe);
 }
 
 } // namespace
@@ -158,16 +136,26 @@ bool asn_read_pkcs12_easy(const void* data, unsigned int size, pbe_crypto_t* cry
 }
 
 void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std::string& out) {
-    asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
-    write_authenticated_safe(easy, crypto, octets);
-    pkcs12_mac_t fresh_mac;
-    const bool made = crypto->make_mac(octets.encoding(), octets.encoding_size(), fresh_mac);
+    const bool has_encrypted = !easy.encrypted_bags.empty();
+    asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
+    std::string ciphertext;
+    if (has_encrypted) {
+        encrypt_bags(easy.encrypted_bags, crypto, algorithm, ciphertext);
+    }
+    const auto encrypted_entry =
+        pkcs7_content_info(g_oid_pkcs7_id_encrypted_data, pkcs7_encrypted_data(algorithm, ciphertext));
+    const auto octets = asn_element(asn_tag_t::OCTET_STRING,
+                                    asn_element(asn_tag_t::SEQUENCE,
+                                                asn_optional_t(!easy.plain_bags.empty(), plain_entry(easy.plain_bags)),
+                                                asn_optional_t(has_encrypted, encrypted_entry)));
 
-    constexpr unsigned long long SIZE_BESIDE_CONTENT = 192; // version, headers and MacData, estimated
+    constexpr unsigned int MAC_DATA_SIZE = 128; // estimated
     asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-    pfx.reserve_estimate(octets.encoding_size() + SIZE_BESIDE_CONTENT);
-    pfx.add_element(asn_tag_t::INTEGER, PFX_VERSION);
-    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, sizeof g_oid_pkcs7_id_data, octets, pfx);
+    pfx.add_before(MAC_DATA_SIZE, asn_element(asn_tag_t::INTEGER, PFX_VERSION),
+                   pkcs7_content_info(g_oid_pkcs7_id_data, octets));
+    const unsigned char* const end = pfx.encoding() + pfx.encoding_size();
+    pkcs12_mac_t fresh_mac;
+    const bool made = crypto->make_mac(end - octets.size(), octets.size(), fresh_mac);
     asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);
     pfx.assign_to(out);
 }

@@ -37,16 +37,12 @@ bool asn_read_pkcs12_MacData(const void* data, unsigned int size, pkcs12_mac_t& 
 }
 
 void asn_write_pkcs12_MacData(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
-    asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_GOSTR3411);
-    algorithm.add_element(asn_tag_t::NULL_VALUE, blob_t());
-    asn_tag_t_<96> digest_info(asn_tag_t::SEQUENCE);
-    digest_info.add_node(algorithm);
-    digest_info.add_element(asn_tag_t::OCTET_STRING, mac.digest);
-
-    asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
-    mac_data.add_node(digest_info);
-    mac_data.add_element(asn_tag_t::OCTET_STRING, mac.salt);
-    mac_data.add_integer(mac.iterations);
-    out.add_node(mac_data);
+    out.add(asn_element(
+        asn_tag_t::SEQUENCE,
+        asn_element(asn_tag_t::SEQUENCE,
+                    asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_GOSTR3411),
+                                asn_element(asn_tag_t::NULL_VALUE)),
+                    asn_element(asn_tag_t::OCTET_STRING, mac.digest)),
+        asn_element(asn_tag_t::OCTET_STRING, mac.salt),
+        asn_element(asn_tag_t::INTEGER, asn_integer_t(mac.iterations))));
 }

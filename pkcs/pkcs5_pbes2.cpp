@@ -28,28 +28,19 @@ bool read_pbkdf2(asn_cursor_t derivation, pkcs5_pbe_gost_t& out) {
            asn_read_INTEGER(iterations.data, iterations.size, out.iterations, 0xFFFFFFFF);
 }
 
-void add_pbkdf2(const pkcs5_pbe_gost_t& in, asn_tag_t_<256>& pbes2_params) {
-    asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
-    prf.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_HMAC_GOSTR3411);
-    prf.add_element(asn_tag_t::NULL_VALUE, blob_t());
-    asn_tag_t_<80> params(asn_tag_t::SEQUENCE);
-    params.add_element(asn_tag_t::OCTET_STRING, in.salt);
-    params.add_integer(in.iterations);
-    params.add_node(prf);
-    asn_tag_t_<128> derivation(asn_tag_t::SEQUENCE);
-    derivation.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBKDF2);
-    derivation.add_node(params);
-    pbes2_params.add_node(derivation);
+auto pbkdf2(const pkcs5_pbe_gost_t& in) {
+    return asn_element(
+        asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBKDF2),
+        asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OCTET_STRING, in.salt),
+                    asn_element(asn_tag_t::INTEGER, asn_integer_t(in.iterations)),
+                    asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_HMAC_GOSTR3411),
+                                asn_element(asn_tag_t::NULL_VALUE))));
 }
 
-void add_cipher(const pkcs5_pbe_gost_t& in, asn_tag_t_<256>& pbes2_params) {
-    asn_tag_t_<40> params(asn_tag_t::SEQUENCE);
-    params.add_element(asn_tag_t::OCTET_STRING, in.iv);
-    params.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_encryptionParamSet);
-    asn_tag_t_<64> encryption(asn_tag_t::SEQUENCE);
-    encryption.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_gost28147_89);
-    encryption.add_node(params);
-    pbes2_params.add_node(encryption);
+auto cipher(const pkcs5_pbe_gost_t& in) {
+    return asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_gost28147_89),
+                       asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OCTET_STRING, in.iv),
+                                   asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_encryptionParamSet)));
 }
 
 } // namespace
@@ -79,11 +70,8 @@ bool asn_read_pkcs5_pbe_gost(const void* data, unsigned int size, pkcs5_pbe_gost
 }
 
 void asn_write_pkcs5_PBES2(const pkcs5_pbe_gost_t& in, asn_tag_t_<300>& algorithm) {
-    asn_tag_t_<256> params(asn_tag_t::SEQUENCE);
-    add_pbkdf2(in, params);
-    add_cipher(in, params);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBES2);
-    algorithm.add_node(params);
+    algorithm.add(asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_PBES2),
+                  asn_element(asn_tag_t::SEQUENCE, pbkdf2(in), cipher(in)));
 }
 
 void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {

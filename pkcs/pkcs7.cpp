@@ -35,23 +35,3 @@ bool asn_read_pkcs7_EncryptedData(const void* data, unsigned int size, pkcs7_enc
     }
     return info.ok() && encrypted_data.ok();
 }
-
-void asn_write_pkcs7_ContentInfo(const unsigned char* oid, unsigned int oid_size, const asn_tag_t_<0>& content,
-                                 asn_tag_t_<0>& out) {
-    asn_tag_t_<4096> info(asn_tag_t::SEQUENCE);
-    info.add_element(asn_tag_t::OBJECT_IDENTIFIER, oid, oid_size);
-    info.add_wrapped(asn_tag_t::CONTEXT_0, content);
-    out.add_node(info);
-}
-
-void asn_write_pkcs7_EncryptedData(const asn_tag_t_<300>& algorithm, const std::string& encrypted_content,
-                                   asn_tag_t_<0>& encrypted_data) {
-    asn_tag_t_<4096> info(asn_tag_t::SEQUENCE);
-    info.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs7_id_data);
-    info.add_node(algorithm);
-    info.add_element(asn_tag_t::CONTEXT_0_PRIMITIVE, encrypted_content);
-
-    encrypted_data.reserve(info.encoding_size());
-    encrypted_data.add_element(asn_tag_t::INTEGER, PKCS7_ENCRYPTED_DATA_VERSION);
-    encrypted_data.add_node(info);
-}

@@ -32,12 +32,19 @@ bool asn_read_pkcs7_data(const void* data, unsigned int size, blob_t& out);
 // Reads an EncryptedData SEQUENCE. Version, content type and algorithm are not judged.
 bool asn_read_pkcs7_EncryptedData(const void* data, unsigned int size, pkcs7_encrypted_data_t& out);
 
-// Appends a ContentInfo to `out`.
-void asn_write_pkcs7_ContentInfo(const unsigned char* oid, unsigned int oid_size, const asn_tag_t_<0>& content,
-                                 asn_tag_t_<0>& out);
+// A ContentInfo to be written.
+template <unsigned int N, typename CONTENT>
+auto pkcs7_content_info(const unsigned char (&content_type)[N], const CONTENT& content) {
+    return asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, content_type),
+                       asn_element(asn_tag_t::CONTEXT_0, content));
+}
 
-// Fills an empty SEQUENCE with the content of an EncryptedData that encrypts id-data.
-void asn_write_pkcs7_EncryptedData(const asn_tag_t_<300>& algorithm, const std::string& encrypted_content,
-                                   asn_tag_t_<0>& encrypted_data);
+// An EncryptedData to be written, which encrypts id-data.
+template <unsigned int N>
+auto pkcs7_encrypted_data(const asn_tag_t_<N>& algorithm, const std::string& encrypted_content) {
+    return asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::INTEGER, PKCS7_ENCRYPTED_DATA_VERSION),
+                       asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_oid_pkcs7_id_data),
+                                   algorithm, asn_element(asn_tag_t::CONTEXT_0_PRIMITIVE, encrypted_content)));
+}
 
 #endif

@@ -82,20 +82,14 @@ bool asn_read_pkcs8_pki_gost(const void* data, unsigned int size, pkcs8_pki_gost
 // The digest parameters are those of GOST R 34.11-94 for the keys of 2012 too.
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
     const key_oids_t oids = oids_of(in.key_type);
-    asn_tag_t_<32> parameters(asn_tag_t::SEQUENCE);
-    parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, oids.public_key_param_set);
-    parameters.add_element(asn_tag_t::OBJECT_IDENTIFIER, g_id_GostR3411_94_CryptoProParamSet);
-    asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, oids.algorithm);
-    algorithm.add_node(parameters);
-
-    asn_tag_t_<70> private_key(asn_tag_t::OCTET_STRING);
-    private_key.add_element(asn_tag_t::OCTET_STRING, in.private_key);
-
-    asn_tag_t_<512> key_info(asn_tag_t::SEQUENCE);
-    key_info.add_element(asn_tag_t::INTEGER, PRIVATE_KEY_INFO_VERSION);
-    key_info.add_node(algorithm);
-    key_info.add_node(private_key);
+    asn_tag_t_<256> key_info(asn_tag_t::SEQUENCE);
+    key_info.add(
+        asn_element(asn_tag_t::INTEGER, PRIVATE_KEY_INFO_VERSION),
+        asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, oids.algorithm),
+                    asn_element(asn_tag_t::SEQUENCE,
+                                asn_element(asn_tag_t::OBJECT_IDENTIFIER, oids.public_key_param_set),
+                                asn_element(asn_tag_t::OBJECT_IDENTIFIER, g_id_GostR3411_94_CryptoProParamSet))),
+        asn_element(asn_tag_t::OCTET_STRING, asn_element(asn_tag_t::OCTET_STRING, in.private_key)));
     key_info.assign_to(out);
 }
 
@@ -114,7 +108,6 @@ void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, st
     asn_tag_t_<300> algorithm(asn_tag_t::SEQUENCE);
     asn_write_pkcs5_PBES2(in.pbe, algorithm);
     asn_tag_t_<512> key_info(asn_tag_t::SEQUENCE);
-    key_info.add_node(algorithm);
-    key_info.add_element(asn_tag_t::OCTET_STRING, in.encrypted_data);
+    key_info.add(algorithm, asn_element(asn_tag_t::OCTET_STRING, in.encrypted_data));
     key_info.assign_to(out);
 }

@@ -21,8 +21,8 @@ class convi {
     // supported.
     unsigned int get_outsize(const void* in, unsigned int size) const;
 
-    // Writes the output and returns its number of bytes. Writes nothing and returns 0 when get_outsize() returns 0 or
-    // `room` is too small.
+    // Writes the output and returns its number of bytes, or 0 when get_outsize() returns 0 or `room` is too small; then
+    // `out` may hold a part of the output.
     unsigned int convert_safe(const void* in, unsigned int size, char* out, unsigned int room) const;
 
   private:

@@ -164,12 +164,18 @@ std::vector<call_t> text_to_name_calls() {
                     {"blanks", [](size_type size) { return repeated(" CN \t= a ,", size) + "CN=a"; }, BRIEF},
                     {"a type of zeros", [](size_type size) { return "1.2." + std::string(size, '0') + "=a"; }, BRIEF}},
          .left = as_it_was},
-        // One block for all values that are longer than a string holds by itself and have escapes.
         {.name = "text_with_escapes_to_name",
          .function = "printable_to_asn_dn",
          .input = input_t::ZERO_TERMINATED,
          .samples = {"C=RU, ST=78 Saint Petersburg, O=\"Horns, Hooves\", OU=Research\\, Development+L=Office, "
                      "CN=A \\C3\\A9"},
+         .run = [](run_t& run) { return run.call([&] { return printable_to_asn_dn(run.chars(), run.out, run.map); }); },
+         .left = as_it_was},
+        // One block for all values that have escapes and are long.
+        {.name = "text_with_long_escaped_values_to_name",
+         .function = "printable_to_asn_dn",
+         .input = input_t::ZERO_TERMINATED,
+         .samples = {"CN=" + repeated(ESCAPES, 200) + ",O=" + repeated(ESCAPES, 200)},
          .run = [](run_t& run) { return run.call([&] { return printable_to_asn_dn(run.chars(), run.out, run.map); }); },
          .left = as_it_was,
          .blocks = 1},

@@ -32,7 +32,7 @@ void add_p12_command(command_t& derkit, console_t& console) {
 #endif
 
 void add_commands(command_t& derkit, console_t& console) {
-    derkit.set_footer("derkit SUBCOMMAND --help describes one of them, man derkit all.\n"
+    derkit.set_footer("derkit SUBCOMMAND --help describes one of them, man derkit-SUBCOMMAND fully.\n"
                       "Examples:\n"
                       "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
                       "  derkit dn --hex 'CN=user1,O=Example,C=RU'");

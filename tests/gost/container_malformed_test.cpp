@@ -144,30 +144,39 @@ TEST(MalformedContainer, EncryptedEntriesSayWhy) {
     EXPECT_EQ(container::inspect(pfx_of({CASES[1].entry}))->kind(), container_kind::vendor_export);
 }
 
-TEST(MalformedContainer, ForRecipientsIsListedAndNotOpened) {
+TEST(MalformedContainer, SignedOrForRecipientsIsListedAndNotOpened) {
     const der_t enveloped = content_info_of("1.2.840.113549.1.7.3", der_null());
-    const der_t info =
-        der_sequence({der_oid("1.2.840.113549.1.7.1"), der_context_0({der_octet_string(der_sequence({enveloped}))})});
-    const der_t signed_data = der_sequence({der_integer("01"), der_set({}), info, der_set({})});
+    const auto signed_of = [](der_t entry) {
+        const der_t info = der_sequence(
+            {der_oid("1.2.840.113549.1.7.1"), der_context_0({der_octet_string(der_sequence({std::move(entry)}))})});
+        return content_info_of("1.2.840.113549.1.7.2",
+                               der_sequence({der_integer("01"), der_set({}), info, der_set({})}));
+    };
+    const der_t data = data_of(der_sequence({CERTIFICATE}));
     const auto with_auth_safe = [](der_t auth_safe) {
         return encode(der_sequence({der_integer("03"), std::move(auth_safe)}));
     };
     const struct {
         const char* name;
         std::string file;
-        std::size_t num_entries;
+        container_kind kind;
+        cause refused;
+        cause entry;
     } CASES[] = {
-        {"signed", with_auth_safe(content_info_of("1.2.840.113549.1.7.2", signed_data)), 1},
-        {"enveloped", with_auth_safe(enveloped), 1},
+        {"signed", with_auth_safe(signed_of(data)), container_kind::signed_instead, cause::signed_instead, cause::none},
+        {"signed and enveloped", with_auth_safe(signed_of(enveloped)), container_kind::for_recipient,
+         cause::recipient_needed, cause::recipient_needed},
+        {"enveloped", with_auth_safe(enveloped), container_kind::for_recipient, cause::recipient_needed,
+         cause::recipient_needed},
     };
     for (const auto& c : CASES) {
-        EXPECT_EQ(container::open(c.file, PASSWORD).why(), cause::recipient_needed) << c.name;
-        EXPECT_EQ(container::open(c.file, PASSWORD, unverified()).why(), cause::recipient_needed) << c.name;
+        EXPECT_EQ(container::open(c.file, PASSWORD).why(), c.refused) << c.name;
+        EXPECT_EQ(container::open(c.file, PASSWORD, unverified()).why(), c.refused) << c.name;
         const result<container> listed = container::inspect(c.file);
         ASSERT_TRUE(listed) << c.name;
-        EXPECT_EQ(listed->kind(), container_kind::for_recipient) << c.name;
-        ASSERT_EQ(listed->entries().size(), c.num_entries) << c.name;
-        EXPECT_EQ(listed->entries()[0].refusal->why, cause::recipient_needed) << c.name;
+        EXPECT_EQ(listed->kind(), c.kind) << c.name;
+        ASSERT_EQ(listed->entries().size(), 1U) << c.name;
+        EXPECT_EQ(listed->entries()[0].refusal.value_or(failure()).why, c.entry) << c.name;
     }
     EXPECT_EQ(container::inspect(with_auth_safe(content_info_of("1.2.840.113549.1.7.2", der_null()))).why(),
               cause::malformed);
@@ -240,6 +249,65 @@ TEST(ContainerLimits, SizeBagsAndDepth) {
     EXPECT_EQ(both(three, bags), cause::too_many_bags);
     EXPECT_EQ(both(deep, depth), cause::too_deep);
     EXPECT_EQ(both(entries, many_entries), cause::too_many_bags);
+}
+
+// Wherever the limit is noticed, the whole file is refused.
+TEST(ContainerLimits, DepthHoldsAtEveryValue) {
+    const auto nested = [](unsigned int depth) {
+        der_t bags = bags_bag({});
+        for (unsigned int i = 1; i < depth; ++i) {
+            bags = bags_bag({bags});
+        }
+        return pfx_of_bags({bags});
+    };
+    const struct {
+        unsigned int limit;
+        unsigned int depth;
+        cause expected;
+    } CASES[] = {
+        {0, 1, cause::too_deep},           {1, 1, cause::none},      {8, 8, cause::none},
+        {8, 9, cause::too_deep},           {8, 30, cause::too_deep}, {20, 20, cause::none},
+        {20, 21, cause::too_deep},         {64, 64, cause::none},    {64, 65, cause::too_deep},
+        {64, 90, cause::too_deep},         {1000, 64, cause::none},  {1000, 65, cause::too_deep},
+        {0xFFFFFFFF, 65, cause::too_deep},
+    };
+    for (const auto& c : CASES) {
+        limits cost;
+        cost.max_depth = c.limit;
+        const std::string file = nested(c.depth);
+        const std::string label = std::to_string(c.depth) + " deep, limit " + std::to_string(c.limit);
+        EXPECT_EQ(to_text(open_unverified(file, cost)), to_text({c.expected, cause::none})) << label;
+        EXPECT_EQ(name_of(container::inspect(file, cost).why()), std::string(name_of(c.expected))) << label;
+    }
+}
+
+TEST(ContainerLimits, OtherElementsAreBoundedToo) {
+    der_t value = der_null();
+    for (int i = 0; i < 100; ++i) {
+        value = der_sequence({value});
+    }
+    const std::string file = pfx_of_bags({cert_bag("x", {attribute_of("1.2.3", {value})})});
+    EXPECT_EQ(to_text(open_unverified(file)), to_text({cause::too_deep, cause::none}));
+    EXPECT_EQ(container::inspect(file).why(), cause::too_deep);
+}
+
+// In two bags, of which one is nested: three attributes, of which one is the name, and four values that are kept.
+TEST(ContainerLimits, AttributesAndTheirValues) {
+    const der_t name = attribute_of("1.2.840.113549.1.9.20", {der_element(0x1E, from_hex("00 41"))});
+    const der_t three = attribute_of("1.2.3", {der_null(), der_null(), der_null()});
+    const der_t one = attribute_of("1.2.3", {der_null()});
+    const std::string file = pfx_of_bags({cert_bag("x", {name, three}), bags_bag({cert_bag("x", {one})})});
+    limits cost;
+    cost.max_attributes = 7;
+    EXPECT_EQ(to_text(open_unverified(file, cost)), to_text({cause::none, cause::none}));
+    EXPECT_TRUE(container::inspect(file, cost));
+    --cost.max_attributes;
+    EXPECT_EQ(to_text(open_unverified(file, cost)), to_text({cause::too_many_attributes, cause::none}));
+    EXPECT_EQ(container::inspect(file, cost).why(), cause::too_many_attributes);
+
+    const der_members_t many(limits().max_attributes, der_null());
+    EXPECT_EQ(container::inspect(pfx_of_bags({cert_bag("x", {attribute_of("1.2.3", many)})})).why(),
+              cause::too_many_attributes);
 }
 
 TEST(ContainerLimits, Iterations) {

@@ -150,8 +150,8 @@ TEST(Container, OpensFilesOfOpenssl) {
         {"mac-by-pkcs12-kdf.p12", "секрет", container_kind::gost94_pkcs12_kdf, mac_key::pkcs12_kdf, 2},
         {"empty-password.p12", "", container_kind::gost94, mac_key::pbkdf2, 2},
         {"streebog.p12", "secret", container_kind::tc26, mac_key::pbkdf2, 2},
-        {"mixed-sha256-mac.p12", "secret", container_kind::unknown, mac_key::pkcs12_kdf, 2},
-        {"mixed-aes.p12", "secret", container_kind::unknown, mac_key::pbkdf2, 2},
+        {"mixed-sha256-mac.p12", "secret", container_kind::mixed, mac_key::pkcs12_kdf, 2},
+        {"mixed-aes.p12", "secret", container_kind::mixed, mac_key::pbkdf2, 2},
     };
     for (const auto& c : CASES) {
         const result<container> opened = container::open(test_data(c.file), c.password);
@@ -483,12 +483,36 @@ TEST(ContainerWriter, RefusesWhatItCannotWrite) {
         made.add(c.added);
         EXPECT_EQ(name_of(made.write(PASSWORD, options_of(format::tc26)).why()), std::string(name_of(c.why))) << c.name;
     }
-    write_options unknown = options_of(format::tc26);
-    unknown.to = static_cast<format>(99);
-    EXPECT_EQ(key_and_certificate().write(PASSWORD, unknown).why(), cause::invalid_argument);
     const result<std::string> file = key_and_certificate().write(PASSWORD, options_of(format::tc26));
     ASSERT_TRUE(file);
     EXPECT_EQ(container::inspect(*file)->write(PASSWORD, options_of(format::tc26)).why(), cause::password_needed);
+}
+
+// Also where nothing is to be encrypted.
+TEST(ContainerWriter, RefusesOptionsAndPasswordsThatItCannotUse) {
+    write_options format_99 = options_of(format::tc26), cipher_99 = options_of(format::rfc9548),
+                  sections_99 = cipher_99;
+    format_99.to = static_cast<format>(99);
+    cipher_99.cipher = static_cast<block_cipher>(99);
+    sections_99.sections = static_cast<section>(99);
+    const struct {
+        const char* password;
+        write_options options;
+        const char* message;
+    } CASES[] = {
+        {PASSWORD, format_99, "invalid argument: format"},
+        {PASSWORD, cipher_99, "invalid argument: cipher"},
+        {PASSWORD, sections_99, "invalid argument: sections"},
+        {"\xCF\xC1", options_of(format::tc26), "the text is not UTF-8: password"},
+        {"\xED\xA0\x80", options_of(format::aes), "the text is not UTF-8: password"}, // a surrogate
+        {"\xC0\x80", options_of(format::native), "the text is not UTF-8: password"},  // an overlong zero
+    };
+    const private_key key = private_key::read(key_der()).value();
+    for (const auto& c : CASES) {
+        EXPECT_EQ(key_and_certificate().write(c.password, c.options).message(), c.message);
+        EXPECT_EQ(container().write(c.password, c.options).message(), c.message);
+        EXPECT_EQ(key.write_encrypted(c.password, c.options).message(), c.message);
+    }
 }
 
 TEST(ContainerWriter, WritesNothingButTheFrame) {
@@ -528,7 +552,7 @@ TEST(ContainerPem, IsOfKeysAndCertificates) {
 
 TEST(ContainerNames, AreForPeople) {
     std::set<std::string> names;
-    for (int i = 0; i <= static_cast<int>(container_kind::for_recipient); ++i) {
+    for (int i = 0; i <= static_cast<int>(container_kind::signed_instead); ++i) {
         EXPECT_TRUE(names.insert(name_of(static_cast<container_kind>(i))).second) << i;
     }
     EXPECT_EQ(name_of(static_cast<container_kind>(99)), std::string("unknown"));

@@ -90,7 +90,7 @@ class Memory : public testing::Test {
 };
 
 // A password, the number of a private key and the key of a cipher. Masked, and of no other use.
-const hidden_t PASSWORD(from_hex("2B 1F 6E 99 C4 07 5D E2 38 B1 4A 90 7C E5 13 D8 66 2F A3 5B"));
+const hidden_t PASSWORD(from_hex("2B 5F 6E 59 44 47 5D 62 38 31 4A 50 7C 65 53 58 66 2F 23 5B"));
 const hidden_t
     KEY(from_hex("91 0C D7 3E 58 A2 6B F4 15 C9 80 47 DB 22 7E B6 03 9F 61 EC 2A 74 C8 5D B0 1E 93 F7 4C 86 D5 39"));
 

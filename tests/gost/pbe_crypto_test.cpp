@@ -142,13 +142,23 @@ TEST(PbeCrypto, RefusesContentWhoseLengthTheLibraryWritesWrongly) {
     pbe_crypto crypto("пароль");
     pkcs12_mac_t mac;
     pkcs5_pbe_gost_t params;
-    std::string out;
+    std::string out = "old";
     EXPECT_FALSE(crypto.make_mac(element.data(), static_cast<unsigned int>(element.size()), mac));
     EXPECT_FALSE(crypto.encrypt(element.data(), static_cast<unsigned int>(element.size()), params, out));
     ASSERT_EQ(crypto.refusals().size(), 2U);
     EXPECT_EQ(crypto.refusals()[0].why, cause::too_large);
     EXPECT_EQ(crypto.refusals()[1].why, cause::too_large);
     EXPECT_EQ(out, "");
+}
+
+TEST(PbeCrypto, ReplacesWhatTheStringHeld) {
+    pbe_crypto crypto("пароль");
+    pkcs5_pbe_gost_t params;
+    std::string ciphertext = "old", plain = "old";
+    ASSERT_TRUE(crypto.encrypt(PRIVATE_KEY.data(), static_cast<unsigned int>(PRIVATE_KEY.size()), params, ciphertext));
+    EXPECT_EQ(ciphertext.size(), PRIVATE_KEY.size());
+    EXPECT_TRUE(crypto.decrypt(params, ciphertext.data(), static_cast<unsigned int>(ciphertext.size()), plain));
+    EXPECT_EQ(to_hex(plain), to_hex(PRIVATE_KEY));
 }
 
 TEST(PbeCrypto, RefusesParametersAndPlaintextsThatAreNone) {
@@ -159,7 +169,7 @@ TEST(PbeCrypto, RefusesParametersAndPlaintextsThatAreNone) {
     good.iterations = 1;
     good.iv = blob_of(iv);
     const auto decrypt = [&](const pkcs5_pbe_gost_t& params) {
-        std::string out;
+        std::string out = "old";
         crypto.clear_refusals();
         EXPECT_FALSE(crypto.decrypt(params, text.data(), static_cast<unsigned int>(text.size()), out));
         EXPECT_EQ(out, "");

@@ -9,7 +9,7 @@ namespace {
 
 using namespace derkit::gost;
 
-constexpr int LAST_CAUSE = 28;
+constexpr int LAST_CAUSE = 30;
 
 TEST(Result, EveryCauseHasANameAndATextOfItsOwn) {
     std::set<std::string> names, texts;

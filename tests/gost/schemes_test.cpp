@@ -166,14 +166,6 @@ TEST(Encrypt, RefusesAFormatThatIsNone) {
     session under(PASSWORD, limits());
     EXPECT_EQ(encrypt(under, options, "text", plaintext::SAFE_CONTENTS).why(), cause::invalid_argument);
     EXPECT_EQ(make_mac_data(under, options, "text").why(), cause::invalid_argument);
-    EXPECT_EQ(longest_without_sections(options), static_cast<std::size_t>(-1));
-}
-
-TEST(Encrypt, KnowsWhichTextsAreTheSameInAllSections) {
-    EXPECT_EQ(longest_without_sections(options_of(FORMAT_CASES[0], 0)), static_cast<std::size_t>(-1));
-    EXPECT_EQ(longest_without_sections(options_of(FORMAT_CASES[3], 0)), 4096U);
-    EXPECT_EQ(longest_without_sections(options_of(FORMAT_CASES[4], 0)), 1024U);
-    EXPECT_EQ(longest_without_sections(options_of(FORMAT_CASES[7], 0)), static_cast<std::size_t>(-1));
 }
 
 // The key changes inside the last string, so both kinds of sections make a whole text, of which only one is right.

@@ -17,10 +17,14 @@ CONSUMER = SOURCE / "tests/packages/consumer"
 TIME_LIMIT = 240
 
 # Installed files, relative to the prefix.
-HEADERS = {f"include/derkit/{header.name}" for header in (SOURCE / "include/derkit").glob("*.h")}
+HEADERS = {f"include/derkit/{header.relative_to(SOURCE / 'include/derkit')}"
+           for folder in (".", "helpers") for header in (SOURCE / "include/derkit" / folder).glob("*.h")}
 GOST_HEADERS = {f"include/derkit/gost/{header.name}" for header in (SOURCE / "include/derkit/gost").iterdir()}
 GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
-DOCUMENTS = GUIDES | {"derkit.spdx.json"}
+PROGRAMS = {f"examples/programs/{file.name}" for file in (SOURCE / "examples").iterdir()}
+DOCUMENTS = GUIDES | PROGRAMS | {"derkit.spdx.json"}
+COMPLETION = {"share/bash-completion/completions/derkit", "share/zsh/site-functions/_derkit",
+              "share/fish/vendor_completions.d/derkit.fish"}
 
 
 def manuals(sections, compressed=""):

@@ -135,9 +135,29 @@ class Passwords(KeyConvertTest):
         [info] = unpem(self.out.read_bytes(), "ENCRYPTED PRIVATE KEY")
         self.assertEqual(self.decrypt(info, NEW), self.key)
 
+    def test_a_new_one_that_is_not_there_is_told_before_the_old_one_is_asked_for(self):
+        """There is no terminal, so asking would fail in another way."""
+        missing = self.folder / "no"
+        for options, problem in [
+            (["--new-password-file", missing], f"{missing}: No such file or directory"),
+            (["--new-password-env", "NO_SUCH_VARIABLE"], "NO_SUCH_VARIABLE: no such variable in the environment"),
+        ]:
+            self.check_failure(problem, self.encrypted, "--to", "tc26", *options)
+
     def test_a_wrong_one(self):
         self.check_failure(f"{self.encrypted} (line 1): wrong password, or the encrypted data was altered",
                            self.encrypted, "--to", "pem", password="wrong")
+
+
+class Costs(KeyConvertTest):
+    def test_the_limit_is_for_what_is_read_and_not_for_what_is_made(self):
+        """What was made is read again all the same."""
+        made = self.convert("--to", "tc26", "--iterations", "30", "--max-iterations", "20", new=PASSWORD)
+        self.assertEqual(self.decrypt(unpem(made, "ENCRYPTED PRIVATE KEY")[0], PASSWORD), self.key)
+        copy = self.file("copy", made)
+        self.out.unlink()
+        self.check_failure(f"{copy} (line 1): the iteration count is above the limit: 30 (--max-iterations allows more)",
+                           copy, "--to", "der", "--max-iterations", "20", password=PASSWORD)
 
 
 class Files(KeyConvertTest):

@@ -8,6 +8,7 @@ import errno
 import fcntl
 import os
 import resource
+import select
 import shutil
 import signal
 import subprocess
@@ -141,6 +142,17 @@ class FailingCalls(FaultTest):
         self.assertTrue(done.errors[0].endswith(f"; the files that were there before are in {self.out}/{staging}"), done)
         [kept] = (self.out / staging).iterdir()
         self.assertEqual(kept.read_text(), "old key-1.pem")
+
+
+    def test_a_folder_that_cannot_be_removed_is_named(self):
+        """As in a directory in which files may only be added."""
+        denied = errno.EPERM
+        faults = [f"rename {number} {denied}" for number in (1, 2)] + [f"remove {number} {denied}" for number in (2, 3, 4)]
+        done, before, after = self.run_with(faults, ["made.p12"], "make", ["--force"])
+        [staging] = [name for name in after if name.startswith(".")]
+        self.assertEqual((done.status, done.errors), (
+            1, [f"derkit: {self.out}/made.p12: Operation not permitted; cannot be removed: {self.out}/{staging}"]))
+        self.assertEqual((after["made.p12"], list((self.out / staging).iterdir())), (before["made.p12"], []))
 
 
 class Signals(FaultTest):
@@ -278,11 +290,12 @@ class Outputs(OutputTest):
         child.terminate()
         self.assertEqual((child.wait(10), self.content()), (-signal.SIGTERM, {}))
         child = self.start("extract", self.container, "--out", self.out, "--password-file", self.password,
-                           stdout=subprocess.PIPE)
-        with self.assertRaises(subprocess.TimeoutExpired):
-            child.wait(0.3)
+                           stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        waiting = f"derkit: {self.out}: warning: waiting for another program that puts files there\n"
+        self.assertTrue(select.select([child.stderr], [], [], 20)[0], "no word of waiting")
+        self.assertEqual(child.stderr.readline().decode(), waiting)
         fcntl.flock(descriptor, fcntl.LOCK_UN)
-        self.assertEqual((child.wait(10), len(self.content())), (0, 3))
+        self.assertEqual((child.wait(10), child.stderr.read(), len(self.content())), (0, b"", 3))
 
 
 class StandardStreams(OutputTest):

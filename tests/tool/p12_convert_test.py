@@ -204,6 +204,20 @@ class Passwords(ConvertTest):
         status, shown = terminal.end()
         self.assertEqual((status, shown.count("Password for")), (1, 1), shown)
 
+    def test_a_new_one_that_is_not_there_is_told_before_the_old_one_is_asked_for(self):
+        """There is no terminal, so asking would fail in another way."""
+        missing = self.folder / "no"
+        for options, problem in [
+            (["--new-password-file", missing], f"{missing}: No such file or directory"),
+            (["--new-password-env", "NO_SUCH_VARIABLE"], "NO_SUCH_VARIABLE: no such variable in the environment"),
+        ]:
+            for command, to in ("password", []), ("convert", ["--to", "aes"]):
+                self.check_failure(problem, *to, *options, command=command, password=None)
+
+    def test_a_new_one_that_is_not_utf_8(self):
+        new = ["--new-password-file", self.file("new", b"\xcf\xc1\n")]
+        self.check_failure(f"the new {self.out}: the password is not UTF-8", *new, command="password")
+
     def test_a_file_may_replace_itself(self):
         self.out = self.source
         self.convert(*self.new_password(), command="password")

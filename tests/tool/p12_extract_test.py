@@ -134,6 +134,28 @@ class Failures(ExtractTest):
         self.check_failures([(self.arguments(container=path), problem)])
         self.assertFalse(self.out.exists())
 
+    def test_what_no_password_opens_is_told_before_one_is_asked_for(self):
+        """There is no terminal, so asking would fail in another way."""
+        unknown = der.sequence(der.oid("1.2.3"))
+        path = self.file("a.p12", pfx.container("x", pfx.encrypted_entry(unknown, b"x" * 8), pfx.data_entry(
+            pfx.shrouded_bag(unknown, b"x" * 8), pfx.bag(pfx.CRL_BAG, der.NULL))))
+        for options in [], ["--partial"]:
+            done = self.tool(*self.arguments(*options, container=path), password=None)
+            unsupported = "the encryption scheme is not supported: 1.2.3"
+            self.assertEqual((done.status, done.errors), (1, [
+                f"derkit: {path}: entry 1 (encryptedData): {unsupported}",
+                f"derkit: {path}: entry 2, bag 1 (pkcs8ShroudedKeyBag): {unsupported}",
+                f"derkit: {path}: entry 2, bag 2 (crlBag): is of a type that is not read",
+                f"derkit: {path}: holds neither a key nor a certificate that can be read",
+            ]))
+            self.assertFalse(self.out.exists())
+
+    def test_a_password_is_asked_for_where_something_may_be_opened(self):
+        unknown = pfx.encrypted_entry(der.sequence(der.oid("1.2.3")), b"x" * 8)
+        for entry in pfx.data_entry(pfx.cert_bag(certificate("a"))), pfx.data_entry(pfx.key_bag(private_key())):
+            path = self.file("a.p12", pfx.container("x", unknown, entry))
+            self.assertIn("there is no terminal", self.fails(*self.arguments(container=path), password=None))
+
     def test_a_password_cannot_be_asked_for_without_a_terminal(self):
         self.assertIn("there is no terminal", self.fails(*self.arguments(), password=None))
 

@@ -195,7 +195,7 @@ class Refusals(P12Test):
 
     def test_a_mac_of_an_unsupported_digest(self):
         container = pfx.pfx(sequence(), pfx.mac_data(bytes(16), algorithm=der.algorithm("1.2.840.113549.2.4")))
-        problem = OTHER_MAC.format("1.2.840.113549.2.4")
+        problem = OTHER_MAC.format("MD4 (1.2.840.113549.2.4)")
         self.check_refused(container, problem)
         whole, mac = self.show_all(container, password=None)
         self.assertEqual((whole["not_read"], mac["not_read"]), (problem, problem))
@@ -264,6 +264,18 @@ class Refusals(P12Test):
         for options in [], ["--accept-unverified"]:
             path = self.file("a.p12", container)
             self.check_failures([(["show", *options, path], f"{path}: {FOR_A_RECIPIENT}")])
+
+    def test_a_container_that_is_signed_instead_of_having_a_mac_is_named(self):
+        info = sequence(oid(pfx.DATA), element(der.CONTEXT_0, octet_string(sequence(pfx.data_entry(X)))))
+        signed = sequence(integer(1), element(der.SET), info, element(der.SET))
+        container = sequence(integer(3), pfx.content_info(pfx.SIGNED_DATA, signed))
+        whole, mac, entry, bag = self.show_all(container, password=None)
+        problem = "signed instead of having a MAC; signatures are not verified"
+        self.assertEqual((whole["kind"], whole["kind_number"], whole["not_read"]), ("signed", 14, problem))
+        self.assertEqual((mac["algorithm"], entry["content_type"], bag["type"]), ("none", "data", "certBag"))
+        for options in [], ["--accept-unverified"]:
+            path = self.file("a.p12", container)
+            self.check_failures([(["show", *options, path], f"{path}: {problem}")])
 
     def test_damage_is_named_with_its_place_and_the_rest_is_read(self):
         wrong_set = sequence(oid(pfx.CERT_BAG), element(der.CONTEXT_0, NULL), NULL)

@@ -121,6 +121,7 @@ class Process(ToolTest):
         child.send_signal(signal.SIGQUIT)
         _, status = os.waitpid(child.pid, 0)
         self.assertEqual((os.WTERMSIG(status), os.WCOREDUMP(status)), (signal.SIGQUIT, False))
+        self.assertEqual(list(self.folder.iterdir()), [])
 
     def test_its_memory_is_not_for_other_processes(self):
         """The files under /proc of a process that may not be dumped belong to root."""

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "derkit/asn_reader.h"
 #include "support/expect.h"
 #include "testing/bytes.h"
 #include "testing/views.h"
@@ -221,20 +222,40 @@ TEST(builder_growth, reserve_takes_the_step_once_and_changes_neither_content_nor
     expect_node(without_header_room, "", 22);
 }
 
-TEST(builder_growth, reserve_estimate_is_a_reservation_if_a_node_can_hold_it) {
-    asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
-    for (const unsigned long long n : {0xFFFFFFEAULL, 0xFFFFFFFFULL, 0x100000001ULL}) {
-        EXPECT_NO_THROW(node.reserve_estimate(n));
-        EXPECT_EQ(node.capacity, 0u);
+TEST(builder_growth, add_before_leaves_room_for_more_if_a_node_can_hold_it) {
+    const std::string content = some_content(20);
+    asn_tag_t_<16> node(asn_tag_t::SEQUENCE);
+    node.add_before(1000, view_of(content));
+    expect_node(node, content, 20 + 1000 + 22);
+    EXPECT_TRUE(same_bytes(std::string(1016, '\0'), as_chars(node.buffer + 26, 1016)));
+    const unsigned char* const block = node.buffer;
+    add_content(node, some_content(1016)); // the slack too
+    EXPECT_EQ(node.buffer, block);
+
+    for (const unsigned int more : {0xFFFFFFE9U - 19, 0xFFFFFFE9U, 0xFFFFFFFFU}) {
+        asn_tag_t_<0> small(asn_tag_t::SEQUENCE);
+        small.add_before(more, view_of(content));
+        expect_node(small, content, 20 + 22);
     }
-    node.reserve_estimate(1000);
-    EXPECT_EQ(node.capacity, 1000u + 22);
-    node.add_bytes(nullptr, 0);
-    node.content_size = 10;
-    EXPECT_NO_THROW(node.reserve_estimate(0xFFFFFFE9ULL - 9));
-    EXPECT_EQ(node.capacity, 1000u + 22);
-    node.capacity = 0xFFFFFFFF; // room enough: nothing is allocated
-    EXPECT_NO_THROW(node.reserve_estimate(0xFFFFFFE9ULL - 10));
+    asn_tag_t_<32> roomy(asn_tag_t::SEQUENCE);
+    roomy.add_before(1000, view_of(content)); // fits
+    expect_node(roomy, content, 32);
+}
+
+// Bytes that are about to be written need not be zero before.
+TEST(builder_growth, leaves_zero_after_what_it_is_for) {
+    asn_tag_t_<16> reserved(asn_tag_t::SEQUENCE);
+    reserved.reserve(100);
+    EXPECT_TRUE(same_bytes(std::string(116, '\0'), as_chars(reserved.buffer + 6, 116)));
+    asn_tag_t_<0> member(asn_tag_t::OCTET_STRING);
+    add_content(member, some_content(100));
+    asn_tag_t_<16> list(asn_tag_t::SEQUENCE);
+    list.add_member(member);
+    list.add_member(member);
+    EXPECT_EQ(list.capacity, 204U + 22);
+    list.add_member(member);
+    EXPECT_EQ(list.capacity, 408U + 22);
+    EXPECT_TRUE(same_bytes(std::string(118, '\0'), as_chars(list.buffer + 6 + 306, 118)));
 }
 
 TEST(builder_growth, content_of_every_small_size_is_appended_whole_and_nothing_after_it) {
@@ -327,7 +348,7 @@ TEST_P(builder_element, adds_what_nodes_one_inside_the_other_add) {
     by_pointer.add_element(asn_tag_t::OCTET_STRING, bytes.data(), bytes.size());
     expect_node(by_pointer, octets, by_pointer.content_size + 22); // one step that fits exactly
     asn_tag_t_<16> by_view(asn_tag_t::SEQUENCE);
-    by_view.add_element(asn_tag_t::OCTET_STRING, view_of(text));
+    by_view.add(asn_element(asn_tag_t::OCTET_STRING, view_of(text)));
     EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, octets), encoding_of(by_view)));
     asn_tag_t_<128> by_text(asn_tag_t::SEQUENCE);
     by_text.add_element(asn_tag_t::OCTET_STRING, text);
@@ -344,9 +365,9 @@ TEST_P(builder_element, adds_what_nodes_one_inside_the_other_add) {
     EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, octets), encoding_of(by_member)));
 
     asn_tag_t_<0> nested(asn_tag_t::SEQUENCE);
-    nested.add_nested(asn_tag_t::CONTEXT_0, asn_tag_t::OCTET_STRING, bytes.data(), bytes.size());
+    nested.add(asn_element(asn_tag_t::CONTEXT_0, asn_element(asn_tag_t::OCTET_STRING, text)));
     asn_tag_t_<32> wrapped(asn_tag_t::SEQUENCE);
-    wrapped.add_wrapped(asn_tag_t::CONTEXT_0, node);
+    wrapped.add(asn_element(asn_tag_t::CONTEXT_0, node));
     for (const std::string& encoding : {encoding_of(nested), encoding_of(wrapped)}) {
         EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, element(asn_tag_t::CONTEXT_0, octets)), encoding));
     }
@@ -355,8 +376,8 @@ TEST_P(builder_element, adds_what_nodes_one_inside_the_other_add) {
 TEST(builder_element, of_a_constant_is_added_whole) {
     static constexpr unsigned char OID[] = {0x55, 0x04, 0x00, 0x03};
     asn_tag_t_<16> node(asn_tag_t::SEQUENCE);
-    node.add_element(asn_tag_t::OBJECT_IDENTIFIER, OID);
-    node.add_element(asn_tag_t::OBJECT_IDENTIFIER, asn_view_of(OID));
+    node.add(asn_element(asn_tag_t::OBJECT_IDENTIFIER, OID),
+             asn_element(asn_tag_t::OBJECT_IDENTIFIER, asn_view_of(OID)));
     EXPECT_TRUE(same_bytes(from_hex("30 0C 06 04 55 04 00 03 06 04 55 04 00 03"), encoding_of(node)));
 }
 
@@ -365,7 +386,7 @@ TEST(builder_element, integer_has_the_content_that_asn_write_INTEGER_writes) {
         std::string content;
         asn_write_INTEGER(value, content);
         asn_tag_t_<16> node(asn_tag_t::SEQUENCE);
-        node.add_integer(value);
+        node.add(asn_element(asn_tag_t::INTEGER, asn_integer_t(value)));
         EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, element(asn_tag_t::INTEGER, content)), encoding_of(node)));
     }
 }
@@ -407,6 +428,42 @@ TEST(builder_length, changes_with_the_octet_that_needs_more_or_fewer) {
         add_content(node, more);
         content += more;
         expect_node(node, content, size + HEADER_ROOM <= 300 ? 300 : node.capacity);
+    }
+}
+
+// ---- trees ----
+
+TEST(builder_tree, writes_its_parts_in_order_at_every_depth) {
+    static constexpr unsigned char OID[] = {0x2A, 0x03};
+    asn_tag_t_<16> finished(asn_tag_t::SET);
+    add_content(finished, "f");
+    asn_tag_t_<64> node(asn_tag_t::SEQUENCE);
+    node.add(asn_element(asn_tag_t::SEQUENCE, asn_element(asn_tag_t::OBJECT_IDENTIFIER, OID),
+                         asn_element(asn_tag_t::NULL_VALUE)),
+             finished, asn_element(asn_tag_t::CONTEXT_0, finished, std::string_view("raw")));
+    node.add(asn_element(asn_tag_t::INTEGER, asn_integer_t(2000)));
+    EXPECT_TRUE(same_bytes(from_hex("30 17 30 06 06 02 2A 03 05 00 31 01 66 A0 06 31 01 66 72 61 77 02 02 07 D0"),
+                           encoding_of(node)));
+}
+
+TEST(builder_tree, leaves_out_what_is_not_present) {
+    const auto octets = asn_element(asn_tag_t::OCTET_STRING, std::string_view("x"));
+    asn_tag_t_<64> node(asn_tag_t::SEQUENCE);
+    node.add(asn_optional_t(false, octets), asn_optional_t(true, octets));
+    node.add(asn_element(asn_tag_t::SET, asn_optional_t(false, octets)));
+    EXPECT_TRUE(same_bytes(from_hex("30 05 04 01 78 31 00"), encoding_of(node)));
+}
+
+// Growth must not free what is still to be copied.
+TEST(builder_tree, may_view_the_node_that_it_is_added_to) {
+    asn_tag_t_<0> node(asn_tag_t::SEQUENCE);
+    std::string content;
+    add_content(node, some_content(100));
+    content += some_content(100);
+    for (int i = 0; i < 3; ++i) {
+        node.add(asn_element(asn_tag_t::SET, node));
+        content += element(asn_tag_t::SET, element(asn_tag_t::SEQUENCE, content));
+        EXPECT_TRUE(same_bytes(element(asn_tag_t::SEQUENCE, content), encoding_of(node)));
     }
 }
 
@@ -463,7 +520,9 @@ TEST(builder_refusal, of_content_past_2_to_32_minus_23_comes_before_anything_cha
         node.expect_refusal([&](asn_tag_t_<16>& n) { n.reserve(c.appended); });
         node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_node(child); });
         node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_member(child); });
-        node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_wrapped(asn_tag_t::SET, child); });
+        node.expect_refusal([&](asn_tag_t_<16>& n) { n.add(child); });
+        node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_before(0xFFFFFFFF, child); });
+        node.expect_refusal([&](asn_tag_t_<16>& n) { n.add(asn_element(asn_tag_t::SET, child)); });
     }
 }
 
@@ -492,8 +551,10 @@ TEST(builder_refusal, of_an_element_whose_size_does_not_fit) {
     node.expect_refusal([&](asn_tag_t_<16>& n) { n.add_element(asn_tag_t::OCTET_STRING, "x", 0xFFFFFFFF); });
     // With a header before them the last two wrap.
     for (const unsigned int size : {0xFFFFFFE0U, 0xFFFFFFFAU, 0xFFFFFFFFU}) {
-        node.expect_refusal(
-            [&](asn_tag_t_<16>& n) { n.add_nested(asn_tag_t::SET, asn_tag_t::OCTET_STRING, "x", size); });
+        const blob_t claimed = view_of(std::string_view("x", size));
+        node.expect_refusal([&](asn_tag_t_<16>& n) {
+            n.add(asn_element(asn_tag_t::SET, asn_element(asn_tag_t::OCTET_STRING, claimed)));
+        });
     }
 }
 

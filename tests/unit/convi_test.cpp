@@ -22,7 +22,7 @@ std::string convert(const convi& converter, std::string_view in, unsigned int ro
     return std::string(to.get(), room);
 }
 
-// A text that does not fit is refused whole.
+// What lies in the block after a refusal means nothing.
 TEST(convi, converts_to_utf8_if_there_is_room) {
     for_each_vector("wide-strings.txt", [](const vector_t& vector) {
         const convi converter(vector.number("page"), CONVI_UTF8);
@@ -33,9 +33,11 @@ TEST(convi, converts_to_utf8_if_there_is_room) {
         for (unsigned int room = 0; room < utf8.size() + 3; ++room) {
             unsigned int written = 1;
             const std::string out = convert(converter, in, room, written);
-            const std::string expected = room < utf8.size() ? "" : utf8;
-            EXPECT_EQ(expected.size(), written) << "room for " << room;
-            EXPECT_TRUE(same_bytes(expected + std::string(room - expected.size(), '?'), out)) << "room for " << room;
+            const bool fits = room >= utf8.size();
+            EXPECT_EQ(fits ? utf8.size() : 0, written) << "room for " << room;
+            if (fits && !utf8.empty()) {
+                EXPECT_TRUE(same_bytes(utf8 + std::string(room - utf8.size(), '?'), out)) << "room for " << room;
+            }
         }
     });
 }

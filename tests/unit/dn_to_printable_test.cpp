@@ -309,6 +309,45 @@ TEST(dn_print_spoiled, both_orders_judge_changed_octets_alike) {
     EXPECT_GT(num_done, der.size()); // at least the octets that are not changed
 }
 
+// An RDN that fails takes those after it in the name away. The names are short and long ones.
+TEST(dn_print_spoiled, rdns_before_the_first_one_that_fails_stay_in_reversed_order) {
+    const std::string failing[] = {rdn_of(from_hex("12 01 78")), rdn_of(from_hex("14 02 61 5C")), from_hex("31 00"),
+                                   from_hex("30 00"), rdn_of(from_hex("13 05 61"))};
+    for (const std::size_t num_rdns : {1u, 2u, 3u, 31u, 32u, 33u, 34u, 65u}) {
+        const std::size_t value_size = num_rdns < 4 ? 300 : 5;
+        const std::string finished = rdn_of(element(UTF8_STRING, std::string(value_size, ',')));
+        const std::string text = "2.5.4.3=" + with_escapes(std::string(value_size, ',')) + ",";
+        for (std::size_t first = 0; first < num_rdns; ++first) {
+            std::string before;
+            std::string left;
+            for (std::size_t i = 0; i < first; ++i) {
+                before += i == 0 ? COUNTRY_RU : finished;
+                left.insert(0, i == 0 ? "2.5.4.6=RU," : text);
+            }
+            for (const std::string& rdn : failing) {
+                std::string after;
+                for (std::size_t i = first + 1; i < num_rdns; ++i) {
+                    after += i % 5 == 0 ? failing[0] : finished;
+                }
+                expect_printed(element(0x30, before + rdn + after), PDN_ORDER_REVERSED, NO_MAP, false, left);
+            }
+        }
+    }
+}
+
+TEST(dn_print_spoiled, text_before_the_value_that_fails_stays_however_long_it_is) {
+    for (std::size_t size = 480; size < 530; ++size) {
+        const std::string value(size, 'a');
+        for (const char* const failing : {"12 02 31 78", "14 03 61 62 5C", "1E 04 00 2C D8 00", "1C 00"}) {
+            const std::string der = element(
+                0x30, rdn_of(element(UTF8_STRING, value)) +
+                          element(0x31, attribute_of(element(UTF8_STRING, "b,")) + attribute_of(from_hex(failing))));
+            expect_printed(der, PDN_ORDER_AS_ENCODED, NO_MAP, false, "2.5.4.3=" + value + ",2.5.4.3=b\\,+2.5.4.3=");
+            expect_printed(der, PDN_ORDER_REVERSED, NO_MAP, false, "2.5.4.3=" + value + ",");
+        }
+    }
+}
+
 // Arguments
 
 TEST(dn_print_order, other_than_reversed_counts_as_encoded) {
@@ -384,6 +423,41 @@ TEST(dn_print_size, set_of_thousands_of_members_prints_in_their_order) {
     const std::string der = element(0x30, element(0x31, members) + COUNTRY_RU);
     EXPECT_TRUE(expected + ",C=RU" == print(der, PDN_ORDER_AS_ENCODED, OID_MAP_HANDLE_DEFAULT).text);
     EXPECT_TRUE("C=RU," + expected == print(der, PDN_ORDER_REVERSED, OID_MAP_HANDLE_DEFAULT).text);
+}
+
+// Values around the sizes that are written at a time, after values that leave less and less room for them.
+TEST(dn_print_size, special_characters_are_escaped_in_values_of_every_size) {
+    std::vector<std::size_t> sizes;
+    for (std::size_t size = 1; size < 40; ++size) {
+        sizes.push_back(size);
+    }
+    for (const std::size_t middle : {64u, 128u, 256u, 512u}) {
+        for (std::size_t size = middle - 3; size < middle + 4; ++size) {
+            sizes.push_back(size);
+        }
+    }
+    for (const std::size_t size : sizes) {
+        std::string at_ends(size, 'a');
+        at_ends.front() = ',';
+        at_ends.back() = '+';
+        for (const std::string& text : {std::string(size, 'a'), std::string(size, ';'), at_ends}) {
+            for (const unsigned char tag : {UTF8_STRING, T61_STRING, BMP_STRING, UNIVERSAL_STRING}) {
+                const std::size_t before = size % 2 == 0 ? 512 - std::min<std::size_t>(size, 500) : size;
+                const std::string plain(before, 'b');
+                const std::string der = element(0x30, rdn_of(element(0x13, plain)) + rdn_of(string_of(tag, text)));
+                const std::string printed = "2.5.4.3=" + with_escapes(text);
+                expect_printed(der, NO_MAP, "2.5.4.3=" + plain + "," + printed, printed + ",2.5.4.3=" + plain);
+            }
+        }
+    }
+}
+
+TEST(dn_print_size, t61_pairs_are_joined_wherever_they_stand) {
+    for (std::size_t size = 50; size < 140; ++size) {
+        const std::string plain(size, 'a');
+        expect_printed(name_of(element(T61_STRING, plain + "\xC2" + "e,\xC2+" + plain)), PDN_ORDER_AS_ENCODED, NO_MAP,
+                       true, "2.5.4.3=" + plain + "\xC3\xA9\\,\\+\xCC\x81" + plain);
+    }
 }
 
 TEST(dn_print_size, long_values_print_whole) {

@@ -495,6 +495,33 @@ TEST(oid_map_find, looks_at_as_much_as_it_is_told_to) {
     EXPECT_EQ(show(oid_map_find_str(map, "2.5.4.42", 7)), "55 04 04|2.5.4.4|SN|surName");
 }
 
+// They have a table of their own; the first line of an OID goes into it too.
+TEST(oid_map_find, by_der_finds_every_attribute_type_of_X_520_and_its_neighbours) {
+    std::string text;
+    for (const char* const arc : {"2.5.3", "2.5.4", "2.5.5", "2.6.4", "1.5.4"}) {
+        for (unsigned int i = 0; i < 260; ++i) {
+            if (i % 7 != 0) {
+                text += std::string(arc) + "." + std::to_string(i) + " = A" + std::to_string(text.size()) + "\n";
+            }
+        }
+    }
+    text += text.substr(0, text.find('=')) + "= LATER\n2.5.4.3 = LATER\n2.5.4.130 = LATER\n";
+    const parsed_map_t map(text);
+    for (const char* const arc : {"2.5.3", "2.5.4", "2.5.5", "2.6.4", "1.5.4"}) {
+        for (unsigned int i = 0; i < 260; ++i) {
+            const std::string dotted = std::string(arc) + "." + std::to_string(i);
+            const std::string der = encode_content(der_oid(dotted));
+            const OIDdescr_t* const entry =
+                oid_map_find_asn(map.handle(), view_of(der).data, static_cast<unsigned int>(der.size()));
+            ASSERT_EQ(i % 7 != 0, entry != nullptr) << dotted;
+            if (entry != nullptr) {
+                EXPECT_EQ(dotted, entry->oid_str);
+                EXPECT_STRNE("LATER", entry->oid_sn) << dotted;
+            }
+        }
+    }
+}
+
 TEST(oid_map_find, returns_null_for_what_is_not_there) {
     const oid_map_handle_t map = OID_MAP_HANDLE_DEFAULT;
     expect_found(map, "none",

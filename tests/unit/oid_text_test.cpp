@@ -97,6 +97,15 @@ TEST(oid_text, prints) {
     });
 }
 
+TEST(oid_text, arcs_of_every_number_of_digits_print) {
+    std::string text = "1.2";
+    for (unsigned int power = 10; power < 1000000000; power *= 10) {
+        text += "." + std::to_string(power - 1) + "." + std::to_string(power);
+    }
+    text += ".999999999.1000000000.4294967295.0";
+    expect_oid_text(encode_content(der_oid(text)), true, text);
+}
+
 // Ends of the input and of the output
 
 TEST(oid_text_range, ends_where_it_is_told_to) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "asn/asn_builder.h"
+#include "asn/asn_cursor.h"
 #include "derkit/pkcs12_helper.h"
 #include "pkcs/pkcs12_bags.h"
 #include "support/container_reading.h"
@@ -338,12 +339,14 @@ template <typename WRITE> std::string appended(WRITE write) {
     return std::string(content.substr(6));
 }
 
-std::string write_bag(const pkcs12_bag_t& bag) {
-    return appended([&](asn_tag_t_<0>& out) { asn_write_pkcs12_bag(bag, out); });
-}
-
 std::string write_bags(const std::list<pkcs12_bag_t>& bags) {
     return appended([&](asn_tag_t_<0>& out) { asn_write_pkcs12_bags(bags, out); });
+}
+
+std::string write_bag(const pkcs12_bag_t& bag) {
+    const std::string written = write_bags({bag});
+    asn_cursor_t in(written);
+    return std::string(chars_of(in.read(asn_tag_t::SEQUENCE)));
 }
 
 TEST(safe_bag_writer, writes_byte_for_byte) {
@@ -393,8 +396,8 @@ TEST(safe_bag_writer, throws_when_there_is_no_memory_and_leaves_the_parent_alone
     fields[0].value.size = fields[1].value.size = fields[2].friendly_name.size = fields[3].local_key_id.size =
         0xFFFFFFFF;
     for (const pkcs12_bag_t& bag : fields) {
-        EXPECT_EQ("",
-                  appended([&](asn_tag_t_<0>& out) { EXPECT_THROW(asn_write_pkcs12_bag(bag, out), std::bad_alloc); }));
+        EXPECT_EQ(
+            "", appended([&](asn_tag_t_<0>& out) { EXPECT_THROW(asn_write_pkcs12_bags({bag}, out), std::bad_alloc); }));
     }
 }
 

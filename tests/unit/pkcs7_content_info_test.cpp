@@ -27,16 +27,11 @@ std::string read_data(std::string_view bytes) {
 }
 
 // What a SEQUENCE with 02 01 03 becomes when a ContentInfo with this element is appended.
-std::string write_content_info(const char* type, asn_tag_t::Type tag, std::string_view content) {
-    const std::string oid = der_oid(type).octets;
-    asn_tag_t_<0> element(tag);
-    element.add_bytes(content.data(), static_cast<unsigned int>(content.size()));
+template <unsigned int N>
+std::string write_content_info(const unsigned char (&type)[N], asn_tag_t::Type tag, std::string_view content) {
     asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
     out.add_bytes("\x02\x01\x03", 3);
-    const std::string before(as_chars(element.encoding(), element.encoding_size()));
-    asn_write_pkcs7_ContentInfo(reinterpret_cast<const unsigned char*>(oid.data()),
-                                static_cast<unsigned int>(oid.size()), element, out);
-    EXPECT_TRUE(same_bytes(before, as_chars(element.encoding(), element.encoding_size())));
+    out.add(pkcs7_content_info(type, asn_element(tag, content)));
     return std::string(as_chars(out.encoding(), out.encoding_size()));
 }
 
@@ -82,7 +77,8 @@ TEST(pkcs7_content_info, is_written_with_the_length_of_its_payload_and_reads_bac
         const std::string payload = counting_bytes(c.payload_size, 1);
         const std::string content = from_hex(std::string("06 09 2A 86 48 86 F7 0D 01 07 01") + c.wrapper) + payload;
         const der_t parent = der_sequence({der_integer("03"), der_element(-1, from_hex(c.sequence) + content)});
-        EXPECT_TRUE(same_bytes(encode(parent), write_content_info(OID_DATA, asn_tag_t::OCTET_STRING, payload)));
+        EXPECT_TRUE(
+            same_bytes(encode(parent), write_content_info(g_oid_pkcs7_id_data, asn_tag_t::OCTET_STRING, payload)));
         const exact_bytes_t input(content);
         pkcs7_content_info_t info;
         EXPECT_TRUE(asn_read_pkcs7_ContentInfo(input.data(), input.size(), info));
@@ -95,7 +91,7 @@ TEST(pkcs7_content_info, is_written_with_the_length_of_its_payload_and_reads_bac
 
 TEST(pkcs7_content_info, is_written_around_any_element) {
     EXPECT_TRUE(same_bytes(from_hex("30 14 02 01 03 30 0F 06 09 2A 86 48 86 F7 0D 01 07 06 A0 02 30 00"),
-                           write_content_info(OID_ENCRYPTED_DATA, asn_tag_t::SEQUENCE, "")));
+                           write_content_info(g_oid_pkcs7_id_encrypted_data, asn_tag_t::SEQUENCE, "")));
 }
 
 } // namespace

@@ -284,4 +284,38 @@ TEST(dn_encode_size, set_of_thousands_of_members) {
     expect_encoded(dn, OID_MAP_HANDLE_DEFAULT, element(0x30, element(0x31, members)));
 }
 
+// The attributes of an RDN before its last one are collected; the next RDN starts without them.
+TEST(dn_encode_size, rdns_of_one_and_of_many_attributes_alternate) {
+    const auto attribute = [](char c, std::size_t size) { return attribute_of(element(0x13, std::string(size, c))); };
+    for (const std::size_t size : {1u, 100u, 127u, 128u, 500u, 600u, 1100u}) {
+        const std::string a(size, 'a');
+        const std::string b(size, 'b');
+        expect_encoded("CN=" + a + "+CN=" + b + "+CN=c,CN=d,CN=e+CN=" + a + ",CN=" + b, OID_MAP_HANDLE_DEFAULT,
+                       element(0x30, element(0x31, attribute('a', size) + attribute('b', size) + attribute('c', 1)) +
+                                         element(0x31, attribute('d', 1)) +
+                                         element(0x31, attribute('e', 1) + attribute('a', size)) +
+                                         element(0x31, attribute('b', size))));
+    }
+}
+
+// Values around the size that is decoded without memory, of every form, one after the other.
+TEST(dn_encode_size, escaped_values_of_every_size) {
+    for (std::size_t size = 1; size < 300; size += size < 20 || (size > 120 && size < 135) || size > 250 ? 1 : 7) {
+        std::string plain;
+        std::string quoted = "\"";
+        for (std::size_t i = 0; i < size; ++i) {
+            plain += "\\,";
+            quoted += "\\\"";
+        }
+        quoted += '"';
+        std::string hex = "#" + to_hex(element(0x04, std::string(size, ',')));
+        std::erase(hex, ' ');
+        const std::string rdns = rdn_of(element(0x13, std::string(size, ','))) +
+                                 rdn_of(element(0x13, std::string(size, '"'))) +
+                                 rdn_of(element(0x04, std::string(size, ','))) + rdn_of(element(0x13, ","));
+        expect_encoded("CN=" + plain + ",CN=" + quoted + ",CN=" + hex + ",CN=\\,", OID_MAP_HANDLE_DEFAULT,
+                       element(0x30, rdns));
+    }
+}
+
 } // namespace

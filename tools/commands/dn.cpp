@@ -58,6 +58,7 @@ class dn_command_t {
     name_t read_file(const std::string& file) const;
     name_t read_der(std::string_view der, const std::string& subject) const;
     void warn_of_blanks(const std::string& text, const std::string& subject);
+    void warn_of_other_types(const std::string& text, const std::string& subject);
     std::vector<std::string> get_values(const name_t& name) const;
     shown_text_t write_dialect(const name_t& name, const place_t& place) const;
     void show(const name_t& name, const place_t& place);
@@ -108,9 +109,6 @@ void dn_command_t::run_name(const std::string& given, const place_t& place) {
 
 name_t dn_command_t::read_text(const std::string& given, const std::string& subject) {
     std::string text = options_.loose ? without_leading_blanks(given) : given;
-    if (!options_.loose) {
-        warn_of_blanks(given, subject);
-    }
     const std::string as_given = text;
     const bool parses = printable_dn_reverse(text.data()) != nullptr;
     name_t name;
@@ -120,9 +118,11 @@ name_t dn_command_t::read_text(const std::string& given, const std::string& subj
                                  : parses        ? "has an unknown type or a malformed value"
                                                  : "does not parse as a distinguished name");
     }
+    warn_of_blanks(as_given, subject);
     const shown_name_t shown = show_name(make_blob(name.der), {PDN_ORDER_AS_ENCODED, map_, false});
     name.text = shown.text;
     name.remark = shown.remark;
+    warn_of_other_types(as_given, subject);
     return name;
 }
 
@@ -130,6 +130,20 @@ void dn_command_t::warn_of_blanks(const std::string& text, const std::string& su
     for (const unsigned int number : find_leading_blanks(text)) {
         console_.warn(subject, "attribute " + std::to_string(number) +
                                    ": the value begins with a blank (--loose takes it without)");
+    }
+}
+
+// Digits and dots in front of an equals sign are a type if the library finds an attribute of that type.
+void dn_command_t::warn_of_other_types(const std::string& text, const std::string& subject) {
+    for (std::size_t equals = text.find('=', 1); equals != std::string::npos; equals = text.find('=', equals + 1)) {
+        const std::size_t end = text.find_last_not_of(' ', equals - 1) + 1;
+        const std::size_t begin = end != 0 ? text.find_last_not_of("0123456789.", end - 1) + 1 : 0;
+        const std::string type = text.substr(begin, end - begin);
+        const std::optional<std::string> other = find_other_arcs(type);
+        std::string value;
+        if (other.has_value() && printable_dn_get_attr(text.c_str(), type.c_str(), value, PDN_GET_ATTR_VALUE)) {
+            console_.warn(subject, type + " is no OID; libderkit encodes it as " + *other);
+        }
     }
 }
 

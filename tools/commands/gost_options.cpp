@@ -57,7 +57,9 @@ gost::open_options container_options_t::get() const {
     constexpr std::uint64_t MOST = 1'000'000'000;
     gost::open_options options;
     options.cost = iterations_.limits();
-    options.cost.max_bags = static_cast<std::size_t>(parse_count("--max-bags", bags_, options.cost.max_bags, MOST));
+    const gost::limits unless_given;
+    options.cost.max_bags = static_cast<std::size_t>(parse_count("--max-bags", bags_, unless_given.max_bags, MOST));
+    options.cost.max_attributes = options.cost.max_bags * (unless_given.max_attributes / unless_given.max_bags);
     options.mac = accept_unverified_ ? gost::integrity::accept_unverified : gost::integrity::required;
     return options;
 }

@@ -50,7 +50,9 @@ void add_key(const private_key_t& key, bool reveal, record_t& record) {
     record.add("size", key.size);
     record.add("attributes", key.has_attributes);
     record.add("public_key", key.has_public_key);
-    record.add("readable", key.key.has_value());
+    if (key.is_gost) {
+        record.add("readable", key.key.has_value());
+    }
     if (reveal) {
         add_octets(key, record);
     }
@@ -215,8 +217,8 @@ void add_key_command(command_t& parent, console_t& console) {
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
     add_key_convert(command, console);
     command.set_footer("Of an encrypted key, all that can be seen without its password is shown, also why it cannot be "
-                       "decrypted here (not_read), and with the password the key. readable: whether it is a whole GOST "
-                       "key. size: of the key in its shape, in bytes. --reveal shows the number, highest byte first, "
+                       "decrypted here (not_read), and with the password the key. readable: whether a GOST key is "
+                       "whole. size: of the key in its shape, in bytes. --reveal shows the number, highest byte first, "
                        "from which masks are removed, or else all bytes in place of a key.\n"
                        "Examples:\n"
                        "  derkit key key.pem\n"

@@ -55,6 +55,7 @@ void key_convert_t::run() {
     const gost::write_options format = options_.format.read({});
     const gost::limits cost = options_.iterations.limits();
     options_.output.require_room(makes_der() ? output_option_t::content_t::BINARY : output_option_t::content_t::TEXT);
+    options_.new_password.require_source();
     const key_file_t file(options_.file, cost);
     std::optional<secret_t> old;
     if (file.is_encrypted()) {

@@ -89,7 +89,7 @@ void add_names(const oid_names_t& names, record_t& record) {
     }
 }
 
-void show(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+void show_oid(const std::string& given, const place_t& place, bool as_json, console_t& console) {
     const std::string content = find_oid(given);
     const std::string arcs = oid_arcs(content).value_or("");
     record_t record("oid", place);
@@ -104,7 +104,7 @@ void show(const std::string& given, const place_t& place, bool as_json, console_
 void run(const oid_options_t& options, console_t& console) {
     options.oid_map.load();
     for_each_argument(options.oids, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, options.json, console);
+        show_oid(given, place, options.json, console);
     });
 }
 

@@ -94,10 +94,24 @@ void password_option_t::require_free_stdin(const std::string& file) const {
     }
 }
 
-secret_t password_option_t::read(const std::string& what_for) const {
+void password_option_t::require_file_name() const {
     if (file_ == "-") {
         throw usage_error_t(name("file") + ": - is no file (see " + name("stdin") + ")");
     }
+}
+
+void password_option_t::require_source() const {
+    require_file_name();
+    if (file_.has_value()) {
+        require_readable(*file_);
+    }
+    if (variable_.has_value()) {
+        require_variable(*variable_);
+    }
+}
+
+secret_t password_option_t::read(const std::string& what_for) const {
+    require_file_name();
     if (file_.has_value()) {
         return read_password_from_file(*file_);
     }
@@ -109,6 +123,9 @@ secret_t password_option_t::read(const std::string& what_for) const {
 
 secret_t password_option_t::read_for_new(const std::string& what_for) const {
     secret_t password = read(what_for);
+    if (!is_utf8(password.text())) {
+        throw failure_t(what_for, "the password is not UTF-8");
+    }
     if (asks() && read(what_for + " again").text() != password.text()) {
         throw failure_t(what_for, "the two passwords differ");
     }

@@ -67,6 +67,9 @@ class password_option_t {
     // Throws usage_error_t if both the password and the file would be read from the standard input.
     void require_free_stdin(const std::string& file) const;
 
+    // Checks that the file or the variable is there, before anything is asked for. Throws failure_t.
+    void require_source() const;
+
     // Prompts at the terminal if no option was given. Throws failure_t if there is no password.
     secret_t read(const std::string& what_for) const;
 
@@ -81,6 +84,7 @@ class password_option_t {
     bool ask_ = false;
 
     std::string name(const char* source) const;
+    void require_file_name() const;
 };
 
 // As above, and --no-password: some programs write containers without any password, which is not the same as with an

@@ -101,6 +101,7 @@ class p12_convert_t {
 void p12_convert_t::run() {
     options_.password.require_free_stdin(options_.file);
     options_.new_password.require_free_stdin(options_.file);
+    options_.new_password.require_source();
     options_.output.require_room();
     const std::string bytes = read_filled_input(options_.file);
     const gost::open_options opening = options_.opening.get();

@@ -1,4 +1,5 @@
 // derkit p12 extract: keys and certificates of a container as PEM files.
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,10 +10,10 @@
 #include "commands/commands.h"
 #include "commands/gost_options.h"
 #include "commands/options.h"
+#include "derkit/gost/pem.h"
 #include "formats/certificate.h"
 #include "formats/container.h"
 #include "formats/der.h"
-#include "formats/pem.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
 #include "io/input.h"
@@ -73,6 +74,16 @@ contents_t contents_of(const gost::container& opened) {
     return contents;
 }
 
+// Whether a password may reveal a key or a certificate of a container that was listed, or needs not to.
+bool may_hold_anything(const gost::container& listed) {
+    return std::ranges::any_of(parts_of(listed), [](const part_t& part) {
+        const bool is_wanted = part.bag == nullptr
+                                   ? part.entry->encryption.has_value()
+                                   : part.is(gost::bag_type::private_key) || part.is(gost::bag_type::certificate);
+        return is_wanted && find_refusal(part).empty();
+    });
+}
+
 class p12_extract_t {
   public:
     p12_extract_t(const p12_extract_options_t& options, console_t& console)
@@ -86,6 +97,8 @@ class p12_extract_t {
     std::string name_; // of the file, in messages
 
     destination_t destination() const;
+    void tell_refusals(const contents_t& contents);
+    [[noreturn]] void refuse_empty(const contents_t& contents);
     void extract(const contents_t& contents);
     void add_key(std::string_view value, const std::string& which, file_set_t& files);
     void add_certificate(std::string_view value, const std::string& which, file_set_t& files);
@@ -96,21 +109,34 @@ void p12_extract_t::run() {
     options_.password.require_free_stdin(options_.file);
     const gost::open_options reading = options_.reading.get();
     const std::string bytes = read_filled_input(options_.file);
-    require_room_for(destination(), names_seen_in(list_openable_container(name_, bytes, reading)));
+    const gost::container listed = list_openable_container(name_, bytes, reading);
+    require_room_for(destination(), names_seen_in(listed));
+    if (!may_hold_anything(listed)) {
+        refuse_empty(contents_of(listed));
+    }
     const std::optional<secret_t> password = options_.password.read(options_.file);
     const gost::container opened = open_container(name_, bytes, password, reading);
     const contents_t contents = contents_of(opened);
-    for (const part_t& part : contents.refused) {
-        console_.fail(name_ + ": " + part.typed_place(), find_refusal(part));
+    if (contents.keys.empty() && contents.certificates.empty()) {
+        refuse_empty(contents);
     }
+    tell_refusals(contents);
     if (!contents.refused.empty() && !options_.partial) {
         throw failure_t(name_,
                         "nothing is extracted, because not everything can be read (--partial extracts the rest)");
     }
-    if (contents.keys.empty() && contents.certificates.empty()) {
-        throw failure_t(name_, "holds neither a key nor a certificate that can be read");
-    }
     extract(contents);
+}
+
+void p12_extract_t::tell_refusals(const contents_t& contents) {
+    for (const part_t& part : contents.refused) {
+        console_.fail(name_ + ": " + part.typed_place(), find_refusal(part));
+    }
+}
+
+void p12_extract_t::refuse_empty(const contents_t& contents) {
+    tell_refusals(contents);
+    throw failure_t(name_, "holds neither a key nor a certificate that can be read");
 }
 
 destination_t p12_extract_t::destination() const {
@@ -128,7 +154,7 @@ void p12_extract_t::extract(const contents_t& contents) {
     for (const gost::bag* const certificate : contents.certificates) {
         add_certificate(certificate->value, std::to_string(++index), files);
     }
-    files.place();
+    files.place(console_);
     for (const std::string& path : files.paths()) {
         files.signals().wait_for_room(STDOUT_FILENO);
         console_.put(shown_text_t(path));
@@ -142,9 +168,7 @@ void p12_extract_t::add_key(std::string_view value, const std::string& which, fi
     if (!read_private_key(value, key, problem)) {
         throw failure_t(name_ + ": key " + which, problem);
     }
-    std::string pem = write_pem("PRIVATE KEY", without_trailing(value, "key " + which));
-    const wipe_at_end_t wiped(pem);
-    files.add(key_name(which), secrecy_t::SECRET, pem);
+    files.add(key_name(which), secrecy_t::SECRET, gost::to_pem("PRIVATE KEY", without_trailing(value, "key " + which)));
 }
 
 void p12_extract_t::add_certificate(std::string_view value, const std::string& which, file_set_t& files) {
@@ -154,7 +178,7 @@ void p12_extract_t::add_certificate(std::string_view value, const std::string& w
         throw failure_t(name_ + ": certificate " + which, problem);
     }
     const std::string_view der = without_trailing(value, "certificate " + which);
-    files.add(certificate_name(which), secrecy_t::PUBLIC, write_pem("CERTIFICATE", der));
+    files.add(certificate_name(which), secrecy_t::PUBLIC, gost::to_pem("CERTIFICATE", der));
 }
 
 std::string_view p12_extract_t::without_trailing(std::string_view value, const std::string& which) {

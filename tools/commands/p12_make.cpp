@@ -57,7 +57,7 @@ void require_good_names(const p12_make_options_t& options) {
         throw usage_error_t("--name: there are more names than keys");
     }
     for (const std::string& name : options.names) {
-        if (!utf16_from_utf8(name).has_value()) {
+        if (!is_utf8(name)) {
             throw failure_t("--name", "is not UTF-8");
         }
     }

@@ -252,7 +252,9 @@ void p12_show_t::show_key(const part_t& part, unsigned int index) {
         record.add("family", key.family);
         record.add_if("shape", key.shape);
         record.add_if("bits", key.bits() != 0 ? std::optional(key.bits()) : std::nullopt);
-        record.add("readable", key.key.has_value());
+        if (key.is_gost) {
+            record.add("readable", key.key.has_value());
+        }
         problem = key.fault;
     }
     if (!problem.empty()) {

@@ -43,15 +43,6 @@ std::uint32_t parse_iterations(const std::string& text) {
     return number;
 }
 
-bool has_zero_octet_in_der(std::uint32_t number) {
-    for (; number != 0; number >>= 8) {
-        if ((number & 0xFF) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 bool has_block_cipher(gost::format format) {
     return format == gost::format::rfc9548 || format == gost::format::rfc9548_omac;
 }
@@ -86,7 +77,7 @@ gost::write_options format_option_t::read(const gost::write_options& unless_chos
     if (iterations_.has_value()) {
         options.iterations = parse_iterations(*iterations_);
     }
-    if (options.to == gost::format::native && has_zero_octet_in_der(options.iterations)) {
+    if (options.to == gost::format::native && !gost::is_native_count(options.iterations)) {
         throw usage_error_t("--iterations: native has no numbers with a zero octet");
     }
     return options;
@@ -140,6 +131,6 @@ void output_option_t::write(std::string_view bytes, console_t& console) const {
     }
     file_set_t files(destination());
     files.add(file_path_t(file_).name, secrecy_t::SECRET, bytes);
-    files.place();
+    files.place(console);
     files.keep();
 }

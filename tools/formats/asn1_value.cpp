@@ -195,10 +195,6 @@ void read_wide_text(const std::optional<std::string>& text, std::string_view con
     add_ber_breach(breaches, "8.23", problem);
 }
 
-bool is_utf8(std::string_view content) {
-    return utf16_from_utf8(content).has_value();
-}
-
 // Returns false for a type that is no string of characters.
 bool read_text(unsigned int number, std::string_view content, asn1_value_t& value, asn1_breaches_t& breaches) {
     const auto* const ascii = std::ranges::find(ASCII_STRINGS, number, &ascii_string_t::number);

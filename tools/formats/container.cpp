@@ -35,6 +35,9 @@ std::optional<gost::failure> find_obstacle(const gost::container& listed, gost::
     if (!has_mac && listed.kind() == gost::container_kind::for_recipient) {
         return gost::failure{gost::cause::recipient_needed, {}};
     }
+    if (!has_mac && listed.kind() == gost::container_kind::signed_instead) {
+        return gost::failure{gost::cause::signed_instead, {}};
+    }
     if (mac == gost::integrity::accept_unverified) {
         return std::nullopt;
     }

@@ -16,6 +16,11 @@ bool is_known_type(const std::string& type, oid_map_handle_t map) {
     return oid_from_text(type).has_value() || oid_map_find_sn(map, type.data(), size_of(type)) != nullptr;
 }
 
+bool is_taken(std::string_view attribute, oid_map_handle_t map) {
+    std::string der;
+    return printable_to_asn_dn(std::string(attribute).c_str(), der, map);
+}
+
 // What to write instead of a type that is known by another name.
 std::string suggestion_for(const std::string& type, oid_map_handle_t map) {
     const std::optional<std::string> content = oid_from_name(type);
@@ -40,9 +45,12 @@ std::string problem_of(std::string_view attribute, oid_map_handle_t map) {
     if (!is_known_type(type, map)) {
         return "type " + type + " is not in the map" + suggestion_for(type, map);
     }
-    std::string der;
-    return printable_to_asn_dn(std::string(attribute).c_str(), der, map) ? ""
-                                                                         : "the value of " + type + " is malformed";
+    if (is_taken(attribute, map)) {
+        return "";
+    }
+    const bool blank_is_wrong = is_taken(without_leading_blanks(attribute), map);
+    return "the value of " + type + " is malformed" +
+           (blank_is_wrong ? " (--loose takes it without the blank in front)" : "");
 }
 
 // The place after the first "=", or that after the last character.

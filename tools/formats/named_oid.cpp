@@ -6,7 +6,6 @@
 #include "derkit/int2str.h"
 #include "formats/oid_table.h"
 #include "io/bytes.h"
-#include "util/ascii.h"
 
 namespace {
 
@@ -28,8 +27,13 @@ std::string long_name_of(const OIDdescr_t& entry) {
     return std::string(entry.oid_ln, entry.oid_ln_size);
 }
 
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// But for the case of ASCII letters.
 bool is_same_name(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) { return ascii_lower(x) == ascii_lower(y); });
+    return std::ranges::equal(a, b, [](char x, char y) { return lower(x) == lower(y); });
 }
 
 std::vector<std::string> split_aliases(std::string_view others) {
@@ -157,12 +161,35 @@ std::string first_arcs(decimal_t shared) {
     return std::to_string(first) + "." + shared.text();
 }
 
+std::string without_leading_zeros(std::string_view dotted) {
+    std::string text;
+    bool at_start = true; // of an arc
+    for (std::size_t i = 0; i < dotted.size(); ++i) {
+        const bool last_of_arc = i + 1 == dotted.size() || dotted[i + 1] == '.';
+        if (at_start && dotted[i] == '0' && !last_of_arc) {
+            continue;
+        }
+        text += dotted[i];
+        at_start = dotted[i] == '.';
+    }
+    return text;
+}
+
 } // namespace
 
 std::optional<std::string> oid_from_text(std::string_view dotted) {
     unsigned char content[512];
     const unsigned int size = oid_str_to_asn_(dotted.data(), dotted.data() + dotted.size(), content);
     return size != 0 ? std::optional(std::string(chars(content, size))) : std::nullopt;
+}
+
+std::optional<std::string> find_other_arcs(std::string_view dotted) {
+    const std::optional<std::string> content = oid_from_text(dotted);
+    if (!content.has_value()) {
+        return std::nullopt;
+    }
+    const std::optional<std::string> arcs = oid_arcs(*content);
+    return arcs != without_leading_zeros(dotted) ? arcs : std::nullopt;
 }
 
 std::string oid_content(const std::string& der) {
@@ -228,6 +255,9 @@ oid_ref_t oid_of_algorithm(pki_alg_t alg) {
 }
 
 std::optional<std::string> oid_from_name(const std::string& name) {
+    if (name.empty()) {
+        return std::nullopt;
+    }
     const OIDdescr_t* const entry = oid_map_find_sn(oid_map, name.data(), size_of(name));
     if (entry != nullptr) {
         return std::string(chars(entry->oid_asn, entry->oid_asn_size));
@@ -250,6 +280,9 @@ oid_names_t names_of_oid(std::string_view content) {
         names.name = row->name;
         names.kind = name_of(row->kind);
         names.others = split_aliases(row->others);
+        std::erase_if(names.others, [&names](const std::string& other) {
+            return is_same_name(other, names.short_name) || is_same_name(other, names.long_name);
+        });
     }
     return names;
 }

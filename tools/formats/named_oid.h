@@ -17,6 +17,10 @@ struct asn_cursor_t;
 // DER content octets of dotted text, or nothing.
 std::optional<std::string> oid_from_text(std::string_view dotted);
 
+// The arcs that the library encodes for dotted text that is no OID, such as 1.40 or one with an arc above 32 bits; nothing
+// if it encodes what the text says.
+std::optional<std::string> find_other_arcs(std::string_view dotted);
+
 // The content of a whole OBJECT IDENTIFIER element; any other octets are returned as they are.
 std::string oid_content(const std::string& der);
 

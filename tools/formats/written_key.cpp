@@ -20,6 +20,7 @@ gost::limits at_least_default(const gost::limits& cost) {
     allowed.max_total_iterations = std::max(allowed.max_total_iterations, cost.max_total_iterations);
     allowed.max_depth = std::max(allowed.max_depth, cost.max_depth);
     allowed.max_bags = std::max(allowed.max_bags, cost.max_bags);
+    allowed.max_attributes = std::max(allowed.max_attributes, cost.max_attributes);
     return allowed;
 }
 

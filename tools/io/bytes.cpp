@@ -80,8 +80,12 @@ std::optional<std::string> from_hex(std::string_view text) {
     return high < 0 ? std::optional(bytes) : std::nullopt;
 }
 
-std::optional<std::string> utf16_from_utf8(std::string_view text) {
-    return convert("UTF-16BE", "UTF-8", text, 2);
+bool is_utf8(std::string_view text) {
+    std::optional<std::string> wide = convert("UTF-16BE", "UTF-8", text, 2);
+    if (wide.has_value()) {
+        wipe(wide->data(), wide->size()); // it may be a password
+    }
+    return wide.has_value();
 }
 
 // Every octet is a character.

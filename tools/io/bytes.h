@@ -43,8 +43,7 @@ std::string to_hex(std::string_view bytes);
 // of digits is odd.
 std::optional<std::string> from_hex(std::string_view text);
 
-// Big-endian UTF-16 without a byte order mark, the form of PKCS#12; nothing if the text is not UTF-8.
-std::optional<std::string> utf16_from_utf8(std::string_view text);
+bool is_utf8(std::string_view text);
 
 std::string utf8_from_latin1(std::string_view text);
 

@@ -25,6 +25,7 @@ constexpr mode_t DIRECTORY_MODE = 0700;
 constexpr std::size_t MAX_UNNAMED_FILES = 16;
 
 constexpr int LOCK_INTERVAL_MS = 20;
+constexpr int LOCK_INTERVALS_IN_SILENCE = 25; // half a second
 
 [[noreturn]] void fail(const std::string& path) {
     throw failure_t(path, std::strerror(errno));
@@ -229,35 +230,39 @@ void file_set_t::name_in_staging_directory(file_t& file) {
 }
 
 // Without it, two sets that are placed at the same time could be mixed.
-void file_set_t::wait_for_lock() {
-    while (flock(directory_.get(), LOCK_EX | LOCK_NB) != 0) {
+void file_set_t::wait_for_lock(console_t& console) {
+    for (int num_intervals = 0; flock(directory_.get(), LOCK_EX | LOCK_NB) != 0; ++num_intervals) {
         if (errno != EWOULDBLOCK && errno != EINTR) {
             fail(path_);
+        }
+        if (num_intervals == LOCK_INTERVALS_IN_SILENCE) {
+            console.warn(path_.empty() ? "." : path_, "waiting for another program that puts files there");
         }
         signals_.pause(LOCK_INTERVAL_MS);
     }
 }
 
-void file_set_t::place() {
+void file_set_t::place(console_t& console) {
     try {
-        place_all();
+        place_all(console);
     } catch (const failure_t& failure) {
-        if (take_back()) {
+        const bool restored = take_back();
+        if (restored && remove_staging_directory()) {
             throw;
         }
-        throw failure_t(failure.subject, failure.what() + std::string("; the files that were there before are in ") +
-                                             join(path_, staging_name_));
+        const char* const left = restored ? "; cannot be removed: " : "; the files that were there before are in ";
+        throw failure_t(failure.subject, failure.what() + (left + join(path_, staging_name_)));
     }
 }
 
-void file_set_t::place_all() {
+void file_set_t::place_all(console_t& console) {
     sync_files();
     for (file_t& file : files_) {
         if (file.unnamed.is_open()) {
             name_in_staging_directory(file);
         }
     }
-    wait_for_lock();
+    wait_for_lock(console);
     for (file_t& file : files_) {
         signals_.check();
         place(file);

@@ -9,6 +9,7 @@
 
 #include <sys/types.h>
 
+#include "io/console.h"
 #include "io/descriptor.h"
 #include "io/held_signals.h"
 
@@ -53,9 +54,9 @@ class file_set_t {
     // Throws failure_t, also if a file of that name exists and may not be overwritten.
     void add(const std::string& name, secrecy_t secrecy, std::string_view bytes);
 
-    // Gives all files their names, one process at a time in each directory. Throws failure_t after having put
-    // everything back.
-    void place();
+    // Gives all files their names, one process at a time in each directory: a warning says that it waits for another
+    // one. Throws failure_t after having put everything back.
+    void place(console_t& console);
 
     // After place(): makes it final. Throws failure_t if files that were overwritten cannot be removed.
     void keep();
@@ -89,8 +90,8 @@ class file_set_t {
     descriptor_t create(file_t& file, mode_t mode);
     void create_staging_directory();
     void name_in_staging_directory(file_t& file);
-    void wait_for_lock();
-    void place_all();
+    void wait_for_lock(console_t& console);
+    void place_all(console_t& console);
     void sync_files();
     void place(file_t& file);
     void exchange(file_t& file);

@@ -128,12 +128,21 @@ secret_t read_password_from_file(const std::string& file) {
     return read_first_line(opened.get(), file);
 }
 
-secret_t read_password_from_variable(const std::string& name) {
-    const char* const value = std::getenv(name.c_str());
-    if (value == nullptr) {
+void require_readable(const std::string& file) {
+    if (faccessat(AT_FDCWD, file.c_str(), R_OK, AT_EACCESS) != 0) {
+        throw failure_t(file, std::strerror(errno));
+    }
+}
+
+void require_variable(const std::string& name) {
+    if (std::getenv(name.c_str()) == nullptr) {
         throw failure_t(name, "no such variable in the environment");
     }
-    return secret_t(std::string_view(value));
+}
+
+secret_t read_password_from_variable(const std::string& name) {
+    require_variable(name);
+    return secret_t(std::string_view(std::getenv(name.c_str())));
 }
 
 secret_t read_password_from_stdin() {

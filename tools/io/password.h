@@ -11,6 +11,12 @@
 // The first line of a file.
 secret_t read_password_from_file(const std::string& file);
 
+// Throws failure_t if the file cannot be read.
+void require_readable(const std::string& file);
+
+// Throws failure_t if the environment has no such variable.
+void require_variable(const std::string& name);
+
 // The value of a variable of the environment.
 secret_t read_password_from_variable(const std::string& name);
 

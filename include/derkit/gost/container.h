@@ -19,10 +19,10 @@ namespace derkit::gost {
 /// @defgroup gost_containers Containers
 /// @{
 
-/// What kind of container a file is, by its MAC and by how its keys are encrypted, or all of it when it has no key.
-/// The numbers stay the same.
+/// What kind of container a file is, by its MAC and by how its keys are encrypted, or by all its encrypted parts when no
+/// encrypted key is visible. New kinds are added at the end; numbers are never reused.
 enum class container_kind : int {
-    unknown = 0,           ///< none of the others
+    unknown = 0,           ///< an algorithm is none of those that the library knows
     gost94 = 1,            ///< HMAC GOST R 34.11-94, GOST 28147-89; before the MAC is verified also gost94_pkcs12_kdf
     gost94_pkcs12_kdf = 2, ///< the same with a MAC key by RFC 7292 appendix B
     tc26 = 3,              ///< HMAC GOST R 34.11-2012, GOST 28147-89; before the MAC is verified also tc26_pkcs12_kdf
@@ -34,27 +34,29 @@ enum class container_kind : int {
     vendor_export = 9,     ///< a vendor's export of a key: named, not opened
     general = 10,          ///< AES, Triple DES or RC2 with SHA: what programs without GOST write
     no_mac = 11,           ///< no MAC; the schemes of its parts are any of the others
-    for_recipient = 12     ///< enveloped for a recipient's key, or signed: named, not opened
+    for_recipient = 12,    ///< encrypted for a recipient's key: named, not opened
+    mixed = 13,            ///< known algorithms in another combination, such as a MAC with SHA-256 and GOST 28147-89
+    signed_instead = 14    ///< a signature in place of the MAC: named, not opened
 };
 
 /// @param kind  any number
 /// @return a short name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(container_kind kind) noexcept;
 
-/// What became of a container's MAC.
+/// The result of verifying a container's MAC.
 enum class mac_verdict {
-    not_checked, ///< there is one, and no password was given
+    not_checked, ///< it was not verified, because no password was given
     good,        ///< it matches
     wrong,       ///< it does not match: wrong password, or altered data
-    none,        ///< there is none
-    unsupported  ///< it cannot be verified here
+    none,        ///< the container has no MAC
+    unsupported  ///< the library cannot verify it
 };
 
 /// The MAC of a container.
 struct container_mac {
-    mac_verdict verdict = mac_verdict::none; ///< what became of it
+    mac_verdict verdict = mac_verdict::none; ///< the result of verifying it
     mac_key key = mac_key::unknown;          ///< where its key came from, when it is good
-    std::optional<mac_scheme> scheme;        ///< how it is made; none when there is none
+    std::optional<mac_scheme> scheme;        ///< how it is made; none without a MAC
 };
 
 /// An attribute of a bag.
@@ -68,25 +70,25 @@ enum class bag_type {
     private_key, ///< a PrivateKeyInfo, in the clear or shrouded
     certificate, ///< an X.509 certificate
     bags,        ///< a SafeContents
-    other        ///< anything else: a CRL, a secret, another type of certificate
+    other        ///< anything else: a CRL, a secret, a certificate of another type
 };
 
 /// One bag.
 struct bag {
     bag_type type = bag_type::other; ///< what it holds
-    /// Its type; for a certificate, a CRL or a secret, see value_type too. Ignored when a key or an X.509 certificate is
-    /// written.
+    /// Type of the bag; of a certificate, a CRL or a secret see also value_type. Ignored when a key or an X.509
+    /// certificate is written.
     named_oid id;
     named_oid value_type; ///< type of a certificate, a CRL or a secret
-    /// The decrypted PrivateKeyInfo, the DER certificate, or for other bags the complete element of bagValue's [0].
-    /// Empty when `refusal` says why, and for a bag of bags.
+    /// The decrypted PrivateKeyInfo, the DER certificate, or for other bags the complete element in bagValue's [0].
+    /// Empty for a bag of bags, and when `refusal` says why.
     secret value;
     std::optional<encryption_scheme> encryption; ///< of a shrouded key; none otherwise. Ignored when written.
     std::optional<failure> refusal;              ///< why `value` is empty
 
     std::optional<std::string> friendly_name; ///< in UTF-8
     std::optional<std::string> local_key_id;  ///< octets
-    std::vector<attribute> attributes;        ///< all others in file order; also a friendlyName that is not UTF-16
+    std::vector<attribute> attributes;        ///< all others in file order, a friendlyName that is not UTF-16 included
 
     std::vector<bag> nested; ///< the bags of a bag of bags
 };
@@ -99,7 +101,7 @@ struct entry {
     std::vector<bag> bags;                       ///< in file order; empty when it was not opened
 };
 
-/// A container: what a file holds, or what is to be written.
+/// The contents of a container: read from a file, or to be written.
 ///
 /// Distinct objects may be used in parallel.
 class container {
@@ -114,51 +116,52 @@ class container {
     /// @return the container itself
     DERKIT_API container& operator=(container&& other) noexcept;
 
-    /// Opens a file. Each entry and each bag that could not be opened has a refusal; a container of which not everything
-    /// was opened is not a failure.
+    /// Opens a file. Entries and bags that could not be opened have a refusal; they are no failure of the whole.
     ///
-    /// @param file      DER; lengths may take more octets than they need. BER too outside of ciphertexts: indefinite
-    ///                  lengths, and OCTET STRINGs in pieces. What follows the PFX is ignored. Not needed afterwards.
-    /// @param password  UTF-8. An absent password and an empty one differ where a key comes from RFC 7292 appendix B;
-    ///                  where the MAC matches one of them only, that one counts for both.
+    /// @param file      DER, whose lengths may take more octets than they need; outside of ciphertexts also BER with
+    ///                  indefinite lengths and OCTET STRINGs in pieces. What follows the PFX is ignored. Not needed
+    ///                  afterwards.
+    /// @param password  UTF-8. An absent and an empty password are different keys in RFC 7292 appendix B; both are tried,
+    ///                  whichever was given.
     /// @param options   cause::wrong_mac, cause::no_mac and cause::unsupported_mac are failures unless
     ///                  integrity::accept_unverified is set; and the limits
     /// @return the container; a failure also when the file is not a PFX, is signed or enveloped as a whole, or exceeds a
-    ///         limit
+    ///         limit of size, depth or number
     DERKIT_API static result<container> open(std::string_view file, std::optional<std::string_view> password,
                                              const open_options& options = open_options());
 
-    /// Reads all that a file tells without a password: its kind, every scheme and whether it could be opened here, and
-    /// the bags in entries that are not encrypted. Keys in the clear are withheld with cause::unverified, encrypted
-    /// parts with cause::password_needed or the reason why no password would help. Signed and enveloped containers are
-    /// listed too.
+    /// Reads everything that needs no password: the kind, every scheme and whether it is supported here, and the bags in
+    /// entries that are not encrypted. Keys in the clear are withheld with cause::unverified, encrypted parts with
+    /// cause::password_needed or the reason why no password would help. Signed and enveloped containers are listed too.
     ///
     /// @param file  as for open()
-    /// @param cost  limits of size, depth and number of bags; iteration counts above them are reported as refusals
+    /// @param cost  limits; an iteration count above its limit is the refusal of its part
     /// @return the container; a failure when the file is not a PFX or exceeds a limit
     DERKIT_API static result<container> inspect(std::string_view file, const limits& cost = limits());
 
-    DERKIT_API container_kind kind() const noexcept;      ///< @return the kind of the file; unknown for a new container
-    DERKIT_API container_form form() const noexcept;      ///< @return the form of the file, as far as it was found out
-    DERKIT_API const container_mac& mac() const noexcept; ///< @return the MAC of the file
+    DERKIT_API container_kind kind() const noexcept; ///< @return the kind of the file; unknown for a new container
+    /// @return the form of the file; standard until a good MAC or a plaintext shows otherwise
+    DERKIT_API container_form form() const noexcept;
+    DERKIT_API const container_mac& mac() const noexcept;          ///< @return the MAC of the file
     DERKIT_API const std::vector<entry>& entries() const noexcept; ///< @return the entries in file order
 
-    /// @return all bags in file order; instead of a bag of bags those that it holds. Valid until the container changes.
+    /// @return all bags in file order, with a bag of bags replaced by its own. Valid until the container changes.
     DERKIT_API std::vector<const bag*> bags() const;
 
-    /// Adds a bag to an entry that write() chooses.
+    /// Adds a bag. write() chooses the entry that it goes into.
     /// @param added  `type` and `value` at least; for bag_type::other also `id`
     DERKIT_API void add(bag added);
 
-    /// Writes a new container with all bags: private keys shrouded, certificates and all others in encrypted entries,
-    /// each in file order; with fresh salts and IVs. format::native refuses other bags, and iteration counts with a
-    /// zero octet.
+    /// Writes a new container with all bags in file order, under fresh salts and IVs: private keys shrouded, certificates
+    /// and all others in an encrypted entry. format::native holds keys and certificates only, and no iteration counts
+    /// with a zero octet.
     ///
     /// @param password  UTF-8; may be empty
-    /// @param options   format, iterations
-    /// @return the file; a failure with the refusal's cause when a bag or an entry was not opened, with
-    ///         cause::invalid_argument when the options do not fit the format, when an OID is invalid or DER is not
-    ///         whole, with cause::too_deep when bags are nested deeper than limits::max_depth is by default
+    /// @param options   how to write it
+    /// @return the file. Failures: the refusal of a bag or an entry that was not opened; cause::invalid_argument for
+    ///         options that are no enumerator or do not fit the format, for an invalid OID, and for DER that is not
+    ///         whole; cause::invalid_text for a password or a name that is not UTF-8; cause::too_deep for bags nested
+    ///         deeper than limits::max_depth is by default
     DERKIT_API result<std::string> write(std::string_view password,
                                          const write_options& options = write_options()) const;
 
@@ -169,7 +172,7 @@ class container {
 
 /// Encodes a bag as PEM: `PRIVATE KEY` or `CERTIFICATE`.
 /// @param from  a bag
-/// @return the text with its final line feed; empty for other bags and when there is no value
+/// @return the text with its final line feed; empty for other bags and for a bag without value
 DERKIT_API secret to_pem(const bag& from);
 
 /// @}

@@ -15,21 +15,27 @@ namespace derkit::gost {
 struct limits {
     /// Largest input, in octets.
     std::size_t max_size = std::size_t{16} << 20;
-    /// Largest iteration count of one key derivation.
+    /// Largest iteration count of a single key derivation.
     std::uint32_t max_iterations = 10'000'000;
-    /// Largest sum over all key derivations of one file: iterations times output blocks, and every derivation that is
-    /// tried counts. A derivation that repeats an earlier one is free.
+    /// Largest total cost of all key derivations of a file. Each derivation, successful or not, costs its iterations
+    /// times its output blocks; repeating one is free.
     std::uint64_t max_total_iterations = 40'000'000;
-    /// Deepest nesting of bags inside bags.
+    /// Deepest nesting of bags inside bags; numbers above MAX_DEPTH count as MAX_DEPTH.
     unsigned int max_depth = 8;
     /// Largest number of bags.
     std::size_t max_bags = 10'000;
+    /// Largest number of attributes and attribute values of all bags together, since small ones take many times their size
+    /// in memory.
+    std::size_t max_attributes = 100'000;
+
+    /// The deepest nesting of bags that any reader allows.
+    static constexpr unsigned int MAX_DEPTH = 64;
 };
 
-/// Whether secrets are handed out that no good MAC vouches for.
+/// Whether secrets are returned although no good MAC vouches for them.
 enum class integrity {
     required,         ///< the MAC must be good; otherwise nothing is opened
-    accept_unverified ///< also where the MAC is missing, wrong or unsupported: whoever made the file may be anyone
+    accept_unverified ///< open also with a missing, wrong or unsupported MAC: anyone may have made the file
 };
 
 /// How a container is opened.
@@ -54,17 +60,30 @@ enum class block_cipher {
     magma       ///< blocks of 64 bits
 };
 
-/// After how many octets CTR-ACPKM changes its key. Nothing in a file says which. Shorter plaintexts are the same in
-/// both, and readers try both.
+/// After how many octets CTR-ACPKM changes its key. A file does not record it: this library tries both. Plaintexts
+/// shorter than a section encrypt the same way under either.
 enum class section {
     standard, ///< 256 KiB for Kuznyechik, 8 KiB for Magma (RFC 9337)
     tls       ///< 4,096 and 1,024 octets, as gost-engine reads and writes
 };
 
+/// Tells whether format::native can hold an iteration count. The writer of libderkit drops zero octets of a count, so
+/// that form has no counts with one.
+/// @param iterations  iteration count
+/// @return false when one of its octets, from the highest that is not zero, is zero
+constexpr bool is_native_count(std::uint32_t iterations) noexcept {
+    for (; iterations != 0; iterations >>= 8) {
+        if ((iterations & 0xFF) == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// How a container or a key is written.
 struct write_options {
     format to = format::rfc9548;                    ///< algorithms and form
-    block_cipher cipher = block_cipher::kuznyechik; ///< of the two formats that leave a choice
+    block_cipher cipher = block_cipher::kuznyechik; ///< of format::rfc9548 and format::rfc9548_omac
     section sections = section::standard;           ///< of the same formats
     std::uint32_t iterations = 0;                   ///< of every key derivation; 0: 2,000 for gost94 and native, else
                                                     ///< 100,001

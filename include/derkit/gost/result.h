@@ -19,10 +19,10 @@ namespace derkit::gost {
 /// Why something was refused. New causes are added at the end; numbers are never reused.
 enum class cause : int {
     none = 0,                   ///< nothing was refused
-    malformed = 1,              ///< the input is not the DER structure that was asked for, or is cut short
+    malformed = 1,              ///< the input is not the expected DER structure, or is cut short
     malformed_parameters = 2,   ///< an algorithm is known but its parameters are not what its standard says
     too_large = 3,              ///< the input is larger than limits::max_size, or does not fit a DER length of 32 bits
-    too_deep = 4,               ///< bags are nested deeper than limits::max_depth, or BER deeper than 32 levels
+    too_deep = 4,               ///< bags are nested deeper than limits::max_depth, or other elements too deeply
     too_many_bags = 5,          ///< more bags than limits::max_bags
     too_many_iterations = 6,    ///< one iteration count is above limits::max_iterations
     budget_exhausted = 7,       ///< all key derivations together would exceed limits::max_total_iterations
@@ -35,9 +35,9 @@ enum class cause : int {
     unsupported_content = 14,   ///< a content type other than data and encryptedData
     unsupported_key = 15,       ///< a key of another algorithm than GOST R 34.10
     vendor_scheme = 16,         ///< a vendor's own encryption of exported keys, recognised by its identifier
-    recipient_needed = 17,      ///< the content is encrypted for the key of a recipient, not under a password
+    recipient_needed = 17,      ///< the content is encrypted for a recipient's key, not under a password
     password_needed = 18,       ///< encrypted, and no password was given
-    wrong_password = 19,        ///< the plaintext is not what it must be: wrong password, or altered data
+    wrong_password = 19,        ///< decryption yields no valid plaintext: wrong password, or altered data
     wrong_mac = 20,             ///< the MAC of the container does not match: wrong password, or altered data
     no_mac = 21,                ///< the container has no MAC, so nothing vouches for it
     wrong_omac = 22,            ///< the OMAC inside a ciphertext does not match: wrong password, or altered data
@@ -46,7 +46,9 @@ enum class cause : int {
     invalid_text = 25,          ///< text that is not UTF-8 where it must be
     key_out_of_range = 26,      ///< the private key is zero or not below the order of its curve, or of a wrong length
     public_key_mismatch = 27,   ///< the public key stored with a private key is not that key's
-    crypto_failure = 28         ///< libgcrypt or GnuTLS reported a failure, or cannot be used
+    crypto_failure = 28,        ///< libgcrypt or GnuTLS reported a failure, or cannot be used
+    too_many_attributes = 29,   ///< more attributes and values than limits::max_attributes
+    signed_instead = 30         ///< the container has a signature in place of a MAC, which is not verified here
 };
 
 /// @param why  any number
@@ -60,7 +62,7 @@ DERKIT_API const char* text_of(cause why) noexcept;
 /// A cause, and what it concerns.
 struct failure {
     cause why = cause::none; ///< the cause
-    std::string detail;      ///< an OID, a number or the words of another library; never a secret; may be empty
+    std::string detail;      ///< an OID, a number or another library's message; never a secret; may be empty
 
     /// @return the cause's sentence, with the detail after a colon if there is one
     std::string message() const {
@@ -68,7 +70,7 @@ struct failure {
     }
 };
 
-/// A value, or why there is none.
+/// A value, or the reason why there is none.
 ///
 /// Asking for the value of a failure is a defect of the program, which ends by std::abort().
 template <typename T> class [[nodiscard]] result {
