@@ -1,8 +1,10 @@
 #include "asn/oid_map.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string>
@@ -39,8 +41,10 @@ constexpr std::string_view DEFAULT_OIDS = "2.5.4.3 = CN, commonName\n"
                                           "1.3.6.1.4.1.42.2.11.2.1 = SUNIP, ipAddress\n";
 static_assert(DEFAULT_OIDS.size() == 711);
 
-constexpr std::string_view BLANKS = " \t";
-constexpr std::string_view LINE_ENDS = "\r\n";
+constexpr auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
+constexpr auto is_line_end = [](char c) { return c == '\r' || c == '\n'; };
+constexpr auto is_part_of_oid = [](char c) { return (c >= '0' && c <= '9') || c == '.'; };
+constexpr auto ends_short_name = [](char c) { return is_blank(c) || c == '=' || c == ','; };
 
 // The parts of a line, as views into the map's text.
 struct oid_line_t {
@@ -49,18 +53,17 @@ struct oid_line_t {
     std::string_view long_name;
 };
 
-// Removes and returns the characters of `text` up to the first of `stops`, or all of them.
-std::string_view take_until(std::string_view& text, std::string_view stops) {
-    const std::string_view taken = text.substr(0, text.find_first_of(stops));
+// Removes and returns the leading characters of `text` that the predicate accepts.
+template <typename PREDICATE> std::string_view take_while(std::string_view& text, PREDICATE accepts) {
+    const auto end = std::find_if_not(text.begin(), text.end(), accepts);
+    const std::string_view taken = text.substr(0, static_cast<std::size_t>(end - text.begin()));
     text.remove_prefix(taken.size());
     return taken;
 }
 
-// Removes and returns the leading characters of `text` that are among `accepted`.
-std::string_view take_while(std::string_view& text, std::string_view accepted) {
-    const std::string_view taken = text.substr(0, text.find_first_not_of(accepted));
-    text.remove_prefix(taken.size());
-    return taken;
+// Removes and returns the characters of `text` before the first that the predicate accepts.
+template <typename PREDICATE> std::string_view take_until(std::string_view& text, PREDICATE stops) {
+    return take_while(text, std::not_fn(stops));
 }
 
 bool take_one(std::string_view& text, char c) {
@@ -74,32 +77,31 @@ bool take_one(std::string_view& text, char c) {
 // Line ::= OID "=" short name [ "," long name ], with blanks between the parts. Anything else after the short name is
 // ignored; trailing blanks belong to the long name. Lines of any other form are comments.
 bool split_line(std::string_view line, oid_line_t& out) {
-    take_while(line, BLANKS);
-    out.oid = take_while(line, "0123456789.");
-    take_while(line, BLANKS);
+    take_while(line, is_blank);
+    out.oid = take_while(line, is_part_of_oid);
+    take_while(line, is_blank);
     if (!take_one(line, '=')) {
         return false;
     }
-    take_while(line, BLANKS);
-    out.short_name = take_until(line, " \t=,");
-    take_while(line, BLANKS);
+    take_while(line, is_blank);
+    out.short_name = take_until(line, ends_short_name);
+    take_while(line, is_blank);
     out.long_name = std::string_view();
     if (take_one(line, ',')) {
-        take_while(line, BLANKS);
+        take_while(line, is_blank);
         out.long_name = line;
     }
     return true;
 }
 
 // Lays out DER, dotted text, short name and long name in one block, each text with a terminating zero.
-std::unique_ptr<unsigned char[]> make_entry(const oid_line_t& line, const unsigned char* der, unsigned int der_size,
-                                            OIDdescr_t& entry) {
+OIDdescr_t make_entry(const oid_line_t& line, const unsigned char* der, unsigned int der_size, oid_arena_t& arena) {
     constexpr std::size_t NUM_ZEROS = 3;
-    std::unique_ptr<unsigned char[]> block(
-        new unsigned char[der_size + line.oid.size() + line.short_name.size() + line.long_name.size() + NUM_ZEROS]);
-    entry.oid_asn = block.get();
+    OIDdescr_t entry;
+    entry.oid_asn = static_cast<unsigned char*>(
+        arena.allocate(der_size + line.oid.size() + line.short_name.size() + line.long_name.size() + NUM_ZEROS, 1));
     entry.oid_asn_size = der_size;
-    char* end = reinterpret_cast<char*>(std::copy_n(der, der_size, block.get()));
+    char* end = reinterpret_cast<char*>(std::copy_n(der, der_size, entry.oid_asn));
 
     entry.oid_str = end;
     entry.oid_str_size = static_cast<unsigned int>(line.oid.size());
@@ -115,7 +117,14 @@ std::unique_ptr<unsigned char[]> make_entry(const oid_line_t& line, const unsign
     entry.oid_ln_size = static_cast<unsigned int>(line.long_name.size());
     end = std::copy(line.long_name.begin(), line.long_name.end(), end);
     *end = '\0';
-    return block;
+    return entry;
+}
+
+// Adds an entry to an index unless that has its key. Most texts are in the order of their OIDs: the end is tried first.
+template <typename INDEX> bool add_to(INDEX& index, OIDdescr_t* entry) {
+    const std::size_t old_size = index.size();
+    index.insert(index.end(), entry);
+    return index.size() != old_size;
 }
 
 void add_line(OIDmaps_t& map, const oid_line_t& line) {
@@ -124,16 +133,13 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
     if (der_size == 0) {
         return;
     }
-    OIDdescr_t entry;
-    std::unique_ptr<unsigned char[]> block = make_entry(line, der, der_size, entry);
-    map.entries.push_back(entry);
-    block.release(); // the list owns it now
+    map.entries.push_back(make_entry(line, der, der_size, map.arena));
     OIDdescr_t* const added = &map.entries.back();
-    if (map.by_asn.insert(added).second) {
+    if (add_to(map.by_asn, added)) {
         map.shortcut_by_asn.add(map.by_asn, added);
     }
-    map.by_str.insert(added);
-    if (map.by_sn.insert(added).second) {
+    add_to(map.by_str, added);
+    if (add_to(map.by_sn, added)) {
         map.shortcut_by_sn.add(map.by_sn, added);
     }
 }
@@ -141,8 +147,8 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
 // Reads a whole file in one read; returns null for anything but a non-empty regular file. Directories and pipes open
 // like files, but have no size to trust, and a pipe would wait for its writer.
 std::unique_ptr<char[]> read_file(const std::string& path, unsigned int& size) {
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(path, ignored)) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return nullptr;
     }
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
@@ -168,15 +174,6 @@ constexpr int MAPS_INIT_PRIORITY = 1000;
 
 const oid_map_handle_t OID_MAP_HANDLE_DEFAULT = {&g_oids_default};
 const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE = {&g_oids_default_file};
-
-OIDmaps_t::~OIDmaps_t() {
-    std::for_each(entries.begin(), entries.end(), release_oid_);
-}
-
-// cppcheck-suppress constParameterCallback ; the entry loses its block
-void OIDmaps_t::release_oid_(OIDdescr_t& entry) {
-    delete[] entry.oid_asn;
-}
 
 default_oid_map_t::default_oid_map_t() {
     oid_map_parse_(*this, DEFAULT_OIDS.data(), static_cast<unsigned int>(DEFAULT_OIDS.size()));
@@ -207,10 +204,10 @@ void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned int size) {
     std::string_view rest(text, size);
     while (!rest.empty()) {
         oid_line_t line;
-        if (split_line(take_until(rest, LINE_ENDS), line)) {
+        if (split_line(take_until(rest, is_line_end), line)) {
             add_line(map, line);
         }
-        take_while(rest, LINE_ENDS);
+        take_while(rest, is_line_end);
     }
 }
 

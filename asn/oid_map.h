@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <list>
+#include <memory_resource>
 #include <set>
 #include <vector>
 
@@ -66,7 +67,10 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> struct oid_map_compare_t {
 };
 
 template <auto KEY, auto KEY_SIZE, typename COMPARE>
-using oid_index_t = std::set<OIDdescr_t*, oid_map_compare_t<KEY, KEY_SIZE, COMPARE>>;
+using oid_index_t = std::pmr::set<OIDdescr_t*, oid_map_compare_t<KEY, KEY_SIZE, COMPARE>>;
+
+// All that a map holds lies here, in the order in which it was added, and is freed with the map.
+using oid_arena_t = std::pmr::monotonic_buffer_resource;
 
 // Returns the entry of an index that has this key, or null.
 template <auto KEY, auto KEY_SIZE, typename COMPARE, typename POINTER>
@@ -101,13 +105,15 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_shortcut_t {
   public:
     using index_t = oid_index_t<KEY, KEY_SIZE, COMPARE>;
 
+    explicit oid_shortcut_t(oid_arena_t* arena) : slots_(arena) {}
+
     // Adds an entry that the index has just taken.
     void add(const index_t& index, OIDdescr_t* entry) {
         if (2 * index.size() <= slots_.size()) {
             place(entry);
             return;
         }
-        std::vector<OIDdescr_t*>(std::max(MIN_SLOTS, 2 * slots_.size())).swap(slots_);
+        slots_t(std::max(MIN_SLOTS, 2 * slots_.size()), slots_.get_allocator()).swap(slots_);
         std::for_each(index.begin(), index.end(), [this](OIDdescr_t* indexed) { place(indexed); });
     }
 
@@ -127,7 +133,9 @@ template <auto KEY, auto KEY_SIZE, typename COMPARE> class oid_shortcut_t {
     static constexpr std::size_t MAX_PROBES = 8;
     static constexpr std::size_t MIN_SLOTS = 64;
 
-    std::vector<OIDdescr_t*> slots_; // at most half of them are taken
+    using slots_t = std::pmr::vector<OIDdescr_t*>;
+
+    slots_t slots_; // at most half of them are taken
 
     std::size_t home_of(const void* key, unsigned int size) const {
         const std::uint64_t hash = oid_hash(key, size, COMPARE::IGNORED_BITS);
@@ -156,20 +164,20 @@ struct OIDmaps_t {
     using by_str_t = oid_index_t<&OIDdescr_t::oid_str, &OIDdescr_t::oid_str_size, oid_memcmp_t>;
     using by_sn_t = shortcut_by_sn_t::index_t;
 
-    std::list<OIDdescr_t> entries;
-    by_asn_t by_asn;
-    by_str_t by_str;
-    by_sn_t by_sn;
-    shortcut_by_asn_t shortcut_by_asn;
-    shortcut_by_sn_t shortcut_by_sn;
+    static constexpr std::size_t FIRST_BLOCK = 8192; // holds the built-in table; each further one is larger
+
+    // Whatever a program makes the default resource, blocks come from operator new.
+    oid_arena_t arena{FIRST_BLOCK, std::pmr::new_delete_resource()};
+    std::pmr::list<OIDdescr_t> entries{&arena};
+    by_asn_t by_asn{&arena};
+    by_str_t by_str{&arena};
+    by_sn_t by_sn{&arena};
+    shortcut_by_asn_t shortcut_by_asn{&arena};
+    shortcut_by_sn_t shortcut_by_sn{&arena};
 
     OIDmaps_t() = default;
-    ~OIDmaps_t();
     OIDmaps_t(const OIDmaps_t&) = delete;
     OIDmaps_t& operator=(const OIDmaps_t&) = delete;
-
-    // Frees the block that holds all texts of an entry.
-    static void release_oid_(OIDdescr_t& entry);
 };
 
 // The built-in table.
