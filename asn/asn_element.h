@@ -158,7 +158,9 @@ template <typename FIRST, typename... REST> struct asn_parts_t<FIRST, REST...> {
     asn_parts_t<REST...> rest;
 
     [[gnu::always_inline]] asn_parts_t(const FIRST& f, const REST&... r) : first(f), rest(r...) {}
-    [[gnu::always_inline]] unsigned char* write_to(unsigned char* to) const { return rest.write_to(first.write_to(to)); }
+    [[gnu::always_inline]] unsigned char* write_to(unsigned char* to) const {
+        return rest.write_to(first.write_to(to));
+    }
 };
 
 // Identifier, length and the parts of the content.
@@ -211,7 +213,8 @@ const PART& asn_part(const PART& part) {
 template <typename T> using asn_part_of = std::decay_t<decltype(asn_part(std::declval<const T&>()))>;
 
 template <typename... CONTENT>
-[[gnu::always_inline]] inline asn_element_t<asn_part_of<CONTENT>...> asn_element(asn_tag_t::Type tag, const CONTENT&... content) {
+[[gnu::always_inline]] inline asn_element_t<asn_part_of<CONTENT>...> asn_element(asn_tag_t::Type tag,
+                                                                                 const CONTENT&... content) {
     return asn_element_t<asn_part_of<CONTENT>...>(tag, asn_part(content)...);
 }
 
