@@ -71,7 +71,8 @@ template <unsigned int N> struct asn_tag_t_ {
 
     // As above, in a growth step that has room for `more` octets after them, if a node can hold as many.
     template <typename... PARTS> [[gnu::always_inline]] void add_before(unsigned int more, const PARTS&... parts) {
-        const unsigned int n = require_content_size((0ULL + ... + asn_part(parts).size()) + content_size) - content_size;
+        const unsigned int n =
+            require_content_size((0ULL + ... + asn_part(parts).size()) + content_size) - content_size;
         const bool fits = more <= MAX_CONTENT_SIZE - content_size - n;
         const heap_block_t outgrown = make_room(n, fits ? n + more : n);
         unsigned char* end = back();

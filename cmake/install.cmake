@@ -79,7 +79,11 @@ endif()
 if(TARGET derkit_tool)
   install(TARGETS derkit_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   install(FILES tools/completion/derkit.bash RENAME derkit
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools OPTIONAL)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(FILES tools/completion/derkit.zsh RENAME _derkit
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tools)
+  install(FILES tools/completion/derkit.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tools)
   install(FILES docs/derkit.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/derkit COMPONENT tools)
   derkit_install_man_pages(1 tools)
   # Outside the system's directories too, the tool finds its library. In the build tree the library is one folder up; that

@@ -15,7 +15,7 @@ namespace derkit::gost {
 
 class bag_reader {
   public:
-    // Without a session everything that may be secret is withheld.
+    // Without a session, everything that may be secret is withheld.
     bag_reader(session* under, const limits& cost) : under_(under), cost_(cost) {}
 
     // Reads a SafeContents; cause::malformed when it is not one. When the file exceeds a limit, reading stops and

@@ -16,7 +16,7 @@ namespace derkit::gost {
 
 namespace {
 
-// What is read of a file before anything in it is trusted.
+// The parts of a file that are read before its MAC is verified.
 struct outer_layer {
     definite_octets file;
     pfx parts;
@@ -63,7 +63,7 @@ result<outer_layer> read_outer_layer(std::string_view file, const limits& cost) 
     return out;
 }
 
-// SafeContents whose plaintext has an OCTET STRING around, as in the native form, are read without it.
+// The native form has an OCTET STRING around each encrypted SafeContents.
 std::string_view without_octet_string(std::string_view plain, container_form& form) {
     const result<std::string_view> inside = read_octet_string(plain);
     if (inside) {

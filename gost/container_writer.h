@@ -10,7 +10,7 @@
 
 namespace derkit::gost {
 
-// What is written is the caller's own: no limit to its cost.
+// No limits of cost, for what the caller writes.
 limits unlimited();
 
 // Writes the bags of all entries.

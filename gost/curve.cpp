@@ -71,8 +71,7 @@ result<mpi_ptr> order_of(const curve_row& curve) {
     return order;
 }
 
-// Marked as secret, which makes libgcrypt's multiplication take the same steps whatever the number is. Marking zero would
-// end the process.
+// Marked as secret, so that libgcrypt multiplies in constant time. Marking zero would end the process.
 result<mpi_ptr> number_of(std::string_view octets) {
     gcry_mpi_t scanned = nullptr;
     if (const gcry_error_t error = gcry_mpi_scan(&scanned, GCRYMPI_FMT_USG, octets.data(), octets.size(), nullptr);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto CONTEXT_1_PRIMITIVE = asn_tag_t::Type(0x81);
 
-// More masks than any program writes: their multiplication must not take long.
+// More than any program writes, and few enough to be multiplied quickly.
 constexpr std::size_t MAX_MASKS = 16;
 
 // RFC 4491 2.3.2, RFC 9215 4. Some programs keep a key under the identifier of its key agreement. The first row of a

@@ -106,7 +106,7 @@ result<verified_mac> verify_mac(session& under, const pkcs12_mac_t& mac, std::st
     if (verified.why() == cause::wrong_mac && under.swap_empty_and_none()) {
         verified = verify_with(under, mac_key::pkcs12_kdf, row->digest, mac, octet_string);
     }
-    // The usual derivation did not fit: most likely the password is wrong.
+    // Only the usual derivation was affordable, and it did not match: most likely the password is wrong.
     return verified.why() == cause::budget_exhausted ? first : verified;
 }
 

@@ -12,7 +12,7 @@ constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmno
 constexpr std::string_view BLANKS = " \t\r\n";
 constexpr std::size_t OCTETS_OF_LINE = 48; // 64 characters
 
-// Four characters of at most three octets.
+// Encodes one to three octets as four characters.
 std::array<char, 4> encode_group(std::string_view octets) {
     unsigned int bits = 0;
     for (std::size_t i = 0; i < 3; ++i) {
@@ -26,7 +26,7 @@ std::string boundary(std::string_view kind, std::string_view label) {
     return std::string("-----").append(kind).append(" ").append(label).append("-----");
 }
 
-// Appends what four characters stand for; false when they are not base64. Only the last group has padding.
+// Decodes four characters and appends the octets; false when they are not base64. Only the last group may have padding.
 bool append_group(secret& out, std::string_view characters, bool last) {
     const std::size_t padding = characters[3] != '=' ? 0 : characters[2] != '=' ? 1 : 2;
     unsigned int bits = 0;
@@ -89,7 +89,7 @@ secret to_pem(std::string_view label, std::string_view der) {
     return text;
 }
 
-// RFC 7468 3 with lines of any length; headers inside a block, as of encrypted keys of old, are not base64.
+// RFC 7468 3, with lines of any length. A block with headers (RFC 1421) is refused, because they are not base64.
 result<secret> from_pem(std::string_view text, std::string_view label) {
     const std::string begin = boundary("BEGIN", label);
     const std::size_t found = text.find(begin);

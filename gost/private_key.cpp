@@ -27,8 +27,8 @@ struct private_key::state {
 
 namespace {
 
-// RFC 9215 4: keys on the curves that came with GOST R 34.10-2012 with 256 bits name no digest, like those on the
-// twisted curve of 512 bits; others name that of their size.
+// RFC 9215 4: no digest is named with the 256-bit curves of GOST R 34.10-2012 and with the twisted 512-bit curve; with
+// all others, the one of the key's size.
 std::string_view digest_of(key_family family, std::string_view param_set) {
     constexpr std::string_view NEW_CURVES_256 = "1.2.643.7.1.2.1.1.";
     constexpr std::string_view TWISTED_CURVE_512 = "1.2.643.7.1.2.1.2.3";
@@ -59,7 +59,7 @@ secret padded(std::string_view number, std::size_t size) {
     return out;
 }
 
-// K = KM * M1 * ... * Mk mod q; every number has its lowest octet first (RFC 9548 appendix A).
+// K = KM * M1 * ... * Mk mod q, each number with its lowest octet first (RFC 9548 appendix A).
 result<secret> without_masks(std::string_view octets, std::size_t size, const curve_row& curve) {
     secret number = reversed(octets.substr(0, size));
     for (std::size_t at = size; at != octets.size(); at += size) {
@@ -89,7 +89,7 @@ result<secret> number_of(const shaped_key& key, std::size_t size, const curve_ro
     return without_masks(key.octets, size, *curve);
 }
 
-// Of a number on an unknown curve only zero is known to be wrong.
+// On an unknown curve, zero is the only number known to be out of range.
 result<bool> check_range(const secret& number, const curve_row* curve) {
     if (curve != nullptr && curve->size != number.size()) {
         return cause::malformed_parameters;

@@ -194,7 +194,7 @@ result<secret> decrypt_pkcs12(session& under, const parsed_scheme& scheme, std::
     return opened;
 }
 
-// An empty password may have been none, and none an empty one.
+// A file under an empty password may have been made with none, and the reverse.
 result<secret> decrypt_pkcs12_either_way(session& under, const parsed_scheme& scheme, std::string_view data,
                                          plaintext expected) {
     result<secret> opened = decrypt_pkcs12(under, scheme, data, expected);

@@ -25,7 +25,7 @@ unsigned char* map_pages(std::size_t size) {
     if (pages == MAP_FAILED) {
         throw std::bad_alloc();
     }
-    madvise(pages, size, MADV_DONTDUMP); // a kernel without it has no other way either
+    madvise(pages, size, MADV_DONTDUMP); // a kernel without it offers nothing else
     return static_cast<unsigned char*>(pages);
 }
 
@@ -113,7 +113,7 @@ void secret::append(std::string_view octets) {
     secret larger;
     larger.reserve(std::max(new_size, 2 * size_)); // appending little by little takes linear time
     larger.append(view());
-    larger.append(octets); // which may lie in the octets that are released now
+    larger.append(octets); // before the old octets, which they may be a part of, are released
     *this = std::move(larger);
 }
 
@@ -122,7 +122,7 @@ void secret::resize(std::size_t size) {
     if (size < size_) {
         wipe(data_ + size, size_ - size);
     }
-    size_ = size; // new octets are zero: pages arrive so, and what was removed was wiped
+    size_ = size; // new octets are zero: fresh pages are, and removed octets were wiped
 }
 
 void secret::remove_prefix(std::size_t size) noexcept {

@@ -4,7 +4,7 @@ namespace derkit::gost {
 
 namespace {
 
-// A container has a handful of salts. Others push out the oldest key.
+// Keys that are kept; a container has a handful of salts. A further key replaces the oldest one.
 constexpr std::size_t MAX_REMEMBERED = 16;
 
 // Names a derivation by its arguments; the salt, of any octets, comes last.

@@ -32,16 +32,18 @@ void add_p12_command(command_t& derkit, console_t& console) {
 #endif
 
 void add_commands(command_t& derkit, console_t& console) {
-    derkit.set_footer("derkit SUBCOMMAND --help describes one of them, man derkit all.\n"
+    derkit.set_footer("derkit SUBCOMMAND --help describes one of them, man derkit-SUBCOMMAND fully.\n"
                       "Examples:\n"
                       "  derkit cert /etc/ssl/certs/ca-certificates.crt\n"
                       "  derkit dn --hex 'CN=user1,O=Example,C=RU'");
     derkit.require_subcommand("a subcommand is required");
     add_cert_command(derkit, console);
     add_spki_command(derkit, console);
+    add_names_command(derkit, console);
     add_dn_command(derkit, console);
     add_oid_command(derkit, console);
     add_alg_command(derkit, console);
+    add_asn1_command(derkit, console);
     add_time_command(derkit, console);
 #ifdef DERKIT_WITH_GOST
     add_key_command(derkit, console);

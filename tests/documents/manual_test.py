@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The manual pages and the bash completion list what the tool and the library have, and nothing else.
+"""The manual pages list what the tool and the library have, and nothing else.
 
 DERKIT_TOOL names the tool, DERKIT_SOURCE the source tree, DERKIT_EXPORTS the list of exported symbols.
 """
@@ -7,7 +7,6 @@ DERKIT_TOOL names the tool, DERKIT_SOURCE the source tree, DERKIT_EXPORTS the li
 import os
 import re
 import subprocess
-import tempfile
 import unittest
 from pathlib import Path
 
@@ -66,8 +65,9 @@ class ManualPages(unittest.TestCase):
                 said = done.stderr if command[0] == "man" else done.stdout + done.stderr
                 self.assertEqual((done.returncode, said.decode()), (0, ""), command)
 
-    def test_the_three_pages_are_there(self):
-        self.assertEqual([path.name for path in PAGES], ["derkit.1", "derkit.3", "qaroids.cfg.5"])
+    def test_every_subcommand_has_a_page(self):
+        pages = ["derkit.1", "derkit.3", "qaroids.cfg.5", *(f"derkit-{name}.1" for name in subcommands_of())]
+        self.assertEqual([path.name for path in PAGES], sorted(pages))
 
     def test_pages_that_are_referred_to_are_there(self):
         others = {("openssl", "1")}
@@ -76,36 +76,64 @@ class ManualPages(unittest.TestCase):
                 self.assertTrue(reference in others or ".".join(reference) in map(lambda p: p.name, PAGES), reference)
 
 
-class ToolPage(unittest.TestCase):
-    def synopses(self):
-        """Maps subcommands to their options, from the page's synopsis."""
-        text = page("derkit.1").partition(".Sh SYNOPSIS\n")[2].partition(".Sh DESCRIPTION")[0]
+class ToolPages(unittest.TestCase):
+    def synopses(self, name):
+        """Maps the subcommands of a page to their options, from its synopsis."""
+        text = page(f"derkit-{name}.1").partition(".Sh SYNOPSIS\n")[2].partition(".Sh DESCRIPTION")[0]
         synopses = {}
-        for entry in text.split(".Nm\n")[1:]:
-            if name := re.match(r"\.Cm ([\w ]+)\n", entry):
-                options = {"-" + option for option in re.findall(r"Fl (-[\w-]+)", entry)}
-                options = options.union(*(group for word, group in GROUPS.items() if word in entry))
-                if " password-option" in entry and name[1] in ("p12 show", "p12 extract", "p12 convert", "p12 password"):
-                    options.add("--no-password")
-                synopses[tuple(name[1].split())] = options
+        for entry in text.split(".Nm derkit\n")[1:]:
+            words = re.match(r"\.Cm ([\w ]+)\n", entry)[1]
+            options = {"-" + option for option in re.findall(r"Fl (-[\w-]+)", entry)}
+            options = options.union(*(group for word, group in GROUPS.items() if word in entry))
+            if " password-option" in entry and words in ("p12 show", "p12 extract", "p12 convert", "p12 password"):
+                options.add("--no-password")
+            synopses[tuple(words.split())] = options
         return synopses
 
+    def described(self, name):
+        """The options that a page describes."""
+        lines = re.findall(r"^\.It Fl (.*)$", page(name), re.MULTILINE)
+        return {"-" + option for line in lines for option in re.findall(r"(-[\w-]+)", line)}
+
     def test_synopses_have_every_subcommand_with_its_options(self):
-        synopses = self.synopses()
-        self.assertEqual(set(synopses), set(all_subcommands()))
-        for subcommand, options in synopses.items():
-            self.assertEqual(options | {"--help", "--color"}, options_of(*subcommand), subcommand)
+        for name in subcommands_of():
+            synopses = self.synopses(name)
+            self.assertEqual(list(synopses), [words for words in all_subcommands() if words[0] == name])
+            for words, options in synopses.items():
+                self.assertEqual(options | {"--help", "--color"}, options_of(*words), words)
 
-    def test_every_subcommand_has_a_paragraph(self):
-        titles = re.findall(r"^\.Ss (.*)$", page("derkit.1"), re.MULTILINE)
-        self.assertEqual(titles[: len(all_subcommands())], [" ".join(name) for name in all_subcommands()])
+    def test_every_subcommand_of_a_page_has_a_paragraph(self):
+        for name in subcommands_of():
+            words = [" ".join(words) for words in all_subcommands() if words[0] == name]
+            titles = re.findall(r"^\.Ss (.*)$", page(f"derkit-{name}.1"), re.MULTILINE)
+            self.assertEqual(titles[: len(words)], words if len(words) > 1 else titles[:1])
 
-    def test_every_option_is_described(self):
-        described = set()
-        for line in re.findall(r"^\.It Fl (.*)$", page("derkit.1"), re.MULTILINE):
-            described |= {"-" + option for option in re.findall(r"(-[\w-]+)", line)}
-        wanted = options_of().union(*(options_of(*name) for name in all_subcommands()))
-        self.assertEqual(described, wanted)
+    def test_the_overview_lists_all_pages_with_the_words_of_the_help(self):
+        listed = re.findall(r"^\.It Xr derkit-(\w+) 1\n(.*)\.$", page("derkit.1"), re.MULTILINE)
+        help_text = re.sub(r"\s+", " ", help_of())
+        self.assertEqual([name for name, _ in listed], subcommands_of())
+        for name, words in listed:
+            self.assertIn(f" {name} {words} ", help_text)
+            title = re.search(r"^\.Nd (.*)$", page(f"derkit-{name}.1"), re.MULTILINE)[1]
+            self.assertEqual(title, words[0].lower() + words[1:])
+
+    def test_every_option_is_described_in_the_page_or_in_one_that_it_names(self):
+        common = self.described("derkit.1")
+        self.assertEqual(common, options_of() | {"--json", "--oid-map", "--t61"})
+        for name in subcommands_of():
+            wanted = set().union(*(options_of(*words) for words in all_subcommands() if words[0] == name))
+            described = self.described(f"derkit-{name}.1")
+            self.assertLessEqual(described, wanted, name)
+            elsewhere = self.described("derkit-p12.1") if name == "key" else set()
+            self.assertEqual(wanted - described - common - elsewhere, set(), name)
+            self.assertIn(".Xr derkit 1", page(f"derkit-{name}.1"))
+
+    def test_examples_are_those_of_the_help(self):
+        for name in subcommands_of():
+            shown = re.findall(r"^\.Dl (.*)$", page(f"derkit-{name}.1"), re.MULTILINE)
+            helped = [line for words in all_subcommands() if words[0] == name
+                      for line in re.findall(r"^  (derkit .*|openssl .*)$", help_of(*words), re.MULTILINE)]
+            self.assertEqual(shown, [line.replace("\\", "\\e") for line in helped], name)
 
 
 class LibraryPage(unittest.TestCase):
@@ -136,49 +164,6 @@ class Help(unittest.TestCase):
         for example in examples:
             done = subprocess.run(example.replace("derkit", TOOL, 1), shell=True, capture_output=True)
             self.assertEqual((done.returncode, done.stderr), (0, b""), example)
-
-
-class Completion(unittest.TestCase):
-    def complete(self, *words, folder="/"):
-        """Returns the completions of the last word."""
-        script = '. "$1"; shift; COMP_WORDS=(derkit "$@") COMP_CWORD=$#; _derkit; printf "%s\\n" "${COMPREPLY[@]}"'
-        done = subprocess.run(
-            ["bash", "-euc", script, "bash", SOURCE / "tools" / "completion" / "derkit.bash", *words],
-            capture_output=True, text=True, cwd=folder,
-        )
-        self.assertEqual((done.returncode, done.stderr), (0, ""), words)
-        return done.stdout.split()
-
-    def test_subcommands(self):
-        self.assertEqual(self.complete(""), subcommands_of())
-        self.assertEqual(self.complete("c"), ["cert"])
-        self.assertEqual(self.complete("p12", ""), subcommands_of("p12"))
-        self.assertEqual(self.complete("p12", "e"), ["extract"])
-
-    def test_options(self):
-        self.assertEqual(set(self.complete("--")), options_of())
-        for name in all_subcommands():
-            self.assertEqual(set(self.complete(*name, "--")), options_of(*name), name)
-        self.assertEqual(self.complete("cert", "--ro"), ["--round-trip"])
-
-    def test_values(self):
-        self.assertEqual(self.complete("cert", "--order", ""), ["as-encoded", "reversed"])
-        self.assertEqual(self.complete("p12", "make", "--to", "n"), ["native"])
-        self.assertEqual(self.complete("key", "convert", "--to", "n"), [])
-        self.assertEqual(self.complete("key", "convert", "--to", "p"), ["pem"])
-        self.assertEqual(self.complete("p12", "convert", "--cipher", ""), ["kuznyechik", "magma"])
-        self.assertEqual(self.complete("key", "--password-env", "HOM"), ["HOME"])
-        self.assertEqual(self.complete("dn", "--get", ""), [])
-        self.assertEqual(self.complete("time", "--color", "a"), ["auto", "always"])
-
-    def test_files(self):
-        with tempfile.TemporaryDirectory() as folder:
-            for name in "one.pem", "other.pem":
-                Path(folder, name).touch()
-            for words in ["cert"], ["cert", "one.pem"], ["spki"], ["key"], ["p12", "show"], ["p12", "make", "--cert"], \
-                    ["dn", "--oid-map"], ["p12", "extract", "--out"], ["key", "--password-file"]:
-                self.assertEqual(sorted(self.complete(*words, "o", folder=folder)), ["one.pem", "other.pem"], words)
-            self.assertEqual(self.complete("dn", "o", folder=folder), [])
 
 
 if __name__ == "__main__":

@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
-from packages import (CONSUMER, DOCUMENTS, SOURCE, VERSION, development_files, files_below, gost_development_files,
+from packages import (COMPLETION, CONSUMER, DOCUMENTS, SOURCE, VERSION, development_files, files_below, gost_development_files,
                       manuals, run)
 
 TRIPLET = run("dpkg-architecture", "--query", "DEB_HOST_MULTIARCH").strip()
@@ -28,7 +28,7 @@ FILES = {
     "libderkit-gost1": {f"{LIBDIR}/libderkit-gost.so.1", f"{LIBDIR}/libderkit-gost.so.{VERSION}"},
     "libderkit-gost-dev": {f"usr/{path}" for path in gost_development_files(f"lib/{TRIPLET}", "none")},
     "derkit-tools": {f"usr/{path}" for path in manuals("1", ".gz")}
-        | {"usr/bin/derkit", "usr/share/bash-completion/completions/derkit",
+        | {f"usr/{path.replace('site-functions', 'vendor-completions')}" for path in COMPLETION} | {"usr/bin/derkit",
            "usr/share/derkit/derkit.schema.json"},
 }
 DEPENDENCIES = {  # a package, and which of its versions satisfy it

@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
-from packages import (BUILD, CONSUMER, DOCUMENTS, SOURCE, TIME_LIMIT, VERSION, WITH_GOST, development_files, files_below,
+from packages import (BUILD, COMPLETION, CONSUMER, DOCUMENTS, SOURCE, TIME_LIMIT, VERSION, WITH_GOST, development_files, files_below,
                       gost_development_files, manuals, run)
 
 CMAKE = os.environ["CMAKE"]
@@ -18,7 +18,7 @@ PRINTED = {14: "201402 CN=user1,C=RU\n", 20: "202002 CN=user1,C=RU\n"}  # by the
 FILES = {
     "runtime": {f"lib/libderkit.so.{VERSION}", "lib/libderkit.so.1", "share/doc/derkit/examples/qaroids.cfg"},
     "development": development_files("lib") | manuals("35") | {f"share/doc/derkit/{name}" for name in DOCUMENTS},
-    "tools": manuals("1") | {"bin/derkit", "share/bash-completion/completions/derkit", "share/derkit/derkit.schema.json"},
+    "tools": manuals("1") | COMPLETION | {"bin/derkit", "share/derkit/derkit.schema.json"},
 }
 if WITH_GOST:
     FILES["gost"] = {f"lib/libderkit-gost.so.{VERSION}", "lib/libderkit-gost.so.1"}

@@ -23,6 +23,8 @@ GOST_HEADERS = {f"include/derkit/gost/{header.name}" for header in (SOURCE / "in
 GUIDES = {file.name for file in (SOURCE / "docs").iterdir() if file.suffix in {".md", ".svg", ".cfg"}}
 PROGRAMS = {f"examples/programs/{file.name}" for file in (SOURCE / "examples").iterdir()}
 DOCUMENTS = GUIDES | PROGRAMS | {"derkit.spdx.json"}
+COMPLETION = {"share/bash-completion/completions/derkit", "share/zsh/site-functions/_derkit",
+              "share/fish/vendor_completions.d/derkit.fish"}
 
 
 def manuals(sections, compressed=""):

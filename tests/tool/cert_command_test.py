@@ -10,7 +10,8 @@ from der import BMP_STRING, COMMON_NAME, IA5_STRING, NUMERIC_STRING, T61_STRING,
 from tool import FEW_CASES, NOT_SHOWN, ToolTest, objects, only_with_all_cases, run, shown, thin, vectors, without_place
 
 # Lines beside those of its names; names have a "=" or nothing.
-FACT = re.compile(r"(?:serial|not_before|not_after|signature_algorithm|public_key|curve)\w*: |==> .* <==$|$")
+FACT = re.compile(r"extensions:$|[- ] |"
+                  r"(?:version|fingerprint_\w+|serial|not_before|not_after|signature_algorithm|public_key|curve)\w*: |==> .* <==$|$")
 ONE, TWO = der.certificate("1"), der.certificate("2")
 SPECIALS = '"#+,;<=>\\'
 

@@ -2,11 +2,14 @@
 """Tests what all subcommands share: help, options that make no sense, and output that cannot be written."""
 
 import os
+import re
 import subprocess
 import unittest
 
 import der
 from tool import Terminal, ToolTest, as_text, objects, run, thin, without_place
+
+WITH_GOST = not re.search(r"not\s+in\s+this\s+build", run("--help").text)  # whether it has key and p12
 
 
 class Outputs(ToolTest):
@@ -45,7 +48,7 @@ class Outputs(ToolTest):
 class Objects(ToolTest):
     """The form of all objects, whatever they show."""
 
-    LIST = "==> 2.5.4.3 <==", "oid: 2.5.4.3", "der: 550403", "short_name: CN", "long_name: commonName"
+    LIST = "==> 2.5.4.3 <==", "oid: 2.5.4.3", "der: 550403", "short_name: CN", "long_name: commonName", "name: commonName", "kind: attribute"
 
     def test_one_alone_has_no_heading(self):
         self.assertEqual(self.succeeds("oid", "2.5.4.3").splitlines(), list(self.LIST[1:]))
@@ -131,8 +134,50 @@ class Usage(ToolTest):
             [], ["bogus"], ["--bogus"], ["cert"], ["dn"], ["oid"], ["alg"], ["dn", "--color", "blue", "CN=x"], ["cert", "--bogus", "x"],
             ["cert", "--order", "sideways", "x"], ["cert", "--oid-map"], ["dn", "--der", "--hex", "CN=x"],
             ["dn", "--der", "--json", "CN=x"], ["dn", "--hex", "--json", "CN=x"], ["dn", "--der", "--get", "CN", "CN=x"],
-            ["alg", "--oid-map", "x", "RSA"],
+            ["alg", "--order", "x", "RSA"],
         ], 4)])
+
+    def test_mistyped_names_get_a_hint(self):
+        self.check_usage([(arguments, f"not expected: {typed}; did you mean {meant}? (see --help)") for arguments, typed, meant in [
+            (["crt"], "crt", "cert"),
+            (["ceert", "x"], "ceert", "cert"),
+            (["--verson"], "--verson", "--version"),
+            (["cert", "--ordr", "reversed", "x"], "--ordr", "--order"),
+            (["cert", "--ordre=reversed", "x"], "--ordre", "--order"),
+            (["cert", "--js", "x"], "--js", "--json"),
+            (["cert", "-json", "x"], "-json", "--json"),
+            (["cert", "--loacl", "--json", "x"], "--loacl", "--local"),
+            (["dn", "--hxe", "CN=a"], "--hxe", "--hex"),
+            (["dn", "--oidmap", "x"], "--oidmap", "--oid-map"),  # though the name is missing too
+        ]])
+
+    @unittest.skipUnless(WITH_GOST, "the tool has no p12")
+    def test_mistyped_names_below_p12_get_a_hint(self):
+        self.check_usage([
+            (["p12", "shw", "x"], "not expected: shw; did you mean show?"),
+            (["p12", "make", "--crt", "x"], "not expected: --crt; did you mean --cert?"),
+            (["p12", "make", "--kye", "x"], "not expected: --kye; did you mean --key?"),
+            (["p12", "show", "--max-bag", "1", "x"], "not expected: --max-bag; did you mean --max-bags?"),
+        ])
+
+    def test_what_is_near_to_nothing_gets_none(self):
+        for arguments in ["frobnicate"], ["x"], ["--x"], ["cert", "-x", "y"], ["oid", "--zzzzzz", "CN"]:
+            with self.subTest(arguments):
+                self.assertNotIn("mean", self.fails(*arguments, status=2))
+
+    def test_options_before_the_subcommand(self):
+        self.check_usage([(["--json", "oid", "CN"], "not expected: --json; options of a subcommand come after its name")])
+
+    @unittest.skipUnless(WITH_GOST, "the tool has no key and p12")
+    def test_why_a_password_is_no_argument(self):
+        reason = "a password is never an argument, which other users can see in the list of processes: use "
+        for option in "--password", "--new-password":
+            use = f"{reason}{option}-file, {option}-env, {option}-stdin or {option}-ask"
+            for arguments in ["secret", "x"], ["secret"]:
+                self.check_usage([(["p12", "convert", option, *arguments], f"{option}; {use}")])
+            self.check_usage([(["key", "convert", f"{option}=secret"], f"{option}; {use}")])
+        message = self.fails("p12", "show", "--password=secret", "x", status=2)
+        self.assertNotIn("secret", message)
 
 
 if __name__ == "__main__":

@@ -25,8 +25,8 @@ READ = {
     "chain.p12": ["certificate 3: subject: C=RU,O=Пример,CN=Ключ 2012-512"],
     "mac-by-pkcs12-kdf.p12": ["mac: verdict: good", "mac: key: PKCS#12 KDF", "key 1: family: GOST R 34.10-2001"],
     "empty-password.p12": ["mac: verdict: good", "key 1: family: GOST R 34.10-2001"],
-    "mixed-aes.p12": ["container: kind: unknown", "mac: algorithm: GOST R 34.11-94", "key 1: cipher: AES-256-CBC"],
-    "mixed-sha256-mac.p12": ["container: kind: unknown", "mac: algorithm: SHA-256", "mac: key: PKCS#12 KDF",
+    "mixed-aes.p12": ["container: kind: mixed algorithms", "mac: algorithm: GOST R 34.11-94", "key 1: cipher: AES-256-CBC"],
+    "mixed-sha256-mac.p12": ["container: kind: mixed algorithms", "mac: algorithm: SHA-256", "mac: key: PKCS#12 KDF",
                              "key 1: cipher: GOST 28147-89 CFB"],
     "streebog.p12": ["container: kind: GOST R 34.11-2012", "mac: key: PBKDF2", "key 1: prf: HMAC GOST R 34.11-2012-256"],
 }

@@ -128,7 +128,7 @@ RSA_KEY = public_key(RSA, sequence(integer(0x32F), integer(3)))
 
 def certificate(
     subject, issuer=None, version=True, serial=b"\1", validity=VALIDITY, key=RSA_KEY, signature=SHA256_RSA,
-    inner_signature=None,
+    inner_signature=None, after_key=b"",
 ):
     """Encodes a Certificate (RFC 5280 4.1); `serial` is the content of the INTEGER, a subject may be a common name."""
     subject = subject if isinstance(subject, bytes) else common_name(subject)
@@ -141,6 +141,7 @@ def certificate(
         validity,
         subject,
         key,
+        after_key,
     )
     return sequence(tbs, signature, element(BIT_STRING, b"\0"))
 

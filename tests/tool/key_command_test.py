@@ -205,12 +205,12 @@ class Fields(KeyTest):
         p256 = "1.2.840.10045.3.1.7"
         cases = [
             (private_key(algorithm=algorithm, parameters=parameters), None,
-             {"family": family, "algorithm_oid": algorithm, "param_set_oid": param_set_oid, "param_set": None,
+             {"family": family, "algorithm_oid": algorithm, "param_set_oid": param_set_oid, "param_set": param_set,
               "bits": None, "shape": None, "size": 34, "readable": None})
-            for algorithm, parameters, family, param_set_oid in [
-                ("1.2.840.113549.1.1.1", NULL, "RSA", None),
-                ("1.2.840.10045.2.1", oid(p256), "1.2.840.10045.2.1", p256),
-                ("1.3.101.112", b"", "1.3.101.112", None),
+            for algorithm, parameters, family, (param_set, param_set_oid) in [
+                ("1.2.840.113549.1.1.1", NULL, "RSA", (None, None)),
+                ("1.2.840.10045.2.1", oid(p256), "id-ecPublicKey", ("secp256r1", p256)),
+                ("1.3.101.112", b"", "id-Ed25519", (None, None)),
             ]
         ]
         self.check_all([(data, None, expected | {"key": None}) for data, _, expected in cases])

@@ -8,6 +8,7 @@ import errno
 import fcntl
 import os
 import resource
+import select
 import shutil
 import signal
 import subprocess
@@ -291,6 +292,7 @@ class Outputs(OutputTest):
         child = self.start("extract", self.container, "--out", self.out, "--password-file", self.password,
                            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         waiting = f"derkit: {self.out}: warning: waiting for another program that puts files there\n"
+        self.assertTrue(select.select([child.stderr], [], [], 20)[0], "no word of waiting")
         self.assertEqual(child.stderr.readline().decode(), waiting)
         fcntl.flock(descriptor, fcntl.LOCK_UN)
         self.assertEqual((child.wait(10), child.stderr.read(), len(self.content())), (0, b"", 3))

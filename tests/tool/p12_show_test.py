@@ -195,7 +195,7 @@ class Refusals(P12Test):
 
     def test_a_mac_of_an_unsupported_digest(self):
         container = pfx.pfx(sequence(), pfx.mac_data(bytes(16), algorithm=der.algorithm("1.2.840.113549.2.4")))
-        problem = OTHER_MAC.format("1.2.840.113549.2.4")
+        problem = OTHER_MAC.format("MD4 (1.2.840.113549.2.4)")
         self.check_refused(container, problem)
         whole, mac = self.show_all(container, password=None)
         self.assertEqual((whole["not_read"], mac["not_read"]), (problem, problem))

@@ -51,7 +51,7 @@ class Streaming(ToolTest):
     @only_with_all_cases
     def test_memory_does_not_grow_with_the_bundle(self):
         small, large = bundle(1000), bundle(20000)
-        for command in "cert", "spki":
+        for command in "cert", "names", "spki":
             before, after = self.peak_memory(command, small), self.peak_memory(command, large)
             self.assertLess(after, 1.3 * before, command)
 
@@ -89,7 +89,7 @@ class Streaming(ToolTest):
 
     def test_text_that_starts_like_der_is_text(self):
         for start in b"0\r\n", b"0 certificates\n", b"0\x84\xff\xff\xff\xff\n", b"0\x82\n":
-            for command in "cert", "spki":
+            for command in "cert", "names", "spki":
                 done = run(command, "-", stdin=start + bundle(1))
                 self.assertEqual((done.status, done.errors), (0, []), (command, start))
 

@@ -35,9 +35,11 @@ class DnCommand(ToolTest):
             self.assertEqual(self.succeeds(text), normalised + "\n")
 
     def converts(self, *arguments):
-        """Returns the output; the only warnings are of types that are no OIDs."""
+        """Returns the output; the only warnings are of types that are no OIDs and of values that begin with a blank."""
         done = self.tool(*arguments)
-        self.assertEqual((done.status, [line for line in done.errors if " is no OID; " not in line]), (0, []), arguments)
+        others = [line for line in done.errors
+                  if " is no OID; " not in line and not line.endswith("(--loose takes it without)")]
+        self.assertEqual((done.status, others), (0, []), arguments)
         return done.text
 
     def test_canonical_text_and_der_of_names(self):
@@ -89,29 +91,111 @@ class DnCommand(ToolTest):
             "derkit: C=RU,CN=#1E00: warning: the value of CN is no text of its string type, so it is shown in "
             "hexadecimal"]))
 
-    def test_get_returns_the_value_as_it_is_written(self):
+    def test_get_returns_values_as_they_are_written(self):
         text = "CN=a\\,b\\00c,O=x,O=y"
         for arguments, value in [
             (["CN", text], "a\\,b\\00c"),
-            (["O", text], "x"),
-            (["O", "--reverse", text], "y"),
+            (["O", text], "x\ny"),
+            (["O", "--reverse", text], "y\nx"),
             (["C", "C=,CN=x"], ""),
         ]:
             self.assertEqual(self.succeeds("--get", *arguments), value + "\n")
-        self.assertEqual(self.objects("--get", "O", "CN=abc,O=\\1B")[0]["value"], "\\1B")
+        self.assertEqual(self.objects("--get", "O", "CN=abc,O=\\1B")[0]["values"], ["\\1B"])
         self.check_failures([(["--get", "OU", text], f"{text}: has no attribute OU")])
 
     def test_reverse_comes_before_encoding(self):
         self.assertEqual(self.succeeds("--reverse", "--hex", "CN=x,C=RU"), self.succeeds("--hex", "C=RU,CN=x"))
 
+    SYNTAX = r"does not parse as a distinguished name|attribute \d+: (is empty|has no =|has no type|the value of .+ is malformed)"
+    TYPE = r"attribute \d+: (type .+ is not in the map(; .+ is( taken)?)?|is empty)"
+    VALUE = r"attribute \d+: the value of .+ is malformed( \(--loose .*\))?|has an unknown type or a malformed value"
+
     def test_text_that_is_no_name_says_why(self):
+        patterns = {"syntax": self.SYNTAX, "type": self.TYPE}
         rules = {b"--x": "syntax"} | {
             case.text("text"): case.field("rule") for case in cases("texts-refused.txt")
             if case.field("case") != "short name without a map"}  # the tool is never without one
-        no_value = "has an unknown type or a malformed value"
-        problems = {"syntax": "does not parse as a distinguished name"}
+        for text, rule in rules.items():
+            with self.subTest(text, rule=rule):
+                message = self.fails("--", argument(text))
+                start = f"{shown(text)}: "
+                self.assertTrue(message.startswith(start), message)
+                self.assertRegex(message.removeprefix(start), f"^({patterns.get(rule, self.VALUE)})$")
+
+    def test_the_attribute_that_is_wrong_is_named(self):
+        self.check_failures([([text], f"{text}: {problem}") for text, problem in [
+            ("C=RU,O=x,emailAddress=a", "attribute 3: type emailAddress is not in the map; E is"),
+            ("C=RU+postalCode=1", "attribute 2: type postalCode is not in the map; its OID 2.5.4.17 is taken"),
+            ("CN=a\\,b,nonsense=1", "attribute 2: type nonsense is not in the map"),
+            ('CN="a,b",O=<', "attribute 2: the value of O is malformed"),
+            ("CN=x,O", "attribute 2: has no ="),
+            ("CN=x,,O=y", "attribute 2: is empty"),
+            ("CN=x,=y", "attribute 2: has no type"),
+            ("CN=#zz", "attribute 1: the value of CN is malformed"),
+        ]])
+
+    def test_what_openssl_prints_with_blanks_is_warned_of_or_taken_without(self):
+        made = openssl.certificate("/C=RU/O=Example, Inc./CN=user1")
+        printed = openssl.run("x509", "-noout", "-subject", "-nameopt", "oneline,-esc_msb", stdin=made).decode()
+        text = printed.strip().removeprefix("subject=")
+        self.assertIn("C = RU, O = ", text)
+        self.assertEqual(self.succeeds("--loose", text), "C=RU,O=Example\\, Inc.,CN=user1\n")
+        self.assertEqual(self.fails(text), f"{text}: attribute 2: the value of O is malformed (--loose takes it without the "
+                                           "blank in front)")
+        done = self.tool("C = RU, CN=x, O = y")
+        self.assertEqual((done.status, done.text, done.errors), (0, "C= RU,CN=x,O= y\n", [
+            f"derkit: C = RU, CN=x, O = y: warning: attribute {i}: the value begins with a blank (--loose takes it without)"
+            for i in (1, 3)]))
+
+    def test_loose_leaves_other_blanks(self):
+        for text, expected in [
+            ("CN=  a b ", "CN=a b "), ("CN=\\20a", "CN= a"), ("CN = x+O= y", "CN=x+O=y"), ('CN= "a, b"', "CN=a\\, b"),
+            ("CN= ", "CN="),
+        ]:
+            self.assertEqual(self.succeeds("--loose", text), expected + "\n", text)
+
+    def test_names_come_from_der_in_files_hexadecimal_and_standard_input(self):
+        name = der.name(der.attribute("2.5.4.6", der.PRINTABLE_STRING, b"RU"), der.attribute("2.5.4.3", der.UTF8_STRING, b"x"))
+        path = self.file("name.der", name)
+        for arguments, stdin in [
+            (["--from", "der", path], b""), (["--from", "der", "-"], name), (["--from", "hex", name.hex()], b""),
+            (["--from", "hex", "-"], name.hex().encode() + b"\n"), (["-"], b"C=RU,CN=x\r\n"), (["--from=text", "C=RU,CN=x"], b""),
+        ]:
+            self.assertEqual(self.succeeds(*arguments, stdin=stdin), "C=RU,CN=x\n", arguments)
+        self.assertEqual(self.tool("--from", "der", "--der", path).out, name)
+        self.assertEqual(self.succeeds("--from", "der", "--reverse", path), "CN=x,C=RU\n")
+        self.assertEqual(self.tool("--from", "der", "--reverse", "--der", path).out, self.tool("--der", "CN=x,C=RU").out)
         self.check_failures([
-            (["--", argument(text)], f"{shown(text)}: {problems.get(rule, no_value)}") for text, rule in rules.items()])
+            (["--from", "hex", "3G"], "3G: is not hexadecimal"),
+            (["--from", "hex", "300E"], "300E: is not the DER of one Name"),
+            (["--from", "hex", "3000FF"], "3000FF: is not the DER of one Name"),
+            (["--from", "der", self.folder / "missing"], f"{self.folder / 'missing'}: No such file or directory"),
+        ])
+
+    def test_many_names_and_lines(self):
+        self.assertEqual(self.succeeds("CN=x", "CN=y"), "CN=x\nCN=y\n")
+        done = self.tool("--json", "-", stdin=b"CN=x\n\nCN\nCN=y\n")
+        self.assertEqual((done.status, done.errors), (1, ["derkit: (standard input): line 3: attribute 1: has no ="]))
+        self.assertEqual([(found["file"], found["index"], found["dn"]) for found in objects(done.text)],
+                         [("(standard input)", 1, "CN=x"), ("(standard input)", 4, "CN=y")])
+
+    def test_get_takes_any_name_and_returns_all_values(self):
+        text = "CN=a\\,b,O=x+CN=\\D0\\98\\00"
+        for name in "CN", "cn", "commonName", "COMMONNAME", "2.5.4.3":
+            self.assertEqual(self.succeeds("--get", name, text), "a\\,b\nИ\\00\n")
+        self.assertEqual(self.tool("--get", "CN", "--unescaped", text), (0, "a,b\nИ\0\n".encode(), []))
+        self.assertEqual(self.succeeds("--get", "emailAddress", "E=a@b.c"), "a@b.c\n")
+        oid_map = self.file("map", f"{der.EXAMPLE_OID} = mine, My own\n")
+        for name in "mine", "my own":
+            self.assertEqual(self.succeeds("--oid-map", oid_map, "--get", name, f"{der.EXAMPLE_OID}=x"), "x\n")
+        self.check_failures([(["--get", "nonsense", text], "nonsense: is no type of an attribute")])
+        self.check_usage([(["--unescaped", "CN=x"], "--unescaped"), (["--unescaped", "--json", "--get", "CN", "CN=x"], "--json")])
+
+    def test_unescaped_values_are_those_of_the_der(self):
+        values = ["#1", '"', "\\", " a ", "a+b;c<d>e=f", "\u202e", "é\x7f", "\\41"]
+        name = der.name(*(der.attribute("2.5.4.3", der.UTF8_STRING, value.encode()) for value in values))
+        done = self.tool("--from", "hex", "--get", "CN", "--unescaped", name.hex())
+        self.assertEqual(done, (0, "".join(f"{value}\n" for value in values).encode(), []))
 
     def test_an_oid_map_names_types_in_both_directions(self):
         oid_map = self.file("map", f"{der.EXAMPLE_OID} = mine, My own\n")
@@ -122,8 +206,9 @@ class DnCommand(ToolTest):
 
 class OidCommand(ToolTest):
     COMMAND = ("oid",)
-    CN = {"oid": "2.5.4.3", "der": "550403", "short_name": "CN", "long_name": "commonName"}
-    NOT_AN_OID = "neither a dotted OID, nor a known short name, nor the DER of an OID in hexadecimal"
+    CN = {"oid": "2.5.4.3", "der": "550403", "short_name": "CN", "long_name": "commonName", "name": "commonName",
+          "kind": "attribute"}
+    NOT_AN_OID = "neither a dotted OID, nor a known name, nor the DER of an OID in hexadecimal"
     LOST = "warning: its dotted text does not lead back to its DER: arcs are padded or above 32 bits"
 
     def test_dotted_text_short_name_and_hex(self):

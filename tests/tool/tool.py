@@ -76,8 +76,9 @@ def shown(octets, specials=""):
 
 
 def fields(text):
-    """Returns the "key: value" lines of one object."""
-    return dict(line.split(": ", 1) for line in text.splitlines())
+    """Returns the "key: value" lines of one object, without its lists."""
+    lines = [line for line in text.splitlines() if not line.startswith(("- ", "  ")) and not line.endswith(":")]
+    return dict(line.split(": ", 1) for line in lines)
 
 
 def objects(text):

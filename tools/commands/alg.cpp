@@ -7,17 +7,21 @@
 #include <string_view>
 #include <vector>
 
+#include "asn/asn_builder.h"
 #include "commands/commands.h"
 #include "commands/facts.h"
+#include "commands/options.h"
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
 #include "formats/named_oid.h"
+#include "formats/oid_table.h"
 #include "io/bytes.h"
 
 namespace {
 
 struct alg_options_t {
     std::vector<std::string> algs;
+    oid_map_option_t oid_map;
     bool json = false;
 };
 
@@ -58,33 +62,62 @@ unsigned int read_code(std::string_view text) {
     return end.ec == std::errc() && end.ptr == text.data() + text.size() ? code : 0;
 }
 
-unsigned int code_of_oid(const std::string& dotted) {
-    const std::optional<std::string> content = oid_from_text(dotted);
-    return content.has_value() ? PKI_OID_TO_ALG(content->data(), size_of(*content)) : PKI_ALG_UNKNOWN;
+// RFC 8017 9.2 note 1, FIPS 202: hashes without a code.
+struct hash_row_t {
+    std::string_view oid;
+    unsigned int digest_size;
+    bool in_digest_info; // with NULL for parameters
+};
+constexpr hash_row_t OTHER_HASHES[] = {
+    {"2.16.840.1.101.3.4.2.5", 28, true},  {"2.16.840.1.101.3.4.2.6", 32, true},
+    {"2.16.840.1.101.3.4.2.7", 28, false}, {"2.16.840.1.101.3.4.2.8", 32, false},
+    {"2.16.840.1.101.3.4.2.9", 48, false}, {"2.16.840.1.101.3.4.2.10", 64, false},
+};
+
+// RFC 5758, RFC 3279, RFC 8702, RFC 8410: signatures without a code. Their AlgorithmIdentifiers have no parameters; RFC
+// 7427 A and RFC 8420 use them in IKE.
+struct signature_row_t {
+    std::string_view oid;
+    std::string_view hash; // empty if the algorithm includes it
+    std::string_view key;
+};
+constexpr signature_row_t OTHER_SIGNATURES[] = {
+    {"1.2.840.10045.4.1", "SHA-1", "id-ecPublicKey"},
+    {"1.2.840.10045.4.3.1", "SHA-224", "id-ecPublicKey"},
+    {"1.2.840.10045.4.3.2", "SHA-256", "id-ecPublicKey"},
+    {"1.2.840.10045.4.3.3", "SHA-384", "id-ecPublicKey"},
+    {"1.2.840.10045.4.3.4", "SHA-512", "id-ecPublicKey"},
+    {"2.16.840.1.101.3.4.3.1", "SHA-224", "id-dsa"},
+    {"2.16.840.1.101.3.4.3.2", "SHA-256", "id-dsa"},
+    {"2.16.840.1.101.3.4.3.3", "SHA-384", "id-dsa"},
+    {"2.16.840.1.101.3.4.3.4", "SHA-512", "id-dsa"},
+    {"2.16.840.1.101.3.4.3.9", "SHA3-224", "id-ecPublicKey"},
+    {"2.16.840.1.101.3.4.3.10", "SHA3-256", "id-ecPublicKey"},
+    {"2.16.840.1.101.3.4.3.11", "SHA3-384", "id-ecPublicKey"},
+    {"2.16.840.1.101.3.4.3.12", "SHA3-512", "id-ecPublicKey"},
+    {"1.3.101.112", "", "id-Ed25519"},
+    {"1.3.101.113", "", "id-Ed448"},
+};
+
+bool is_known(pki_alg_t alg) {
+    return I2S_PKI_ALG_T->getString(alg, nullptr) != nullptr;
 }
 
-pki_alg_t find_alg(const std::string& text) {
-    unsigned int code = I2S_PKI_ALG_T->getInt(text.c_str(), PKI_ALG_UNKNOWN);
-    if (code == PKI_ALG_UNKNOWN) {
-        code = read_code(text);
-    }
-    if (code == PKI_ALG_UNKNOWN) {
-        code = code_of_oid(text);
-    }
-    if (I2S_PKI_ALG_T->getString(code, nullptr) == nullptr) {
-        throw failure_t(text, "neither the name, nor the code, nor the OID of a known algorithm");
-    }
-    return static_cast<pki_alg_t>(code);
+std::optional<std::string> find_oid(const std::string& text) {
+    const std::optional<std::string> content = oid_from_text(text);
+    return content.has_value() ? content : oid_from_name(text);
 }
 
-oid_ref_t find_oid(pki_alg_t alg) {
-    for (oid_ref_t (*const lookup)(pki_alg_t) : {PKI_HASH_ALG_TO_OID, PKI_KEY_ALG_TO_OID, PKI_CERT_SIGN_ALG_TO_OID}) {
-        const oid_ref_t oid = lookup(alg);
-        if (oid.size != 0) {
-            return oid;
+// By name or code, or by any name of its OID; unknown if it has no code.
+pki_alg_t find_alg(const std::string& text, const std::optional<std::string>& content) {
+    const pki_alg_t named = static_cast<pki_alg_t>(I2S_PKI_ALG_T->getInt(text.c_str(), PKI_ALG_UNKNOWN));
+    const pki_alg_t coded = static_cast<pki_alg_t>(read_code(text));
+    for (const pki_alg_t alg : {named, coded}) {
+        if (alg != PKI_ALG_UNKNOWN && is_known(alg)) {
+            return alg;
         }
     }
-    return g_null_oid;
+    return content.has_value() ? PKI_OID_TO_ALG(content->data(), size_of(*content)) : PKI_ALG_UNKNOWN;
 }
 
 // The DER that precedes the digest in its DigestInfo (RFC 8017 9.2, note 1). Its lengths include the digest.
@@ -95,12 +128,10 @@ std::string digest_info_prefix(pki_alg_t hash) {
     return digest_info;
 }
 
-void show(const std::string& given, const place_t& place, bool as_json, console_t& console) {
-    const pki_alg_t alg = find_alg(given);
-    record_t record("algorithm", place);
+void add_coded(pki_alg_t alg, record_t& record) {
     record.add_code("code", alg);
     record.add("name", I2S_PKI_ALG_T->getString(alg, ""));
-    const oid_ref_t oid = find_oid(alg);
+    const oid_ref_t oid = oid_of_algorithm(alg);
     if (oid.size != 0) {
         record.add("oid", oid_text(chars(oid.data, oid.size)));
     }
@@ -112,12 +143,76 @@ void show(const std::string& given, const place_t& place, bool as_json, console_
     if (ike.size != 0) {
         record.add_bytes("ike_algorithm_identifier", chars(ike.data, ike.size));
     }
+}
+
+// DigestInfo ::= SEQUENCE { digestAlgorithm SEQUENCE { OBJECT IDENTIFIER, NULL }, digest OCTET STRING }   RFC 8017 9.2
+std::string digest_info_prefix(const std::string& content, unsigned int size) {
+    asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, content);
+    algorithm.add_element(asn_tag_t::NULL_VALUE, std::string_view());
+    asn_tag_t_<256> digest_info(asn_tag_t::SEQUENCE);
+    digest_info.add_node(algorithm);
+    digest_info.add_element(asn_tag_t::OCTET_STRING, std::string(size, '\0'));
+    std::string der;
+    digest_info.assign_to(der);
+    der.resize(der.size() - size);
+    return der;
+}
+
+std::string identifier_without_parameters(const std::string& content) {
+    asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
+    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, content);
+    std::string der;
+    algorithm.assign_to(der);
+    return der;
+}
+
+// What standards say of an algorithm that the library has no code for.
+void add_uncoded(const std::string& content, record_t& record) {
+    const named_oid_t named = name_oid(make_blob(content));
+    record.add("name", named.name);
+    record.add("oid", named.oid);
+    record.add_if("kind", names_of_oid(content).kind);
+    const auto* const hash = std::ranges::find(OTHER_HASHES, named.oid, &hash_row_t::oid);
+    if (hash != std::end(OTHER_HASHES)) {
+        record.add("digest_size", hash->digest_size);
+        if (hash->in_digest_info) {
+            record.add_bytes("digest_info_prefix", digest_info_prefix(content, hash->digest_size));
+        }
+    }
+    const auto* const signature = std::ranges::find(OTHER_SIGNATURES, named.oid, &signature_row_t::oid);
+    if (signature != std::end(OTHER_SIGNATURES)) {
+        record.add_if("hash", signature->hash);
+        record.add("key", signature->key);
+        record.add_bytes("ike_algorithm_identifier", identifier_without_parameters(content));
+    }
+}
+
+// Whether the dictionary names it and has it for nothing else.
+bool may_be_algorithm(const std::string& content) {
+    const named_oid_t named = name_oid(make_blob(content));
+    const oid_row_t* const row = find_oid_row(named.oid);
+    return !named.name.empty() && (row == nullptr || is_algorithm(row->kind));
+}
+
+void show_algorithm(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+    const std::optional<std::string> content = find_oid(given);
+    const pki_alg_t alg = find_alg(given, content);
+    record_t record("algorithm", place);
+    if (alg != PKI_ALG_UNKNOWN) {
+        add_coded(alg, record);
+    } else if (content.has_value() && may_be_algorithm(*content)) {
+        add_uncoded(*content, record);
+    } else {
+        throw failure_t(given, "neither the name, nor the code, nor the OID of a known algorithm");
+    }
     console.put(record, as_json);
 }
 
 void run(const alg_options_t& options, console_t& console) {
+    options.oid_map.load();
     for_each_argument(options.algs, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, options.json, console);
+        show_algorithm(given, place, options.json, console);
     });
 }
 
@@ -126,12 +221,16 @@ void run(const alg_options_t& options, console_t& console) {
 void add_alg_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("alg", "Show an algorithm's code, name, OID and encodings");
     const auto options = std::make_shared<alg_options_t>();
-    command.add_argument("ALGORITHM", options->algs, "Name (sha256RSA), code (0x00040001 or decimal) or dotted OID");
+    command.add_argument("ALGORITHM", options->algs,
+                         "Name (sha256RSA, ecdsa-with-SHA256), code (0x00040001 or decimal) or dotted OID");
+    options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
-    command.set_footer("A hash has digest_size (bytes) and digest_info_prefix: the DER before the digest in its "
-                       "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload.\n"
-                       "Examples:\n"
-                       "  derkit alg SHA256\n"
-                       "  derkit alg 1.2.840.113549.1.1.11");
+    command.set_footer(
+        "A hash has digest_size (bytes) and digest_info_prefix: the DER before the digest in its "
+        "DigestInfo. A signature algorithm has ike_algorithm_identifier: its DER for an IKE payload. Algorithms "
+        "without a code, such as ECDSA with SHA-2 and EdDSA, are known to the tool only.\n"
+        "Examples:\n"
+        "  derkit alg SHA256\n"
+        "  derkit alg 1.2.840.113549.1.1.11");
     command.set_action([options, &console] { run(*options, console); });
 }

@@ -19,7 +19,7 @@ namespace {
 
 struct cert_options_t {
     std::vector<std::string> files;
-    std::string order = "as-encoded";
+    order_option_t order;
     oid_map_option_t oid_map;
     t61_option_t t61;
     bool json = false;
@@ -58,8 +58,7 @@ class cert_command_t {
   public:
     cert_command_t(const cert_options_t& options, console_t& console)
         : options_(options),
-          console_(console), style_{options.order == "reversed" ? PDN_ORDER_REVERSED : PDN_ORDER_AS_ENCODED,
-                                    options.oid_map.load(), options.t61.is_latin1()} {}
+          console_(console), style_{options.order.get(), options.oid_map.load(), options.t61.is_latin1()} {}
 
     void run();
 
@@ -145,7 +144,7 @@ void cert_command_t::show(const certificate_t& certificate, const place_t& place
     record_t record("certificate", place);
     show_field("subject", certificate.subject, place, record);
     show_field("issuer", certificate.issuer, place, record);
-    for (const std::string& problem : add_certificate_facts(certificate, style_.map, options_.local, record)) {
+    for (const std::string& problem : add_certificate_facts(certificate, style_, options_.local, record)) {
         console_.fail(place.subject, problem);
     }
     warn_of_remarks(record, place.subject, console_);
@@ -172,12 +171,11 @@ void cert_command_t::show_counts() {
 } // namespace
 
 void add_cert_command(command_t& parent, console_t& console) {
-    command_t command = parent.add_subcommand("cert", "Show certificates: names, validity, algorithms, keys");
+    command_t command =
+        parent.add_subcommand("cert", "Show certificates: names, validity, algorithms, keys, extensions");
     const auto options = std::make_shared<cert_options_t>();
     command.add_argument("FILE", options->files, "PEM, with any number of certificates, or DER; - is standard input");
-    command.add_choice(
-        {"--order", "ORDER", "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it"},
-        options->order, {"as-encoded", "reversed"});
+    options->order.add_to(command);
     options->oid_map.add_to(command);
     options->t61.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");

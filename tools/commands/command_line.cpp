@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "commands/hint.h"
+
 namespace {
 
 constexpr std::size_t WIDTH = 80;
@@ -88,6 +90,63 @@ class help_formatter_t final : public CLI::Formatter {
         return footer;
     }
 };
+
+// "--json", for an option of the command.
+std::vector<std::string> option_names(CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> subcommand_names(CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+bool has_option(CLI::App& app, const std::string& name) {
+    return app.get_option_no_throw(name) != nullptr;
+}
+
+// Why an argument that the command does not have is none, or what it was meant to be; "" if nobody knows.
+std::string explain(CLI::App& app, const std::string& argument) {
+    if (!argument.starts_with('-')) {
+        return did_you_mean(near_names(argument, subcommand_names(app)));
+    }
+    const std::string name = argument.substr(0, argument.find('='));
+    if ((name == "--password" || name == "--new-password") && has_option(app, name + "-file")) {
+        return "; a password is never an argument, which other users can see in the list of processes: use " + name +
+               "-file, " + name + "-env, " + name + "-stdin or " + name + "-ask";
+    }
+    const std::vector<CLI::App*> commands = app.get_subcommands([](const CLI::App*) { return true; });
+    if (std::ranges::any_of(commands, [&name](CLI::App* command) { return has_option(*command, name); })) {
+        return "; options of a subcommand come after its name";
+    }
+    return did_you_mean(near_names(name, option_names(app)));
+}
+
+// An argument that no command takes, and what explain() says of it.
+struct surplus_t {
+    std::string argument;
+    std::string explanation;
+};
+
+// The first one with an explanation, since values of an unknown option are arguments too.
+std::optional<surplus_t> explained_surplus(CLI::App& app) {
+    for (const std::string& argument : app.remaining()) {
+        if (std::string text = explain(app, argument); !text.empty()) {
+            return surplus_t{argument.substr(0, argument.find('=')), text};
+        }
+    }
+    const std::vector<CLI::App*> parsed = app.get_subcommands();
+    return parsed.empty() ? std::nullopt : explained_surplus(*parsed.back());
+}
 
 } // namespace
 
@@ -229,6 +288,10 @@ std::optional<std::string> command_line_t::run(int argc, char** argv) {
         app_->exit(end, text);
         return text.str();
     } catch (const CLI::ParseError& error) {
+        // Also where something is missing: it may be what was mistyped.
+        if (const std::optional<surplus_t> surplus = explained_surplus(*app_)) {
+            throw usage_error_t("The following argument was not expected: " + surplus->argument + surplus->explanation);
+        }
         throw usage_error_t(error.what());
     }
     return std::nullopt;

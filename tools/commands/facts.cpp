@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <iterator>
 
+#include "formats/extensions.h"
 #include "formats/iso_time.h"
 #include "io/bytes.h"
+#ifdef DERKIT_WITH_GOST
+#include "io/fingerprint.h"
+#endif
 
 namespace {
 
@@ -56,9 +60,8 @@ void add_serial(const blob_t& serial_number, record_t& record, problems_t& probl
 }
 
 // RFC 5280 4.1.1.2: the algorithm must be the one that is signed with the rest.
-void add_signature_algorithm(const certificate_t& certificate, const oid_map_handle_t& map, record_t& record,
-                             problems_t& problems) {
-    const std::optional<named_oid_t> algorithm = name_signature_algorithm(certificate.signature_algorithm, map);
+void add_signature_algorithm(const certificate_t& certificate, record_t& record, problems_t& problems) {
+    const std::optional<named_oid_t> algorithm = name_signature_algorithm(certificate.signature_algorithm);
     if (!algorithm.has_value()) {
         problems.push_back("signatureAlgorithm has no OID");
         return;
@@ -69,13 +72,53 @@ void add_signature_algorithm(const certificate_t& certificate, const oid_map_han
     }
 }
 
-void add_certified_key(const blob_t& key_info, const oid_map_handle_t& map, record_t& record, problems_t& problems) {
+void add_certified_key(const blob_t& key_info, record_t& record, problems_t& problems) {
     public_key_t key;
     std::string problem;
-    if (!read_public_key(key_info, map, key, problem)) {
+    if (!read_public_key(key_info, key, problem)) {
         problems.push_back(problem);
     }
     add_public_key(key, record);
+}
+
+// Version ::= INTEGER { v1(0), v2(1), v3(2) }                             RFC 5280 4.1.2.1
+void add_version(const blob_t& content, record_t& record, problems_t& problems) {
+    const bool is_one_octet = content.size == 1 && content.data[0] < 0x80;
+    if (content.size != 0 && !is_one_octet) {
+        problems.push_back("version is malformed");
+        return;
+    }
+    record.add("version", content.size == 0 ? 1 : content.data[0] + 1u);
+}
+
+#ifdef DERKIT_WITH_GOST
+void add_fingerprints(std::string_view certificate, record_t& record) {
+    record.add_bytes("fingerprint_sha256", sha256_of(certificate));
+    record.add_bytes("fingerprint_streebog256", streebog256_of(certificate));
+}
+#else
+void add_fingerprints(std::string_view, record_t&) {}
+#endif
+
+void add_extensions(const blob_t& content, const name_style_t& style, record_t& record, problems_t& problems) {
+    std::vector<extension_t> extensions;
+    if (!read_extensions(asn_cursor_t(content), extensions)) {
+        problems.push_back("an extension is malformed");
+    }
+    std::vector<record_t> parts;
+    for (const extension_t& extension : extensions) {
+        std::string problem;
+        parts.push_back(describe_extension(extension, style, problem));
+        if (!problem.empty()) {
+            problems.push_back(problem);
+        }
+        for (const std::string& remark : parts.back().remarks()) {
+            record.remark(title_of(extension) + ": " + remark);
+        }
+    }
+    if (!parts.empty()) {
+        record.add("extensions", parts);
+    }
 }
 
 } // namespace
@@ -172,14 +215,17 @@ std::vector<std::string> add_validity(const blob_t& content, bool local, record_
     return problems;
 }
 
-std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
-                                               bool local, record_t& record) {
+std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const name_style_t& style, bool local,
+                                               record_t& record) {
     problems_t problems;
+    add_version(certificate.version, record, problems);
     add_serial(certificate.serial_number, record, problems);
     problems_t bad_times = add_validity(certificate.validity, local, record);
     problems.insert(problems.end(), bad_times.begin(), bad_times.end());
-    add_signature_algorithm(certificate, map, record, problems);
-    add_certified_key(certificate.public_key, map, record, problems);
+    add_signature_algorithm(certificate, record, problems);
+    add_certified_key(certificate.public_key, record, problems);
+    add_fingerprints(chars(certificate.encoding), record);
+    add_extensions(certificate.extensions, style, record, problems);
     return problems;
 }
 

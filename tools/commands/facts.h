@@ -8,7 +8,6 @@
 #include <string_view>
 #include <vector>
 
-#include "derkit/asn_oidmap.h"
 #include "formats/certificate.h"
 #include "formats/name.h"
 #include "formats/public_key.h"
@@ -45,10 +44,10 @@ void add_public_key_details(const public_key_t& key, record_t& record);
 // Adds the times of a Validity, in local time too if `local` is set. Returns what is wrong with those that cannot be shown.
 std::vector<std::string> add_validity(const blob_t& content, bool local, record_t& record);
 
-// Adds serial number, validity (in local time too if `local` is set), algorithms and the size or the parameter sets of
-// the key. Returns what is wrong with those that cannot be shown.
-std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const oid_map_handle_t& map,
-                                               bool local, record_t& record);
+// Adds version, serial number, validity (in local time too if `local` is set), algorithms, the size or the parameter sets
+// of the key, fingerprints and extensions. Returns what is wrong with those that cannot be shown.
+std::vector<std::string> add_certificate_facts(const certificate_t& certificate, const name_style_t& style, bool local,
+                                               record_t& record);
 
 // Adds the text of a DER Name.
 void add_name(const char* key, const blob_t& name, const name_style_t& style, record_t& record);

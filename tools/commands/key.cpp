@@ -25,6 +25,7 @@ struct key_options_t {
     std::vector<std::string> files;
     password_option_t password;
     iterations_option_t iterations;
+    oid_map_option_t oid_map;
     bool json = false;
     bool reveal = false;
 };
@@ -83,6 +84,7 @@ class key_command_t {
 };
 
 void key_command_t::run() {
+    options_.oid_map.load();
     for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
 }
 
@@ -210,6 +212,7 @@ void add_key_command(command_t& parent, console_t& console) {
     command.add_argument("FILE", options->files, "PEM, with any number of keys, or DER; - is standard input");
     options->password.add_to(command);
     options->iterations.add_to(command);
+    options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.add_flag("--reveal", options->reveal, "Show the key itself too, in hexadecimal");
     add_key_convert(command, console);

@@ -8,9 +8,6 @@
 #include "commands/commands.h"
 #include "commands/facts.h"
 #include "commands/options.h"
-#include "derkit/asn_helper.h"
-#include "derkit/asn_oidmap.h"
-#include "derkit/int2str.h"
 #include "formats/named_oid.h"
 #include "io/bytes.h"
 
@@ -21,11 +18,6 @@ struct oid_options_t {
     oid_map_option_t oid_map;
     bool json = false;
 };
-
-std::optional<std::string> oid_from_name(const std::string& name, oid_map_handle_t map) {
-    const OIDdescr_t* const entry = oid_map_find_sn(map, name.data(), size_of(name));
-    return entry != nullptr ? std::optional(std::string(chars(entry->oid_asn, entry->oid_asn_size))) : std::nullopt;
-}
 
 // With or without the "#" that the tool writes in front of an OID in hexadecimal.
 std::optional<std::string> oid_from_hex(std::string_view hex) {
@@ -39,18 +31,32 @@ std::optional<std::string> oid_from_hex(std::string_view hex) {
 }
 
 // Names come first: some short names, such as DC, are hexadecimal digits too.
-std::string find_oid(const std::string& text, oid_map_handle_t map) {
+std::string read_oid(const std::string& text) {
     std::optional<std::string> content = oid_from_text(text);
     if (!content.has_value()) {
-        content = oid_from_name(text, map);
+        content = oid_from_name(text);
     }
     if (!content.has_value()) {
         content = oid_from_hex(text);
     }
     if (!content.has_value()) {
-        throw failure_t(text, "neither a dotted OID, nor a known short name, nor the DER of an OID in hexadecimal");
+        throw failure_t(text, "neither a dotted OID, nor a known name, nor the DER of an OID in hexadecimal");
     }
     return *content;
+}
+
+std::string without_leading_zeros(std::string_view dotted) {
+    std::string text;
+    bool at_start = true; // of an arc
+    for (std::size_t i = 0; i < dotted.size(); ++i) {
+        const bool last_of_arc = i + 1 == dotted.size() || dotted[i + 1] == '.';
+        if (at_start && dotted[i] == '0' && !last_of_arc) {
+            continue;
+        }
+        text += dotted[i];
+        at_start = dotted[i] == '.';
+    }
+    return text;
 }
 
 // The library reads arcs in 32 bits, and takes any second arc, so its text and its DER can be those of another OID.
@@ -64,38 +70,41 @@ void add_library_text(const std::string& content, const std::string& arcs, recor
 
 void warn_of_other_oids(const std::string& given, const std::string& content, const std::string& arcs,
                         console_t& console) {
-    if (const std::optional<std::string> other = find_other_arcs(given)) {
-        console.warn(given, "is no OID; libderkit encodes it as " + *other);
+    if (oid_from_text(given).has_value() && without_leading_zeros(given) != arcs) {
+        console.warn(given, "is no OID; libderkit encodes it as " + arcs);
     }
     if (oid_text(content) != arcs) {
         console.warn(given, "its dotted text does not lead back to its DER: arcs are padded or above 32 bits");
     }
 }
 
-void show(const std::string& given, const place_t& place, oid_map_handle_t map, bool as_json, console_t& console) {
-    const std::string content = find_oid(given, map);
+void add_names(const oid_names_t& names, record_t& record) {
+    record.add_if("short_name", names.short_name);
+    record.add_if("long_name", names.long_name);
+    record.add_if("name", names.name);
+    record.add_if("kind", names.kind);
+    record.add_if("algorithm", names.algorithm);
+    if (!names.others.empty()) {
+        record.add("other_names", std::vector<shown_text_t>(names.others.begin(), names.others.end()));
+    }
+}
+
+void show_oid(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+    const std::string content = read_oid(given);
     const std::string arcs = oid_arcs(content).value_or("");
     record_t record("oid", place);
     record.add("oid", arcs);
     record.add_bytes("der", content);
     add_library_text(content, arcs, record);
-    const OIDdescr_t* const entry = oid_map_find_asn(map, octets(content), size_of(content));
-    if (entry != nullptr) {
-        record.add("short_name", std::string_view(entry->oid_sn, entry->oid_sn_size));
-        record.add("long_name", std::string_view(entry->oid_ln, entry->oid_ln_size));
-    }
-    const char* const algorithm = I2S_PKI_ALG_T->getString(PKI_OID_TO_ALG(content.data(), size_of(content)), nullptr);
-    if (algorithm != nullptr) {
-        record.add("algorithm", algorithm);
-    }
+    add_names(names_of_oid(content), record);
     warn_of_other_oids(given, content, arcs, console);
     console.put(record, as_json);
 }
 
 void run(const oid_options_t& options, console_t& console) {
-    const oid_map_handle_t map = options.oid_map.load();
+    options.oid_map.load();
     for_each_argument(options.oids, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, map, options.json, console);
+        show_oid(given, place, options.json, console);
     });
 }
 
@@ -105,12 +114,12 @@ void add_oid_command(command_t& parent, console_t& console) {
     command_t command = parent.add_subcommand("oid", "Show an object identifier as dotted text, DER and names");
     const auto options = std::make_shared<oid_options_t>();
     command.add_argument("OID", options->oids,
-                         "Dotted text, a short name, or the DER in hexadecimal: a whole element or its content");
+                         "Dotted text, a name, or the DER in hexadecimal: a whole element or its content");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line");
     command.set_footer("Examples:\n"
                        "  derkit oid 2.5.4.3\n"
-                       "  derkit oid OU\n"
+                       "  derkit oid OU prime256v1 sha256WithRSAEncryption\n"
                        "  derkit oid 2A864886F70D01010B");
     command.set_action([options, &console] { run(*options, console); });
 }

@@ -1,5 +1,6 @@
 #include "commands/options.h"
 
+#include "formats/named_oid.h"
 #include "io/bytes.h"
 #include "io/failure.h"
 #include "io/input.h"
@@ -9,6 +10,15 @@ namespace {
 
 constexpr const char* PASSWORD_GROUP = "Password, one of these";
 constexpr const char* NEW_PASSWORD_GROUP = "New password, one of these";
+
+// As for the library, a file that cannot be read adds nothing.
+std::string text_of_system_map() {
+    try {
+        return read_input(DERKIT_SYSTEM_ETC_DIR "qaroids.cfg");
+    } catch (const failure_t&) {
+        return "";
+    }
+}
 
 } // namespace
 
@@ -21,6 +31,8 @@ void oid_map_option_t::add_to(command_t& command) {
 
 oid_map_handle_t oid_map_option_t::load() const {
     if (files_.empty()) {
+        use_oid_map(OID_MAP_HANDLE_DEFAULT_FILE);
+        note_oids_of_map(text_of_system_map());
         return OID_MAP_HANDLE_DEFAULT_FILE;
     }
     // A map cannot be copied, so the files are added to the existing one of the built-in names, and what that map held
@@ -29,8 +41,16 @@ oid_map_handle_t oid_map_option_t::load() const {
         const std::string bytes = read_input(file);
         const std::string_view text = without_byte_order_mark(bytes);
         oid_map_parse_(*OID_MAP_HANDLE_DEFAULT.map, text.data(), size_of(text));
+        note_oids_of_map(text);
     }
+    use_oid_map(OID_MAP_HANDLE_DEFAULT);
     return OID_MAP_HANDLE_DEFAULT;
+}
+
+void order_option_t::add_to(command_t& command) {
+    command.add_choice(
+        {"--order", "ORDER", "Order of the RDNs: as-encoded (the default) or reversed, as RFC 4514 has it"}, order_,
+        {"as-encoded", "reversed"});
 }
 
 void t61_option_t::add_to(command_t& command) {

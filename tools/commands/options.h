@@ -8,6 +8,7 @@
 
 #include "commands/command_line.h"
 #include "derkit/asn_oidmap.h"
+#include "derkit/asn_printable.h"
 #include "io/secret.h"
 
 // --oid-map FILE, the same for every command that names OIDs.
@@ -22,6 +23,16 @@ class oid_map_option_t {
 
   private:
     std::vector<std::string> files_;
+};
+
+// --order ORDER, for commands that show names.
+class order_option_t {
+  public:
+    void add_to(command_t& command);
+    PrintableDnOrder get() const { return order_ == "reversed" ? PDN_ORDER_REVERSED : PDN_ORDER_AS_ENCODED; }
+
+  private:
+    std::string order_ = "as-encoded";
 };
 
 // --t61 CHARACTERS, for commands that show names.

@@ -10,10 +10,10 @@
 #include "commands/commands.h"
 #include "commands/gost_options.h"
 #include "commands/options.h"
+#include "derkit/gost/pem.h"
 #include "formats/certificate.h"
 #include "formats/container.h"
 #include "formats/der.h"
-#include "formats/pem.h"
 #include "formats/private_key.h"
 #include "io/bytes.h"
 #include "io/input.h"
@@ -168,9 +168,7 @@ void p12_extract_t::add_key(std::string_view value, const std::string& which, fi
     if (!read_private_key(value, key, problem)) {
         throw failure_t(name_ + ": key " + which, problem);
     }
-    std::string pem = write_pem("PRIVATE KEY", without_trailing(value, "key " + which));
-    const wipe_at_end_t wiped(pem);
-    files.add(key_name(which), secrecy_t::SECRET, pem);
+    files.add(key_name(which), secrecy_t::SECRET, gost::to_pem("PRIVATE KEY", without_trailing(value, "key " + which)));
 }
 
 void p12_extract_t::add_certificate(std::string_view value, const std::string& which, file_set_t& files) {
@@ -180,7 +178,7 @@ void p12_extract_t::add_certificate(std::string_view value, const std::string& w
         throw failure_t(name_ + ": certificate " + which, problem);
     }
     const std::string_view der = without_trailing(value, "certificate " + which);
-    files.add(certificate_name(which), secrecy_t::PUBLIC, write_pem("CERTIFICATE", der));
+    files.add(certificate_name(which), secrecy_t::PUBLIC, gost::to_pem("CERTIFICATE", der));
 }
 
 std::string_view p12_extract_t::without_trailing(std::string_view value, const std::string& which) {

@@ -27,15 +27,13 @@ bool is_wanted(std::string_view label) {
 
 class spki_command_t {
   public:
-    spki_command_t(const spki_options_t& options, console_t& console)
-        : options_(options), console_(console), map_(options.oid_map.load()) {}
+    spki_command_t(const spki_options_t& options, console_t& console) : options_(options), console_(console) {}
 
     void run();
 
   private:
     const spki_options_t& options_;
     console_t& console_;
-    oid_map_handle_t map_;
     std::string name_; // of the present file, in messages
 
     void run_file(const std::string& file);
@@ -47,6 +45,7 @@ class spki_command_t {
 };
 
 void spki_command_t::run() {
+    options_.oid_map.load();
     for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
     console_.progress().hide();
 }
@@ -118,7 +117,7 @@ void spki_command_t::show_element(std::string_view der, unsigned long long num_m
 void spki_command_t::show(const blob_t& key_info, const place_t& place) {
     public_key_t key;
     std::string problem;
-    if (!read_public_key(key_info, map_, key, problem)) {
+    if (!read_public_key(key_info, key, problem)) {
         console_.fail(place.subject, problem);
         return;
     }

@@ -73,7 +73,7 @@ void add_seconds(long seconds, record_t& record) {
     record.add("local_ctime", TimeToString(seconds, ctime_text));
 }
 
-void show(const std::string& given, const place_t& place, bool as_json, console_t& console) {
+void show_time(const std::string& given, const place_t& place, bool as_json, console_t& console) {
     const moment_t moment = is_number(given) ? moment_of_seconds(given) : moment_of_text(given);
     std::string gmt;
     std::string gmt_log;
@@ -94,7 +94,7 @@ void show(const std::string& given, const place_t& place, bool as_json, console_
 
 void run(const time_options_t& options, console_t& console) {
     for_each_argument(options.moments, console, [&](const std::string& given, const place_t& place) {
-        show(given, place, options.json, console);
+        show_time(given, place, options.json, console);
     });
 }
 

@@ -1,68 +1,86 @@
-# Completion of derkit's command line for bash.
+# Completion of derkit's command line for bash. Written by make_completion.py: change that.
 
 _derkit() {
-  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local subcommands="cert spki dn oid alg time key p12"
-  local password="--password-file --password-env --password-stdin --password-ask"
-  local new_password="--new-password-file --new-password-env --new-password-stdin --new-password-ask"
-  local writing="--to --cipher --sections --iterations --pkcs8-form --out --force"
-  local reading="--max-iterations --max-bags --accept-unverified"
+  local word=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]} prefix= command= i
 
-  # The subcommand, and how many words of the line name it.
-  local subcommand=${COMP_WORDS[1]} depth=1
-  if [[ $subcommand == p12 ]]; then
-    subcommands="show extract make convert password"
-    subcommand="p12 ${COMP_WORDS[2]-}"
-    depth=2
-  elif [[ $subcommand == key && ${COMP_WORDS[2]-} == convert && $COMP_CWORD -gt 2 ]]; then
-    subcommand="key convert"
-    depth=2
+  # --order=reversed is three words, or one if COMP_WORDBREAKS has no "=".
+  if [[ $word == "=" ]]; then
+    word=
+  elif [[ $option == "=" ]]; then
+    option=${COMP_WORDS[COMP_CWORD - 2]}
+  elif [[ $word == --*=* ]]; then
+    option=${word%%=*} prefix=${word%%=*}= word=${word#*=}
   fi
 
-  local options="--help --color" values= files=false
+  for ((i = 1; i < COMP_CWORD; ++i)); do
+    case "$command ${COMP_WORDS[i]}" in
+    " cert" | " spki" | " dn" | " oid" | " alg" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
+      command="${command:+$command }${COMP_WORDS[i]}" ;;
+    esac
+  done
+
+  local options= values= kind=
+  case $command in
+  "") options="--help --version --color" values="cert spki dn oid alg time key p12" ;;
+  "cert") options="--help --order --oid-map --t61 --json --local --round-trip --color" values="" kind=files ;;
+  "spki") options="--help --oid-map --json --color" values="" kind=files ;;
+  "dn") options="--help --reverse --der --hex --get --oid-map --json --color" values="" ;;
+  "oid") options="--help --oid-map --json --color" values="" ;;
+  "alg") options="--help --json --color" values="" ;;
+  "time") options="--help --json --color" values="" ;;
+  "key") options="--help --max-iterations --json --reveal --color --password-file --password-env --password-stdin --password-ask" values="convert" kind=files ;;
+  "key convert") options="--help --to --cipher --sections --iterations --der --pkcs8-form --out --force --max-iterations --color --password-file --password-env --password-stdin --password-ask --new-password-file --new-password-env --new-password-stdin --new-password-ask" values="" kind=files ;;
+  "p12") options="--help --color" values="show extract make convert password" ;;
+  "p12 show") options="--help --max-iterations --max-bags --accept-unverified --oid-map --t61 --json --color --password-file --password-env --password-stdin --password-ask --no-password" values="" kind=files ;;
+  "p12 extract") options="--help --out --max-iterations --max-bags --accept-unverified --force --partial --color --password-file --password-env --password-stdin --password-ask --no-password" values="" kind=files ;;
+  "p12 make") options="--help --key --cert --name --to --cipher --sections --iterations --pkcs8-form --out --force --max-iterations --color --password-file --password-env --password-stdin --password-ask" values="" ;;
+  "p12 convert") options="--help --to --cipher --sections --iterations --pkcs8-form --out --force --max-iterations --max-bags --accept-unverified --color --password-file --password-env --password-stdin --password-ask --no-password --new-password-file --new-password-env --new-password-stdin --new-password-ask" values="" kind=files ;;
+  "p12 password") options="--help --to --cipher --sections --iterations --pkcs8-form --out --force --max-iterations --max-bags --accept-unverified --color --password-file --password-env --password-stdin --password-ask --no-password --new-password-file --new-password-env --new-password-stdin --new-password-ask" values="" kind=files ;;
+  esac
+  case "$command $option" in
+  *" --color")
+    values="auto always never" kind= ;;
+  *" --order")
+    values="as-encoded reversed" kind= ;;
+  *" --oid-map" | *" --password-file" | "key convert --out" | *" --new-password-file" | *" --key" | *" --cert" | "p12 make --out" | "p12 convert --out" | "p12 password --out")
+    values="" kind=files ;;
+  *" --t61")
+    values="t61 latin1" kind= ;;
+  *" --get" | *" --max-iterations" | *" --iterations" | *" --max-bags" | *" --name")
+    values="" kind= ;;
+  *" --password-env" | *" --new-password-env")
+    values="" kind=variables ;;
+  "key convert --to")
+    values="pem der gost94 tc26 rfc9548 rfc9548-omac aes" kind= ;;
+  *" --cipher")
+    values="kuznyechik magma" kind= ;;
+  *" --sections")
+    values="standard tls" kind= ;;
+  *" --pkcs8-form")
+    values="octets string integer" kind= ;;
+  "p12 extract --out")
+    values="" kind=directories ;;
+  "p12 make --to" | "p12 convert --to" | "p12 password --to")
+    values="gost94 tc26 rfc9548 rfc9548-omac aes native" kind= ;;
+  esac
+
   COMPREPLY=()
-  if ((COMP_CWORD <= depth)); then
-    ((depth == 1)) && options+=" --version"
-    values=$subcommands
-  else
-    case $subcommand in
-    cert) options+=" --order --oid-map --t61 --json --local --round-trip" files=true ;;
-    spki) options+=" --oid-map --json" files=true ;;
-    dn) options+=" --reverse --der --hex --get --oid-map --json" ;;
-    oid) options+=" --oid-map --json" ;;
-    alg | time) options+=" --json" ;;
-    key) options+=" $password --max-iterations --json --reveal" files=true ;;
-    "key convert") options+=" $writing --der $password $new_password --max-iterations" files=true ;;
-    "p12 show") options+=" $password --no-password $reading --oid-map --t61 --json" files=true ;;
-    "p12 extract") options+=" --out $password --no-password $reading --force --partial" files=true ;;
-    "p12 make") options+=" --key --cert --name $writing $password --max-iterations" ;;
-    "p12 convert" | "p12 password") options+=" $writing $password --no-password $new_password $reading" files=true ;;
-    esac
-    case $previous in
-    --color) values="auto always never" files=false ;;
-    --order) values="as-encoded reversed" files=false ;;
-    --t61) values="t61 latin1" files=false ;;
-    --to)
-      values="gost94 tc26 rfc9548 rfc9548-omac aes" files=false
-      [[ $subcommand == key* ]] && values="pem der $values" || values+=" native"
-      ;;
-    --cipher) values="kuznyechik magma" files=false ;;
-    --sections) values="standard tls" files=false ;;
-    --pkcs8-form) values="octets string integer" files=false ;;
-    --password-env | --new-password-env) mapfile -t COMPREPLY < <(compgen -e -- "$word") && return ;;
-    --oid-map | --password-file | --new-password-file | --key | --cert | --out) files=true ;;
-    --get | --name | --iterations | --max-iterations | --max-bags) return ;;
-    esac
-  fi
-
-  if [[ $word == -* ]]; then
+  if [[ -z $prefix && $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
-  elif $files; then
-    compopt -o filenames 2>/dev/null || true # fails when nothing is being completed
-    mapfile -t COMPREPLY < <(compgen -f -- "$word")
-  else
-    mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
+    return
   fi
+  case $kind in
+  files) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+  directories) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+  variables) mapfile -t COMPREPLY < <(compgen -e -- "$word") ;;
+  esac
+  if [[ $kind == files || $kind == directories ]]; then
+    compopt -o filenames 2>/dev/null || true # fails when nothing is being completed
+  fi
+  local -a named
+  mapfile -t named < <(compgen -W "$values" -- "$word")
+  COMPREPLY+=("${named[@]}")
+  COMPREPLY=("${COMPREPLY[@]/#/$prefix}")
 }
 
 complete -F _derkit derkit

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr asn_tag_t::Type EXTENSIONS = static_cast<asn_tag_t::Type>(0xA3);
+
 bool is_cut_short(std::string_view der) {
     unsigned int content_size = 0;
     return asn1_read_tag(asn_tag_t::SEQUENCE, octets(der), size_of(der), &content_size) == nullptr && content_size != 0;
@@ -17,11 +19,13 @@ bool is_cut_short(std::string_view der) {
 
 // TBSCertificate ::= SEQUENCE {                                            RFC 5280 4.1
 //   version [0] EXPLICIT Version DEFAULT v1, serialNumber INTEGER, signature AlgorithmIdentifier,
-//   issuer Name, validity Validity, subject Name, subjectPublicKeyInfo SubjectPublicKeyInfo, ... }
-// What follows the key is ignored.
+//   issuer Name, validity Validity, subject Name, subjectPublicKeyInfo SubjectPublicKeyInfo,
+//   issuerUniqueID [1] IMPLICIT BIT STRING OPTIONAL, subjectUniqueID [2] IMPLICIT BIT STRING OPTIONAL,
+//   extensions [3] EXPLICIT Extensions OPTIONAL }
+// What follows the key and is not a SEQUENCE in [3] is ignored.
 void read_tbs_certificate(asn_cursor_t tbs, certificate_t& out, missing_field_t& missing) {
     if (tbs.next_is(asn_tag_t::CONTEXT_0)) {
-        tbs.skip(asn_tag_t::CONTEXT_0);
+        tbs.enter(asn_tag_t::CONTEXT_0).read(asn_tag_t::INTEGER, out.version);
     }
     missing.check(tbs, "version");
     tbs.read(asn_tag_t::INTEGER, out.serial_number);
@@ -36,11 +40,20 @@ void read_tbs_certificate(asn_cursor_t tbs, certificate_t& out, missing_field_t&
     missing.check(tbs, "subject");
     tbs.read_element(asn_tag_t::SEQUENCE, out.public_key);
     missing.check(tbs, "subjectPublicKeyInfo");
+    while (tbs.ok() && !tbs.empty()) {
+        const bool are_extensions = tbs.next_is(EXTENSIONS);
+        asn_cursor_t field = tbs.enter(asn_tag_t::ANY);
+        if (are_extensions) {
+            field.read(asn_tag_t::SEQUENCE, out.extensions);
+        }
+    }
 }
 
 // Certificate ::= SEQUENCE {                                               RFC 5280 4.1
 //   tbsCertificate TBSCertificate, signatureAlgorithm AlgorithmIdentifier, signatureValue BIT STRING }
 void read_fields(asn_cursor_t in, certificate_t& out, missing_field_t& missing) {
+    asn_cursor_t again = in;
+    again.read_element(asn_tag_t::SEQUENCE, out.encoding);
     asn_cursor_t certificate = in.enter(asn_tag_t::SEQUENCE);
     missing.check(in, "Certificate");
     const asn_cursor_t tbs = certificate.enter(asn_tag_t::SEQUENCE);

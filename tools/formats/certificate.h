@@ -11,12 +11,15 @@
 
 // Views into the bytes that were read.
 struct certificate_t {
+    blob_t encoding;            // the complete Certificate
+    blob_t version;             // content of the INTEGER; empty in version 1
     blob_t serial_number;       // content of the INTEGER
     blob_t inner_signature;     // complete AlgorithmIdentifier, signed with the rest
     blob_t issuer;              // complete Name
     blob_t validity;            // content of Validity
     blob_t subject;             // complete Name
     blob_t public_key;          // complete SubjectPublicKeyInfo
+    blob_t extensions;          // content of Extensions; empty if there are none
     blob_t signature_algorithm; // complete AlgorithmIdentifier
     blob_t trailing;            // what follows the certificate
 };

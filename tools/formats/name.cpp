@@ -148,6 +148,23 @@ class name_reader_t {
 
 } // namespace
 
+std::vector<std::string> values_of_type(const blob_t& name, std::string_view type) {
+    std::vector<std::string> values;
+    asn_cursor_t in(name);
+    asn_cursor_t rdns = in.enter(asn_tag_t::SEQUENCE);
+    while (!rdns.empty()) {
+        asn_cursor_t rdn = rdns.enter(asn_tag_t::SET);
+        while (!rdn.empty()) {
+            asn_cursor_t attribute = rdn.enter(asn_tag_t::SEQUENCE);
+            if (chars(attribute.read(asn_tag_t::OBJECT_IDENTIFIER)) == type && attribute.ok()) {
+                const std::string_view value = chars(attribute.rest());
+                values.push_back(value_text(value).value_or("#" + to_hex(value)));
+            }
+        }
+    }
+    return values;
+}
+
 shown_name_t show_name(const blob_t& name, const name_style_t& style) {
     name_reader_t reader(style);
     const std::string text = reader.read_name(name);

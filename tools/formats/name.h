@@ -3,6 +3,8 @@
 #define DERKIT_TOOLS_FORMATS_NAME_H
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "derkit/asn_oidmap.h"
 #include "derkit/asn_printable.h"
@@ -24,5 +26,9 @@ struct shown_name_t {
 // a type is shown as oid_text() does, and a value, RDN or rest of the name that the library refuses as "#" and its DER
 // in hexadecimal.
 shown_name_t show_name(const blob_t& name, const name_style_t& style);
+
+// The values of all attributes of a type, given by its content octets, as show_name() writes them. Those after a malformed
+// part of the name are left out.
+std::vector<std::string> values_of_type(const blob_t& name, std::string_view type);
 
 #endif

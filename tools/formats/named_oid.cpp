@@ -1,194 +1,95 @@
 #include "formats/named_oid.h"
 
 #include <algorithm>
-#include <initializer_list>
-#include <span>
 
 #include "asn/asn_cursor.h"
-#include "derkit/asn_oidmap.h"
+#include "derkit/int2str.h"
+#include "formats/oid_table.h"
 #include "io/bytes.h"
+#include "util/ascii.h"
 
 namespace {
 
 constexpr std::size_t MAX_GOST_PARAM_SETS = 3;
 
-struct row_t {
-    std::string_view oid;
-    std::string_view name;
-};
+// Of the run: see use_oid_map().
+oid_map_handle_t oid_map;
+std::vector<std::string> oids_of_maps;
 
-constexpr row_t NAMES[] = {
-    // content types: RFC 2315 14
-    {"1.2.840.113549.1.7.1", "data"},
-    {"1.2.840.113549.1.7.2", "signedData"},
-    {"1.2.840.113549.1.7.3", "envelopedData"},
-    {"1.2.840.113549.1.7.4", "signedAndEnvelopedData"},
-    {"1.2.840.113549.1.7.5", "digestedData"},
-    {"1.2.840.113549.1.7.6", "encryptedData"},
-    // bags: RFC 7292 appendix D
-    {"1.2.840.113549.1.12.10.1.1", "keyBag"},
-    {"1.2.840.113549.1.12.10.1.2", "pkcs8ShroudedKeyBag"},
-    {"1.2.840.113549.1.12.10.1.3", "certBag"},
-    {"1.2.840.113549.1.12.10.1.4", "crlBag"},
-    {"1.2.840.113549.1.12.10.1.5", "secretBag"},
-    {"1.2.840.113549.1.12.10.1.6", "safeContentsBag"},
-    // encryption and authentication by password: RFC 8018 appendix C, RFC 7292 appendix C, RFC 7914 7
-    {"1.2.840.113549.1.5.1", "pbeWithMD2AndDES-CBC"},
-    {"1.2.840.113549.1.5.3", "pbeWithMD5AndDES-CBC"},
-    {"1.2.840.113549.1.5.4", "pbeWithMD2AndRC2-CBC"},
-    {"1.2.840.113549.1.5.6", "pbeWithMD5AndRC2-CBC"},
-    {"1.2.840.113549.1.5.10", "pbeWithSHA1AndDES-CBC"},
-    {"1.2.840.113549.1.5.11", "pbeWithSHA1AndRC2-CBC"},
-    {"1.2.840.113549.1.5.12", "PBKDF2"},
-    {"1.2.840.113549.1.5.13", "PBES2"},
-    {"1.2.840.113549.1.5.14", "PBMAC1"},
-    {"1.2.840.113549.1.12.1.1", "pbeWithSHAAnd128BitRC4"},
-    {"1.2.840.113549.1.12.1.2", "pbeWithSHAAnd40BitRC4"},
-    {"1.2.840.113549.1.12.1.3", "pbeWithSHAAnd3-KeyTripleDES-CBC"},
-    {"1.2.840.113549.1.12.1.4", "pbeWithSHAAnd2-KeyTripleDES-CBC"},
-    {"1.2.840.113549.1.12.1.5", "pbeWithSHAAnd128BitRC2-CBC"},
-    {"1.2.840.113549.1.12.1.6", "pbeWithSHAAnd40BitRC2-CBC"},
-    {"1.3.6.1.4.1.11591.4.11", "scrypt"},
-    // HMAC: RFC 8018 appendix C, RFC 4357 10, RFC 7836 4.1
-    {"1.2.840.113549.2.7", "HMAC SHA-1"},
-    {"1.2.840.113549.2.8", "HMAC SHA-224"},
-    {"1.2.840.113549.2.9", "HMAC SHA-256"},
-    {"1.2.840.113549.2.10", "HMAC SHA-384"},
-    {"1.2.840.113549.2.11", "HMAC SHA-512"},
-    {"1.2.840.113549.2.12", "HMAC SHA-512/224"},
-    {"1.2.840.113549.2.13", "HMAC SHA-512/256"},
-    {"1.2.643.2.2.10", "HMAC GOST R 34.11-94"},
-    {"1.2.643.7.1.1.4.1", "HMAC GOST R 34.11-2012 256"},
-    {"1.2.643.7.1.1.4.2", "HMAC GOST R 34.11-2012 512"},
-    // digests: RFC 8017 appendix B, RFC 4357 10, RFC 9215 appendix A
-    {"1.2.840.113549.2.5", "MD5"},
-    {"1.3.14.3.2.26", "SHA-1"},
-    {"2.16.840.1.101.3.4.2.1", "SHA-256"},
-    {"2.16.840.1.101.3.4.2.2", "SHA-384"},
-    {"2.16.840.1.101.3.4.2.3", "SHA-512"},
-    {"2.16.840.1.101.3.4.2.4", "SHA-224"},
-    {"1.2.643.2.2.9", "GOST R 34.11-94"},
-    {"1.2.643.7.1.1.2.2", "GOST R 34.11-2012 256"},
-    {"1.2.643.7.1.1.2.3", "GOST R 34.11-2012 512"},
-    // ciphers: RFC 8018 appendix C, RFC 3565 4.1, RFC 5084 3.2, RFC 4357 10, RFC 9337 7.3
-    {"1.3.14.3.2.7", "DES-CBC"},
-    {"1.2.840.113549.3.2", "RC2-CBC"},
-    {"1.2.840.113549.3.7", "DES-EDE3-CBC"},
-    {"2.16.840.1.101.3.4.1.2", "AES-128-CBC"},
-    {"2.16.840.1.101.3.4.1.6", "AES-128-GCM"},
-    {"2.16.840.1.101.3.4.1.22", "AES-192-CBC"},
-    {"2.16.840.1.101.3.4.1.26", "AES-192-GCM"},
-    {"2.16.840.1.101.3.4.1.42", "AES-256-CBC"},
-    {"2.16.840.1.101.3.4.1.46", "AES-256-GCM"},
-    {"1.2.643.2.2.21", "GOST 28147-89"},
-    {"1.2.643.7.1.1.5.1.1", "Magma CTR-ACPKM"},
-    {"1.2.643.7.1.1.5.1.2", "Magma CTR-ACPKM-OMAC"},
-    {"1.2.643.7.1.1.5.2.1", "Kuznyechik CTR-ACPKM"},
-    {"1.2.643.7.1.1.5.2.2", "Kuznyechik CTR-ACPKM-OMAC"},
-    // keys and signatures: RFC 5480 2.1, RFC 5758 3, RFC 3279 2.2.3, RFC 8410 3, RFC 4055 2.2
-    {"1.2.840.10045.2.1", "id-ecPublicKey"},
-    {"1.2.840.10045.4.1", "ecdsa-with-SHA1"},
-    {"1.2.840.10045.4.3.1", "ecdsa-with-SHA224"},
-    {"1.2.840.10045.4.3.2", "ecdsa-with-SHA256"},
-    {"1.2.840.10045.4.3.3", "ecdsa-with-SHA384"},
-    {"1.2.840.10045.4.3.4", "ecdsa-with-SHA512"},
-    {"2.16.840.1.101.3.4.3.1", "id-dsa-with-sha224"},
-    {"2.16.840.1.101.3.4.3.2", "id-dsa-with-sha256"},
-    {"1.3.101.110", "id-X25519"},
-    {"1.3.101.111", "id-X448"},
-    {"1.3.101.112", "id-Ed25519"},
-    {"1.3.101.113", "id-Ed448"},
-    {"1.2.840.113549.1.1.8", "MGF1"},
-    // curves: RFC 5480 2.1.1.1, SEC 2, RFC 5639 4.1
-    {"1.3.132.0.1", "sect163k1"},
-    {"1.3.132.0.10", "secp256k1"},
-    {"1.3.132.0.15", "sect163r2"},
-    {"1.3.132.0.16", "sect283k1"},
-    {"1.3.132.0.17", "sect283r1"},
-    {"1.3.132.0.26", "sect233k1"},
-    {"1.3.132.0.27", "sect233r1"},
-    {"1.3.132.0.36", "sect409k1"},
-    {"1.3.132.0.37", "sect409r1"},
-    {"1.3.132.0.38", "sect571k1"},
-    {"1.3.132.0.39", "sect571r1"},
-    {"1.3.36.3.3.2.8.1.1.1", "brainpoolP160r1"},
-    {"1.3.36.3.3.2.8.1.1.2", "brainpoolP160t1"},
-    {"1.3.36.3.3.2.8.1.1.3", "brainpoolP192r1"},
-    {"1.3.36.3.3.2.8.1.1.4", "brainpoolP192t1"},
-    {"1.3.36.3.3.2.8.1.1.5", "brainpoolP224r1"},
-    {"1.3.36.3.3.2.8.1.1.6", "brainpoolP224t1"},
-    {"1.3.36.3.3.2.8.1.1.7", "brainpoolP256r1"},
-    {"1.3.36.3.3.2.8.1.1.8", "brainpoolP256t1"},
-    {"1.3.36.3.3.2.8.1.1.9", "brainpoolP320r1"},
-    {"1.3.36.3.3.2.8.1.1.10", "brainpoolP320t1"},
-    {"1.3.36.3.3.2.8.1.1.11", "brainpoolP384r1"},
-    {"1.3.36.3.3.2.8.1.1.12", "brainpoolP384t1"},
-    {"1.3.36.3.3.2.8.1.1.13", "brainpoolP512r1"},
-    {"1.3.36.3.3.2.8.1.1.14", "brainpoolP512t1"},
-    {"1.2.840.10045.3.1.1", "secp192r1"},
-    {"1.3.132.0.33", "secp224r1"},
-    {"1.2.840.10045.3.1.7", "secp256r1"},
-    {"1.3.132.0.34", "secp384r1"},
-    {"1.3.132.0.35", "secp521r1"},
-};
+const OIDdescr_t* find_in_map(std::string_view content) {
+    return oid_map.map == nullptr ? nullptr : oid_map_find_asn(oid_map, octets(content), size_of(content));
+}
 
-// Parameter sets of GOST 28147-89, named as such and wherever else they occur: RFC 4357 11.2, RFC 7836 appendix C
-constexpr row_t CIPHER_PARAM_SETS[] = {
-    {"1.2.643.2.2.31.0", "id-Gost28147-89-TestParamSet"},
-    {"1.2.643.2.2.31.1", "id-Gost28147-89-CryptoPro-A-ParamSet"},
-    {"1.2.643.2.2.31.2", "id-Gost28147-89-CryptoPro-B-ParamSet"},
-    {"1.2.643.2.2.31.3", "id-Gost28147-89-CryptoPro-C-ParamSet"},
-    {"1.2.643.2.2.31.4", "id-Gost28147-89-CryptoPro-D-ParamSet"},
-    {"1.2.643.7.1.2.5.1.1", "id-tc26-gost-28147-param-Z"},
-};
+std::string short_name_of(const OIDdescr_t& entry) {
+    return std::string(entry.oid_sn, entry.oid_sn_size);
+}
 
-constexpr row_t OTHER_PARAM_SETS[] = {
-    // RFC 4357: GOST R 34.11-94
-    {"1.2.643.2.2.30.0", "id-GostR3411-94-TestParamSet"},
-    {"1.2.643.2.2.30.1", "id-GostR3411-94-CryptoProParamSet"},
-    // RFC 4357: other sets of GOST 28147-89
-    {"1.2.643.2.2.31.5", "id-Gost28147-89-CryptoPro-Oscar-1-1-ParamSet"},
-    {"1.2.643.2.2.31.6", "id-Gost28147-89-CryptoPro-Oscar-1-0-ParamSet"},
-    {"1.2.643.2.2.31.7", "id-Gost28147-89-CryptoPro-RIC-1-ParamSet"},
-    // RFC 4357: GOST R 34.10-94
-    {"1.2.643.2.2.32.0", "id-GostR3410-94-TestParamSet"},
-    {"1.2.643.2.2.32.2", "id-GostR3410-94-CryptoPro-A-ParamSet"},
-    {"1.2.643.2.2.32.3", "id-GostR3410-94-CryptoPro-B-ParamSet"},
-    {"1.2.643.2.2.32.4", "id-GostR3410-94-CryptoPro-C-ParamSet"},
-    {"1.2.643.2.2.32.5", "id-GostR3410-94-CryptoPro-D-ParamSet"},
-    {"1.2.643.2.2.33.1", "id-GostR3410-94-CryptoPro-XchA-ParamSet"},
-    {"1.2.643.2.2.33.2", "id-GostR3410-94-CryptoPro-XchB-ParamSet"},
-    {"1.2.643.2.2.33.3", "id-GostR3410-94-CryptoPro-XchC-ParamSet"},
-    // RFC 4357: GOST R 34.10-2001, used by GOST R 34.10-2012 too
-    {"1.2.643.2.2.35.0", "id-GostR3410-2001-TestParamSet"},
-    {"1.2.643.2.2.35.1", "id-GostR3410-2001-CryptoPro-A-ParamSet"},
-    {"1.2.643.2.2.35.2", "id-GostR3410-2001-CryptoPro-B-ParamSet"},
-    {"1.2.643.2.2.35.3", "id-GostR3410-2001-CryptoPro-C-ParamSet"},
-    {"1.2.643.2.2.36.0", "id-GostR3410-2001-CryptoPro-XchA-ParamSet"},
-    {"1.2.643.2.2.36.1", "id-GostR3410-2001-CryptoPro-XchB-ParamSet"},
-    // RFC 9215 and RFC 7836: GOST R 34.10-2012
-    {"1.2.643.7.1.2.1.1.1", "id-tc26-gost-3410-2012-256-paramSetA"},
-    {"1.2.643.7.1.2.1.1.2", "id-tc26-gost-3410-2012-256-paramSetB"},
-    {"1.2.643.7.1.2.1.1.3", "id-tc26-gost-3410-2012-256-paramSetC"},
-    {"1.2.643.7.1.2.1.1.4", "id-tc26-gost-3410-2012-256-paramSetD"},
-    {"1.2.643.7.1.2.1.2.0", "id-tc26-gost-3410-2012-512-paramSetTest"},
-    {"1.2.643.7.1.2.1.2.1", "id-tc26-gost-3410-2012-512-paramSetA"},
-    {"1.2.643.7.1.2.1.2.2", "id-tc26-gost-3410-2012-512-paramSetB"},
-    {"1.2.643.7.1.2.1.2.3", "id-tc26-gost-3410-2012-512-paramSetC"},
-    // RFC 9215: GOST R 34.11-2012 has no parameters, so its own OID takes their place
-    {"1.2.643.7.1.1.2.2", "id-tc26-gost3411-12-256"},
-    {"1.2.643.7.1.1.2.3", "id-tc26-gost3411-12-512"},
-};
+std::string long_name_of(const OIDdescr_t& entry) {
+    return std::string(entry.oid_ln, entry.oid_ln_size);
+}
 
-// Empty if no table has the OID. Only one content has this text, so texts are compared instead.
-std::string find_name(std::initializer_list<std::span<const row_t>> tables, std::string_view oid) {
-    for (const std::span<const row_t> table : tables) {
-        const auto found = std::ranges::find(table, oid, &row_t::oid);
-        if (found != table.end()) {
-            return std::string(found->name);
+bool is_same_name(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, [](char x, char y) { return ascii_lower(x) == ascii_lower(y); });
+}
+
+std::vector<std::string> split_aliases(std::string_view others) {
+    std::vector<std::string> aliases;
+    while (!others.empty()) {
+        const std::size_t size = std::min(others.find('|'), others.size());
+        aliases.emplace_back(others.substr(0, size));
+        others.remove_prefix(std::min(size + 1, others.size()));
+    }
+    return aliases;
+}
+
+bool has_name(const oid_row_t& row, std::string_view name) {
+    return is_same_name(row.name, name) ||
+           std::ranges::any_of(split_aliases(row.others),
+                               [name](const std::string& alias) { return is_same_name(alias, name); });
+}
+
+// Only one content has this text, so texts are compared instead.
+std::string name_in_table(std::string_view oid) {
+    const oid_row_t* const row = find_oid_row(oid);
+    return row != nullptr ? std::string(row->name) : "";
+}
+
+std::string name_of_param_set(std::string_view oid) {
+    const auto found = std::ranges::find_if(
+        oid_table(), [oid](const oid_row_t& row) { return row.kind == oid_kind_t::PARAM_SET && row.oid == oid; });
+    return found != oid_table().end() ? std::string(found->name) : "";
+}
+
+// That of the table, else the short one of the map.
+std::string find_name(std::string_view oid, std::string_view content) {
+    const std::string name = name_in_table(oid);
+    const OIDdescr_t* const entry = name.empty() ? find_in_map(content) : nullptr;
+    return entry != nullptr ? short_name_of(*entry) : name;
+}
+
+bool has_long_name(const std::string& content, std::string_view name) {
+    const OIDdescr_t* const entry = find_in_map(content);
+    return entry != nullptr && is_same_name(long_name_of(*entry), name);
+}
+
+// The library finds entries by their short names only.
+std::optional<std::string> find_by_long_name(std::string_view name) {
+    for (const oid_row_t& row : oid_table()) {
+        const std::optional<std::string> content =
+            row.kind == oid_kind_t::ATTRIBUTE ? oid_from_text(row.oid) : std::nullopt;
+        if (content.has_value() && has_long_name(*content, name)) {
+            return content;
         }
     }
-    return "";
+    const auto found =
+        std::ranges::find_if(oids_of_maps, [name](const std::string& content) { return has_long_name(content, name); });
+    return found != oids_of_maps.end() ? std::optional(*found) : std::nullopt;
+}
+
+std::optional<std::string> find_algorithm_by_name(const std::string& name) {
+    const oid_ref_t oid =
+        oid_of_algorithm(static_cast<pki_alg_t>(I2S_PKI_ALG_T->getInt(name.c_str(), PKI_ALG_UNKNOWN)));
+    return oid.size != 0 ? std::optional(std::string(chars(oid.data, oid.size))) : std::nullopt;
 }
 
 // A decimal number without limit.
@@ -322,14 +223,75 @@ std::string oid_text(std::string_view content) {
     return "#" + to_hex(content);
 }
 
+void use_oid_map(oid_map_handle_t map) {
+    oid_map = map;
+}
+
+void note_oids_of_map(std::string_view text) {
+    constexpr std::string_view LINE_ENDS = "\r\n";
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find_first_of(LINE_ENDS));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const std::size_t begin = std::min(line.find_first_not_of(" \t"), line.size());
+        const std::size_t end = std::min(line.find_first_not_of("0123456789.", begin), line.size());
+        if (const std::optional<std::string> content = oid_from_text(line.substr(begin, end - begin))) {
+            oids_of_maps.push_back(*content);
+        }
+    }
+}
+
+oid_ref_t oid_of_algorithm(pki_alg_t alg) {
+    for (oid_ref_t (*const lookup)(pki_alg_t) : {PKI_HASH_ALG_TO_OID, PKI_KEY_ALG_TO_OID, PKI_CERT_SIGN_ALG_TO_OID}) {
+        const oid_ref_t oid = lookup(alg);
+        if (oid.size != 0) {
+            return oid;
+        }
+    }
+    return g_null_oid;
+}
+
+std::optional<std::string> oid_from_name(const std::string& name) {
+    if (name.empty()) {
+        return std::nullopt;
+    }
+    const OIDdescr_t* const entry = oid_map_find_sn(oid_map, name.data(), size_of(name));
+    if (entry != nullptr) {
+        return std::string(chars(entry->oid_asn, entry->oid_asn_size));
+    }
+    if (const std::optional<std::string> content = find_algorithm_by_name(name)) {
+        return content;
+    }
+    const auto row = std::ranges::find_if(oid_table(), [&name](const oid_row_t& each) { return has_name(each, name); });
+    return row != oid_table().end() ? oid_from_text(row->oid) : find_by_long_name(name);
+}
+
+oid_names_t names_of_oid(std::string_view content) {
+    oid_names_t names;
+    if (const OIDdescr_t* const entry = find_in_map(content)) {
+        names.short_name = short_name_of(*entry);
+        names.long_name = long_name_of(*entry);
+    }
+    names.algorithm = I2S_PKI_ALG_T->getString(PKI_OID_TO_ALG(content.data(), size_of(content)), "");
+    if (const oid_row_t* const row = find_oid_row(oid_text(content))) {
+        names.name = row->name;
+        names.kind = name_of(row->kind);
+        names.others = split_aliases(row->others);
+        std::erase_if(names.others, [&names](const std::string& other) {
+            return is_same_name(other, names.short_name) || is_same_name(other, names.long_name);
+        });
+    }
+    return names;
+}
+
 named_oid_t name_oid(const blob_t& content) {
     const std::string oid = content.size == 0 ? "" : oid_text(chars(content));
-    return {oid, find_name({NAMES, CIPHER_PARAM_SETS}, oid)};
+    return {oid, find_name(oid, chars(content))};
 }
 
 named_oid_t name_gost_param_set(const blob_t& content) {
     const std::string oid = content.size == 0 ? "" : oid_text(chars(content));
-    return {oid, find_name({CIPHER_PARAM_SETS, OTHER_PARAM_SETS}, oid)};
+    const std::string name = name_of_param_set(oid);
+    return {oid, name.empty() ? find_name(oid, chars(content)) : name};
 }
 
 std::vector<named_oid_t> read_gost_param_sets(asn_cursor_t& params) {

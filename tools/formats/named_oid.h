@@ -1,4 +1,5 @@
-// Object identifiers as dotted text, and the names of algorithms, content types and parameter sets.
+// Object identifiers as dotted text, and the dictionary of their names: those of the OID map, of the library's
+// algorithms, and of a table of standards' and other programs' names.
 #ifndef DERKIT_TOOLS_FORMATS_NAMED_OID_H
 #define DERKIT_TOOLS_FORMATS_NAMED_OID_H
 
@@ -7,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "derkit/asn_helper.h"
+#include "derkit/asn_oidmap.h"
 #include "derkit/asn_types.h"
 
 struct asn_cursor_t;
@@ -28,6 +31,30 @@ std::optional<std::string> oid_arcs(std::string_view content);
 // padded, cut short or above 32 bits. So different octets have different texts.
 std::string oid_text(std::string_view content);
 
+// The dictionary has the names of this map, for the whole run: there is one map in a run. Names beside it win.
+void use_oid_map(oid_map_handle_t map);
+
+// Makes the long names of a map's text known; the library has them by OID only.
+void note_oids_of_map(std::string_view text);
+
+// Of a hash, a key or a signature; size 0 if it has none.
+oid_ref_t oid_of_algorithm(pki_alg_t alg);
+
+// The content of the OID with any name of the dictionary, in either case.
+std::optional<std::string> oid_from_name(const std::string& name);
+
+// What the dictionary has for an OID; empty where it has nothing.
+struct oid_names_t {
+    std::string short_name; // of the map
+    std::string long_name;  // of the map
+    std::string algorithm;  // the library's name
+    std::string name;       // of its standard
+    std::string kind;       // "curve"
+    std::vector<std::string> others;
+};
+
+oid_names_t names_of_oid(std::string_view content);
+
 struct named_oid_t {
     std::string oid;  // as oid_text() has it; empty if there is none
     std::string name; // empty if it has none here
@@ -39,8 +66,7 @@ struct named_oid_t {
 // From DER content octets; for no octets, both are empty.
 named_oid_t name_oid(const blob_t& content);
 
-// As above, with the name that RFC 4357 or RFC 9215 gives to a parameter set of keys, digests or GOST 28147-89, or to a
-// digest whose own OID takes the place of a set.
+// As above. A digest whose own OID takes the place of a parameter set has the name that RFC 9215 gives to the set.
 named_oid_t name_gost_param_set(const blob_t& content);
 
 // GostR3410-PublicKeyParameters ::= SEQUENCE {                             RFC 4491 2.3.2, RFC 9215 4.2

@@ -57,8 +57,4 @@ struct pem_blocks_t {
 pem_blocks_t take_pem_blocks(pem_reader_t& reader, bool (*is_wanted)(std::string_view label),
                              const std::function<void(pem_block_t& block, unsigned int number)>& take);
 
-// Writes a block with its BEGIN and END lines. Lines have 64 characters, the last one at most, and end with LF. The
-// result is allocated once, so wiping it leaves no copy behind.
-std::string write_pem(std::string_view label, std::string_view der);
-
 #endif

@@ -21,11 +21,13 @@ constexpr std::pair<std::string_view, const char*> OLD_FAMILIES[] = {
 };
 
 std::string other_family(const blob_t& algorithm) {
-    const std::string dotted = name_oid(algorithm).oid;
-    const auto* const old = std::ranges::find(OLD_FAMILIES, dotted, [](const auto& row) { return row.first; });
-    return old != std::end(OLD_FAMILIES)
-               ? old->second
-               : I2S_PKI_ALG_T->getString(PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size), dotted.c_str());
+    const named_oid_t named = name_oid(algorithm);
+    const auto* const old = std::ranges::find(OLD_FAMILIES, named.oid, [](const auto& row) { return row.first; });
+    if (old != std::end(OLD_FAMILIES)) {
+        return old->second;
+    }
+    return I2S_PKI_ALG_T->getString(PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size),
+                                    named.name.empty() ? named.oid.c_str() : named.name.c_str());
 }
 
 // Algorithms other than GOST have one OID without a SEQUENCE, something else or nothing.

@@ -26,22 +26,11 @@ std::optional<blob_t> read_oid(const blob_t& algorithm) {
     return fields.ok() ? std::optional(oid) : std::nullopt;
 }
 
-// Empty if the map has none.
-std::string name_in_map(const blob_t& oid, const oid_map_handle_t& map) {
-    const OIDdescr_t* const entry = oid_map_find_asn(map, oid.data, oid.size);
-    return entry != nullptr ? std::string(entry->oid_sn, entry->oid_sn_size) : "";
-}
-
-// The name of the algorithm that was recognised, else that in the map, else that of any algorithm with the OID.
-named_oid_t name_algorithm(pki_alg_t alg, const blob_t& oid, const oid_map_handle_t& map) {
+// The name of the algorithm that was recognised, else that of any algorithm with the OID, else that of the dictionary.
+named_oid_t name_algorithm(pki_alg_t alg, const blob_t& oid) {
     named_oid_t named = name_oid(oid);
-    const char* const known = I2S_PKI_ALG_T->getString(alg, nullptr);
-    const char* const other = I2S_PKI_ALG_T->getString(PKI_OID_TO_ALG(oid.data, oid.size), "");
-    const std::string in_map = name_in_map(oid, map);
-    const std::string name = known != nullptr ? known : in_map.empty() ? other : in_map;
-    if (!name.empty()) {
-        named.name = name;
-    }
+    const char* const other = I2S_PKI_ALG_T->getString(PKI_OID_TO_ALG(oid.data, oid.size), named.name.c_str());
+    named.name = std::string(I2S_PKI_ALG_T->getString(alg, other));
     return named;
 }
 
@@ -59,9 +48,9 @@ pki_alg_t key_alg(const blob_t& oid) {
     return alg != PKI_ALG_UNKNOWN ? alg : PKI_OID_TO_ALG(oid.data, oid.size);
 }
 
-std::optional<named_oid_t> name_key_algorithm(const blob_t& algorithm, const oid_map_handle_t& map) {
+std::optional<named_oid_t> name_key_algorithm(const blob_t& algorithm) {
     const std::optional<blob_t> oid = read_oid(algorithm);
-    return oid.has_value() ? std::optional(name_algorithm(key_alg(*oid), *oid, map)) : std::nullopt;
+    return oid.has_value() ? std::optional(name_algorithm(key_alg(*oid), *oid)) : std::nullopt;
 }
 
 using read_details_t = bool (*)(const asn_pubkey_t& key, public_key_t& out);
@@ -258,13 +247,13 @@ blob_t algorithm_of(const blob_t& der) {
 
 } // namespace
 
-std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm, const oid_map_handle_t& map) {
+std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm) {
     const std::optional<blob_t> oid = read_oid(algorithm);
-    return oid.has_value() ? std::optional(name_algorithm(signature_alg(algorithm, *oid), *oid, map)) : std::nullopt;
+    return oid.has_value() ? std::optional(name_algorithm(signature_alg(algorithm, *oid), *oid)) : std::nullopt;
 }
 
-bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_t& out, std::string& problem) {
-    out.algorithm = name_key_algorithm(algorithm_of(der), map).value_or(named_oid_t());
+bool read_public_key(const blob_t& der, public_key_t& out, std::string& problem) {
+    out.algorithm = name_key_algorithm(algorithm_of(der)).value_or(named_oid_t());
     asn_pubkey_t key;
     // The library accepts an empty BIT STRING, with a size that wraps.
     if (out.algorithm.oid.empty() || asn_read_pubkey(der.data, static_cast<long>(der.size), key) == 0 ||

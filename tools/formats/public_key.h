@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "derkit/asn_oidmap.h"
 #include "derkit/asn_types.h"
 #include "formats/named_oid.h"
 
@@ -30,10 +29,10 @@ struct public_key_t {
 
 // Reads a SubjectPublicKeyInfo (RFC 5280 4.1) that nothing follows. On failure `problem` says what is wrong; the
 // algorithm is filled in if it could be read.
-bool read_public_key(const blob_t& der, const oid_map_handle_t& map, public_key_t& out, std::string& problem);
+bool read_public_key(const blob_t& der, public_key_t& out, std::string& problem);
 
-// The algorithm of a complete AlgorithmIdentifier, with the library's name or else that of the map; the name of RSASSA-PSS
+// The algorithm of a complete AlgorithmIdentifier, with the library's name or else that of the dictionary; the name of RSASSA-PSS
 // contains the hash from its parameters. Nothing if there is no OID.
-std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm, const oid_map_handle_t& map);
+std::optional<named_oid_t> name_signature_algorithm(const blob_t& algorithm);
 
 #endif

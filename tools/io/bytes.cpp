@@ -92,3 +92,7 @@ bool is_utf8(std::string_view text) {
 std::string utf8_from_latin1(std::string_view text) {
     return convert("UTF-8", "ISO-8859-1", text, 2).value_or("");
 }
+
+std::optional<std::string> utf8_from_utf16(std::string_view bytes) {
+    return convert("UTF-8", "UTF-16BE", bytes, 2);
+}

@@ -47,4 +47,7 @@ bool is_utf8(std::string_view text);
 
 std::string utf8_from_latin1(std::string_view text);
 
+// Nothing if the bytes are not big-endian UTF-16.
+std::optional<std::string> utf8_from_utf16(std::string_view bytes);
+
 #endif

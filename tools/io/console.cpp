@@ -174,6 +174,14 @@ void console_t::put(const record_t& record, bool as_json) {
     any_object_ = true;
 }
 
+void console_t::begin(const record_t& object, bool may_be_alone) {
+    if (!may_be_alone || any_object_ || several_expected_) {
+        const std::string heading = in_color(BOLD, object.heading().str(), colors_on_output_);
+        put_bytes((any_object_ ? "\n" : "") + heading + "\n");
+    }
+    any_object_ = true;
+}
+
 void console_t::put(const shown_text_t& line) {
     put_bytes(line.str() + "\n");
 }

@@ -66,6 +66,10 @@ class console_t {
     // As text, every object has a heading and objects have an empty line between them, unless there is only one.
     void put(const record_t& record, bool as_json);
     void put(const shown_text_t& line);
+
+    // Begins an object as text that is written in pieces, with put_bytes(): its heading, unless it may be the only one.
+    void begin(const record_t& object, bool may_be_alone);
+
     void put_bytes(std::string_view bytes);
 
     // "derkit: SUBJECT: PROBLEM". The tool goes on but will have failed.

@@ -53,6 +53,7 @@ class record_t {
     void add(const char* key, const char* raw) { add(key, shown_text_t(raw)); }
     void add(const char* key, unsigned int number) { fields_.emplace_back(key, static_cast<long long>(number)); }
     void add(const char* key, long number) { fields_.emplace_back(key, static_cast<long long>(number)); }
+    void add(const char* key, long long number) { fields_.emplace_back(key, number); }
 
     // "yes" or "no" in text.
     void add(const char* key, bool value) { fields_.emplace_back(key, value); }

@@ -43,20 +43,20 @@ enum class container_kind : int {
 /// @return a short name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(container_kind kind) noexcept;
 
-/// What became of a container's MAC.
+/// The result of verifying a container's MAC.
 enum class mac_verdict {
-    not_checked, ///< there is one, and no password was given
+    not_checked, ///< it was not verified, because no password was given
     good,        ///< it matches
     wrong,       ///< it does not match: wrong password, or altered data
-    none,        ///< there is none
-    unsupported  ///< it cannot be verified here
+    none,        ///< the container has no MAC
+    unsupported  ///< the library cannot verify it
 };
 
 /// The MAC of a container.
 struct container_mac {
-    mac_verdict verdict = mac_verdict::none; ///< what became of it
+    mac_verdict verdict = mac_verdict::none; ///< the result of verifying it
     mac_key key = mac_key::unknown;          ///< where its key came from, when it is good
-    std::optional<mac_scheme> scheme;        ///< how it is made; none when there is none
+    std::optional<mac_scheme> scheme;        ///< how it is made; none without a MAC
 };
 
 /// An attribute of a bag.
@@ -70,7 +70,7 @@ enum class bag_type {
     private_key, ///< a PrivateKeyInfo, in the clear or shrouded
     certificate, ///< an X.509 certificate
     bags,        ///< a SafeContents
-    other        ///< anything else: a CRL, a secret, another type of certificate
+    other        ///< anything else: a CRL, a secret, a certificate of another type
 };
 
 /// One bag.
@@ -101,7 +101,7 @@ struct entry {
     std::vector<bag> bags;                       ///< in file order; empty when it was not opened
 };
 
-/// A container: what a file holds, or what is to be written.
+/// The contents of a container: read from a file, or to be written.
 ///
 /// Distinct objects may be used in parallel.
 class container {
@@ -139,15 +139,16 @@ class container {
     /// @return the container; a failure when the file is not a PFX or exceeds a limit
     DERKIT_API static result<container> inspect(std::string_view file, const limits& cost = limits());
 
-    DERKIT_API container_kind kind() const noexcept;      ///< @return the kind of the file; unknown for a new container
-    DERKIT_API container_form form() const noexcept;      ///< @return the form of the file, as far as it was found out
-    DERKIT_API const container_mac& mac() const noexcept; ///< @return the MAC of the file
+    DERKIT_API container_kind kind() const noexcept; ///< @return the kind of the file; unknown for a new container
+    /// @return the form of the file; standard until a good MAC or a plaintext shows otherwise
+    DERKIT_API container_form form() const noexcept;
+    DERKIT_API const container_mac& mac() const noexcept;          ///< @return the MAC of the file
     DERKIT_API const std::vector<entry>& entries() const noexcept; ///< @return the entries in file order
 
     /// @return all bags in file order, with a bag of bags replaced by its own. Valid until the container changes.
     DERKIT_API std::vector<const bag*> bags() const;
 
-    /// Adds a bag to an entry that write() chooses.
+    /// Adds a bag. write() chooses the entry that it goes into.
     /// @param added  `type` and `value` at least; for bag_type::other also `id`
     DERKIT_API void add(bag added);
 
@@ -171,7 +172,7 @@ class container {
 
 /// Encodes a bag as PEM: `PRIVATE KEY` or `CERTIFICATE`.
 /// @param from  a bag
-/// @return the text with its final line feed; empty for other bags and when there is no value
+/// @return the text with its final line feed; empty for other bags and for a bag without value
 DERKIT_API secret to_pem(const bag& from);
 
 /// @}

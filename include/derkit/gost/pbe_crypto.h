@@ -26,7 +26,7 @@ namespace derkit::gost {
 /// where its key comes from and which form the container has. decrypt() refuses plaintext that is neither a private key
 /// nor bags.
 ///
-/// All that it refuses is remembered: the reader itself only skips it. Use one object for one container at a time.
+/// It remembers every refusal, while the reader just skips what was refused. Use one object for one container at a time.
 class pbe_crypto final : public pbe_crypto_t {
   public:
     /// Copies the password.
@@ -40,8 +40,8 @@ class pbe_crypto final : public pbe_crypto_t {
     pbe_crypto(const pbe_crypto&) = delete;
     pbe_crypto& operator=(const pbe_crypto&) = delete;
 
-    /// Chooses what the writer's iteration counts are; 2,000 at first. The writer drops zero octets of a count, so one
-    /// with a zero octet is refused when it is used.
+    /// Sets the iteration count that the writer uses; 2,000 by default. The writer drops zero octets of a count, so a
+    /// count with one is refused when it is used.
     /// @param iterations  from 1 to limits::max_iterations
     DERKIT_API void set_iterations(std::uint32_t iterations) noexcept;
 
@@ -51,7 +51,7 @@ class pbe_crypto final : public pbe_crypto_t {
     /// Forgets the refusals.
     DERKIT_API void clear_refusals() noexcept;
 
-    /// @return where the key of the last verified MAC came from; mac_key::unknown unless that was good
+    /// @return where the key of the last verified MAC came from; mac_key::unknown unless it was good
     DERKIT_API mac_key verified_mac_key() const noexcept;
     /// @return the form that was given or, after a good MAC, found
     DERKIT_API container_form form() const noexcept;

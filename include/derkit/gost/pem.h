@@ -19,10 +19,10 @@ namespace derkit::gost {
 /// @return the text with its final line feed
 DERKIT_API secret to_pem(std::string_view label, std::string_view der);
 
-/// Finds the first PEM block with a label and decodes it. Text outside of blocks, and other blocks, are ignored.
+/// Decodes the first PEM block with a label. Text around it and other blocks are ignored.
 /// @param text   any text
 /// @param label  such as `ENCRYPTED PRIVATE KEY`
-/// @return the octets; cause::malformed when there is no such block or it does not end or is not base64
+/// @return the octets; cause::malformed when there is no such block, or when it has no end or is not base64
 DERKIT_API result<secret> from_pem(std::string_view text, std::string_view label);
 
 /// @}

@@ -27,7 +27,7 @@ enum class key_family {
 
 /// What the privateKey OCTET STRING of a PrivateKeyInfo holds.
 enum class key_shape {
-    octets,       ///< the number, lowest octet first, and nothing around it
+    octets,       ///< the number alone, lowest octet first
     octet_string, ///< the same in an OCTET STRING, as asn_write_pkcs8_pki_gost() writes
     integer,      ///< an INTEGER
     masked        ///< the number times a mask, and the mask (RFC 9548); read only
@@ -40,14 +40,14 @@ DERKIT_API const char* name_of(key_family family) noexcept;
 /// @return a name for people; "unknown" for other numbers
 DERKIT_API const char* name_of(key_shape shape) noexcept;
 
-/// What can be read of a PKCS#8 file without a password.
+/// What a PKCS#8 file tells without a password.
 struct key_outline {
-    std::optional<encryption_scheme> encryption; ///< of an EncryptedPrivateKeyInfo; all else is then unknown
+    std::optional<encryption_scheme> encryption; ///< of an EncryptedPrivateKeyInfo, which tells nothing else
     named_oid algorithm;                         ///< of a PrivateKeyInfo
     named_oid param_set;                         ///< curve
     named_oid digest_param_set;                  ///< parameters of the digest
     std::optional<key_family> family;            ///< none for other algorithms
-    std::optional<key_shape> shape;              ///< none when it is none of the known ones
+    std::optional<key_shape> shape;              ///< none when it is unknown
     std::size_t size = 0;                        ///< octets of the key; with its masks when it is masked
     bool has_public_key = false;                 ///< OneAsymmetricKey with the public key
     bool has_attributes = false;                 ///< whether attributes follow the key
@@ -101,7 +101,7 @@ class private_key {
     DERKIT_API static result<private_key> from_number(key_family family, std::string_view param_set,
                                                       std::string_view number);
 
-    /// Reads all that a file tells without a password.
+    /// Reads everything that needs no password.
     /// @param der   as for read()
     /// @param cost  limit of size
     /// @return the outline; a failure when it is neither PrivateKeyInfo nor EncryptedPrivateKeyInfo
@@ -122,8 +122,8 @@ class private_key {
 
     /// Tells whether a certificate is for this key.
     /// @param certificate  DER
-    /// @return whether its public key is that of this key; a failure when the certificate cannot be read, or when the
-    ///         public key cannot be computed
+    /// @return whether its public key is that of this key; a failure when the certificate cannot be read or the public
+    ///         key cannot be computed
     DERKIT_API result<bool> belongs_to(std::string_view certificate) const;
 
     /// Writes a PrivateKeyInfo with the parameter sets of the key.
@@ -136,7 +136,8 @@ class private_key {
     /// @param password  UTF-8; may be empty
     /// @param options   format::native is the same as format::gost94
     /// @param shape     as for write()
-    /// @return the element
+    /// @return the element; cause::invalid_argument for options that are no enumerator, cause::invalid_text for a
+    ///         password that is not UTF-8, and as for write()
     DERKIT_API result<std::string> write_encrypted(std::string_view password,
                                                    const write_options& options = write_options(),
                                                    key_shape shape = key_shape::octets) const;

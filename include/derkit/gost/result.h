@@ -19,7 +19,7 @@ namespace derkit::gost {
 /// Why something was refused. New causes are added at the end; numbers are never reused.
 enum class cause : int {
     none = 0,                   ///< nothing was refused
-    malformed = 1,              ///< the input is not the DER structure that was asked for, or is cut short
+    malformed = 1,              ///< the input is not the expected DER structure, or is cut short
     malformed_parameters = 2,   ///< an algorithm is known but its parameters are not what its standard says
     too_large = 3,              ///< the input is larger than limits::max_size, or does not fit a DER length of 32 bits
     too_deep = 4,               ///< bags are nested deeper than limits::max_depth, or other elements too deeply
@@ -37,7 +37,7 @@ enum class cause : int {
     vendor_scheme = 16,         ///< a vendor's own encryption of exported keys, recognised by its identifier
     recipient_needed = 17,      ///< the content is encrypted for a recipient's key, not under a password
     password_needed = 18,       ///< encrypted, and no password was given
-    wrong_password = 19,        ///< the plaintext is not what it must be: wrong password, or altered data
+    wrong_password = 19,        ///< decryption yields no valid plaintext: wrong password, or altered data
     wrong_mac = 20,             ///< the MAC of the container does not match: wrong password, or altered data
     no_mac = 21,                ///< the container has no MAC, so nothing vouches for it
     wrong_omac = 22,            ///< the OMAC inside a ciphertext does not match: wrong password, or altered data
@@ -62,7 +62,7 @@ DERKIT_API const char* text_of(cause why) noexcept;
 /// A cause, and what it concerns.
 struct failure {
     cause why = cause::none; ///< the cause
-    std::string detail;      ///< an OID, a number or the words of another library; never a secret; may be empty
+    std::string detail;      ///< an OID, a number or another library's message; never a secret; may be empty
 
     /// @return the cause's sentence, with the detail after a colon if there is one
     std::string message() const {
@@ -70,7 +70,7 @@ struct failure {
     }
 };
 
-/// A value, or why there is none.
+/// A value, or the reason why there is none.
 ///
 /// Asking for the value of a failure is a defect of the program, which ends by std::abort().
 template <typename T> class [[nodiscard]] result {
