@@ -118,6 +118,14 @@ template <unsigned int N> struct asn_tag_t_ {
         return total_size;
     }
 
+    // The last n octets of the content; valid until the next append.
+    blob_t last_octets(unsigned int n) const {
+        blob_t octets;
+        octets.size = n;
+        octets.data = buffer + HEADER_ROOM + content_size - n;
+        return octets;
+    }
+
     // Replaces `out` with the encoding.
     void assign_to(std::string& out) const {
         out.assign(reinterpret_cast<const char*>(encoding()), total_size);

@@ -59,9 +59,9 @@ READERS = {
 
 # What reads no DER: octets up to an end that the caller knows, text, tables, writers.
 OTHERS = {
-    "asn/asn_alg_tables.h", "asn/asn_builder.h", "asn/asn_oid_text.cpp", "asn/asn_oidmap.cpp", "asn/asn_printable.cpp",
-    "asn/asn_printable_syntax.cpp", "asn/oid_map.h", "asn/t61.cpp", "platform/convi.cpp", "util/cert_time.cpp",
-    "util/int2str.cpp",
+    "asn/asn_alg_tables.h", "asn/asn_builder.h", "asn/asn_element.h", "asn/asn_oid_text.cpp", "asn/asn_oidmap.cpp",
+    "asn/asn_printable.cpp", "asn/asn_printable_syntax.cpp", "asn/oid_map.h", "asn/t61.cpp", "platform/convi.cpp",
+    "util/cert_time.cpp", "util/int2str.cpp",
 }
 
 
