@@ -131,6 +131,11 @@ template <unsigned int N> struct asn_tag_t_ {
         return {content_size, buffer + HEADER_ROOM};
     }
 
+    // The last n octets of the content; valid until the next append.
+    blob_t last_octets(unsigned int n) const {
+        return {n, buffer + HEADER_ROOM + content_size - n};
+    }
+
     // Replaces `out` with the encoding.
     void assign_to(std::string& out) const {
         out.assign(reinterpret_cast<const char*>(encoding()), total_size);
