@@ -7,12 +7,12 @@
 #include <string_view>
 #include <vector>
 
-#include "asn/asn_builder.h"
 #include "commands/commands.h"
 #include "commands/facts.h"
 #include "commands/options.h"
 #include "derkit/asn_helper.h"
 #include "derkit/int2str.h"
+#include "formats/algorithm_der.h"
 #include "formats/named_oid.h"
 #include "formats/oid_table.h"
 #include "io/bytes.h"
@@ -145,28 +145,6 @@ void add_coded(pki_alg_t alg, record_t& record) {
     }
 }
 
-// DigestInfo ::= SEQUENCE { digestAlgorithm SEQUENCE { OBJECT IDENTIFIER, NULL }, digest OCTET STRING }   RFC 8017 9.2
-std::string digest_info_prefix(const std::string& content, unsigned int size) {
-    asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, content);
-    algorithm.add_element(asn_tag_t::NULL_VALUE, std::string_view());
-    asn_tag_t_<256> digest_info(asn_tag_t::SEQUENCE);
-    digest_info.add_node(algorithm);
-    digest_info.add_element(asn_tag_t::OCTET_STRING, std::string(size, '\0'));
-    std::string der;
-    digest_info.assign_to(der);
-    der.resize(der.size() - size);
-    return der;
-}
-
-std::string identifier_without_parameters(const std::string& content) {
-    asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-    algorithm.add_element(asn_tag_t::OBJECT_IDENTIFIER, content);
-    std::string der;
-    algorithm.assign_to(der);
-    return der;
-}
-
 // What standards say of an algorithm that the library has no code for.
 void add_uncoded(const std::string& content, record_t& record) {
     const named_oid_t named = name_oid(make_blob(content));
@@ -177,7 +155,7 @@ void add_uncoded(const std::string& content, record_t& record) {
     if (hash != std::end(OTHER_HASHES)) {
         record.add("digest_size", hash->digest_size);
         if (hash->in_digest_info) {
-            record.add_bytes("digest_info_prefix", digest_info_prefix(content, hash->digest_size));
+            record.add_bytes("digest_info_prefix", form_digest_info_prefix(content, hash->digest_size));
         }
     }
     const auto* const signature = std::ranges::find(OTHER_SIGNATURES, named.oid, &signature_row_t::oid);

@@ -14,21 +14,23 @@ _derkit() {
 
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case "$command ${COMP_WORDS[i]}" in
-    " cert" | " spki" | " dn" | " oid" | " alg" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
+    " cert" | " spki" | " names" | " dn" | " oid" | " alg" | " asn1" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
       command="${command:+$command }${COMP_WORDS[i]}" ;;
     esac
   done
 
   local options= values= kind=
   case $command in
-  "") options="--help --version --color" values="cert spki dn oid alg time key p12" ;;
+  "") options="--help --version --color" values="cert spki names dn oid alg asn1 time key p12" ;;
   "cert") options="--help --order --oid-map --t61 --json --local --round-trip --color" values="" kind=files ;;
   "spki") options="--help --oid-map --json --color" values="" kind=files ;;
-  "dn") options="--help --reverse --der --hex --get --oid-map --json --color" values="" ;;
+  "names") options="--help --order --oid-map --t61 --json --color" values="" kind=files ;;
+  "dn") options="--help --from --loose --reverse --der --hex --get --unescaped --oid-map --json --color" values="" ;;
   "oid") options="--help --oid-map --json --color" values="" ;;
-  "alg") options="--help --json --color" values="" ;;
+  "alg") options="--help --oid-map --json --color" values="" ;;
+  "asn1") options="--help --max-octets --oid-map --json --color" values="" kind=files ;;
   "time") options="--help --json --color" values="" ;;
-  "key") options="--help --max-iterations --json --reveal --color --password-file --password-env --password-stdin --password-ask" values="convert" kind=files ;;
+  "key") options="--help --max-iterations --oid-map --json --reveal --color --password-file --password-env --password-stdin --password-ask" values="convert" kind=files ;;
   "key convert") options="--help --to --cipher --sections --iterations --der --pkcs8-form --out --force --max-iterations --color --password-file --password-env --password-stdin --password-ask --new-password-file --new-password-env --new-password-stdin --new-password-ask" values="" kind=files ;;
   "p12") options="--help --color" values="show extract make convert password" ;;
   "p12 show") options="--help --max-iterations --max-bags --accept-unverified --oid-map --t61 --json --color --password-file --password-env --password-stdin --password-ask --no-password" values="" kind=files ;;
@@ -46,7 +48,9 @@ _derkit() {
     values="" kind=files ;;
   *" --t61")
     values="t61 latin1" kind= ;;
-  *" --get" | *" --max-iterations" | *" --iterations" | *" --max-bags" | *" --name")
+  *" --from")
+    values="text hex der" kind= ;;
+  *" --get" | *" --max-octets" | *" --max-iterations" | *" --iterations" | *" --max-bags" | *" --name")
     values="" kind= ;;
   *" --password-env" | *" --new-password-env")
     values="" kind=variables ;;

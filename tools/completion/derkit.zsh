@@ -6,7 +6,7 @@ _derkit() {
   integer depth=1
   while ((depth + 1 < CURRENT)); do
     case "$command ${words[depth + 1]}" in
-    " cert" | " spki" | " dn" | " oid" | " alg" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
+    " cert" | " spki" | " names" | " dn" | " oid" | " alg" | " asn1" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
       command="${command:+$command }${words[depth + 1]}" ;;
     *) break ;;
     esac
@@ -21,7 +21,7 @@ _derkit() {
       '*--help[Show this help]' \
       '*--version[Show the version]' \
       '*--color=[Colour headings and warnings]:color:(auto always never)' \
-      '1:subcommand:((cert\:'\''Show certificates'\'' spki\:'\''Show public keys, including those in certificates'\'' dn\:'\''Convert a distinguished name to its canonical text or to DER'\'' oid\:'\''Show an object identifier as dotted text, DER and names'\'' alg\:'\''Show an algorithm'\''\'\'''\''s code, name, OID and encodings'\'' time\:'\''Show a time in the layouts of logs and certificates'\'' key\:'\''Show GOST private keys (PKCS#8), plain or encrypted'\'' p12\:'\''Show, extract, make and convert PKCS#12 containers'\''))' ;;
+      '1:subcommand:((cert\:'\''Show certificates'\'' spki\:'\''Show public keys, including those in certificates'\'' names\:'\''Show every distinguished name in certificates, requests, CRLs and PKCS#7'\'' dn\:'\''Convert distinguished names to their canonical text or to DER'\'' oid\:'\''Show an object identifier as dotted text, DER and names'\'' alg\:'\''Show an algorithm'\''\'\'''\''s code, name, OID and encodings'\'' asn1\:'\''Show every element of BER and DER, with what is wrong with it'\'' time\:'\''Show a time in the layouts of logs and certificates'\'' key\:'\''Show GOST private keys (PKCS#8), plain or encrypted'\'' p12\:'\''Show, extract, make and convert PKCS#12 containers'\''))' ;;
   "cert")
     _arguments \
       '*--help[Show this help]' \
@@ -40,15 +40,27 @@ _derkit() {
       '*--json[One JSON object a line]' \
       '*--color=[Colour headings and warnings]:color:(auto always never)' \
       '*:file:_files' ;;
+  "names")
+    _arguments \
+      '*--help[Show this help]' \
+      '*--order=[Order of the RDNs]:order:(as-encoded reversed)' \
+      '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
+      '*--t61=[What a T61String of a name holds]:t61:(t61 latin1)' \
+      '*--json[One JSON object a line]' \
+      '*--color=[Colour headings and warnings]:color:(auto always never)' \
+      '*:file:_files' ;;
   "dn")
     _arguments \
       '*--help[Show this help]' \
+      '*--from=[What NAME is]:from:(text hex der)' \
+      '*--loose[Take C = RU as C=RU]' \
       '*--reverse[Reverse the order of the RDNs first]' \
       '*--der[Write the DER Name]' \
       '*--hex[Show the DER Name in hexadecimal]' \
-      '*--get=[Show the value of the first TYPE, as written]:get: ' \
+      '*--get=[Show all values of TYPE, which may be an OID or any name of it, as written]:get: ' \
+      '*--unescaped[With --get]' \
       '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
-      '*--json[One JSON object, with the DER in hexadecimal]' \
+      '*--json[One JSON object a line, with the DER in hexadecimal]' \
       '*--color=[Colour headings and warnings]:color:(auto always never)' ;;
   "oid")
     _arguments \
@@ -59,8 +71,17 @@ _derkit() {
   "alg")
     _arguments \
       '*--help[Show this help]' \
+      '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
       '*--json[One JSON object a line]' \
       '*--color=[Colour headings and warnings]:color:(auto always never)' ;;
+  "asn1")
+    _arguments \
+      '*--help[Show this help]' \
+      '*--max-octets=[Octets shown of each value at most (64 unless given)]:max-octets: ' \
+      '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
+      '*--json[One JSON object a line]' \
+      '*--color=[Colour headings and warnings]:color:(auto always never)' \
+      '*:file:_files' ;;
   "time")
     _arguments \
       '*--help[Show this help]' \
@@ -70,6 +91,7 @@ _derkit() {
     _arguments \
       '*--help[Show this help]' \
       '*--max-iterations=[Most iterations of key derivation in the whole run (10000000 unless given)]:max-iterations: ' \
+      '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
       '*--json[One JSON object a line]' \
       '*--reveal[Show the key itself too, in hexadecimal]' \
       '*--color=[Colour headings and warnings]:color:(auto always never)' \

@@ -6,7 +6,6 @@
 #include "derkit/int2str.h"
 #include "formats/oid_table.h"
 #include "io/bytes.h"
-#include "util/ascii.h"
 
 namespace {
 
@@ -28,8 +27,13 @@ std::string long_name_of(const OIDdescr_t& entry) {
     return std::string(entry.oid_ln, entry.oid_ln_size);
 }
 
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// But for the case of ASCII letters.
 bool is_same_name(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) { return ascii_lower(x) == ascii_lower(y); });
+    return std::ranges::equal(a, b, [](char x, char y) { return lower(x) == lower(y); });
 }
 
 std::vector<std::string> split_aliases(std::string_view others) {
