@@ -9,6 +9,7 @@ void add_alg_command(command_t& parent, console_t& console);
 void add_asn1_command(command_t& parent, console_t& console);
 void add_cert_command(command_t& parent, console_t& console);
 void add_dn_command(command_t& parent, console_t& console);
+void add_dn_compare(command_t& dn, console_t& console);
 void add_names_command(command_t& parent, console_t& console);
 void add_oid_command(command_t& parent, console_t& console);
 void add_spki_command(command_t& parent, console_t& console);

@@ -10,6 +10,7 @@
 #include "commands/options.h"
 #include "derkit/asn_printable.h"
 #include "formats/der.h"
+#include "formats/dn_dialect.h"
 #include "formats/dn_text.h"
 #include "formats/name.h"
 #include "formats/named_oid.h"
@@ -21,6 +22,7 @@ namespace {
 struct dn_options_t {
     std::vector<std::string> names;
     std::string from = "text";
+    std::string to;
     std::optional<std::string> get; // the type of the attribute
     oid_map_option_t oid_map;
     bool loose = false;
@@ -58,6 +60,7 @@ class dn_command_t {
     void warn_of_blanks(const std::string& text, const std::string& subject);
     void warn_of_other_types(const std::string& text, const std::string& subject);
     std::vector<std::string> get_values(const name_t& name) const;
+    shown_text_t write_dialect(const name_t& name, const place_t& place) const;
     void show(const name_t& name, const place_t& place);
     void show_values(const std::vector<std::string>& values);
 };
@@ -97,7 +100,11 @@ void dn_command_t::run_lines() {
 }
 
 void dn_command_t::run_name(const std::string& given, const place_t& place) {
-    show(options_.from == "hex" ? read_hex(given, place.subject) : read_text(given, place.subject), place);
+    if (const dn_dialect_t* const dialect = find_dn_dialect(options_.from)) {
+        show(read_text(read_dn(*dialect, given), place.subject), place);
+    } else {
+        show(options_.from == "hex" ? read_hex(given, place.subject) : read_text(given, place.subject), place);
+    }
 }
 
 name_t dn_command_t::read_text(const std::string& given, const std::string& subject) {
@@ -180,6 +187,15 @@ std::vector<std::string> dn_command_t::get_values(const name_t& name) const {
     return values_of_type(make_blob(name.der), *type);
 }
 
+// What needs another escape than the dialect's is shown with the tool's.
+shown_text_t dn_command_t::write_dialect(const name_t& name, const place_t& place) const {
+    const std::optional<std::vector<rdn_t>> parts = read_name_parts(name.der);
+    if (!parts.has_value()) {
+        throw failure_t(place.subject, "is malformed");
+    }
+    return shown_text_t(write_dn(*find_dn_dialect(options_.to), *parts));
+}
+
 void dn_command_t::show(const name_t& name, const place_t& place) {
     if (!name.remark.empty()) {
         console_.warn(place.subject, name.remark);
@@ -198,6 +214,10 @@ void dn_command_t::show(const name_t& name, const place_t& place) {
         if (options_.get.has_value()) {
             record.add("values", std::vector<shown_text_t>(values.begin(), values.end()));
         }
+        if (!options_.to.empty()) {
+            record.add("dialect", options_.to);
+            record.add("dialect_text", write_dialect(name, place));
+        }
         console_.put(record, true);
     } else if (options_.der) {
         console_.put_bytes(name.der);
@@ -205,6 +225,8 @@ void dn_command_t::show(const name_t& name, const place_t& place) {
         console_.put(shown_text_t(to_hex(name.der)));
     } else if (options_.get.has_value()) {
         show_values(values);
+    } else if (!options_.to.empty()) {
+        console_.put(write_dialect(name, place));
     } else {
         console_.put(name.text);
     }
@@ -230,8 +252,11 @@ void add_dn_command(command_t& parent, console_t& console) {
     command.add_choice(
         {"--from", "FORM",
          "What NAME is: text (the default), hex (DER in hexadecimal) or der (a file with a DER Name; - is "
-         "standard input)"},
-        options->from, {"text", "hex", "der"});
+         "standard input), or a dialect, as for --to"},
+        options->from, {"text", "hex", "der", "openssl", "rfc4514", "rfc2253", "java", "cryptopro"});
+    command.add_choice(
+        {"--to", "DIALECT", "Write the text that other programs expect: openssl, rfc4514, rfc2253, java or cryptopro"},
+        options->to, {"openssl", "rfc4514", "rfc2253", "java", "cryptopro"});
     command.add_flag("--loose", options->loose, "Take C = RU as C=RU: leave out blanks at the beginning of a value");
     command.add_flag("--reverse", options->reverse, "Reverse the order of the RDNs first");
     command.add_flag("--der", options->der, "Write the DER Name");
@@ -242,8 +267,9 @@ void add_dn_command(command_t& parent, console_t& console) {
                      "With --get: write values without escapes, for programs; they may disturb a terminal");
     options->oid_map.add_to(command);
     command.add_flag("--json", options->json, "One JSON object a line, with the DER in hexadecimal");
-    command.exclude("--der", {"--hex", "--get", "--json"});
-    command.exclude("--hex", {"--get", "--json"});
+    command.exclude("--der", {"--hex", "--get", "--json", "--to"});
+    command.exclude("--hex", {"--get", "--json", "--to"});
+    command.exclude("--to", {"--get"});
     command.exclude("--unescaped", {"--json", "--der", "--hex"});
     command.set_footer("--der and --hex exclude each other and --get and --json.\n"
                        "Examples:\n"
@@ -256,4 +282,5 @@ void add_dn_command(command_t& parent, console_t& console) {
         }
         dn_command_t(*options, console).run();
     });
+    add_dn_compare(command, console);
 }
