@@ -71,7 +71,8 @@ template <unsigned int N> struct asn_tag_t_ {
 
     // As above, in a growth step that has room for `more` octets after them, if a node can hold as many.
     template <typename... PARTS> [[gnu::always_inline]] void add_before(unsigned int more, const PARTS&... parts) {
-        const unsigned int n = require_content_size((0ULL + ... + asn_part(parts).size()) + content_size) - content_size;
+        const unsigned int n =
+            require_content_size((0ULL + ... + asn_part(parts).size()) + content_size) - content_size;
         const bool fits = more <= MAX_CONTENT_SIZE - content_size - n;
         const heap_block_t outgrown = make_room(n, fits ? n + more : n);
         unsigned char* end = back();
@@ -128,6 +129,11 @@ template <unsigned int N> struct asn_tag_t_ {
     // The content octets; valid until the next append.
     blob_t content() const {
         return {content_size, buffer + HEADER_ROOM};
+    }
+
+    // The last n octets of the content; valid until the next append.
+    blob_t last_octets(unsigned int n) const {
+        return {n, buffer + HEADER_ROOM + content_size - n};
     }
 
     // Replaces `out` with the encoding.

@@ -6,8 +6,7 @@
 
 #include "asn/asn_cursor.h"
 #include "asn/asn_oid_text.h"
-#include "asn/asn_printable_traits.h"
-#include "asn/t61_decoder.h"
+#include "asn/asn_printable_escape.h"
 #include "derkit/asn_helper.h"
 #include "derkit/asn_printable.h"
 #include "derkit/int2str.h"
@@ -20,69 +19,6 @@ namespace {
 std::string_view as_text(const blob_t& bytes) {
     return std::string_view(reinterpret_cast<const char*>(bytes.data), bytes.size);
 }
-
-// Writes a backslash before a special character, and nothing before another. Needs room for it either way.
-char* write_escape_of(char c, char* to) {
-    *to = '\\';
-    return to + (is_special(c) ? 1 : 0);
-}
-
-char* write_escaped(const char* p, const char* end, char* to) {
-    while (p != end) {
-        const char c = *p++;
-        to = write_escape_of(c, to);
-        *to++ = c;
-    }
-    return to;
-}
-
-// As above, N characters at a time, as long as there are so many. Blocks without a special character are just copied.
-template <std::size_t N> [[gnu::always_inline]] inline char* write_blocks(const char*& p, const char* end, char* to) {
-    for (; static_cast<std::size_t>(end - p) >= N; p += N) {
-        to = (traits_of_block<N>(p) & SPECIAL) == 0 ? std::copy_n(p, N, to) : write_escaped(p, p + N, to);
-    }
-    return to;
-}
-
-constexpr std::size_t SHORT_TEXT_SIZE = text_writer_t::BUFFER_SIZE / 2;
-
-// Puts text with a backslash before every special character. Blanks, controls and bytes above 0x7F are unchanged.
-[[gnu::always_inline]] inline void put_short_escaped(std::string_view text, text_writer_t& out) {
-    const char* p = text.data();
-    const char* const end = p + text.size();
-    char* to = out.room(2 * text.size());
-    to = write_blocks<8>(p, end, to);
-    out.advance_to(write_escaped(p, end, to));
-}
-
-// As above, for text of any size.
-[[gnu::noinline]] void put_escaped(std::string_view text, text_writer_t& out) {
-    while (!text.empty()) {
-        const std::string_view piece = text.substr(0, SHORT_TEXT_SIZE);
-        put_short_escaped(piece, out);
-        text.remove_prefix(piece.size());
-    }
-}
-
-// A character with a backslash before it if it is special.
-constexpr utf8_t escaped(utf8_t character) {
-    const char c = character.octets[0];
-    return character.size != 0 && is_special(c) ? utf8_t{{'\\', c}, 2} : character;
-}
-
-constexpr std::array<utf8_t, 256> make_escaped_t61_characters() {
-    std::array<utf8_t, 256> characters = T61_CHARACTERS;
-    for (utf8_t& character : characters) {
-        character = escaped(character);
-    }
-    return characters;
-}
-
-// T.61 with all special characters escaped.
-struct escaped_t61_t {
-    static constexpr std::array<utf8_t, 256> CHARACTERS = make_escaped_t61_characters();
-    static constexpr utf8_t letter(unsigned char byte) { return escaped(utf8_of(byte)); }
-};
 
 const OIDdescr_t* find_entry(const blob_t& oid, oid_map_handle_t map) {
     return map.map == nullptr ? nullptr : oid_map_find_asn(map, oid.data, oid.size);

@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "derkit/asn_types.h"
+#include "util/copy_octets.h"
 
 // Octets kept free before a node's content, for an identifier and at most five length octets.
 inline constexpr unsigned int HEADER_ROOM = 6;
@@ -32,28 +33,6 @@ inline unsigned int require_content_size(unsigned long long size) {
         throw std::bad_alloc();
     }
     return static_cast<unsigned int>(size);
-}
-
-// Copies without a call what most contents are: OIDs, integers, small parameters and keys.
-inline void copy_octets(unsigned char* to, const unsigned char* from, unsigned int n) {
-    if (n >= 16) {
-        if (n > 32) {
-            std::memcpy(to, from, n);
-            return;
-        }
-        std::memcpy(to, from, 16);
-        std::memcpy(to + n - 16, from + n - 16, 16);
-    } else if (n >= 8) {
-        std::memcpy(to, from, 8);
-        std::memcpy(to + n - 8, from + n - 8, 8);
-    } else if (n >= 4) {
-        std::memcpy(to, from, 4);
-        std::memcpy(to + n - 4, from + n - 4, 4);
-    } else if (n != 0) {
-        to[0] = from[0];
-        to[n / 2] = from[n / 2];
-        to[n - 1] = from[n - 1];
-    }
 }
 
 inline unsigned char length_octet(unsigned int n, unsigned int index) {
@@ -103,8 +82,7 @@ struct asn_octets_t {
 
     unsigned int size() const { return num_octets; }
     unsigned char* write_to(unsigned char* to) const {
-        copy_octets(to, octets, num_octets);
-        return to + num_octets;
+        return copy_octets(to, octets, num_octets);
     }
 };
 
@@ -158,7 +136,9 @@ template <typename FIRST, typename... REST> struct asn_parts_t<FIRST, REST...> {
     asn_parts_t<REST...> rest;
 
     [[gnu::always_inline]] asn_parts_t(const FIRST& f, const REST&... r) : first(f), rest(r...) {}
-    [[gnu::always_inline]] unsigned char* write_to(unsigned char* to) const { return rest.write_to(first.write_to(to)); }
+    [[gnu::always_inline]] unsigned char* write_to(unsigned char* to) const {
+        return rest.write_to(first.write_to(to));
+    }
 };
 
 // Identifier, length and the parts of the content.
@@ -211,7 +191,8 @@ const PART& asn_part(const PART& part) {
 template <typename T> using asn_part_of = std::decay_t<decltype(asn_part(std::declval<const T&>()))>;
 
 template <typename... CONTENT>
-[[gnu::always_inline]] inline asn_element_t<asn_part_of<CONTENT>...> asn_element(asn_tag_t::Type tag, const CONTENT&... content) {
+[[gnu::always_inline]] inline asn_element_t<asn_part_of<CONTENT>...> asn_element(asn_tag_t::Type tag,
+                                                                                 const CONTENT&... content) {
     return asn_element_t<asn_part_of<CONTENT>...>(tag, asn_part(content)...);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string>
@@ -39,8 +40,10 @@ constexpr std::string_view DEFAULT_OIDS = "2.5.4.3 = CN, commonName\n"
                                           "1.3.6.1.4.1.42.2.11.2.1 = SUNIP, ipAddress\n";
 static_assert(DEFAULT_OIDS.size() == 711);
 
-constexpr std::string_view BLANKS = " \t";
-constexpr std::string_view LINE_ENDS = "\r\n";
+constexpr auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
+constexpr auto is_line_end = [](char c) { return c == '\r' || c == '\n'; };
+constexpr auto is_part_of_oid = [](char c) { return (c >= '0' && c <= '9') || c == '.'; };
+constexpr auto ends_short_name = [](char c) { return is_blank(c) || c == '=' || c == ','; };
 
 // The parts of a line, as views into the map's text.
 struct oid_line_t {
@@ -49,18 +52,17 @@ struct oid_line_t {
     std::string_view long_name;
 };
 
-// Removes and returns the characters of `text` up to the first of `stops`, or all of them.
-std::string_view take_until(std::string_view& text, std::string_view stops) {
-    const std::string_view taken = text.substr(0, text.find_first_of(stops));
+// Removes and returns the leading characters of `text` that the predicate accepts.
+template <typename PREDICATE> std::string_view take_while(std::string_view& text, PREDICATE accepts) {
+    const auto end = std::find_if_not(text.begin(), text.end(), accepts);
+    const std::string_view taken = text.substr(0, static_cast<std::size_t>(end - text.begin()));
     text.remove_prefix(taken.size());
     return taken;
 }
 
-// Removes and returns the leading characters of `text` that are among `accepted`.
-std::string_view take_while(std::string_view& text, std::string_view accepted) {
-    const std::string_view taken = text.substr(0, text.find_first_not_of(accepted));
-    text.remove_prefix(taken.size());
-    return taken;
+// Removes and returns the characters of `text` before the first that the predicate accepts.
+template <typename PREDICATE> std::string_view take_until(std::string_view& text, PREDICATE stops) {
+    return take_while(text, std::not_fn(stops));
 }
 
 bool take_one(std::string_view& text, char c) {
@@ -74,18 +76,18 @@ bool take_one(std::string_view& text, char c) {
 // Line ::= OID "=" short name [ "," long name ], with blanks between the parts. Anything else after the short name is
 // ignored; trailing blanks belong to the long name. Lines of any other form are comments.
 bool split_line(std::string_view line, oid_line_t& out) {
-    take_while(line, BLANKS);
-    out.oid = take_while(line, "0123456789.");
-    take_while(line, BLANKS);
+    take_while(line, is_blank);
+    out.oid = take_while(line, is_part_of_oid);
+    take_while(line, is_blank);
     if (!take_one(line, '=')) {
         return false;
     }
-    take_while(line, BLANKS);
-    out.short_name = take_until(line, " \t=,");
-    take_while(line, BLANKS);
+    take_while(line, is_blank);
+    out.short_name = take_until(line, ends_short_name);
+    take_while(line, is_blank);
     out.long_name = std::string_view();
     if (take_one(line, ',')) {
-        take_while(line, BLANKS);
+        take_while(line, is_blank);
         out.long_name = line;
     }
     return true;
@@ -118,6 +120,13 @@ std::unique_ptr<unsigned char[]> make_entry(const oid_line_t& line, const unsign
     return block;
 }
 
+// Adds an entry to an index unless that has its key. Most texts are in the order of their OIDs: the end is tried first.
+template <typename INDEX> bool add_to(INDEX& index, OIDdescr_t* entry) {
+    const std::size_t old_size = index.size();
+    index.insert(index.end(), entry);
+    return index.size() != old_size;
+}
+
 void add_line(OIDmaps_t& map, const oid_line_t& line) {
     unsigned char der[512];
     const unsigned int der_size = oid_str_to_asn_(line.oid.data(), line.oid.data() + line.oid.size(), der);
@@ -129,12 +138,12 @@ void add_line(OIDmaps_t& map, const oid_line_t& line) {
     map.entries.push_back(entry);
     block.release(); // the list owns it now
     OIDdescr_t* const added = &map.entries.back();
-    if (map.by_asn.insert(added).second) {
+    if (add_to(map.by_asn, added)) {
         map.x520_types.add(added);
         map.shortcut_by_asn.add(map.by_asn, added);
     }
-    map.by_str.insert(added);
-    if (map.by_sn.insert(added).second) {
+    add_to(map.by_str, added);
+    if (add_to(map.by_sn, added)) {
         map.shortcut_by_sn.add(map.by_sn, added);
     }
 }
@@ -208,10 +217,10 @@ void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned int size) {
     std::string_view rest(text, size);
     while (!rest.empty()) {
         oid_line_t line;
-        if (split_line(take_until(rest, LINE_ENDS), line)) {
+        if (split_line(take_until(rest, is_line_end), line)) {
             add_line(map, line);
         }
-        take_while(rest, LINE_ENDS);
+        take_while(rest, is_line_end);
     }
 }
 

@@ -33,6 +33,7 @@ bool asn_read_INTEGER(const void* p, unsigned int size, unsigned int& value, uns
 
 void asn_write_INTEGER(unsigned int value, std::string& out) {
     unsigned char octets[asn_integer_t::MAX_SIZE];
-    const unsigned char* const end = asn_integer_t(value).write_to(octets);
-    append_text(out, {reinterpret_cast<const char*>(octets), static_cast<std::size_t>(end - octets)});
+    const asn_integer_t content(value);
+    content.write_to(octets);
+    append_text(out, {reinterpret_cast<const char*>(octets), content.size()});
 }

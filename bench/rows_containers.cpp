@@ -156,6 +156,13 @@ std::vector<container_t> containers() {
     return make_inputs(4, [](unsigned int i) { return make_container(100 * i, NUM_BAGS - 1, 900 + 37 * i); });
 }
 
+constexpr std::size_t NUM_BAGS_OF_CHAIN = 4; // a key and three certificates
+
+std::vector<container_t> chains() {
+    return make_inputs(
+        4, [](unsigned int i) { return make_container(100 * i + 50, NUM_BAGS_OF_CHAIN - 1, 1200 + 41 * i); });
+}
+
 std::string listed_mac_of(const container_t& container) {
     return listed_mac(container.digest, container.mac_salt, container.iterations);
 }
@@ -190,6 +197,10 @@ void add_container_rows(registry_t& registry) {
         "PKCS#12 read, opened", {0.06, "OpenSSL"}, containers(), listed, &container_t::der_to_read);
     registry.add_writer<write_t>("PKCS#12 write", {0.08, "OpenSSL"}, containers(), &container_t::der_to_write,
                                  RECORD<pkcs12_bag_t[NUM_BAGS], pkcs12_mac_t>);
+    registry.add_reader<read_t<true>, pkcs12_bag_t[NUM_BAGS_OF_CHAIN], pkcs12_mac_t>(
+        "PKCS#12 read, opened, chain of three", {}, chains(), listed, &container_t::der_to_read);
+    registry.add_writer<write_t>("PKCS#12 write, chain of three", {}, chains(), &container_t::der_to_write,
+                                 RECORD<pkcs12_bag_t[NUM_BAGS_OF_CHAIN], pkcs12_mac_t>);
 }
 
 void add_container_sizes(registry_t& registry) {

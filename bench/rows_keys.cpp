@@ -71,6 +71,10 @@ private_key_t make_private_key(unsigned int i) {
     return {{i % 3, key}, encode(der_sequence({der_integer("00"), algorithm, octet_string}))};
 }
 
+std::vector<private_key_t> private_keys_of_512_bits() {
+    return make_inputs(12, [](unsigned int i) { return make_private_key(3 * i + 2); });
+}
+
 } // namespace
 
 std::vector<private_key_t> private_keys() {
@@ -81,6 +85,10 @@ void add_key_rows(registry_t& registry) {
     registry.add_reader<read_key_t, pkcs8_pki_gost_t>("PKCS#8 read", {0.60, "mbedTLS primitives"}, private_keys(),
                                                       &private_key_t::shown, &private_key_t::der);
     registry.add_writer<write_key_t>("PKCS#8 write", {1.5, "mbedTLS primitives"}, private_keys(), &private_key_t::der,
+                                     RECORD<pkcs8_pki_gost_t>);
+    registry.add_reader<read_key_t, pkcs8_pki_gost_t>("PKCS#8 read, 512 bits", {}, private_keys_of_512_bits(),
+                                                      &private_key_t::shown, &private_key_t::der);
+    registry.add_writer<write_key_t>("PKCS#8 write, 512 bits", {}, private_keys_of_512_bits(), &private_key_t::der,
                                      RECORD<pkcs8_pki_gost_t>);
     registry.add_reader<read_encrypted_key_t, pkcs8_encrypted_pki_gost_t>(
         "encrypted key read", {0.70, "mbedTLS primitives"}, make_inputs(12, make_encrypted_key),

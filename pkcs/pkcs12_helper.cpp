@@ -153,9 +153,9 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& easy, pbe_crypto_t* crypto, std:
     asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
     pfx.add_before(MAC_DATA_SIZE, asn_element(asn_tag_t::INTEGER, PFX_VERSION),
                    pkcs7_content_info(g_oid_pkcs7_id_data, octets));
-    const unsigned char* const end = pfx.encoding() + pfx.encoding_size();
+    const blob_t covered = pfx.last_octets(octets.size());
     pkcs12_mac_t fresh_mac;
-    const bool made = crypto->make_mac(end - octets.size(), octets.size(), fresh_mac);
+    const bool made = crypto->make_mac(covered.data, covered.size, fresh_mac);
     asn_write_pkcs12_MacData(made ? fresh_mac : easy.mac, pfx);
     pfx.assign_to(out);
 }

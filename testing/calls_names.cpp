@@ -175,7 +175,7 @@ std::vector<call_t> text_to_name_calls() {
         {.name = "text_with_long_escaped_values_to_name",
          .function = "printable_to_asn_dn",
          .input = input_t::ZERO_TERMINATED,
-         .samples = {"CN=" + repeated(ESCAPES, 200) + ",O=" + repeated(ESCAPES, 200)},
+         .samples = {"CN=" + repeated(ESCAPES, 600) + ",O=" + repeated(ESCAPES, 600)},
          .run = [](run_t& run) { return run.call([&] { return printable_to_asn_dn(run.chars(), run.out, run.map); }); },
          .left = as_it_was,
          .blocks = 1},

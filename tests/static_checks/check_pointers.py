@@ -42,11 +42,18 @@ READERS = {
         "--number.size;",
         "++number.data;",
     }],
-    "asn/asn_dn_to_printable.cpp": ["The first octet of a value that has one; the end of an OID; the text of a value.", {
+    "asn/asn_dn_to_printable.cpp": ["The first octet of a value that has one; ends of contents; an RDN that the cursor has passed.", {
         "const asn_tag_t::Type tag = value.size == 0 ? asn_tag_t::ANY : static_cast<asn_tag_t::Type>(value.data[0]);",
+        "} else if (!put_oid(type.data, type.data + type.size, writer_)) {",
+        "if (!put_t61<escaped_t61_t>(content.data, content.data + content.size, writer_, write_utf8)) {",
         "return oid_asn_to_str_(oid.data, oid.data + oid.size, out) != 0;",
-        "const char* p = run + 1;",
-        "++p;",
+        "oid_asn_to_str_(oid.data, oid.data + oid.size, out);",
+        "return asn_cursor_t(name_.p + offset, name_.size - offset).read(asn_tag_t::SET);",
+    }],
+    "asn/asn_printable_to_dn.cpp": ["Text; the first octet of hexadecimal that has at least two.", {
+        "void add_unseen(char c) { *end_++ = c; }",
+        "if (!read_hex_pair(digits.substr(2 * i), octets[i])) {",
+        "out.tag = static_cast<asn_tag_t::Type>(octets[0]);",
     }],
     "pkcs/pkcs12_bags.cpp": ["A view, copied to one of another type.", {
         "bag.friendly_name.size = name.size;",
@@ -59,9 +66,10 @@ READERS = {
 
 # What reads no DER: octets up to an end that the caller knows, text, tables, writers.
 OTHERS = {
-    "asn/asn_alg_tables.h", "asn/asn_builder.h", "asn/asn_oid_text.cpp", "asn/asn_oidmap.cpp", "asn/asn_printable.cpp",
-    "asn/asn_printable_syntax.cpp", "asn/oid_map.h", "asn/t61.cpp", "platform/convi.cpp", "util/cert_time.cpp",
-    "util/int2str.cpp",
+    "asn/asn_alg_tables.h", "asn/asn_builder.h", "asn/asn_element.h", "asn/asn_oid_text.cpp", "asn/asn_oidmap.cpp",
+    "asn/asn_printable.cpp", "asn/asn_printable_escape.h", "asn/asn_printable_syntax.cpp", "asn/asn_printable_traits.h",
+    "asn/oid_map.h", "asn/t61.cpp", "asn/t61_decoder.h", "platform/convi.cpp", "util/cert_time.cpp", "util/copy_octets.h", "util/int2str.cpp",
+    "util/text_writer.h",
 }
 
 

@@ -444,6 +444,7 @@ TEST(builder_tree, writes_its_parts_in_order_at_every_depth) {
     node.add(asn_element(asn_tag_t::INTEGER, asn_integer_t(2000)));
     EXPECT_TRUE(same_bytes(from_hex("30 17 30 06 06 02 2A 03 05 00 31 01 66 A0 06 31 01 66 72 61 77 02 02 07 D0"),
                            encoding_of(node)));
+    EXPECT_TRUE(same_bytes(from_hex("02 02 07 D0"), chars_of(node.last_octets(4))));
 }
 
 TEST(builder_tree, leaves_out_what_is_not_present) {

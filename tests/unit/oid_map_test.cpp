@@ -20,7 +20,9 @@
 #include "support/oid_maps.h"
 #include "support/vectors.h"
 #include "testing/bytes.h"
+#include "testing/der.h"
 #include "testing/parsed_map.h"
+#include "testing/views.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define DERKIT_TESTS_EXACT_HEAP 1

@@ -31,7 +31,7 @@ std::optional<std::string> oid_from_hex(std::string_view hex) {
 }
 
 // Names come first: some short names, such as DC, are hexadecimal digits too.
-std::string find_oid(const std::string& text) {
+std::string read_oid(const std::string& text) {
     std::optional<std::string> content = oid_from_text(text);
     if (!content.has_value()) {
         content = oid_from_name(text);
@@ -90,7 +90,7 @@ void add_names(const oid_names_t& names, record_t& record) {
 }
 
 void show_oid(const std::string& given, const place_t& place, bool as_json, console_t& console) {
-    const std::string content = find_oid(given);
+    const std::string content = read_oid(given);
     const std::string arcs = oid_arcs(content).value_or("");
     record_t record("oid", place);
     record.add("oid", arcs);

@@ -7,17 +7,23 @@
 #include "formats/named_oid.h"
 #include "io/bytes.h"
 #include "io/failure.h"
-#include "util/ascii.h"
 
-namespace {
-
-struct type_name_t {
+struct dn_type_name_t {
     std::string_view oid;
     std::string_view name;
 };
 
+// How a value is written that has special characters.
+enum class dn_quoting_t {
+    NEVER,     // a backslash is in front of each
+    BACKSLASH, // in double quotes, with a backslash in front of quotes and backslashes
+    DOUBLED    // in double quotes, with quotes twice; backslashes mean themselves
+};
+
+namespace {
+
 // objects.txt of OpenSSL: what it calls types in names
-constexpr type_name_t OPENSSL_NAMES[] = {
+constexpr dn_type_name_t OPENSSL_NAMES[] = {
     {"2.5.4.3", "CN"},
     {"2.5.4.4", "SN"},
     {"2.5.4.5", "serialNumber"},
@@ -50,7 +56,7 @@ constexpr type_name_t OPENSSL_NAMES[] = {
 };
 
 // RFC 4514 3, RFC 2253 2.3
-constexpr type_name_t RFC_NAMES[] = {
+constexpr dn_type_name_t RFC_NAMES[] = {
     {"2.5.4.3", "CN"},
     {"2.5.4.6", "C"},
     {"2.5.4.7", "L"},
@@ -63,7 +69,7 @@ constexpr type_name_t RFC_NAMES[] = {
 };
 
 // X500Principal.toString()
-constexpr type_name_t JAVA_NAMES[] = {
+constexpr dn_type_name_t JAVA_NAMES[] = {
     {"2.5.4.3", "CN"},
     {"2.5.4.4", "SURNAME"},
     {"2.5.4.5", "SERIALNUMBER"},
@@ -84,7 +90,7 @@ constexpr type_name_t JAVA_NAMES[] = {
 };
 
 // The X.500 names of CertNameToStr() and CertStrToName(), and those of Russian certificates
-constexpr type_name_t CRYPTOPRO_NAMES[] = {
+constexpr dn_type_name_t CRYPTOPRO_NAMES[] = {
     {"2.5.4.3", "CN"},
     {"2.5.4.4", "SN"},
     {"2.5.4.5", "SERIALNUMBER"},
@@ -108,13 +114,6 @@ constexpr type_name_t CRYPTOPRO_NAMES[] = {
     {"1.2.643.100.5", "OGRNIP"},
 };
 
-// How a value is written that has special characters.
-enum class quoting_t {
-    NEVER,     // a backslash is in front of each
-    BACKSLASH, // in double quotes, with a backslash in front of quotes and backslashes
-    DOUBLED    // in double quotes, with quotes twice; backslashes mean themselves
-};
-
 constexpr std::string_view RFC_SPECIALS = ",+\"\\<>;";
 
 } // namespace
@@ -125,35 +124,38 @@ struct dn_dialect_t {
     std::string_view separator; // of RDNs
     std::string_view plus;      // between the attributes of an RDN
     std::string_view equals;
-    std::span<const type_name_t> names;
+    std::span<const dn_type_name_t> names;
     std::string_view dotted_prefix;
     bool hex_for_dotted; // the value of a dotted type is hexadecimal
-    quoting_t quoting;
+    dn_quoting_t quoting;
     std::string_view specials; // at any place
 };
 
 namespace {
 
 constexpr dn_dialect_t DIALECTS[] = {
-    {"openssl", false, ", ", " + ", " = ", OPENSSL_NAMES, "", false, quoting_t::BACKSLASH, ",+<>;"},
-    {"rfc4514", true, ",", "+", "=", RFC_NAMES, "", true, quoting_t::NEVER, RFC_SPECIALS},
-    {"rfc2253", true, ",", "+", "=", RFC_NAMES, "", true, quoting_t::NEVER, RFC_SPECIALS},
-    {"java", true, ", ", " + ", "=", JAVA_NAMES, "OID.", false, quoting_t::BACKSLASH, ",+=\n<>#;\\\""},
-    {"cryptopro", false, ", ", " + ", "=", CRYPTOPRO_NAMES, "OID.", false, quoting_t::DOUBLED, ",+=\"\n<>#;"},
+    {"openssl", false, ", ", " + ", " = ", OPENSSL_NAMES, "", false, dn_quoting_t::BACKSLASH, ",+<>;"},
+    {"rfc4514", true, ",", "+", "=", RFC_NAMES, "", true, dn_quoting_t::NEVER, RFC_SPECIALS},
+    {"rfc2253", true, ",", "+", "=", RFC_NAMES, "", true, dn_quoting_t::NEVER, RFC_SPECIALS},
+    {"java", true, ", ", " + ", "=", JAVA_NAMES, "OID.", false, dn_quoting_t::BACKSLASH, ",+=\n<>#;\\\""},
+    {"cryptopro", false, ", ", " + ", "=", CRYPTOPRO_NAMES, "OID.", false, dn_quoting_t::DOUBLED, ",+=\"\n<>#;"},
 };
 
 bool is_dialect(const dn_dialect_t& dialect, std::string_view name) {
     return dialect.name == name;
 }
 
+char lower_letter(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 bool equal_in_either_case(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char left, char right) { return ascii_upper(left) == ascii_upper(right); });
+    return std::ranges::equal(a, b, {}, lower_letter, lower_letter);
 }
 
 std::string lower_hex(std::string_view bytes) {
     std::string hex = to_hex(bytes);
-    std::ranges::transform(hex, hex.begin(),
-                           [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c + 32) : c; });
+    std::ranges::transform(hex, hex.begin(), lower_letter);
     return hex;
 }
 
@@ -188,7 +190,7 @@ std::string escaped(const dn_dialect_t& dialect, std::string_view text) {
 
 bool needs_quotes(const dn_dialect_t& dialect, std::string_view text) {
     if (text.empty()) {
-        return dialect.quoting == quoting_t::DOUBLED;
+        return dialect.quoting == dn_quoting_t::DOUBLED;
     }
     const bool has_double_blank = is_dialect(dialect, "java") && text.find("  ") != std::string_view::npos;
     return text.front() == ' ' || text.back() == ' ' || text.front() == '#' || has_double_blank ||
@@ -199,7 +201,7 @@ std::string quoted(const dn_dialect_t& dialect, std::string_view text) {
     const bool with_controls = is_dialect(dialect, "openssl");
     std::string out;
     for (const char& c : text) {
-        if (dialect.quoting == quoting_t::DOUBLED) {
+        if (dialect.quoting == dn_quoting_t::DOUBLED) {
             out += c == '"' ? "\"\"" : std::string(1, c);
         } else if (with_controls && is_control(c)) {
             out += "\\" + to_hex(std::string_view(&c, 1));
@@ -215,12 +217,13 @@ std::string write_value(const dn_dialect_t& dialect, const name_attribute_t& att
     if (!has_text(dialect, attribute) || (is_dotted && dialect.hex_for_dotted)) {
         return "#" + (is_dialect(dialect, "openssl") ? to_hex(attribute.value) : lower_hex(attribute.value));
     }
-    return dialect.quoting == quoting_t::NEVER ? escaped(dialect, *attribute.text) : quoted(dialect, *attribute.text);
+    return dialect.quoting == dn_quoting_t::NEVER ? escaped(dialect, *attribute.text)
+                                                  : quoted(dialect, *attribute.text);
 }
 
 std::string write_attribute(const dn_dialect_t& dialect, const name_attribute_t& attribute) {
     const std::string oid = oid_text(attribute.type);
-    const auto named = std::ranges::find(dialect.names, oid, &type_name_t::oid);
+    const auto named = std::ranges::find(dialect.names, oid, &dn_type_name_t::oid);
     const bool is_dotted = named == dialect.names.end();
     std::string text = is_dotted ? std::string(dialect.dotted_prefix) + oid : std::string(named->name);
     return text + std::string(dialect.equals) + write_value(dialect, attribute, is_dotted);
@@ -294,7 +297,7 @@ class dn_text_reader_t {
 
     std::string read_type(const std::string& type) const {
         const auto named = std::ranges::find_if(
-            dialect_.names, [&type](const type_name_t& row) { return equal_in_either_case(row.name, type); });
+            dialect_.names, [&type](const dn_type_name_t& row) { return equal_in_either_case(row.name, type); });
         if (named != dialect_.names.end()) {
             return std::string(named->oid);
         }
@@ -344,7 +347,7 @@ class dn_text_reader_t {
     }
 
     std::string read_quoted() {
-        const bool is_doubled = dialect_.quoting == quoting_t::DOUBLED;
+        const bool is_doubled = dialect_.quoting == dn_quoting_t::DOUBLED;
         std::string out;
         rest_.remove_prefix(1);
         while (!rest_.starts_with('"') || (is_doubled && rest_.starts_with("\"\""))) {
@@ -368,7 +371,7 @@ class dn_text_reader_t {
 
     // Blanks at its end do not belong to it, unless the last one is escaped.
     std::string read_plain() {
-        const bool has_escapes = dialect_.quoting != quoting_t::DOUBLED;
+        const bool has_escapes = dialect_.quoting != dn_quoting_t::DOUBLED;
         std::string out;
         std::size_t size_without_blanks = 0;
         while (!at_separator()) {

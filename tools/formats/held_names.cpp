@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr asn_tag_t::Type UTC_TIME = static_cast<asn_tag_t::Type>(0x17);
-constexpr asn_tag_t::Type GENERALIZED_TIME = static_cast<asn_tag_t::Type>(0x18);
-constexpr asn_tag_t::Type DIRECTORY_NAME = static_cast<asn_tag_t::Type>(0xA4);
+constexpr asn_tag_t::Type UTC_TIME_TAG = static_cast<asn_tag_t::Type>(0x17);
+constexpr asn_tag_t::Type GENERALIZED_TIME_TAG = static_cast<asn_tag_t::Type>(0x18);
+constexpr asn_tag_t::Type DIRECTORY_NAME_TAG = static_cast<asn_tag_t::Type>(0xA4);
 constexpr std::string_view EXTENSION_REQUEST = "1.2.840.113549.1.9.14";
 constexpr std::string_view SIGNED_DATA = "1.2.840.113549.1.7.2";
 constexpr std::string_view ENVELOPED_DATA = "1.2.840.113549.1.7.3";
@@ -21,10 +21,10 @@ constexpr const char* CERTIFICATE = "certificate";
 constexpr const char* REQUEST = "request";
 constexpr const char* CRL = "CRL";
 constexpr const char* PKCS7 = "PKCS#7";
-constexpr unsigned int MAX_DEPTH = 32; // of an extension's value, which has a few levels in standards
+constexpr unsigned int MAX_VALUE_DEPTH = 32; // of an extension's value, which has a few levels in standards
 
 bool next_is_time(const asn_cursor_t& in) {
-    return in.next_is(UTC_TIME) || in.next_is(GENERALIZED_TIME);
+    return in.next_is(UTC_TIME_TAG) || in.next_is(GENERALIZED_TIME_TAG);
 }
 
 // Whether the element is a SEQUENCE of SETs of SEQUENCEs that begin with an OID.
@@ -94,10 +94,10 @@ void name_finder_t::take_field(asn_cursor_t& in, const std::string& where) {
 // The directoryNames in the value of an extension, whatever its structure.
 void name_finder_t::take_directory_names(asn_cursor_t in, const std::string& where, unsigned int depth) {
     constexpr unsigned int CONSTRUCTED = 0x20;
-    while (depth < MAX_DEPTH && !in.empty()) {
+    while (depth < MAX_VALUE_DEPTH && !in.empty()) {
         const unsigned int tag = *in.p;
         const blob_t content = in.read(asn_tag_t::ANY);
-        if (in.ok() && tag == DIRECTORY_NAME && is_name(content)) {
+        if (in.ok() && tag == DIRECTORY_NAME_TAG && is_name(content)) {
             take_(where, content);
         } else if (in.ok() && (tag & CONSTRUCTED) != 0) {
             take_directory_names(asn_cursor_t(content), where, depth + 1);
@@ -344,7 +344,7 @@ outline_t outline_of(std::string_view der) {
 bool is_crl(const outline_t& outline) {
     const std::vector<unsigned int>& tags = outline.tags;
     const std::size_t time = !tags.empty() && tags[0] == asn_tag_t::INTEGER ? 3 : 2;
-    return tags.size() > time && (tags[time] == UTC_TIME || tags[time] == GENERALIZED_TIME);
+    return tags.size() > time && (tags[time] == UTC_TIME_TAG || tags[time] == GENERALIZED_TIME_TAG);
 }
 
 // A request has its key after its name, and then attributes or nothing.
