@@ -7,7 +7,6 @@
 #include "formats/named_oid.h"
 #include "io/bytes.h"
 #include "io/failure.h"
-#include "util/ascii.h"
 
 struct dn_type_name_t {
     std::string_view oid;
@@ -144,10 +143,6 @@ constexpr dn_dialect_t DIALECTS[] = {
 
 bool is_dialect(const dn_dialect_t& dialect, std::string_view name) {
     return dialect.name == name;
-}
-
-bool equal_in_either_case(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char left, char right) { return ascii_upper(left) == ascii_upper(right); });
 }
 
 std::string lower_hex(std::string_view bytes) {
@@ -295,11 +290,11 @@ class dn_text_reader_t {
 
     std::string read_type(const std::string& type) const {
         const auto named = std::ranges::find_if(
-            dialect_.names, [&type](const dn_type_name_t& row) { return equal_in_either_case(row.name, type); });
+            dialect_.names, [&type](const dn_type_name_t& row) { return is_same_name(row.name, type); });
         if (named != dialect_.names.end()) {
             return std::string(named->oid);
         }
-        const bool has_prefix = equal_in_either_case(std::string_view(type).substr(0, 4), "OID.");
+        const bool has_prefix = is_same_name(std::string_view(type).substr(0, 4), "OID.");
         const std::string dotted = has_prefix ? type.substr(4) : type;
         if (oid_from_text(dotted).has_value()) {
             return dotted;
