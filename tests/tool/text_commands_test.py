@@ -74,7 +74,7 @@ class DnCommand(ToolTest):
         """The library encodes it as another one. The same digits in a value are no type."""
         for text, name, *other in [
             ("1.40=x", "2.0=x", ("1.40", "2.0")),
-            ("CN=a, 1.40 = x", "CN=a,2.0= x", ("1.40", "2.0")),
+            ("CN=a, 1.40 =x", "CN=a,2.0=x", ("1.40", "2.0")),
             ("2.4294967295=x", "1.39=x", ("2.4294967295", "1.39")),
             ("1.40=x+1.41=y", "2.0=x+2.1=y", ("1.40", "2.0"), ("1.41", "2.1")),
             ('CN="1.40=x"', "CN=1.40\\=x"),

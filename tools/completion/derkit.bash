@@ -14,7 +14,7 @@ _derkit() {
 
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case "$command ${COMP_WORDS[i]}" in
-    " cert" | " spki" | " names" | " dn" | " oid" | " alg" | " asn1" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
+    " cert" | " spki" | " names" | " dn" | "dn compare" | " oid" | " alg" | " asn1" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
       command="${command:+$command }${COMP_WORDS[i]}" ;;
     esac
   done
@@ -25,7 +25,8 @@ _derkit() {
   "cert") options="--help --order --oid-map --t61 --json --local --round-trip --color" values="" kind=files ;;
   "spki") options="--help --oid-map --json --color" values="" kind=files ;;
   "names") options="--help --order --oid-map --t61 --json --color" values="" kind=files ;;
-  "dn") options="--help --from --loose --reverse --der --hex --get --unescaped --oid-map --json --color" values="" ;;
+  "dn") options="--help --from --to --loose --reverse --der --hex --get --unescaped --oid-map --json --color" values="compare" ;;
+  "dn compare") options="--help --from --require --oid-map --json --color" values="" ;;
   "oid") options="--help --oid-map --json --color" values="" ;;
   "alg") options="--help --oid-map --json --color" values="" ;;
   "asn1") options="--help --max-octets --oid-map --json --color" values="" kind=files ;;
@@ -49,9 +50,13 @@ _derkit() {
   *" --t61")
     values="t61 latin1" kind= ;;
   *" --from")
-    values="text hex der" kind= ;;
+    values="text hex der openssl rfc4514 rfc2253 java cryptopro" kind= ;;
+  "dn --to")
+    values="openssl rfc4514 rfc2253 java cryptopro" kind= ;;
   *" --get" | *" --max-octets" | *" --max-iterations" | *" --iterations" | *" --max-bags" | *" --name")
     values="" kind= ;;
+  *" --require")
+    values="match octets" kind= ;;
   *" --password-env" | *" --new-password-env")
     values="" kind=variables ;;
   "key convert --to")

@@ -5,7 +5,7 @@ function __derkit_command
     set -l command
     for word in (commandline -opc)[2..]
         switch "$command $word"
-            case ' cert' ' spki' ' names' ' dn' ' oid' ' alg' ' asn1' ' time' ' key' 'key convert' ' p12' 'p12 show' 'p12 extract' 'p12 make' 'p12 convert' 'p12 password'
+            case ' cert' ' spki' ' names' ' dn' 'dn compare' ' oid' ' alg' ' asn1' ' time' ' key' 'key convert' ' p12' 'p12 show' 'p12 extract' 'p12 make' 'p12 convert' 'p12 password'
                 set command (string trim "$command $word")
         end
     end
@@ -46,7 +46,8 @@ complete -c derkit -n '__derkit_is names' -l json -d 'One JSON object a line'
 complete -c derkit -n '__derkit_is names' -l color -x -a 'auto always never' -d 'Colour headings and warnings'
 complete -c derkit -n '__derkit_is' -a dn -d 'Convert distinguished names to their canonical text or to DER'
 complete -c derkit -n '__derkit_is dn' -l help -s h -d 'Show this help'
-complete -c derkit -n '__derkit_is dn' -l from -x -a 'text hex der' -d 'What NAME is'
+complete -c derkit -n '__derkit_is dn' -l from -x -a 'text hex der openssl rfc4514 rfc2253 java cryptopro' -d 'What NAME is'
+complete -c derkit -n '__derkit_is dn' -l to -x -a 'openssl rfc4514 rfc2253 java cryptopro' -d 'Write the text that other programs expect'
 complete -c derkit -n '__derkit_is dn' -l loose -d 'Take C = RU as C=RU'
 complete -c derkit -n '__derkit_is dn' -l reverse -d 'Reverse the order of the RDNs first'
 complete -c derkit -n '__derkit_is dn' -l der -d 'Write the DER Name'
@@ -56,6 +57,13 @@ complete -c derkit -n '__derkit_is dn' -l unescaped -d 'With --get'
 complete -c derkit -n '__derkit_is dn' -l oid-map -r -F -d 'Names of OIDs, a line "OID = SHORT, long name" each, in place of the system\'s qaroids.cfg'
 complete -c derkit -n '__derkit_is dn' -l json -d 'One JSON object a line, with the DER in hexadecimal'
 complete -c derkit -n '__derkit_is dn' -l color -x -a 'auto always never' -d 'Colour headings and warnings'
+complete -c derkit -n '__derkit_is dn' -a compare -d 'Compare two names, by octets and by RFC 5280 7.1'
+complete -c derkit -n '__derkit_is dn compare' -l help -s h -d 'Show this help'
+complete -c derkit -n '__derkit_is dn compare' -l from -x -a 'text hex der openssl rfc4514 rfc2253 java cryptopro' -d 'What A and B are'
+complete -c derkit -n '__derkit_is dn compare' -l require -x -a 'match octets' -d 'Fail unless the names match, or have the same octets'
+complete -c derkit -n '__derkit_is dn compare' -l oid-map -r -F -d 'Names of OIDs, a line "OID = SHORT, long name" each, in place of the system\'s qaroids.cfg'
+complete -c derkit -n '__derkit_is dn compare' -l json -d 'One JSON object'
+complete -c derkit -n '__derkit_is dn compare' -l color -x -a 'auto always never' -d 'Colour headings and warnings'
 complete -c derkit -n '__derkit_is' -a oid -d 'Show an object identifier as dotted text, DER and names'
 complete -c derkit -n '__derkit_is oid' -l help -s h -d 'Show this help'
 complete -c derkit -n '__derkit_is oid' -l oid-map -r -F -d 'Names of OIDs, a line "OID = SHORT, long name" each, in place of the system\'s qaroids.cfg'

@@ -6,7 +6,7 @@ _derkit() {
   integer depth=1
   while ((depth + 1 < CURRENT)); do
     case "$command ${words[depth + 1]}" in
-    " cert" | " spki" | " names" | " dn" | " oid" | " alg" | " asn1" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
+    " cert" | " spki" | " names" | " dn" | "dn compare" | " oid" | " alg" | " asn1" | " time" | " key" | "key convert" | " p12" | "p12 show" | "p12 extract" | "p12 make" | "p12 convert" | "p12 password")
       command="${command:+$command }${words[depth + 1]}" ;;
     *) break ;;
     esac
@@ -52,7 +52,8 @@ _derkit() {
   "dn")
     _arguments \
       '*--help[Show this help]' \
-      '*--from=[What NAME is]:from:(text hex der)' \
+      '*--from=[What NAME is]:from:(text hex der openssl rfc4514 rfc2253 java cryptopro)' \
+      '*--to=[Write the text that other programs expect]:to:(openssl rfc4514 rfc2253 java cryptopro)' \
       '*--loose[Take C = RU as C=RU]' \
       '*--reverse[Reverse the order of the RDNs first]' \
       '*--der[Write the DER Name]' \
@@ -61,6 +62,15 @@ _derkit() {
       '*--unescaped[With --get]' \
       '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
       '*--json[One JSON object a line, with the DER in hexadecimal]' \
+      '*--color=[Colour headings and warnings]:color:(auto always never)' \
+      '1:subcommand:((compare\:'\''Compare two names, by octets and by RFC 5280 7.1'\''))' ;;
+  "dn compare")
+    _arguments \
+      '*--help[Show this help]' \
+      '*--from=[What A and B are]:from:(text hex der openssl rfc4514 rfc2253 java cryptopro)' \
+      '*--require=[Fail unless the names match, or have the same octets]:require:(match octets)' \
+      '*--oid-map=[Names of OIDs, a line "OID = SHORT, long name" each, in place of the system'\''s qaroids.cfg]:oid-map:_files' \
+      '*--json[One JSON object]' \
       '*--color=[Colour headings and warnings]:color:(auto always never)' ;;
   "oid")
     _arguments \
