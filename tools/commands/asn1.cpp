@@ -46,16 +46,6 @@ bool is_printable(std::string_view octets) {
     return !octets.empty() && std::ranges::all_of(octets, [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 
-// The name in the map, or else the tool's own.
-named_oid_t named(const std::string& content, const oid_map_handle_t& map) {
-    const OIDdescr_t* const entry = oid_map_find_asn(map, octets(content), size_of(content));
-    named_oid_t oid = name_oid(make_blob(content));
-    if (oid.name.empty() && entry != nullptr) {
-        oid.name = std::string(entry->oid_ln, entry->oid_ln_size);
-    }
-    return oid;
-}
-
 // An element as it is shown, with no more octets of its value than are wanted.
 struct shown_element_t {
     const asn1_element_t& element;
@@ -64,7 +54,7 @@ struct shown_element_t {
     std::optional<std::string_view> text;
     bool is_cut;
 
-    shown_element_t(const asn1_element_t& of, std::size_t max_octets, const oid_map_handle_t& map)
+    shown_element_t(const asn1_element_t& of, std::size_t max_octets)
         : element(of), octets(std::string_view(of.value.octets).substr(0, max_octets)), is_cut(of.is_cut) {
         is_cut = is_cut || octets.size() != of.value.octets.size();
         if (of.value.text.has_value()) {
@@ -72,7 +62,7 @@ struct shown_element_t {
             is_cut = is_cut || text->size() != of.value.text->size();
         }
         if (!of.value.oid.empty()) {
-            oid = named(of.value.oid, map);
+            oid = name_oid(make_blob(of.value.oid));
         }
     }
 
@@ -236,7 +226,9 @@ class breach_count_t {
 class asn1_command_t {
   public:
     asn1_command_t(const asn1_options_t& options, console_t& console)
-        : options_(options), console_(console), map_(options.oid_map.load()), max_octets_(options.parse_max_octets()) {}
+        : options_(options), console_(console), max_octets_(options.parse_max_octets()) {
+        options.oid_map.load();
+    }
 
     void run() {
         for_each_file(options_.files, console_, [this](const std::string& file) { run_file(file); });
@@ -246,7 +238,6 @@ class asn1_command_t {
   private:
     const asn1_options_t& options_;
     console_t& console_;
-    const oid_map_handle_t map_;
     const std::size_t max_octets_;
     std::string lines_;
     unsigned int num_elements_ = 0; // of the file
@@ -335,7 +326,7 @@ void asn1_command_t::outline(octet_source_t& source, const place_t& place, const
 }
 
 void asn1_command_t::show(const asn1_element_t& element, const place_t& place, const pem_block_t* block) {
-    const shown_element_t shown(element, max_octets_, map_);
+    const shown_element_t shown(element, max_octets_);
     ++num_elements_;
     if (!options_.json) {
         lines_ += lines_of(shown);

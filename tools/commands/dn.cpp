@@ -275,7 +275,8 @@ void add_dn_command(command_t& parent, console_t& console) {
                        "Examples:\n"
                        "  derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'\n"
                        "  derkit dn --get O 'CN=user1,O=Example'\n"
-                       "  derkit dn --loose 'C = RU, O = Example'");
+                       "  derkit dn --loose 'C = RU, O = Example'\n"
+                       "  derkit dn --to java 'C=RU,O=Example,CN=user1'");
     command.set_action([options, &console] {
         if (options->unescaped && !options->get.has_value()) {
             throw usage_error_t("--unescaped: needs --get");

@@ -173,6 +173,6 @@ void add_dn_compare(command_t& dn, console_t& console) {
     command.add_flag("--json", options->json, "One JSON object");
     command.set_footer("Examples:\n"
                        "  derkit dn compare 'CN=A  b,C=RU' 'CN=a B,C=RU'\n"
-                       "  derkit dn compare --require match --from hex 300E... 300E...");
+                       "  derkit dn compare --require match --from der subject.der issuer.der");
     command.set_action([options, &console] { run(*options, console); });
 }

@@ -145,10 +145,13 @@ bool is_dialect(const dn_dialect_t& dialect, std::string_view name) {
     return dialect.name == name;
 }
 
+char lower_letter(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 std::string lower_hex(std::string_view bytes) {
     std::string hex = to_hex(bytes);
-    std::ranges::transform(hex, hex.begin(),
-                           [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c + 32) : c; });
+    std::ranges::transform(hex, hex.begin(), lower_letter);
     return hex;
 }
 

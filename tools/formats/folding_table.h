@@ -1,4 +1,4 @@
-// What characters are compared as, by Unicode 14.0.0: written by make_folding_table.py.
+// What characters are compared as, by Unicode 14.0.0; tests/generators/folding_table.py writes this file.
 #ifndef DERKIT_TOOLS_FORMATS_FOLDING_TABLE_H
 #define DERKIT_TOOLS_FORMATS_FOLDING_TABLE_H
 

@@ -1,6 +1,13 @@
 #include "formats/name_comparison.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+
+#include <locale.h>
+#include <wctype.h>
 
 #include "formats/folding_table.h"
 
@@ -55,11 +62,20 @@ std::u32string squeezed(std::u32string_view text) {
     return out;
 }
 
-// Without the case of letters that are not composed of others: ASCII, Greek and Cyrillic ones among them.
+struct free_locale_t {
+    void operator()(std::remove_pointer_t<locale_t>* locale) const { freelocale(locale); }
+};
+
+// Letters in lower case; those of ASCII only where the system has no locale of Unicode.
 std::u32string in_lower_case(std::u32string text) {
+    static const std::unique_ptr<std::remove_pointer_t<locale_t>, free_locale_t> unicode(
+        newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
     for (char32_t& code : text) {
-        const std::u32string other = folded(std::u32string_view(&code, 1));
-        code = other.size() == 1 && code < 0x2000 ? other[0] : code;
+        if (code < 0x80 || unicode == nullptr) {
+            code = code >= U'A' && code <= U'Z' ? code + 0x20 : code;
+        } else {
+            code = static_cast<char32_t>(towlower_l(static_cast<wint_t>(code), unicode.get()));
+        }
     }
     return text;
 }

@@ -35,7 +35,7 @@ constexpr oid_row_t ROWS[] = {
     {oid_kind_t::ATTRIBUTE, "0.9.2342.19200300.100.1.1", "userId", "UID"},
     {oid_kind_t::ATTRIBUTE, "0.9.2342.19200300.100.1.3", "rfc822Mailbox", "mail"},
     {oid_kind_t::ATTRIBUTE, "0.9.2342.19200300.100.1.25", "domainComponent", "DC"},
-    {oid_kind_t::ATTRIBUTE, "1.2.840.113549.1.9.1", "emailAddress", ""},
+    {oid_kind_t::ATTRIBUTE, "1.2.840.113549.1.9.1", "emailAddress", "EMAIL"},
     {oid_kind_t::ATTRIBUTE, "1.2.840.113549.1.9.2", "unstructuredName", ""},
     {oid_kind_t::ATTRIBUTE, "1.2.840.113549.1.9.3", "contentType", ""},
     {oid_kind_t::ATTRIBUTE, "1.2.840.113549.1.9.4", "messageDigest", ""},

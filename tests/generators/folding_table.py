@@ -1,13 +1,21 @@
 #!/usr/bin/env python3
-"""Writes folding_table.h from Python's Unicode data: make_folding_table.py > folding_table.h
+"""Writes tools/formats/folding_table.h from Python's Unicode data.
+
+    folding_table.py > tools/formats/folding_table.h
+    folding_table.py --check tools/formats/folding_table.h
+
+The check compares nothing if this Python has another version of Unicode than the file.
 
 A row has a character and what it is compared as: without its case and its compatibility forms, decomposed (RFC 4518 2.2
 and 2.3). Characters that are compared as nothing (RFC 4518 2.2) have a row too. Not in the table: Hangul syllables and CJK
 compatibility ideographs.
 """
 
+import contextlib
+import io
 import sys
 import unicodedata
+from pathlib import Path
 
 LEFT_OUT = [(0xAC00, 0xD7A3), (0xF900, 0xFAFF), (0x2F800, 0x2FA1F), (0xD800, 0xDFFF)]
 NOTHING = {0xAD, 0x1806, 0x34F, 0x200B, 0xFFFC, 0xFEFF, *range(0x180B, 0x180E), *range(0xFE00, 0xFE10), *range(0x200C, 0x2010),
@@ -44,15 +52,15 @@ def rows():
             yield code, " "
 
 
-def main():
+def write_table():
     found = sorted(rows())
-    pool, places, lines = "", {}, []
+    pool, places = "", {}
     for code, text in found:
         if text not in places:
             place = pool.find(text)
             places[text] = place if place >= 0 else len(pool)
             pool += "" if place >= 0 else text
-    print(f"// What characters are compared as, by Unicode {unicodedata.unidata_version}: written by make_folding_table.py.")
+    print(f"// What characters are compared as, by Unicode {unicodedata.unidata_version}; tests/generators/folding_table.py writes this file.")
     print("#ifndef DERKIT_TOOLS_FORMATS_FOLDING_TABLE_H\n#define DERKIT_TOOLS_FORMATS_FOLDING_TABLE_H\n")
     print("// clang-format off")
     print("inline constexpr char32_t FOLDED[] = {")
@@ -74,5 +82,21 @@ def print_numbers(numbers):
     print(line)
 
 
+def check(path):
+    written = Path(path).read_text()
+    if f"by Unicode {unicodedata.unidata_version};" not in written:
+        print(f"not compared: this is Unicode {unicodedata.unidata_version}")
+        return 0
+    table = io.StringIO()
+    with contextlib.redirect_stdout(table):
+        write_table()
+    if table.getvalue() != written:
+        print(f"{path} is not what this script writes")
+        return 1
+    return 0
+
+
 if __name__ == "__main__":
-    main()
+    if sys.argv[1:2] == ["--check"]:
+        sys.exit(check(sys.argv[2]))
+    write_table()
