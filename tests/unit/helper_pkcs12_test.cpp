@@ -42,6 +42,7 @@ TEST(helper_friendly_name, becomes_utf8) {
         {"0041 DBFF", nullptr},
         {"DC00", nullptr},
         {"DC00 D800", nullptr},
+        {"DC00 DC00", nullptr},
         {"D800 0041", nullptr},
         {"D800 E000", nullptr},
         {"D800 D800 DC00", nullptr},

@@ -149,10 +149,6 @@ char lower_letter(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-bool equal_in_either_case(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, lower_letter, lower_letter);
-}
-
 std::string lower_hex(std::string_view bytes) {
     std::string hex = to_hex(bytes);
     std::ranges::transform(hex, hex.begin(), lower_letter);
@@ -297,11 +293,11 @@ class dn_text_reader_t {
 
     std::string read_type(const std::string& type) const {
         const auto named = std::ranges::find_if(
-            dialect_.names, [&type](const dn_type_name_t& row) { return equal_in_either_case(row.name, type); });
+            dialect_.names, [&type](const dn_type_name_t& row) { return is_same_name(row.name, type); });
         if (named != dialect_.names.end()) {
             return std::string(named->oid);
         }
-        const bool has_prefix = equal_in_either_case(std::string_view(type).substr(0, 4), "OID.");
+        const bool has_prefix = is_same_name(std::string_view(type).substr(0, 4), "OID.");
         const std::string dotted = has_prefix ? type.substr(4) : type;
         if (oid_from_text(dotted).has_value()) {
             return dotted;

@@ -7,6 +7,11 @@
 #include "formats/oid_table.h"
 #include "io/bytes.h"
 
+bool is_same_name(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::ranges::equal(a, b, {}, lower, lower);
+}
+
 namespace {
 
 constexpr std::size_t MAX_GOST_PARAM_SETS = 3;
@@ -25,15 +30,6 @@ std::string short_name_of(const OIDdescr_t& entry) {
 
 std::string long_name_of(const OIDdescr_t& entry) {
     return std::string(entry.oid_ln, entry.oid_ln_size);
-}
-
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-// But for the case of ASCII letters.
-bool is_same_name(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) { return lower(x) == lower(y); });
 }
 
 std::vector<std::string> split_aliases(std::string_view others) {

@@ -31,6 +31,9 @@ std::optional<std::string> oid_arcs(std::string_view content);
 // padded, cut short or above 32 bits. So different octets have different texts.
 std::string oid_text(std::string_view content);
 
+// Whether names are the same but for the case of ASCII letters.
+bool is_same_name(std::string_view a, std::string_view b);
+
 // The dictionary has the names of this map, for the whole run: there is one map in a run. Names beside it win.
 void use_oid_map(oid_map_handle_t map);
 
