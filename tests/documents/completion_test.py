@@ -42,7 +42,7 @@ LINES = [  # a command line, and what it may be continued with
     ("time --color a", {"auto", "always"}),
     ("key --password-env DERKIT_TEST_VAR", {"DERKIT_TEST_VARIABLE"}),
     ("dn --get ", set()),
-    ("dn o", set()),
+    ("dn x", set()),
     ("p12 extract --out f", {"folder"}),
     *((f"{words} o", FILES) for words in ("cert", "cert one.pem", "cert --json", "spki", "key", "p12 show", "p12 make --cert",
                                           "dn --oid-map", "key --password-file", "key convert --to pem --out")),
