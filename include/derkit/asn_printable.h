@@ -74,9 +74,9 @@ DERKIT_API bool printable_dn_C_before_CN(const char* dn);
 ///
 /// @param der    the Name, a SEQUENCE; bytes after it are ignored
 /// @param len    bytes available from `der` on
-/// @param out    the text is appended to it; `der` must not lie in it. After a failure, including one to allocate, it
-///               keeps all that was written in encoded order, or the finished RDNs in reversed order, each with its
-///               comma.
+/// @param out    the text is appended to it; `der` must not lie in it. After a failure it keeps all that was written in
+///               encoded order, or the finished RDNs in reversed order, each with its comma. After a failure to
+///               allocate it keeps some of the text in encoded order, and none in reversed order.
 /// @param order  order of the RDNs
 /// @param map    names the attribute types; if it is empty, types are dotted OIDs
 /// @return whether it was written; false for malformed DER, a NumericString with anything but digits and spaces, a
