@@ -14,7 +14,7 @@ from pathlib import Path
 SOURCE = Path(__file__).resolve().parent.parent
 COMMANDS = [
     "derkit dn 'cn=user1, 2.5.4.10=\"Example, Inc.\"'",
-    "derkit cert --order reversed tests/data/2012-256.cert.pem | head -6",
+    "derkit cert --order reversed tests/data/2012-256.cert.pem | head -7",
     "derkit p12 extract --password-file password --out . tests/data/2012-256.p12",
     "derkit p12 make --key key-1.pem --cert certificate-1.pem --password-file password --out new.p12",
     "derkit p12 show new.p12 | head -2",

@@ -26,7 +26,8 @@ integer number=0
 for line in "${@[2,-1]}"; do
   ((++number))
   zpty -n -w shell $'\C-u'"$line"$'\t\C-o'
-  for ((i = 0; i < 200; ++i)); do
+  for ((i = 0; i < 3000; ++i)); do
+    zpty -r -t shell >/dev/null # a full terminal would stop the shell
     (($(grep -cx "(end)" $found) >= number)) && break
     sleep 0.02
   done

@@ -160,7 +160,7 @@ class Help(unittest.TestCase):
     def test_its_examples_that_need_no_file_work(self):
         examples = re.findall(r"^  (derkit (?:dn|oid|alg|time) .*)$", "".join(map(lambda n: help_of(*n), all_subcommands())),
                               re.MULTILINE)
-        self.assertEqual(len(examples), 10)
+        self.assertEqual(len(examples), 13)
         for example in examples:
             done = subprocess.run(example.replace("derkit", TOOL, 1), shell=True, capture_output=True)
             self.assertEqual((done.returncode, done.stderr), (0, b""), example)
