@@ -70,7 +70,7 @@ constexpr std::array<utf8_t, 256> make_escaped_t61_characters() {
 // T.61 with all special characters escaped.
 struct escaped_t61_t {
     static constexpr std::array<utf8_t, 256> CHARACTERS = make_escaped_t61_characters();
-    static constexpr utf8_t letter(unsigned char byte) { return escaped(utf8_of(byte)); }
+    static constexpr utf8_t letter(unsigned char byte) { return escaped(utf8_character(byte)); }
 };
 
 #endif

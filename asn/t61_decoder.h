@@ -16,7 +16,7 @@ struct utf8_t {
     unsigned char size;
 };
 
-constexpr utf8_t utf8_of(unsigned int code_point) {
+constexpr utf8_t utf8_character(unsigned int code_point) {
     const auto octet = [](unsigned int mark, unsigned int bits) { return static_cast<char>(mark | bits); };
     const char last = octet(0x80, code_point & 0x3F);
     if (code_point < 0x80) {
@@ -43,7 +43,7 @@ constexpr std::array<utf8_t, 256> make_t61_characters() {
     std::array<utf8_t, 256> characters = {};
     for (unsigned int byte = 0; byte < characters.size(); ++byte) {
         if (t61_tab[byte] != 0 && !is_t61_prefix(byte)) {
-            characters[byte] = utf8_of(t61_tab[byte]);
+            characters[byte] = utf8_character(t61_tab[byte]);
         }
     }
     return characters;
@@ -65,7 +65,7 @@ inline constexpr unsigned char T61_LETTER_PLACES[8] = {
 };
 
 constexpr utf8_t utf8_or_none(unsigned int code_point) {
-    return code_point == 0 ? utf8_t{} : utf8_of(code_point);
+    return code_point == 0 ? utf8_t{} : utf8_character(code_point);
 }
 
 constexpr t61_prefix_t make_t61_prefix(unsigned int low_bits) {
@@ -93,7 +93,7 @@ inline constexpr std::array<t61_prefix_t, 16> T61_PREFIXES = make_t61_prefixes()
 // T.61 as it is. A byte that no prefix composes with is a code point of its own.
 struct plain_t61_t {
     static constexpr const std::array<utf8_t, 256>& CHARACTERS = T61_CHARACTERS;
-    static constexpr utf8_t letter(unsigned char byte) { return utf8_of(byte); }
+    static constexpr utf8_t letter(unsigned char byte) { return utf8_character(byte); }
 };
 
 // The characters of a prefix and the byte after it, whatever that means on its own.
