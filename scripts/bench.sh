@@ -87,5 +87,10 @@ else
   echo "bench: cannot fetch Google Benchmark for i386; its table is left out" >&2
 fi
 
+step "measuring the tool"
+cmake --preset native
+cmake --build --preset native --target derkit_tool
+python3 scripts/bench_tool.py build/native/tools/derkit >"$results/tool.md"
+
 step "writing docs/performance.md"
 python3 scripts/bench_report.py "$results" build/bench docs

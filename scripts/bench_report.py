@@ -356,6 +356,12 @@ library). A time is the median of {NUM_LOADS} processes. Sizes are in bytes, of 
         other = read_results(results, "bench-i386")[0]
         parts.append("## 32-bit x86\n\nThe only peer is the C library. The names of the map are made up; on x86-64 "
                      f"they are those of OpenSSL.\n\n{costs_table(other)}\n{contenders_table(other)}")
+    parts.append(f"""## The tool
+
+`scripts/bench_tool.py`: one bundle of certificates that all differ, the text thrown away. The peers get a smaller bundle,
+as they take long or keep the whole file. `cat` only reads.
+
+{(results / "tool.md").read_text()}""")
     parts.append(f"## All peers, x86-64\n\n{contenders_table(rows)}")
     (docs / "performance.md").write_text("\n".join(parts))
 
