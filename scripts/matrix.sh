@@ -95,7 +95,7 @@ field() {
 script() {
   local compiler flags options how sources=/sources emulator="" prefix="" as="" tool=ON gost=ON
   compiler=$(field 2 "$1") flags=$(field 3 "$1") options=$(field 4 "$1") how=$(field 5 "$1")
-  local build triplet=${compiler%-g++}
+  local build triplet=${compiler%-g++} c_compiler=${compiler/clang++/clang} # which GoogleTest asks for
   build=/build/$(field 1 "$1")
   case $how in
     in*) sources=$(eval echo "${how#in }")/sources build=${sources%/*}/build ;;
@@ -115,7 +115,7 @@ tar -x -C "$sources" -f /sources.tar
 ${as:+chown ${how#as } $build}
 export CMAKE_GENERATOR=Ninja
 $as cmake -S "$sources" -B "$build" $options -D CMAKE_BUILD_TYPE=None -D CMAKE_CXX_COMPILER=$compiler \\
-  -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool -D DERKIT_BUILD_GOST=$gost -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
+  -D CMAKE_C_COMPILER=${c_compiler/g++/gcc}   -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool -D DERKIT_BUILD_GOST=$gost -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
 $as cmake --build "$build" --parallel $(nproc) --target derkit $([[ $tool == OFF ]] || echo derkit_tool) unit_programs
 $as ctest --test-dir "$build" --tests-regex '^(unit|exports)[.]' --parallel $(nproc) --timeout 1200 --output-on-failure
 if [ -f "$build/libderkit.so" ]; then
