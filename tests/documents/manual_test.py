@@ -158,9 +158,9 @@ class Help(unittest.TestCase):
             self.assertRegex(text, r"[^\n]\n\Z")
 
     def test_its_examples_that_need_no_file_work(self):
-        examples = re.findall(r"^  (derkit (?:dn|oid|alg|time) .*)$", "".join(map(lambda n: help_of(*n), all_subcommands())),
+        examples = re.findall(r"^  (derkit (?:dn|oid|alg|time) (?!.*[.]der).*)$", "".join(map(lambda n: help_of(*n), all_subcommands())),
                               re.MULTILINE)
-        self.assertEqual(len(examples), 13)
+        self.assertEqual(len(examples), 12)
         for example in examples:
             done = subprocess.run(example.replace("derkit", TOOL, 1), shell=True, capture_output=True)
             self.assertEqual((done.returncode, done.stderr), (0, b""), example)

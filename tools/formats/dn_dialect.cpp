@@ -175,7 +175,8 @@ std::string escaped(const dn_dialect_t& dialect, std::string_view text) {
         const bool is_special = dialect.specials.find(text[i]) != std::string_view::npos ||
                                 (text[i] == ' ' && at_end) || (text[i] == '#' && i == 0);
         if (is_control(text[i])) {
-            out += "\\" + to_hex(text.substr(i, 1));
+            out += '\\';
+            out += to_hex(text.substr(i, 1));
         } else {
             out += is_special ? "\\" : "";
             out += text[i];
@@ -200,7 +201,8 @@ std::string quoted(const dn_dialect_t& dialect, std::string_view text) {
         if (dialect.quoting == dn_quoting_t::DOUBLED) {
             out += c == '"' ? "\"\"" : std::string(1, c);
         } else if (with_controls && is_control(c)) {
-            out += "\\" + to_hex(std::string_view(&c, 1));
+            out += '\\';
+            out += to_hex(std::string_view(&c, 1));
         } else {
             out += c == '"' || c == '\\' ? "\\" : "";
             out += c;
@@ -272,7 +274,8 @@ class dn_text_reader_t {
         std::string rdn = read_attribute();
         while (!rest_.empty() && rest_[0] == '+') {
             rest_.remove_prefix(1);
-            rdn += "+" + read_attribute();
+            rdn += '+';
+            rdn += read_attribute();
         }
         return rdn;
     }
@@ -328,7 +331,10 @@ class dn_text_reader_t {
         return hex;
     }
 
-    static void append(char octet, std::string& out) { out += "\\" + to_hex(std::string_view(&octet, 1)); }
+    static void append(char octet, std::string& out) {
+        out += '\\';
+        out += to_hex(std::string_view(&octet, 1));
+    }
 
     // After a backslash: two hexadecimal digits, or a character.
     void append_escaped(std::string& out) {
