@@ -19,7 +19,7 @@ document=docs/platforms.md
 # Names of the interface contain the names of libstdc++'s ordinary containers, so with others there is no shared library.
 table='
 gcc-O3           | g++-12     | -O3 | |
-gcc-O0           | g++-12     | -O0 | |
+gcc-O0           | g++-12     | -O0 | -D DERKIT_UNITY=OFF |
 gcc-Os           | g++-12     | -Os | |
 gcc-O2           | g++-12     | -O2 | |
 gcc-11           | g++-11     | -O2 | |
@@ -114,8 +114,9 @@ mkdir -p "$sources" "$build"
 tar -x -C "$sources" -f /sources.tar
 ${as:+chown ${how#as } $build}
 export CMAKE_GENERATOR=Ninja
-$as cmake -S "$sources" -B "$build" $options -D CMAKE_BUILD_TYPE=None -D CMAKE_CXX_COMPILER=$compiler \\
-  -D CMAKE_C_COMPILER=${c_compiler/g++/gcc}   -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool -D DERKIT_BUILD_GOST=$gost -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON
+$as cmake -S "$sources" -B "$build" -D CMAKE_BUILD_TYPE=None -D CMAKE_CXX_COMPILER=$compiler \\
+  -D CMAKE_C_COMPILER=${c_compiler/g++/gcc} -D CMAKE_CXX_FLAGS="$flags" -D DERKIT_BUILD_TOOLS=$tool \\
+  -D DERKIT_BUILD_GOST=$gost -D DERKIT_WERROR=ON -D DERKIT_UNITY=ON $options
 $as cmake --build "$build" --parallel $(nproc) --target derkit $([[ $tool == OFF ]] || echo derkit_tool) unit_programs
 $as ctest --test-dir "$build" --tests-regex '^(unit|exports)[.]' --parallel $(nproc) --timeout 1200 --output-on-failure
 if [ -f "$build/libderkit.so" ]; then
