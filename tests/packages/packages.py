@@ -14,7 +14,7 @@ VERSION = os.environ["DERKIT_VERSION"]
 CONFIGURATION = os.environ["DERKIT_CONFIGURATION"]  # of CMake, in small letters
 WITH_GOST = os.environ["DERKIT_WITH_GOST"] == "1"
 CONSUMER = SOURCE / "tests/packages/consumer"
-TIME_LIMIT = 240
+TIME_LIMIT = 480
 
 # Installed files, relative to the prefix.
 HEADERS = {f"include/derkit/{header.relative_to(SOURCE / 'include/derkit')}"
