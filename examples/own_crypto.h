@@ -13,7 +13,7 @@ class gost_crypto final : public pbe_crypto_t {
             return false;
         }
         const blob_t covered = derkit::cursor(data, size).read(asn_tag_t::OCTET_STRING);
-        const bool good = gcry_mac_setkey(handle, &keys[64], 32) == 0 &&
+        const bool good = mac.digest.size == 32 && gcry_mac_setkey(handle, &keys[64], 32) == 0 && // no shortened MAC
                           gcry_mac_write(handle, covered.data, covered.size) == 0 &&
                           gcry_mac_verify(handle, mac.digest.data, mac.digest.size) == 0;
         gcry_mac_close(handle);
@@ -23,7 +23,8 @@ class gost_crypto final : public pbe_crypto_t {
     bool decrypt(const pkcs5_pbe_gost_t& by, const void* data, unsigned int size, std::string& out) override {
         const std::string key = derive(by.salt, by.iterations, 32);
         gcry_cipher_hd_t handle = nullptr;
-        if (key.empty() || gcry_cipher_open(&handle, GCRY_CIPHER_GOST28147_MESH, GCRY_CIPHER_MODE_CFB, 0) != 0) {
+        if (key.empty() || by.iv.size != 8 ||
+            gcry_cipher_open(&handle, GCRY_CIPHER_GOST28147_MESH, GCRY_CIPHER_MODE_CFB, 0) != 0) {
             return false;
         }
         std::string plaintext(size, '\0'), s_box = "1.2.643.2.2.31.1";

@@ -31,7 +31,8 @@ int main(int argc, char** argv) {
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
     const blob_t der = derkit::to_blob(bytes);
     asn_pubkey_t key; // views into bytes
-    if (asn_read_pubkey(der.data, static_cast<long>(der.size), key) == 0) {
+    const bool done = asn_read_pubkey(der.data, static_cast<long>(der.size), key) != 0;
+    if (!done || key.key.size > der.size) { // an empty BIT STRING reads as 2^32 - 1 octets
         std::cout << "not a public key\n";
         return 1;
     }
