@@ -105,8 +105,9 @@ inline maybe_string text_to_name(const std::string& text, oid_map_handle_t map =
     return done ? maybe_string(std::move(der)) : maybe_string();
 }
 
-/// Converts text to the one text that its encoding prints as, for comparisons and keys of databases; see
-/// printable_dn_normalize(). Texts of the same name in another case, order or string type differ.
+/// Converts text to the one text that its encoding prints as, for comparisons; see printable_dn_normalize(). Texts of
+/// the same name in another case or order differ; the string type does not show, so names of different encodings may have
+/// the same text.
 /// @param text  as for text_to_name()
 /// @param map   used in both directions
 /// @return the canonical text, or nothing if the text does not encode or its encoding does not print
