@@ -81,9 +81,7 @@ struct asn_octets_t {
     unsigned int num_octets;
 
     unsigned int size() const { return num_octets; }
-    unsigned char* write_to(unsigned char* to) const {
-        return copy_octets(to, octets, num_octets);
-    }
+    unsigned char* write_to(unsigned char* to) const { return copy_octets(to, octets, num_octets); }
 };
 
 // A constant, such as an OID: its size and its header are constants too.

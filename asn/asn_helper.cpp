@@ -14,7 +14,8 @@ const oid_ref_t g_null_oid;
 namespace {
 
 template <typename TABLE> oid_ref_t find_der(const TABLE& table, pki_alg_t alg) {
-    const auto row = std::find_if(std::begin(table), std::end(table), [alg](const alg_row_t& r) { return r.alg == alg; });
+    const auto row =
+        std::find_if(std::begin(table), std::end(table), [alg](const alg_row_t& r) { return r.alg == alg; });
     return row == std::end(table) ? g_null_oid : row->der;
 }
 
