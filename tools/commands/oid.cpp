@@ -45,20 +45,6 @@ std::string read_oid(const std::string& text) {
     return *content;
 }
 
-std::string without_leading_zeros(std::string_view dotted) {
-    std::string text;
-    bool at_start = true; // of an arc
-    for (std::size_t i = 0; i < dotted.size(); ++i) {
-        const bool last_of_arc = i + 1 == dotted.size() || dotted[i + 1] == '.';
-        if (at_start && dotted[i] == '0' && !last_of_arc) {
-            continue;
-        }
-        text += dotted[i];
-        at_start = dotted[i] == '.';
-    }
-    return text;
-}
-
 // The library reads arcs in 32 bits, and takes any second arc, so its text and its DER can be those of another OID.
 void add_library_text(const std::string& content, const std::string& arcs, record_t& record) {
     std::string text;
@@ -70,8 +56,9 @@ void add_library_text(const std::string& content, const std::string& arcs, recor
 
 void warn_of_other_oids(const std::string& given, const std::string& content, const std::string& arcs,
                         console_t& console) {
-    if (oid_from_text(given).has_value() && without_leading_zeros(given) != arcs) {
-        console.warn(given, "is no OID; libderkit encodes it as " + arcs);
+    const std::optional<std::string> other = find_other_arcs(given);
+    if (other.has_value()) {
+        console.warn(given, "is no OID; libderkit encodes it as " + *other);
     }
     if (oid_text(content) != arcs) {
         console.warn(given, "its dotted text does not lead back to its DER: arcs are padded or above 32 bits");
